@@ -1,0 +1,6 @@
+// The commands of the vfl host. Each takes the arguments after its own name
+// (argv[0] is the command name) and returns the process exit status.
+#pragma once
+
+int CmdInfo(int argc, char** argv);
+int CmdCat(int argc, char** argv);
