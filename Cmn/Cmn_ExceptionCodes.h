@@ -1,0 +1,111 @@
+#pragma once
+
+// Every exception code of the library. A code is known by the address of its
+// template, so each template below is its own array in Cmn_ExceptionCodes.cpp.
+
+#include "Cmn/XC_TypedExceptionCode.h"
+
+class Cmn_NullExceptionData;
+class Cmn_TStringXData;
+class DAW_Int32ErrData;
+class DAW_OSErrData;
+class MA_OSErrData;
+class Sys_Int32ErrData;
+class Sys_OSErrData;
+
+extern XC_TypedExceptionCode<Cmn_TStringXData> const XC_Cmn_ANSIexception;
+extern XC_TypedExceptionCode<Cmn_TStringXData> const XC_Cmn_TextAssert;
+extern XC_TypedExceptionCode<Cmn_TStringXData> const XC_Cmn_ExceptionContext;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_Cmn_EndOfFile;
+
+extern XC_TypedExceptionCode<Sys_OSErrData> const XC_Sys_SystemError;
+extern XC_TypedExceptionCode<Sys_Int32ErrData> const XC_Sys_Error;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_Sys_BadStartLoc;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_Sys_FileAlreadyOpen;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_Sys_VolumeIsNotMounted;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_Sys_UnknownException;
+
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_FF_FileTypeNotSupported;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_FF_FileMustBeOpen;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_FF_RequestedReadWhileWriting;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_FF_RequestedWriteWhileReading;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_FF_RequestedWriteWhileWriting;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_FF_PlugIn_IOError;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_FF_PlugIn_BadParameter;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_FF_PlugIn_Unimplemented;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_FF_PlugIn_CorruptFile;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_FF_PlugIn_BadHRESULT;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_FF_PlugIn_Failed;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_FF_PlugIn_LoadFailed;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_FF_PlugIn_Unexpected;
+
+extern XC_TypedExceptionCode<MA_OSErrData> const XC_MA_SystemErrorWithMessage;
+
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_MMgr_OutOfMemory;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_MMgr_AssertionFailure;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_MMgr_ArgCheckFailure;
+
+extern XC_TypedExceptionCode<DAW_OSErrData> const XC_DAW_SystemError;
+extern XC_TypedExceptionCode<DAW_Int32ErrData> const XC_DAW_ImageResourceMissing;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_WhileInitializingApp;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_WhileCreatingWindow;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_CouldntGetDC;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_CouldntCreateChildWindow;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_CouldntCreateMainMenuWindow;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_TriedToCreateMainMenuWindowTwice;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_WhileCreatingOffscreen;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_WhileCreatingImage;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_EmptyBitMapFile;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_InvalidBitMap;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_CannotCompressDIB;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_WhileCreatingPen;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_WhileCreatingBrush;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_WhileCreatingFont;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_WhileCreatingCursor;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_WhileCreatingMenu;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_WhileCreatingPopupMenu;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_CannotOpenFile;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_ErrorWritingFile;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_ErrorReadingFile;
+
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_SE_AccessViolation;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_SE_DataTypeMisalignment;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_SE_ArrayBoundsExceeded;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_SE_FloatDenormalOperand;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_SE_FloatDivideByZero;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_SE_FloatInexactResult;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_SE_FloatInvalidOperation;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_SE_FloatOverflow;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_SE_FloatStackCheck;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_SE_FloatUnderflow;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_SE_IntegerDivideByZero;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_SE_IntegerOverflow;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_SE_PriviledgedInstruction;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_SE_InPageError;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_SE_IllegalInstruction;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_SE_NoncontinuableException;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_SE_StackOverflow;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_SE_InvalidDisposition;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_SE_GuardPageVialation;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_DAW_SE_InvalidHandle;
+
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_SYS_SE_AccessViolation;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_SYS_SE_DataTypeMisalignment;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_SYS_SE_ArrayBoundsExceeded;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_SYS_SE_FloatDenormalOperand;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_SYS_SE_FloatDivideByZero;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_SYS_SE_FloatInexactResult;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_SYS_SE_FloatInvalidOperation;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_SYS_SE_FloatOverflow;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_SYS_SE_FloatStackCheck;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_SYS_SE_FloatUnderflow;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_SYS_SE_IntegerDivideByZero;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_SYS_SE_IntegerOverflow;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_SYS_SE_PriviledgedInstruction;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_SYS_SE_InPageError;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_SYS_SE_IllegalInstruction;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_SYS_SE_NoncontinuableException;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_SYS_SE_StackOverflow;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_SYS_SE_InvalidDisposition;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_SYS_SE_GuardPageVialation;
+extern XC_TypedExceptionCode<Cmn_NullExceptionData> const XC_SYS_SE_InvalidHandle;

@@ -1,0 +1,3 @@
+#include "Cmn/Cmn_NullExceptionData.h"
+
+void Cmn_NullExceptionData::PrintAttr(std::string const&, std::ostream&) const {}
