@@ -1,0 +1,72 @@
+#pragma once
+
+#include "Sys/Sys_SyncObject.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <vector>
+
+// The state machine under every Linux sync object, and the waits on them.
+//
+// One process-wide lock guards the state of all sync objects. A waiting
+// thread puts a waiter record (its list, its mode, a condition variable) on
+// the list of every object it waits on. Whoever changes an object so that it
+// may be signalled offers it to the waiters of that object in the order they
+// came, and satisfies a waiter by taking what it waits for on its behalf,
+// under the lock: so a wait for all takes its whole list in one step, a wait
+// for any takes only the first signalled object in its list, and an event
+// with automatic reset lets exactly one waiter through per Set, also when
+// Pulse resets it again at once.
+//
+// Timers fire lazily: a waiter that waits on a timer sleeps no longer than
+// the timer's due time and looks at it when it wakes.
+class Sys_SyncObjectPosix
+{
+public:
+    using Clock = std::chrono::steady_clock;
+
+    // The installed wait on several objects. Objects must be of this platform.
+    static Sys_SyncObject::EWaitResult WaitForMultipleObjects(Sys_SyncObject::HandleList const& objects,
+                                                              Sys_SyncObject::EWaitForMultipleObjects mode,
+                                                              int32 timeLimit);
+    static void SetPlatformDependentMethods();
+
+protected:
+    struct Waiter;
+
+    Sys_SyncObjectPosix() = default;
+    virtual ~Sys_SyncObjectPosix();
+
+    // The lock that guards the state of every sync object.
+    static std::mutex& StateLock();
+
+    // Wait on this object alone.
+    Sys_SyncObject::EWaitResult WaitOne(int32 timeLimit);
+
+    // Under StateLock: is the object signalled now (a timer fires here once
+    // its due time has passed)?
+    virtual bool IsSignalledLocked(Clock::time_point now) = 0;
+    // Under StateLock: a waiter passes; called only when signalled.
+    virtual void ConsumeLocked() = 0;
+    // Under StateLock: the time at which the object will become signalled by
+    // itself, if there is one.
+    virtual bool GetDueTimeLocked(Clock::time_point* /*due*/) { return false; }
+
+    // Under StateLock, after a change that may have signalled the object:
+    // offer it to its waiters in order.
+    void OfferLocked();
+    // Under StateLock, after a change of the due time: let the waiters work
+    // out again how long to sleep.
+    void WakeWaitersLocked();
+
+private:
+    Sys_SyncObjectPosix(Sys_SyncObjectPosix const&) = delete;
+    Sys_SyncObjectPosix& operator=(Sys_SyncObjectPosix const&) = delete;
+
+    static Sys_SyncObject::EWaitResult WaitOn(Sys_SyncObjectPosix* const* objects, std::size_t count,
+                                              Sys_SyncObject::EWaitForMultipleObjects mode, int32 timeLimit);
+    static bool TrySatisfyLocked(Waiter& waiter, Clock::time_point now);
+
+    std::vector<Waiter*> mWaiters;
+};
