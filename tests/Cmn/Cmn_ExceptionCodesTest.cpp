@@ -183,7 +183,8 @@ TEST(Cmn_ExceptionCodes, TextOfEveryCodeAloneWithContextsAndRethrownElsewhere)
         EXPECT_STREQ(e->what(), c.text.c_str()) << "contexts are not part of what()";
         EXPECT_EQ(e->GetFullDescription(), full);
 
-        Rethrown r = ThrowOnOtherThread(std::unique_ptr<Cmn_Exception>(e->Clone()), typeid(*e), *c.code);
+        Cmn_Exception const& original = *e;
+        Rethrown r = ThrowOnOtherThread(std::unique_ptr<Cmn_Exception>(original.Clone()), typeid(original), *c.code);
         EXPECT_TRUE(r.caught);
         EXPECT_TRUE(r.sameType);
         EXPECT_TRUE(r.sameCode);
