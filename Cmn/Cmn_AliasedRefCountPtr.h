@@ -22,12 +22,16 @@ public:
 
     Cmn_AliasedRefCountPtr& operator=(Cmn_AliasedRefCountPtr other) noexcept
     {
-        std::swap(mP, other.mP);
+        swap(other);
         return *this;
     }
 
     T* get() const noexcept { return static_cast<T*>(mP); }
+    T* Get() const noexcept { return get(); }
     P* GetAlias() const noexcept { return mP; }
+    void reset() noexcept { Cmn_AliasedRefCountPtr().swap(*this); }
+    void Reset() noexcept { reset(); }
+    void swap(Cmn_AliasedRefCountPtr& other) noexcept { std::swap(mP, other.mP); }
     T* operator->() const noexcept { return get(); }
     T& operator*() const noexcept { return *get(); }
     explicit operator bool() const noexcept { return mP != nullptr; }

@@ -40,6 +40,9 @@ public:
 
     T* Get() const noexcept { return static_cast<T*>(mBase); }
     Base* GetBase() const noexcept { return mBase; }
+    // The standard spellings, so that handles and counted pointers read alike.
+    T* get() const noexcept { return Get(); }
+    void reset() { Reset(); }
     T* operator->() const noexcept { return Get(); }
     T& operator*() const noexcept { return *Get(); }
     explicit operator bool() const noexcept { return mBase != nullptr; }

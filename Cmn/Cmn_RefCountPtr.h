@@ -51,6 +51,9 @@ public:
     void swap(Cmn_RefCountPtr& other) noexcept { std::swap(mP, other.mP); }
 
     T* get() const noexcept { return mP; }
+    // The handle spellings, so that counted pointers and handles read alike.
+    T* Get() const noexcept { return mP; }
+    void Reset() { reset(); }
     T* operator->() const noexcept { return mP; }
     T& operator*() const noexcept { return *mP; }
     explicit operator bool() const noexcept { return mP != nullptr; }
