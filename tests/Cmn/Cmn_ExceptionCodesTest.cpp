@@ -212,10 +212,3 @@ TEST(Cmn_ExceptionCodes, AllCodesAreDistinctEvenWithEqualText)
     EXPECT_TRUE(XC_DAW_SE_InvalidHandle != XC_SYS_SE_InvalidHandle);
     EXPECT_TRUE(XC_DAW_SE_AccessViolation != XC_SYS_SE_AccessViolation);
 }
-
-TEST(Cmn_ExceptionCodes, CopiesOfACodeAreEqual)
-{
-    XC_TypedExceptionCode<Cmn_NullExceptionData> copy = XC_FF_PlugIn_CorruptFile;
-    EXPECT_TRUE(copy == XC_FF_PlugIn_CorruptFile);
-    EXPECT_TRUE(copy != XC_FF_PlugIn_Failed);
-}
