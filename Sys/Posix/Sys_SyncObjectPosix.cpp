@@ -46,6 +46,13 @@ Sys_SyncObjectPosix::~Sys_SyncObjectPosix()
     CMN_ASSERT(mWaiters.empty());
 }
 
+std::size_t Sys_SyncObjectPosix::GetWaiterCount() const
+{
+    std::lock_guard<std::mutex> lock(StateLock());
+    return static_cast<std::size_t>(std::count_if(mWaiters.begin(), mWaiters.end(),
+                                                  [](Waiter const* waiter) { return !waiter->satisfied; }));
+}
+
 void Sys_SyncObjectPosix::SetPlatformDependentMethods()
 {
     Sys_SyncObject::SetWaitForMultipleObjectsMethod(&Sys_SyncObjectPosix::WaitForMultipleObjects);

@@ -32,6 +32,9 @@ public:
                                                               int32 timeLimit);
     static void SetPlatformDependentMethods();
 
+    // Threads waiting on the object right now; for diagnostics and tests.
+    std::size_t GetWaiterCount() const;
+
 protected:
     struct Waiter;
 
