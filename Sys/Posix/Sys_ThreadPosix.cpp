@@ -1,0 +1,232 @@
+#include "Sys/Posix/Sys_ThreadPosix.h"
+
+#include "Sys/Sys_ThrowIfOSErr.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cxxabi.h>
+#include <pthread.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace {
+
+Sys_ThreadImpl* CreateThreadPosix(Sys_Thread* thread)
+{
+    return new Sys_ThreadPosix(thread);
+}
+
+struct InstallAtLoad
+{
+    InstallAtLoad() { Sys_ThreadPosix::SetPlatformDependentMethods(); }
+} sInstallAtLoad;
+
+// Priorities are kept relative to what the process was started with, so
+// that "normal" under a niced host stays that host's normal.
+int ProcessNice()
+{
+    static int const sNice = [] {
+        errno = 0;
+        int const nice = getpriority(PRIO_PROCESS, 0);
+        return errno != 0 ? 0 : nice;
+    }();
+    return sNice;
+}
+
+constexpr int kNiceMin = -20;
+constexpr int kNiceMax = 19;
+
+} // namespace
+
+Sys_ThreadPosix::Sys_ThreadPosix(Sys_Thread* thread) : Sys_ThreadImpl(thread) {}
+
+Sys_ThreadPosix::~Sys_ThreadPosix()
+{
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        mQuit = true;
+        mWake.notify_all();
+    }
+    if (mPlatformThread.joinable())
+    {
+        // The last reference may be dropped by the thread itself at its end.
+        if (mPlatformThread.get_id() == std::this_thread::get_id())
+            mPlatformThread.detach();
+        else
+            mPlatformThread.join();
+    }
+}
+
+void Sys_ThreadPosix::SetPlatformDependentMethods()
+{
+    Sys_Thread::SetCreateImplMethod(&CreateThreadPosix);
+}
+
+int Sys_ThreadPosix::NiceOffsetOf(Sys_Thread::EPriority priority)
+{
+    static int const sOffsets[] = {19, 10, 5, 0, -5, -10, -20};
+    int const index = std::clamp(static_cast<int>(priority), 0, 6);
+    return sOffsets[index];
+}
+
+std::string Sys_ThreadPosix::SystemNameOf(std::string const& name)
+{
+    return name.substr(0, 15);
+}
+
+void Sys_ThreadPosix::Suspend()
+{
+    std::lock_guard<std::mutex> lock(mLock);
+    if (mFinished)
+        return;
+    mSuspended = true;
+    mStatus = Sys_Thread::kThreadSuspended;
+}
+
+void Sys_ThreadPosix::Resume()
+{
+    std::lock_guard<std::mutex> lock(mLock);
+    if (mFinished || mQuit)
+        return;
+    mSuspended = false;
+    mStatus = Sys_Thread::kThreadRunning;
+    if (mStarted)
+    {
+        mWake.notify_all();
+        return;
+    }
+    try
+    {
+        mPlatformThread = std::thread([this] { Run(); });
+    }
+    catch (std::system_error const& e)
+    {
+        mSuspended = true;
+        mStatus = Sys_Thread::kThreadSuspended;
+        Sys_ThrowIfOSErr(e.code().value() != 0 ? e.code().value() : EAGAIN);
+    }
+    mStarted = true;
+}
+
+void Sys_ThreadPosix::SetPriority(Sys_Thread::EPriority priority)
+{
+    std::lock_guard<std::mutex> lock(mLock);
+    mPriority = priority;
+    if (mSystemId != 0 && !mFinished)
+        ApplyPriorityLocked();
+}
+
+void Sys_ThreadPosix::ApplyPriorityLocked()
+{
+    int const nice = std::clamp(ProcessNice() + NiceOffsetOf(mPriority), kNiceMin, kNiceMax);
+    // Without the privilege a raise fails; the thread then keeps what it has.
+    (void)setpriority(PRIO_PROCESS, static_cast<id_t>(mSystemId), nice);
+}
+
+Sys_Thread::EStatus Sys_ThreadPosix::GetStatus()
+{
+    std::lock_guard<std::mutex> lock(mLock);
+    return mFinished ? Sys_Thread::kThreadFinished : mStatus;
+}
+
+void Sys_ThreadPosix::Block(Sys_SyncObject::HandleList const& objects, Sys_SyncObject::EWaitForMultipleObjects mode)
+{
+    std::lock_guard<std::mutex> lock(mLock);
+    mWaitList = objects;
+    mWaitMode = mode;
+}
+
+void Sys_ThreadPosix::Block(Sys_SyncObject::Handle const& object)
+{
+    std::lock_guard<std::mutex> lock(mLock);
+    mWaitList.assign(1, object);
+    mWaitMode = Sys_SyncObject::kWaitForAny;
+}
+
+void Sys_ThreadPosix::SetName(std::string const& name)
+{
+    std::lock_guard<std::mutex> lock(mLock);
+    mName = name;
+    if (mStarted && !mFinished)
+        ApplyNameLocked();
+}
+
+void Sys_ThreadPosix::ApplyNameLocked()
+{
+    if (mName.empty())
+        return;
+    // Fails only for a thread that is already gone; the name does not matter then.
+    (void)pthread_setname_np(mPlatformThread.native_handle(), SystemNameOf(mName).c_str());
+}
+
+void Sys_ThreadPosix::Run()
+{
+    Sys_Thread* const thread = GetThread();
+    SetCurrentThread(thread);
+    {
+        // Taking the lock also waits until Resume has stored mPlatformThread.
+        std::lock_guard<std::mutex> lock(mLock);
+        mSystemId = static_cast<int>(syscall(SYS_gettid));
+        ApplyNameLocked();
+        ApplyPriorityLocked();
+    }
+
+    auto finish = [this] {
+        {
+            std::lock_guard<std::mutex> lock(mLock);
+            mFinished = true;
+            mWaitList.clear();
+        }
+        SetCurrentThread(nullptr);
+    };
+
+    try
+    {
+        for (;;)
+        {
+            {
+                std::unique_lock<std::mutex> lock(mLock);
+                mWake.wait(lock, [this] { return !mSuspended || mQuit; });
+                if (mQuit)
+                    break;
+            }
+            if (RunRound() == Sys_Thread::kThreadFinished)
+                break;
+
+            Sys_SyncObject::HandleList waitList;
+            Sys_SyncObject::EWaitForMultipleObjects mode;
+            {
+                std::lock_guard<std::mutex> lock(mLock);
+                waitList.swap(mWaitList);
+                mode = mWaitMode;
+            }
+            // An empty list is a failure that ends the thread: a round that
+            // did not finish must have said what to wait for.
+            Sys_SyncObject::WaitForMultipleObjects(waitList, mode, Sys_SyncObject::kWaitForever);
+        }
+    }
+    catch (abi::__forced_unwind&)
+    {
+        finish();
+        ReleaseThread();
+        throw;
+    }
+    catch (...)
+    {
+        if (Sys_Thread::FatalExceptionMethod method = Sys_Thread::GetFatalExceptionMethod())
+        {
+            try
+            {
+                method(thread, std::current_exception());
+            }
+            catch (...)
+            {
+            }
+        }
+    }
+    finish();
+    // Last: this may delete the thread object and this implementation.
+    ReleaseThread();
+}
