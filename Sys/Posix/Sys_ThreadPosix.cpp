@@ -24,15 +24,21 @@ struct InstallAtLoad
 } sInstallAtLoad;
 
 // Priorities are kept relative to what the process was started with, so
-// that "normal" under a niced host stays that host's normal.
+// that "normal" under a niced host stays that host's normal. Read when the
+// library loads, on the thread that loads it, before any thread of ours
+// can have changed its own value.
+int ReadNice()
+{
+    errno = 0;
+    int const nice = getpriority(PRIO_PROCESS, 0);
+    return errno != 0 ? 0 : nice;
+}
+
+int const sProcessNice = ReadNice();
+
 int ProcessNice()
 {
-    static int const sNice = [] {
-        errno = 0;
-        int const nice = getpriority(PRIO_PROCESS, 0);
-        return errno != 0 ? 0 : nice;
-    }();
-    return sNice;
+    return sProcessNice;
 }
 
 constexpr int kNiceMin = -20;

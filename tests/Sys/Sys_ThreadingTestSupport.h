@@ -9,6 +9,7 @@
 #include <chrono>
 #include <filesystem>
 #include <functional>
+#include <string>
 #include <thread>
 
 namespace vfltest {
@@ -45,6 +46,18 @@ bool Eventually(Pred pred, std::chrono::milliseconds limit = std::chrono::second
 inline std::size_t WaitersOn(Sys_SyncObject const& object)
 {
     return dynamic_cast<Sys_SyncObjectPosix const&>(object).GetWaiterCount();
+}
+
+// The kernel's id of the calling thread, and whether a thread of that id
+// still exists in this process.
+inline std::string IdOfThisThread()
+{
+    return std::filesystem::read_symlink("/proc/thread-self").filename().string();
+}
+
+inline bool ThreadExists(std::string const& id)
+{
+    return std::filesystem::exists("/proc/self/task/" + id);
 }
 
 // Threads of this process right now.
