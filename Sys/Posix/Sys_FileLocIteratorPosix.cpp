@@ -1,0 +1,306 @@
+#include "Sys/Posix/Sys_FileLocIteratorPosix.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+
+#include "Cmn/Cmn_Assert.h"
+#include "Cmn/Cmn_Exception.h"
+#include "Sys/Posix/Sys_FileLocPosix.h"
+#include "Sys/Sys_Mutex.h"
+#include "Sys/Sys_StAcquireMutex.h"
+#include "Sys/Sys_Utils.h"
+
+namespace {
+
+// How many entries of a folder are read between two looks at Abort.
+constexpr size_t kAbortCheckInterval = 256;
+
+char LowerClassic(char c)
+{
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+std::string ToLowerClassic(std::string text)
+{
+    for (char& c : text)
+        c = LowerClassic(c);
+    return text;
+}
+
+bool GlobMatch(std::string const& pattern, std::string const& name)
+{
+    // Iterative match with one backtrack point for the last '*': linear in
+    // practice and never recursive, whatever the pattern.
+    size_t p = 0, n = 0, starP = std::string::npos, starN = 0;
+    while (n < name.size())
+    {
+        if (p < pattern.size() && pattern[p] == '*')
+        {
+            starP = p++;
+            starN = n;
+        }
+        else if (p < pattern.size() && (pattern[p] == '?' || LowerClassic(pattern[p]) == LowerClassic(name[n])))
+        {
+            ++p;
+            ++n;
+        }
+        else if (starP != std::string::npos)
+        {
+            p = starP + 1;
+            n = ++starN;
+        }
+        else
+            return false;
+    }
+    while (p < pattern.size() && pattern[p] == '*')
+        ++p;
+    return p == pattern.size();
+}
+
+} // namespace
+
+void Sys_FileLocIteratorPosix::SetPlatformDependentMethods()
+{
+    Sys_FileLocIterator::SetTypesCreateMethod(&Sys_FileLocIteratorPosix::TypesCreate);
+    Sys_FileLocIterator::SetPatternCreateMethod(&Sys_FileLocIteratorPosix::PatternCreate);
+}
+
+Sys_FileLocIteratorImpl* Sys_FileLocIteratorPosix::TypesCreate(Sys_FileLoc const& start,
+                                                               std::vector<Sys_FileType>& types,
+                                                               Sys_FileLocIterator::EIterType iterType)
+{
+    return new Sys_FileLocIteratorPosix(start, types, iterType);
+}
+
+Sys_FileLocIteratorImpl* Sys_FileLocIteratorPosix::PatternCreate(Sys_FileLoc const& start, std::string const& pattern,
+                                                                 Sys_FileLocIterator::EIterType iterType)
+{
+    return new Sys_FileLocIteratorPosix(start, pattern, iterType);
+}
+
+bool Sys_FileLocIteratorPosix::MatchesPattern(std::string const& pattern, std::string const& name)
+{
+    if (GlobMatch(pattern, name))
+        return true;
+    if (pattern.size() >= 2 && pattern.compare(pattern.size() - 2, 2, ".*") == 0)
+        return GlobMatch(pattern.substr(0, pattern.size() - 2), name);
+    return false;
+}
+
+Sys_FileLocIteratorPosix::Sys_FileLocIteratorPosix(Sys_FileLoc const& start, std::vector<Sys_FileType> const& types,
+                                                   Sys_FileLocIterator::EIterType iterType)
+    : mTypes(types)
+{
+    Start(start, iterType);
+}
+
+Sys_FileLocIteratorPosix::Sys_FileLocIteratorPosix(Sys_FileLoc const& start, std::string const& pattern,
+                                                   Sys_FileLocIterator::EIterType iterType)
+    : mPattern(pattern), mUsePattern(true)
+{
+    Start(start, iterType);
+}
+
+Sys_FileLocIteratorPosix::~Sys_FileLocIteratorPosix() = default;
+
+void Sys_FileLocIteratorPosix::Start(Sys_FileLoc const& start, Sys_FileLocIterator::EIterType iterType)
+{
+    // A path that ends in '/' is of the folder type even when it does not
+    // exist; a walk needs a folder that is there.
+    std::string const path = start.GetFullPath();
+    struct stat st;
+    bool const isFolder = ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+    if (Sys_Utils::GetFileType(start).GetFileType() != Sys_FileType::kTypeFolder || !isFolder)
+        throw Cmn_TypedException<Cmn_NullExceptionData>::New(XC_Sys_BadStartLoc, Cmn_NullExceptionData());
+
+    mFolderMutex.reset(Sys_Mutex::Create(0));
+    mFileMutex.reset(Sys_Mutex::Create(0));
+    mNextFolder = path.back() == '/' ? path : path + "/";
+    if (iterType == Sys_FileLocIterator::kIterateSubfolders)
+        mFolderQueue.push_back(mNextFolder);
+}
+
+bool Sys_FileLocIteratorPosix::ListFolder(std::string const& folder, std::string const& pattern,
+                                          std::vector<Entry>* entries) const
+{
+    entries->clear();
+    DIR* const dir = ::opendir(folder.c_str());
+    if (!dir)
+        return false; // unreadable folders are passed over in silence
+    size_t seen = 0;
+    while (struct dirent* const d = ::readdir(dir))
+    {
+        if (++seen % kAbortCheckInterval == 0 && mAborted.load())
+            break;
+        std::string const name = d->d_name;
+        if (name == "." || name == "..")
+            continue;
+        if (!pattern.empty() && !MatchesPattern(pattern, name))
+            continue;
+        Entry entry;
+        entry.name = name;
+        unsigned char type = d->d_type;
+        if (type == DT_UNKNOWN)
+        {
+            struct stat lst;
+            if (::lstat((folder + name).c_str(), &lst) == 0)
+                type = S_ISDIR(lst.st_mode) ? DT_DIR : (S_ISLNK(lst.st_mode) ? DT_LNK : DT_REG);
+        }
+        if (type == DT_DIR)
+            entry.isDirectory = entry.isRealFolder = true;
+        else if (type == DT_LNK)
+        {
+            struct stat target;
+            entry.isDirectory = ::stat((folder + name).c_str(), &target) == 0 && S_ISDIR(target.st_mode);
+        }
+        entries->push_back(std::move(entry));
+    }
+    ::closedir(dir);
+    std::sort(entries->begin(), entries->end(), [](Entry const& a, Entry const& b) {
+        std::string const la = ToLowerClassic(a.name), lb = ToLowerClassic(b.name);
+        return la != lb ? la < lb : a.name < b.name;
+    });
+    return !entries->empty();
+}
+
+bool Sys_FileLocIteratorPosix::FetchNextFolder(std::string* folder)
+{
+    if (!mNextFolder.empty())
+    {
+        *folder = mNextFolder;
+        mNextFolder.clear();
+        return true;
+    }
+    for (;;)
+    {
+        if (mAborted.load())
+            return false;
+        if (mFolderListValid)
+        {
+            while (mFolderIndex < mFolderList.size())
+            {
+                Entry const& entry = mFolderList[mFolderIndex++];
+                if (!entry.isRealFolder)
+                    continue; // links to folders are not followed
+                std::string const next = mScannedFolder + entry.name + "/";
+                mFolderQueue.push_back(next);
+                *folder = next;
+                return true;
+            }
+            mFolderListValid = false;
+        }
+        if (mFolderQueue.empty())
+            return false;
+        mScannedFolder = mFolderQueue.front();
+        mFolderQueue.pop_front();
+        ListFolder(mScannedFolder, std::string(), &mFolderList);
+        mFolderIndex = 0;
+        mFolderListValid = true;
+    }
+}
+
+void Sys_FileLocIteratorPosix::StepTypeIndex()
+{
+    if (!mTypes.empty())
+        mTypeIndex = (mTypeIndex + 1) % static_cast<uint32>(mTypes.size());
+}
+
+bool Sys_FileLocIteratorPosix::Accept(Entry const& entry)
+{
+    if (mTypes.empty())
+        return true;
+    Sys_FileType const& type = mTypes[mTypeIndex];
+    if (type.GetFileType() == Sys_FileType::kTypeFolder)
+        return entry.isRealFolder;
+    if (type == Sys_FileType(Sys_FileType::kTypeFile))
+        return !entry.isDirectory;
+    return Sys_Utils::AreTypesEquivalent(type, Sys_Utils::GetFileType(mCurrent));
+}
+
+void Sys_FileLocIteratorPosix::Advance()
+{
+    for (;;)
+    {
+        if (mAborted.load())
+            break;
+
+        if (mFileListValid && ++mFileIndex >= mFileList.size())
+        {
+            mFileListValid = false;
+            StepTypeIndex();
+        }
+
+        if (!mFileListValid && mTypeIndex == 0)
+        {
+            std::string folder;
+            if (!FetchNextFolder(&folder))
+                break;
+            Sys_StAcquireMutex lock(mFolderMutex.get());
+            mSearchPath = folder;
+        }
+
+        if (!mFileListValid)
+        {
+            std::string pattern = "*";
+            if (!mTypes.empty() && !mTypes[mTypeIndex].GetWin32Extension().empty())
+                pattern = "*." + mTypes[mTypeIndex].GetWin32Extension();
+            else if (mUsePattern)
+                pattern = mPattern;
+            if (!ListFolder(mSearchPath, pattern, &mFileList))
+            {
+                StepTypeIndex();
+                continue;
+            }
+            mFileIndex = 0;
+            mFileListValid = true;
+        }
+
+        Entry const& entry = mFileList[mFileIndex];
+        std::string candidate = mSearchPath + entry.name;
+        if (!Sys_FileLocPosix::CanonicalizePath(&candidate))
+            continue;
+        Sys_FileLocPosix* const impl = new Sys_FileLocPosix(candidate);
+        impl->ForceCanonical();
+        {
+            Sys_StAcquireMutex lock(mFileMutex.get());
+            mCurrent = Sys_FileLoc(impl);
+            mHasCurrent = true;
+        }
+        if (Accept(entry))
+            return;
+    }
+
+    Sys_StAcquireMutex lock(mFileMutex.get());
+    mHasCurrent = false;
+}
+
+Sys_FileLoc const& Sys_FileLocIteratorPosix::GetCurrent() const
+{
+    Sys_StAcquireMutex lock(mFileMutex.get());
+    CMN_ASSERT(mHasCurrent);
+    return mCurrent;
+}
+
+bool Sys_FileLocIteratorPosix::HasCurrent()
+{
+    if (!mStarted)
+    {
+        mStarted = true;
+        Advance();
+    }
+    Sys_StAcquireMutex lock(mFileMutex.get());
+    return mHasCurrent;
+}
+
+std::string Sys_FileLocIteratorPosix::GetCurrentSearchPath() const
+{
+    Sys_StAcquireMutex lock(mFolderMutex.get());
+    return mSearchPath;
+}
+
+void Sys_FileLocIteratorPosix::Abort()
+{
+    mAborted.store(true);
+}

@@ -1,0 +1,366 @@
+#include "Sys/Posix/Sys_FilePosix.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <limits>
+
+#include "Cmn/Cmn_Assert.h"
+#include "Cmn/Cmn_Exception.h"
+#include "Sys/Posix/Sys_FilePosixCalls.h"
+#include "Sys/Posix/Sys_UtilsPosix.h"
+#include "Sys/Sys_ThrowIfOSErr.h"
+#include "Sys/Sys_Volume.h"
+
+static_assert(sizeof(off_t) == 8, "file offsets must be 64-bit");
+
+namespace {
+
+// Linux moves at most this much in one read or write call.
+constexpr uint64 kMaxTransfer = 0x7FFFF000;
+
+[[noreturn]] void ThrowErrno(int err)
+{
+    // Sys_ThrowIfOSErr returns only for an error number of 0, which a
+    // failed call never leaves behind.
+    Sys_ThrowIfOSErr(err != 0 ? err : EIO, 0);
+    throw Cmn_TypedException<Sys_OSErrData>::New(XC_Sys_SystemError, Sys_OSErrData(EIO));
+}
+
+bool StatxPath(std::string const& path, struct statx* out)
+{
+    return ::statx(AT_FDCWD, path.c_str(), 0, STATX_BASIC_STATS | STATX_BTIME, out) == 0;
+}
+
+bool StatxFd(int fd, struct statx* out)
+{
+    return ::statx(fd, "", AT_EMPTY_PATH, STATX_BASIC_STATS | STATX_BTIME, out) == 0;
+}
+
+Sys_FileAttr AttrFromStatx(struct statx const& st)
+{
+    int64 const modified = Sys_UtilsPosix::FileTimeFromTimespec(st.stx_mtime.tv_sec, st.stx_mtime.tv_nsec);
+    // Not every file system keeps a birth time; a file cannot be younger
+    // than its last write, so that stands in for it.
+    int64 const created = (st.stx_mask & STATX_BTIME)
+                              ? Sys_UtilsPosix::FileTimeFromTimespec(st.stx_btime.tv_sec, st.stx_btime.tv_nsec)
+                              : modified;
+    bool const readOnly = (st.stx_mode & S_IWUSR) == 0;
+    return Sys_FileAttr(static_cast<int64>(st.stx_size), readOnly, created, modified);
+}
+
+} // namespace
+
+void Sys_FilePosix::SetPlatformDependentMethods()
+{
+    Sys_File::SetCreateMethod(&Sys_FilePosix::Create);
+}
+
+Sys_FileImpl* Sys_FilePosix::Create(Sys_FileLoc const& loc)
+{
+    return new Sys_FilePosix(loc);
+}
+
+Sys_FilePosix::Sys_FilePosix(Sys_FileLoc const& loc) : mFileLoc(loc) {}
+
+Sys_FilePosix::~Sys_FilePosix()
+{
+    try
+    {
+        Close();
+        QelClose();
+    }
+    catch (...)
+    {
+        // A destructor must not throw; Close reports nothing anyway.
+    }
+}
+
+bool Sys_FilePosix::IsOpen() const
+{
+    return mHandle >= 0;
+}
+
+bool Sys_FilePosix::IsOnline() const
+{
+    struct stat st;
+    return ::stat(mFileLoc.GetFullPath().c_str(), &st) == 0;
+}
+
+Sys_FileLoc const& Sys_FilePosix::GetFileLoc() const
+{
+    return mFileLoc;
+}
+
+Sys_FileAttr Sys_FilePosix::GetFileAttr() const
+{
+    struct statx st;
+    bool const ok = IsOpen() ? StatxFd(mHandle, &st) : StatxPath(mFileLoc.GetFullPath(), &st);
+    if (!ok)
+        ThrowErrno(errno);
+    return AttrFromStatx(st);
+}
+
+void Sys_FilePosix::SetPermissions(int32 permissions)
+{
+    std::string const path = mFileLoc.GetFullPath();
+    struct stat st;
+    if (::stat(path.c_str(), &st) != 0)
+        ThrowErrno(errno);
+    mode_t mode = st.st_mode & 07777;
+    if (permissions & Sys_File::kPermissionReadOnly)
+        mode &= ~static_cast<mode_t>(S_IWUSR | S_IWGRP | S_IWOTH);
+    else
+        mode |= S_IWUSR;
+    if (::chmod(path.c_str(), mode) != 0)
+        ThrowErrno(errno);
+}
+
+void Sys_FilePosix::LearnBytesPerSector()
+{
+    try
+    {
+        Sys_Volume const volume = mFileLoc.GetVolume();
+        if (volume.IsMounted())
+        {
+            Sys_Volume::EVolumeType const type = volume.GetVolumeType();
+            if (type == Sys_Volume::kVolumeTypeFixed || type == Sys_Volume::kVolumeTypeRemovable)
+                mBytesPerSector = volume.GetBytesPerSector();
+        }
+    }
+    catch (...)
+    {
+        // Only the unbuffered path needs the sector size; a plain file
+        // opens without it.
+        mBytesPerSector = 0;
+    }
+}
+
+void Sys_FilePosix::Open(int32 openMode)
+{
+    if (IsOpen())
+        throw Cmn_TypedException<Cmn_NullExceptionData>::New(XC_Sys_FileAlreadyOpen, Cmn_NullExceptionData());
+
+    if (mBytesPerSector == 0)
+        LearnBytesPerSector();
+
+    CMN_ASSERT(!((openMode & Sys_File::kOpenUnbuffered) && !(openMode & Sys_File::kOpenAsync)));
+
+    bool const write = (openMode & Sys_File::kOpenWrite) != 0;
+    bool const read = (openMode & Sys_File::kOpenRead) != 0;
+    int flags = write ? (read ? O_RDWR : O_WRONLY) : O_RDONLY;
+
+    if (openMode & Sys_File::kOpenWriteThrough)
+    {
+        CMN_ASSERT(write);
+        // Delete-on-close replaces every earlier flag: a file that is going
+        // away is not worth writing through.
+        if (!(openMode & Sys_File::kOpenDeleteOnClose))
+            flags |= O_DSYNC;
+    }
+
+    bool const existing = (openMode & Sys_File::kOpenExisting) != 0;
+    bool const create = (openMode & Sys_File::kOpenCreate) != 0;
+    if (existing && create)
+        flags |= O_CREAT;
+    else if (create)
+        flags |= O_CREAT | O_TRUNC;
+    else if (!existing)
+        ThrowErrno(EINVAL); // no disposition at all: the system refuses it
+
+    std::string const path = mFileLoc.GetFullPath();
+    // Not blocking while opening, so that a FIFO cannot hang the caller.
+    int const fd = Sys_FilePosixCalls::Current().open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0666);
+    if (fd < 0)
+        ThrowErrno(errno);
+
+    struct stat st;
+    int err = 0;
+    if (::fstat(fd, &st) != 0)
+        err = errno;
+    else if (S_ISDIR(st.st_mode))
+        err = EISDIR;
+    else if (::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK) != 0)
+        err = errno;
+    if (err != 0)
+    {
+        Sys_FilePosixCalls::Current().close(fd);
+        ThrowErrno(err);
+    }
+
+    mHandle = fd;
+    mOpenMode = openMode;
+    mPosition = 0;
+    mDevice = static_cast<uint64>(st.st_dev);
+    mInode = static_cast<uint64>(st.st_ino);
+}
+
+void Sys_FilePosix::Close()
+{
+    if (IsOpen())
+    {
+        Sys_FilePosixCalls const& calls = Sys_FilePosixCalls::Current();
+        if (mOpenMode & Sys_File::kOpenWrite)
+            calls.fsync(mHandle);
+        calls.close(mHandle);
+        if (mOpenMode & Sys_File::kOpenDeleteOnClose)
+        {
+            std::string const path = mFileLoc.GetFullPath();
+            struct stat st;
+            if (::stat(path.c_str(), &st) == 0 && static_cast<uint64>(st.st_dev) == mDevice &&
+                static_cast<uint64>(st.st_ino) == mInode)
+                ::unlink(path.c_str());
+        }
+    }
+    mHandle = -1;
+    mOpenMode = 0;
+}
+
+void Sys_FilePosix::ThrowIfClosed() const
+{
+    if (!IsOpen())
+        ThrowErrno(EBADF);
+}
+
+void Sys_FilePosix::SetEOF(int64 size)
+{
+    ThrowIfClosed();
+    if (Sys_FilePosixCalls::Current().ftruncate(mHandle, size) != 0)
+        ThrowErrno(errno);
+    Sys_FilePosixCalls::Current().fsync(mHandle);
+    // The position is in user space and stays where it was.
+}
+
+uint64 Sys_FilePosix::GetEOF()
+{
+    ThrowIfClosed();
+    struct stat st;
+    if (::fstat(mHandle, &st) != 0)
+        ThrowErrno(errno);
+    return static_cast<uint64>(st.st_size);
+}
+
+void Sys_FilePosix::SetPosition(Sys_File::EOffsetFrom from, int64 offset)
+{
+    ThrowIfClosed();
+    int64 base = 0;
+    switch (from)
+    {
+    case Sys_File::kFromStart:
+        base = 0;
+        break;
+    case Sys_File::kFromCurrent:
+        base = static_cast<int64>(mPosition);
+        break;
+    case Sys_File::kFromEnd:
+        base = static_cast<int64>(GetEOF());
+        if (offset == std::numeric_limits<int64>::min())
+            ThrowErrno(EINVAL);
+        offset = -offset;
+        break;
+    default:
+        CMN_ASSERT(false);
+        return;
+    }
+    int64 position = 0;
+    if (__builtin_add_overflow(base, offset, &position) || position < 0)
+        ThrowErrno(EINVAL); // a seek before the start of the file
+    mPosition = static_cast<uint64>(position);
+}
+
+uint64 Sys_FilePosix::GetPosition()
+{
+    return IsOpen() ? mPosition : 0;
+}
+
+int64 Sys_FilePosix::Read(void* buffer, int64 count)
+{
+    ThrowIfClosed();
+    // One transfer is at most 4 GiB - 1 bytes: the count above 32 bits is dropped.
+    uint64 const wanted = static_cast<uint64>(count) & 0xFFFFFFFFu;
+    char* const bytes = static_cast<char*>(buffer);
+    uint64 done = 0;
+    while (done < wanted)
+    {
+        uint64 const chunk = std::min(wanted - done, kMaxTransfer);
+        int64 const got = Sys_FilePosixCalls::Current().pread(mHandle, bytes + done, chunk,
+                                                             static_cast<int64>(mPosition + done));
+        if (got < 0)
+        {
+            int const err = errno;
+            if (err == EINTR)
+                continue;
+            mPosition += done;
+            ThrowErrno(err);
+        }
+        if (got == 0)
+            break; // the end of the file
+        done += static_cast<uint64>(got);
+    }
+    mPosition += done;
+    return static_cast<int64>(done);
+}
+
+int64 Sys_FilePosix::Write(void const* buffer, int64 count)
+{
+    ThrowIfClosed();
+    uint64 const wanted = static_cast<uint64>(count) & 0xFFFFFFFFu;
+    char const* const bytes = static_cast<char const*>(buffer);
+    uint64 done = 0;
+    while (done < wanted)
+    {
+        uint64 const chunk = std::min(wanted - done, kMaxTransfer);
+        int64 const put = Sys_FilePosixCalls::Current().pwrite(mHandle, bytes + done, chunk,
+                                                              static_cast<int64>(mPosition + done));
+        int err = 0;
+        if (put < 0)
+            err = errno;
+        else if (put == 0)
+            err = EIO; // no progress and no reason: do not spin on it
+        if (err == EINTR)
+            continue;
+        if (err != 0)
+        {
+            mPosition += done;
+            ThrowErrno(err);
+        }
+        done += static_cast<uint64>(put);
+    }
+    mPosition += done;
+    mHighWaterMark = std::max(mHighWaterMark, mPosition);
+    return static_cast<int64>(done);
+}
+
+void Sys_FilePosix::QelOpen(int32 openMode)
+{
+    if (mQelHandle >= 0)
+        return;
+    bool const write = (openMode & Sys_File::kOpenWrite) != 0;
+    bool const read = (openMode & Sys_File::kOpenRead) != 0;
+    int const flags = write ? (read ? O_RDWR : O_WRONLY) : O_RDONLY;
+    std::string const path = mFileLoc.GetFullPath();
+    int const fd = Sys_FilePosixCalls::Current().open(path.c_str(), flags | O_CLOEXEC, 0);
+    if (fd < 0)
+        ThrowErrno(errno);
+    mQelHandle = fd;
+}
+
+void Sys_FilePosix::QelClose()
+{
+    if (mQelHandle >= 0)
+        Sys_FilePosixCalls::Current().close(mQelHandle);
+    mQelHandle = -1;
+}
+
+uint64 Sys_FilePosix::QelGetHighWaterMark()
+{
+    return mHighWaterMark;
+}
+
+void Sys_FilePosix::QelSetHighWaterMark(int64 mark)
+{
+    mHighWaterMark = static_cast<uint64>(mark);
+}

@@ -1,0 +1,52 @@
+#include "Sys/Posix/Sys_FilePosixCalls.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+int SysOpen(char const* path, int flags, unsigned mode)
+{
+    return ::open(path, flags, static_cast<mode_t>(mode));
+}
+
+int SysClose(int fd)
+{
+    return ::close(fd);
+}
+
+int64 SysPread(int fd, void* buffer, uint64 count, int64 offset)
+{
+    return ::pread(fd, buffer, static_cast<size_t>(count), static_cast<off_t>(offset));
+}
+
+int64 SysPwrite(int fd, void const* buffer, uint64 count, int64 offset)
+{
+    return ::pwrite(fd, buffer, static_cast<size_t>(count), static_cast<off_t>(offset));
+}
+
+int SysFtruncate(int fd, int64 length)
+{
+    return ::ftruncate(fd, static_cast<off_t>(length));
+}
+
+int SysFsync(int fd)
+{
+    return ::fsync(fd);
+}
+
+constexpr Sys_FilePosixCalls kSystemCalls = {&SysOpen, &SysClose, &SysPread, &SysPwrite, &SysFtruncate, &SysFsync};
+
+Sys_FilePosixCalls sCurrent = kSystemCalls;
+
+} // namespace
+
+Sys_FilePosixCalls& Sys_FilePosixCalls::Current()
+{
+    return sCurrent;
+}
+
+Sys_FilePosixCalls const& Sys_FilePosixCalls::System()
+{
+    return kSystemCalls;
+}

@@ -1,0 +1,515 @@
+#include "Sys/Posix/Sys_UtilsPosix.h"
+
+#include <fcntl.h>
+#include <pwd.h>
+#include <stdio.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+
+#include "Cmn/Cmn_Assert.h"
+#include "Sys/Posix/Sys_FileLocPosix.h"
+#include "Sys/Posix/Sys_VolumePosix.h"
+#include "Sys/Sys_Utils.h"
+#include "Sys/Sys_Volume.h"
+
+namespace {
+
+constexpr int64 kFileTimeOfUnixEpoch = 116444736000000000LL; // 100 ns units from 1601 to 1970
+constexpr int64 kFileTimeUnitsPerSecond = 10000000LL;
+
+// The ladder of thread priorities, and the nice value that stands for each.
+constexpr int32 kPriorityLadder[] = {-15, -2, -1, 0, 1, 2, 15};
+constexpr int kNiceOfPriority[] = {19, 10, 5, 0, -5, -10, -20};
+constexpr int kLadderSize = static_cast<int>(sizeof(kPriorityLadder) / sizeof(kPriorityLadder[0]));
+
+thread_local int32 tThreadPriority = 0;
+
+int LadderIndex(int32 priority)
+{
+    for (int i = 0; i < kLadderSize; ++i)
+        if (kPriorityLadder[i] == priority)
+            return i;
+    return -1;
+}
+
+bool IsFolderOnDisk(std::string const& path)
+{
+    struct stat st;
+    return ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+bool IsOnDisk(std::string const& path)
+{
+    struct stat st;
+    return ::stat(path.c_str(), &st) == 0;
+}
+
+std::string WithTrailingSlash(std::string path)
+{
+    if (path.empty() || path.back() != '/')
+        path += '/';
+    return path;
+}
+
+std::string HomeFolder()
+{
+    if (char const* home = std::getenv("HOME"); home && home[0] == '/')
+        return home;
+    struct passwd pw;
+    struct passwd* found = nullptr;
+    char buffer[4096];
+    if (::getpwuid_r(::getuid(), &pw, buffer, sizeof(buffer), &found) == 0 && found && found->pw_dir)
+        return found->pw_dir;
+    return std::string();
+}
+
+// The extended attributes in the user namespace travel with a copy, as the
+// named streams of other systems do: Macintosh information lives there.
+void CopyUserXattrs(int from, int to)
+{
+    ssize_t const size = ::flistxattr(from, nullptr, 0);
+    if (size <= 0)
+        return;
+    std::string names(static_cast<size_t>(size), '\0');
+    ssize_t const got = ::flistxattr(from, names.data(), names.size());
+    if (got <= 0)
+        return;
+    names.resize(static_cast<size_t>(got));
+    for (size_t pos = 0; pos < names.size();)
+    {
+        std::string const name(names.c_str() + pos);
+        pos += name.size() + 1;
+        if (name.rfind("user.", 0) != 0)
+            continue;
+        ssize_t const valueSize = ::fgetxattr(from, name.c_str(), nullptr, 0);
+        if (valueSize < 0)
+            continue;
+        std::string value(static_cast<size_t>(valueSize), '\0');
+        ssize_t const valueGot = ::fgetxattr(from, name.c_str(), value.data(), value.size());
+        if (valueGot < 0)
+            continue;
+        ::fsetxattr(to, name.c_str(), value.data(), static_cast<size_t>(valueGot), 0);
+    }
+}
+
+bool CopyData(int from, int to, int64 size)
+{
+    int64 done = 0;
+    bool useRange = true;
+    std::vector<char> buffer;
+    while (done < size)
+    {
+        if (useRange)
+        {
+            ssize_t const n = ::copy_file_range(from, nullptr, to, nullptr, static_cast<size_t>(size - done), 0);
+            if (n > 0)
+            {
+                done += n;
+                continue;
+            }
+            if (n == 0)
+                break; // the source became shorter
+            if (errno == EINTR)
+                continue;
+            if (errno != EXDEV && errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP)
+                return false;
+            useRange = false; // a pair of file systems that cannot: copy by hand
+            if (::lseek(from, done, SEEK_SET) < 0 || ::lseek(to, done, SEEK_SET) < 0)
+                return false;
+        }
+        if (buffer.empty())
+            buffer.resize(1 << 20);
+        ssize_t const n = ::read(from, buffer.data(), buffer.size());
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            return n == 0;
+        for (ssize_t put = 0; put < n;)
+        {
+            ssize_t const w = ::write(to, buffer.data() + put, static_cast<size_t>(n - put));
+            if (w < 0 && errno == EINTR)
+                continue;
+            if (w <= 0)
+                return false;
+            put += w;
+        }
+        done += n;
+    }
+    return true;
+}
+
+// Copies a regular file with its permissions and user attributes. With
+// exclusive set an existing destination is left alone and the copy fails.
+bool CopyRegularFile(std::string const& from, std::string const& to, bool exclusive)
+{
+    int const in = ::open(from.c_str(), O_RDONLY | O_CLOEXEC);
+    if (in < 0)
+        return false;
+    struct stat st;
+    if (::fstat(in, &st) != 0 || !S_ISREG(st.st_mode))
+    {
+        ::close(in);
+        return false;
+    }
+    // A file copied onto itself would be truncated before it is read.
+    struct stat dst;
+    if (::stat(to.c_str(), &dst) == 0 && dst.st_dev == st.st_dev && dst.st_ino == st.st_ino)
+    {
+        ::close(in);
+        return false;
+    }
+    int const flags = O_WRONLY | O_CREAT | O_CLOEXEC | (exclusive ? O_EXCL : O_TRUNC);
+    int const out = ::open(to.c_str(), flags, st.st_mode & 07777);
+    if (out < 0)
+    {
+        ::close(in);
+        return false;
+    }
+    bool ok = CopyData(in, out, static_cast<int64>(st.st_size));
+    if (ok)
+    {
+        ::fchmod(out, st.st_mode & 07777);
+        CopyUserXattrs(in, out);
+    }
+    ok = (::close(out) == 0) && ok;
+    ::close(in);
+    return ok;
+}
+
+} // namespace
+
+void Sys_UtilsPosix::SetPlatformDependentMethods()
+{
+    Sys_Utils::SetThreadSafeIncrementMethod(&ThreadSafeIncrement);
+    Sys_Utils::SetThreadSafeDecrementMethod(&ThreadSafeDecrement);
+    Sys_Utils::SetSleepMethod(&DoSleep);
+    Sys_Utils::SetGetFileTypeMethod(static_cast<Sys_FileType (*)(Sys_FileLoc const&)>(&GetFileType));
+    Sys_Utils::SetGetVolumeRootFolderLocMethod(&GetVolumeRootFolderLoc);
+    Sys_Utils::SetGetUTCMethod(&GetUTC);
+    Sys_Utils::SetUTC2StringMethod(&UTC2String);
+    Sys_Utils::SetGetTempFolderLocMethod(&GetTempFolderLoc);
+    Sys_Utils::SetGetTempFileLocMethod(&GetTempFileLoc);
+    Sys_Utils::SetGetDesktopFolderLocMethod(&GetDesktopFolderLoc);
+    Sys_Utils::SetCopyFileMethod(&CopyFileA);
+    Sys_Utils::SetMoveFileMethod(&MoveFileA);
+    Sys_Utils::SetDeleteFileMethod(&DeleteFileA);
+    Sys_Utils::SetDeleteFolderMethod(&DeleteFolder);
+    Sys_Utils::SetCreateFolderMethod(&CreateFolder);
+    Sys_Utils::SetHandleFatalExceptionsMethod(&HandleFatalExceptions);
+    Sys_Utils::SetExitMethod(&Exit);
+    Sys_Utils::SetBoostThreadPriorityMethod(&BoostThreadPriority);
+    Sys_Utils::SetLowerThreadPriorityMethod(&LowerThreadPriority);
+    Sys_Utils::SetMicrosecondsMethod(&Microseconds);
+}
+
+int32 Sys_UtilsPosix::ThreadSafeIncrement(volatile int32& value)
+{
+    return __atomic_add_fetch(&value, 1, __ATOMIC_SEQ_CST);
+}
+
+int32 Sys_UtilsPosix::ThreadSafeDecrement(volatile int32& value)
+{
+    return __atomic_sub_fetch(&value, 1, __ATOMIC_SEQ_CST);
+}
+
+void Sys_UtilsPosix::DoSleep(int32 ms)
+{
+    if (ms > 0)
+        std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+    else
+        std::this_thread::yield();
+}
+
+// ---------------------------------------------------------------- types
+
+Sys_FileType Sys_UtilsPosix::GetFileType(Sys_FileLoc const& loc)
+{
+    return GetFileType(loc.GetFullPath());
+}
+
+Sys_FileType Sys_UtilsPosix::GetFileType(std::string const& path)
+{
+    Sys_FileType t1;
+    bool const unmounted = path.rfind("*:", 0) == 0; // relative to nothing: never looked up
+    if ((!path.empty() && path.back() == '/') || (!unmounted && IsFolderOnDisk(path)))
+        t1 = Sys_FileType(Sys_FileType::kTypeFolder);
+
+    // Macintosh type codes are read from HFS volumes only, which this
+    // platform does not mount; that step finds nothing here.
+
+    Sys_FileType t2;
+    size_t const dot = path.rfind('.');
+    if (dot != std::string::npos)
+    {
+        Sys_FileType const byExtension(path.substr(dot + 1));
+        if (Sys_Utils::IsKnownType(byExtension))
+            t2 = byExtension;
+    }
+    if (t1.GetFileType() == Sys_FileType::kTypeUnknown || Sys_Utils::AreTypesEquivalent(t1, t2))
+        t1 = t2;
+    return t1;
+}
+
+Sys_FileLoc Sys_UtilsPosix::GetVolumeRootFolderLoc(Sys_Volume const& volume)
+{
+    Sys_VolumePosix const* const posix = dynamic_cast<Sys_VolumePosix const*>(volume.GetImpl());
+    return Sys_FileLoc(posix ? posix->GetVolumeRootString() : std::string("*:"));
+}
+
+// ---------------------------------------------------------------- clocks
+
+int64 Sys_UtilsPosix::FileTimeFromTimespec(int64 seconds, int64 nanoseconds)
+{
+    return seconds * kFileTimeUnitsPerSecond + nanoseconds / 100 + kFileTimeOfUnixEpoch;
+}
+
+int64 Sys_UtilsPosix::GetUTC()
+{
+    struct timespec ts;
+    ::clock_gettime(CLOCK_REALTIME, &ts);
+    return FileTimeFromTimespec(ts.tv_sec, ts.tv_nsec);
+}
+
+std::string Sys_UtilsPosix::UTC2String(int64 utc)
+{
+    // File times are unsigned on the systems that made them; the upper half
+    // of that range has no date.
+    if (utc < 0)
+        return "N/A";
+    time_t const seconds = static_cast<time_t>((utc - kFileTimeOfUnixEpoch) / kFileTimeUnitsPerSecond -
+                                               ((utc - kFileTimeOfUnixEpoch) % kFileTimeUnitsPerSecond < 0 ? 1 : 0));
+    struct tm local;
+    if (::localtime_r(&seconds, &local) == nullptr)
+        return "N/A";
+    char text[64];
+    int const n = std::snprintf(text, sizeof(text), "%02d/%02d/%04d %02d:%02d:%02d", local.tm_mon + 1,
+                                local.tm_mday, local.tm_year + 1900, local.tm_hour, local.tm_min, local.tm_sec);
+    if (n <= 0 || n >= static_cast<int>(sizeof(text)))
+        return "N/A";
+    return text;
+}
+
+int64 Sys_UtilsPosix::Microseconds()
+{
+    struct timespec ts;
+    ::clock_gettime(CLOCK_MONOTONIC, &ts);
+    return static_cast<int64>(ts.tv_sec) * 1000000 + ts.tv_nsec / 1000;
+}
+
+// ---------------------------------------------------------------- locations
+
+Sys_FileLoc Sys_UtilsPosix::GetTempFolderLoc()
+{
+    char const* tmp = std::getenv("TMPDIR");
+    std::string folder = (tmp && tmp[0] == '/' && IsFolderOnDisk(tmp)) ? tmp : "/tmp";
+    return Sys_FileLoc(WithTrailingSlash(folder));
+}
+
+Sys_FileLoc Sys_UtilsPosix::GetTempFileLoc()
+{
+    std::string path = GetTempFolderLoc().GetFullPath() + "tmpXXXXXX";
+    int const fd = ::mkstemp(path.data());
+    CMN_ASSERT(fd >= 0);
+    if (fd >= 0)
+        ::close(fd);
+    return Sys_FileLoc(path);
+}
+
+Sys_FileLoc Sys_UtilsPosix::GetDesktopFolderLoc()
+{
+    if (char const* desktop = std::getenv("XDG_DESKTOP_DIR"); desktop && desktop[0] == '/')
+        return Sys_FileLoc(WithTrailingSlash(desktop));
+    std::string const home = HomeFolder();
+    CMN_ASSERT(!home.empty());
+    return Sys_FileLoc(WithTrailingSlash(home) + "Desktop/");
+}
+
+void Sys_UtilsPosix::GetAppModuleLoc(Sys_FileLoc* loc)
+{
+    char buffer[4096];
+    ssize_t const n = ::readlink("/proc/self/exe", buffer, sizeof(buffer) - 1);
+    CMN_ASSERT(n > 0);
+    if (n > 0)
+        *loc = Sys_FileLoc(std::string(buffer, static_cast<size_t>(n)));
+}
+
+// ---------------------------------------------------------------- file operations
+
+void Sys_UtilsPosix::CopyFileA(Sys_FileLoc const& from, Sys_FileLoc const& to)
+{
+    CopyRegularFile(from.GetFullPath(), to.GetFullPath(), false);
+}
+
+void Sys_UtilsPosix::MoveFileA(Sys_FileLoc const& from, Sys_FileLoc const& to)
+{
+    // Extended attributes, where Macintosh information lives, belong to the
+    // file itself and move with it; nothing needs carrying across by hand.
+    std::string const source = from.GetFullPath();
+    std::string const destination = to.GetFullPath();
+    if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, destination.c_str(), RENAME_NOREPLACE) == 0)
+        return;
+    int const err = errno;
+    if (err == EINVAL && !IsOnDisk(destination))
+    {
+        // A file system without the no-replace flag.
+        ::rename(source.c_str(), destination.c_str());
+    }
+    else if (err == EXDEV)
+    {
+        // Another volume: copy and then remove, as a move across drives does.
+        if (CopyRegularFile(source, destination, true))
+            ::unlink(source.c_str());
+    }
+}
+
+void Sys_UtilsPosix::DeleteFileA(Sys_FileLoc const& loc)
+{
+    ::unlink(loc.GetFullPath().c_str());
+}
+
+void Sys_UtilsPosix::DeleteFolder(Sys_FileLoc const& loc)
+{
+    // A folder in use as the current folder is left for its parent first,
+    // as on systems that cannot remove it otherwise.
+    char buffer[1024];
+    if (::getcwd(buffer, sizeof(buffer)) != nullptr && !loc.IsVolumeRoot())
+    {
+        if (Sys_FileLoc(std::string(buffer)) == loc)
+            if (::chdir(loc.GetParentFolder().GetFullPath().c_str()) != 0)
+            {
+                // Stay where we are: the removal below will then fail quietly.
+            }
+    }
+    ::rmdir(loc.GetFullPath().c_str());
+}
+
+void Sys_UtilsPosix::CreateFolder(Sys_FileLoc const& loc)
+{
+    if (loc.IsVolumeRoot())
+        return;
+    std::string const path = loc.GetFullPath();
+    if (IsOnDisk(path))
+        return;
+    CreateFolder(loc.GetParentFolder());
+    ::mkdir(path.c_str(), 0777);
+    // The location was made canonical before the folder existed; let its
+    // next use see a folder and add the trailing '/'.
+    if (Sys_FileLocPosix* const posix = dynamic_cast<Sys_FileLocPosix*>(loc.GetImpl()))
+        posix->SetFullPath(posix->GetFullPath());
+}
+
+// ---------------------------------------------------------------- thread priority
+
+int32 Sys_UtilsPosix::GetThreadPriority()
+{
+    return tThreadPriority;
+}
+
+void Sys_UtilsPosix::SetThreadPriority(int32 priority)
+{
+    tThreadPriority = priority;
+    int const index = LadderIndex(priority);
+    int const nice = index >= 0 ? kNiceOfPriority[index] : 0;
+    // Raising a thread above normal needs privileges; without them the
+    // thread keeps running as it was.
+    ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), nice);
+}
+
+void Sys_UtilsPosix::BoostThreadPriority()
+{
+    int32 const current = GetThreadPriority();
+    int const index = LadderIndex(current);
+    SetThreadPriority(index >= 0 && index + 1 < kLadderSize ? kPriorityLadder[index + 1] : current);
+}
+
+void Sys_UtilsPosix::LowerThreadPriority()
+{
+    int32 const current = GetThreadPriority();
+    int const index = LadderIndex(current);
+    SetThreadPriority(index > 0 ? kPriorityLadder[index - 1] : current);
+}
+
+// ---------------------------------------------------------------- fatal exceptions
+
+bool Sys_UtilsPosix::HandleFatalExceptions()
+{
+    std::string config;
+    if (char const* xdg = std::getenv("XDG_CONFIG_HOME"); xdg && xdg[0] == '/')
+        config = xdg;
+    else
+        config = HomeFolder() + "/.config";
+    return !IsOnDisk(WithTrailingSlash(config) + "Zenthar/Enable JIT Debugging");
+}
+
+void Sys_UtilsPosix::Exit()
+{
+    std::exit(0);
+}
+
+// ---------------------------------------------------------------- file chooser filters
+
+void Sys_UtilsPosix::MakeFilterPairsString(std::vector<Sys_FileType>* types, char* buffer, int32 bufferSize,
+                                           bool addAllFiles)
+{
+    if (!types)
+        return;
+    // The count decides what goes in, as it always has; the write position
+    // is kept apart from it so that no entry is written past the buffer.
+    // After an overflow the count starts again from 0 and the buffer counts
+    // as empty, so writing starts again at its head.
+    int64 count = 0;
+    int64 written = 0;
+    std::string patterns;
+    auto put = [&](std::string const& text) {
+        std::memcpy(buffer + written, text.c_str(), text.size() + 1);
+        written += static_cast<int64>(text.size() + 1);
+    };
+    for (Sys_FileType const& type : *types)
+    {
+        std::string const extension = Sys_Utils::GetAssociatedExtension(type);
+        std::string const pattern = extension.empty() ? "*.*" : "*." + extension;
+        std::string const label = Sys_Utils::GetDescriptiveString(type) + " (" + pattern + ")";
+        if (!patterns.empty())
+            patterns += ';';
+        patterns += pattern;
+        count += static_cast<int64>(label.size() + pattern.size() + 2);
+        if (count >= bufferSize)
+        {
+            count = 0;
+            written = 0;
+            break;
+        }
+        put(label);
+        put(pattern);
+    }
+    if (addAllFiles)
+    {
+        // The running list of patterns is counted though it is not written:
+        // a stricter test than needed, kept as it is.
+        std::string const label = "All Files (*.*)";
+        std::string const pattern = "*.*";
+        count += static_cast<int64>(label.size() + patterns.size() + 2);
+        if (count < bufferSize && written + static_cast<int64>(label.size() + pattern.size() + 2) <= bufferSize)
+        {
+            put(label);
+            put(pattern);
+        }
+    }
+    if (count + 1 < bufferSize && written < bufferSize)
+        buffer[written] = '\0';
+    if (count == 0 && bufferSize >= 2)
+    {
+        buffer[0] = '\0';
+        buffer[1] = '\0';
+    }
+}

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Cmn/Cmn_Types.h"
+#include "Sys/Sys_FileLoc.h"
+#include "Sys/Sys_FileType.h"
+
+class Sys_Volume;
+
+// The Linux functions behind the pointers of Sys_Utils.
+class Sys_UtilsPosix
+{
+public:
+    // Installs every function below into Sys_Utils.
+    static void SetPlatformDependentMethods();
+
+    static int32 ThreadSafeIncrement(volatile int32& value);
+    static int32 ThreadSafeDecrement(volatile int32& value);
+    static void DoSleep(int32 ms);
+
+    static Sys_FileType GetFileType(Sys_FileLoc const& loc);
+    // Decides the type of a canonical path: a folder if it ends in '/' or
+    // is a folder on disk, else the registered type of the text behind the
+    // last dot, else unknown.
+    static Sys_FileType GetFileType(std::string const& path);
+    static Sys_FileLoc GetVolumeRootFolderLoc(Sys_Volume const& volume);
+
+    // 100 ns units since 1601-01-01 UTC.
+    static int64 GetUTC();
+    static std::string UTC2String(int64 utc);
+    static int64 FileTimeFromTimespec(int64 seconds, int64 nanoseconds);
+    // A steady clock: CLOCK_MONOTONIC needs no calibration, so start-up
+    // does not spend a second measuring a counter.
+    static int64 Microseconds();
+
+    // $TMPDIR, or /tmp.
+    static Sys_FileLoc GetTempFolderLoc();
+    static Sys_FileLoc GetTempFileLoc();
+    // $XDG_DESKTOP_DIR, or ~/Desktop.
+    static Sys_FileLoc GetDesktopFolderLoc();
+    static void GetAppModuleLoc(Sys_FileLoc* loc);
+
+    // Quiet: failures are not reported.
+    static void CopyFileA(Sys_FileLoc const& from, Sys_FileLoc const& to);
+    // Never replaces an existing destination.
+    static void MoveFileA(Sys_FileLoc const& from, Sys_FileLoc const& to);
+    static void DeleteFileA(Sys_FileLoc const& loc);
+    static void DeleteFolder(Sys_FileLoc const& loc);
+    static void CreateFolder(Sys_FileLoc const& loc);
+
+    // The priority ladder -15, -2, -1, 0, 1, 2, 15 of the calling thread. The
+    // value is kept per thread and applied to the thread's nice value as far
+    // as the process may; a refusal for want of privileges is ignored.
+    static void BoostThreadPriority();
+    static void LowerThreadPriority();
+    static int32 GetThreadPriority();
+    static void SetThreadPriority(int32 priority);
+
+    static bool HandleFatalExceptions();
+    static void Exit();
+
+    // The double-NUL-terminated pairs of label and pattern of a file
+    // chooser's filter list.
+    static void MakeFilterPairsString(std::vector<Sys_FileType>* types, char* buffer, int32 bufferSize,
+                                      bool addAllFiles);
+};

@@ -1,0 +1,3 @@
+#include "Sys/Sys_FileLocImpl.h"
+
+Sys_FileLocImpl::~Sys_FileLocImpl() = default;

@@ -1,0 +1,3 @@
+#include "Sys/Sys_FileLocIteratorImpl.h"
+
+Sys_FileLocIteratorImpl::~Sys_FileLocIteratorImpl() = default;

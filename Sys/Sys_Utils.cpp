@@ -1,0 +1,288 @@
+#include "Sys/Sys_Utils.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+#include "Cmn/Cmn_Assert.h"
+#include "Sys/Sys_File.h"
+#include "Sys/Sys_FileLoc.h"
+#include "Sys/Sys_FileLocIterator.h"
+#include "Sys/Sys_Volume.h"
+
+Sys_Utils::ThreadSafeIncrementMethod Sys_Utils::sThreadSafeIncrement = nullptr;
+Sys_Utils::ThreadSafeDecrementMethod Sys_Utils::sThreadSafeDecrement = nullptr;
+Sys_Utils::SleepMethod Sys_Utils::sSleep = nullptr;
+Sys_Utils::GetFileTypeMethod Sys_Utils::sGetFileType = nullptr;
+Sys_Utils::GetVolumeRootFolderLocMethod Sys_Utils::sGetVolumeRootFolderLoc = nullptr;
+Sys_Utils::GetUTCMethod Sys_Utils::sGetUTC = nullptr;
+Sys_Utils::UTC2StringMethod Sys_Utils::sUTC2String = nullptr;
+Sys_Utils::GetTempFolderLocMethod Sys_Utils::sGetTempFolderLoc = nullptr;
+Sys_Utils::GetTempFileLocMethod Sys_Utils::sGetTempFileLoc = nullptr;
+Sys_Utils::GetDesktopFolderLocMethod Sys_Utils::sGetDesktopFolderLoc = nullptr;
+Sys_Utils::CopyFileMethod Sys_Utils::sCopyFile = nullptr;
+Sys_Utils::MoveFileMethod Sys_Utils::sMoveFile = nullptr;
+Sys_Utils::DeleteFileMethod Sys_Utils::sDeleteFile = nullptr;
+Sys_Utils::DeleteFolderMethod Sys_Utils::sDeleteFolder = nullptr;
+Sys_Utils::CreateFolderMethod Sys_Utils::sCreateFolder = nullptr;
+Sys_Utils::GetNewExceptionLogFileLocMethod Sys_Utils::sGetNewExceptionLogFileLoc = nullptr;
+Sys_Utils::WriteExceptionLogFileMethod Sys_Utils::sWriteExceptionLogFile = nullptr;
+Sys_Utils::DisplayExceptionLogFileMethod Sys_Utils::sDisplayExceptionLogFile = nullptr;
+Sys_Utils::PostFatalExceptionDialogMethod Sys_Utils::sPostFatalExceptionDialog = nullptr;
+Sys_Utils::HandleFatalExceptionsMethod Sys_Utils::sHandleFatalExceptions = nullptr;
+Sys_Utils::ExitMethod Sys_Utils::sExit = nullptr;
+Sys_Utils::BoostThreadPriorityMethod Sys_Utils::sBoostThreadPriority = nullptr;
+Sys_Utils::LowerThreadPriorityMethod Sys_Utils::sLowerThreadPriority = nullptr;
+Sys_Utils::MicrosecondsMethod Sys_Utils::sMicroseconds = nullptr;
+
+namespace {
+
+// A service used before Sys_Init::Init() installed it is a programming
+// error, reported as an assertion rather than a jump through null.
+template <class Method>
+Method Installed(Method method)
+{
+    CMN_ASSERT(method != nullptr);
+    return method;
+}
+
+struct Registry
+{
+    std::map<Sys_FileType, std::string> knownTypes;
+    std::map<Sys_FileType, std::set<Sys_FileType>> equivalentTypes;
+};
+
+Registry& GetRegistry()
+{
+    static Registry registry;
+    return registry;
+}
+
+int64 RoundUp(int64 size, int64 unit)
+{
+    return unit > 0 ? (size + unit - 1) / unit * unit : size;
+}
+
+} // namespace
+
+// ---------------------------------------------------------------- forwarding
+
+int32 Sys_Utils::ThreadSafeIncrement(volatile int32& value)
+{
+    return Installed(sThreadSafeIncrement)(value);
+}
+
+int32 Sys_Utils::ThreadSafeDecrement(volatile int32& value)
+{
+    return Installed(sThreadSafeDecrement)(value);
+}
+
+void Sys_Utils::Sleep(int32 ms)
+{
+    Installed(sSleep)(ms);
+}
+
+Sys_FileType Sys_Utils::GetFileType(Sys_FileLoc const& loc)
+{
+    return Installed(sGetFileType)(loc);
+}
+
+Sys_FileLoc Sys_Utils::GetVolumeRootFolderLoc(Sys_Volume const& volume)
+{
+    return Installed(sGetVolumeRootFolderLoc)(volume);
+}
+
+int64 Sys_Utils::GetUTC()
+{
+    return Installed(sGetUTC)();
+}
+
+std::string Sys_Utils::UTC2String(int64 utc)
+{
+    return Installed(sUTC2String)(utc);
+}
+
+Sys_FileLoc Sys_Utils::GetTempFolderLoc()
+{
+    return Installed(sGetTempFolderLoc)();
+}
+
+Sys_FileLoc Sys_Utils::GetTempFileLoc()
+{
+    return Installed(sGetTempFileLoc)();
+}
+
+Sys_FileLoc Sys_Utils::GetDesktopFolderLoc()
+{
+    return Installed(sGetDesktopFolderLoc)();
+}
+
+void Sys_Utils::CopyFile(Sys_FileLoc const& from, Sys_FileLoc const& to)
+{
+    Installed(sCopyFile)(from, to);
+}
+
+void Sys_Utils::MoveFile(Sys_FileLoc const& from, Sys_FileLoc const& to)
+{
+    Installed(sMoveFile)(from, to);
+}
+
+void Sys_Utils::DeleteFile(Sys_FileLoc const& loc)
+{
+    Installed(sDeleteFile)(loc);
+}
+
+void Sys_Utils::DeleteFolder(Sys_FileLoc const& loc)
+{
+    Installed(sDeleteFolder)(loc);
+}
+
+void Sys_Utils::CreateFolder(Sys_FileLoc const& loc)
+{
+    Installed(sCreateFolder)(loc);
+}
+
+Sys_FileLoc Sys_Utils::GetNewExceptionLogFileLoc()
+{
+    return Installed(sGetNewExceptionLogFileLoc)();
+}
+
+void Sys_Utils::WriteExceptionLogFile(Sys_FileLoc const& loc, Cmn_Exception const& exception)
+{
+    Installed(sWriteExceptionLogFile)(loc, exception);
+}
+
+void Sys_Utils::DisplayExceptionLogFile(Sys_FileLoc const& loc)
+{
+    Installed(sDisplayExceptionLogFile)(loc);
+}
+
+void Sys_Utils::PostFatalExceptionDialog(Sys_FileLoc* loc)
+{
+    Installed(sPostFatalExceptionDialog)(loc);
+}
+
+bool Sys_Utils::HandleFatalExceptions()
+{
+    return Installed(sHandleFatalExceptions)();
+}
+
+void Sys_Utils::Exit()
+{
+    Installed(sExit)();
+}
+
+void Sys_Utils::BoostThreadPriority()
+{
+    Installed(sBoostThreadPriority)();
+}
+
+void Sys_Utils::LowerThreadPriority()
+{
+    Installed(sLowerThreadPriority)();
+}
+
+int64 Sys_Utils::Microseconds()
+{
+    return Installed(sMicroseconds)();
+}
+
+// ---------------------------------------------------------------- copying
+
+int64 Sys_Utils::GetSpaceRequiredToCopyFile(Sys_FileLoc const& loc, Sys_Volume const& volume)
+{
+    int64 const unit = volume.GetMinimumAllocationSize();
+    int64 total = 0;
+    int64 const size = Sys_File(loc).GetFileAttr().GetSize();
+    if (size != 0)
+        total = RoundUp(size, unit);
+    // The resource stream of a file shared with Macintosh clients. The two
+    // stream names differ in case, and each is spelt as it is used.
+    Sys_File resource(Sys_FileLoc(loc.GetFullPath() + ":Afp_Resource"));
+    if (resource.IsOnline())
+        total += RoundUp(resource.GetFileAttr().GetSize(), unit);
+    total += total / 30;
+    return total;
+}
+
+int64 Sys_Utils::GetSpaceRequiredToCopyFolder(Sys_FileLoc const& loc, Sys_Volume const& volume, bool recursive)
+{
+    std::vector<Sys_FileType> files(1, Sys_FileType(Sys_FileType::kTypeFile));
+    int64 total = 0;
+    for (Sys_FileLocIterator it(loc, files, recursive ? Sys_FileLocIterator::kIterateSubfolders : Sys_FileLocIterator::kIterateFolderOnly);
+         it; ++it)
+        total += GetSpaceRequiredToCopyFile(*it, volume);
+    return total;
+}
+
+void Sys_Utils::CopyFolder(Sys_FileLoc const& from, Sys_FileLoc const& to, ECopyFolderMethod method)
+{
+    CreateFolder(to);
+    Sys_Volume const volume = to.GetVolume();
+    if (method == kCopyFolderTree)
+    {
+        std::vector<Sys_FileType> folders(1, Sys_FileType(Sys_FileType::kTypeFolder));
+        for (Sys_FileLocIterator it(from, folders, Sys_FileLocIterator::kIterateFolderOnly); it; ++it)
+            CopyFolder(*it, Sys_FileLoc(volume, to, (*it).GetFileName(Sys_FileLoc::kNameWithExtension), ""),
+                       kCopyFolderTree);
+    }
+    std::vector<Sys_FileType> files(1, Sys_FileType(Sys_FileType::kTypeFile));
+    for (Sys_FileLocIterator it(from, files, Sys_FileLocIterator::kIterateFolderOnly); it; ++it)
+        CopyFile(*it, Sys_FileLoc(volume, to, (*it).GetFileName(Sys_FileLoc::kNameWithExtension), ""));
+}
+
+// ---------------------------------------------------------------- the type registry
+
+void Sys_Utils::RegisterKnownTypes(std::vector<Sys_FileType>& types, std::vector<std::string>& descriptions)
+{
+    CMN_ASSERT(types.size() == descriptions.size());
+    Registry& registry = GetRegistry();
+    size_t const n = std::min(types.size(), descriptions.size());
+    for (size_t i = 0; i < n; ++i)
+        registry.knownTypes[types[i]] = descriptions[i];
+}
+
+bool Sys_Utils::IsKnownType(Sys_FileType const& type)
+{
+    Registry const& registry = GetRegistry();
+    return registry.knownTypes.find(type) != registry.knownTypes.end();
+}
+
+void Sys_Utils::RegisterEquivalentTypes(std::vector<Sys_FileType>& types)
+{
+    Registry& registry = GetRegistry();
+    for (Sys_FileType const& t : types)
+    {
+        std::set<Sys_FileType>& group = registry.equivalentTypes[t];
+        group.insert(types.begin(), types.end());
+    }
+}
+
+bool Sys_Utils::AreTypesEquivalent(Sys_FileType const& a, Sys_FileType const& b)
+{
+    if (a == b)
+        return true;
+    Registry const& registry = GetRegistry();
+    auto const entry = registry.equivalentTypes.find(a);
+    return entry != registry.equivalentTypes.end() && entry->second.find(b) != entry->second.end();
+}
+
+std::string Sys_Utils::GetAssociatedExtension(Sys_FileType const& type)
+{
+    if (!type.GetWin32Extension().empty())
+        return type.GetWin32Extension();
+    Registry const& registry = GetRegistry();
+    auto const entry = registry.equivalentTypes.find(type);
+    if (entry != registry.equivalentTypes.end())
+        for (Sys_FileType const& member : entry->second)
+            if (!member.GetWin32Extension().empty())
+                return member.GetWin32Extension();
+    return std::string();
+}
+
+std::string Sys_Utils::GetDescriptiveString(Sys_FileType const& type)
+{
+    Registry const& registry = GetRegistry();
+    auto const entry = registry.knownTypes.find(type);
+    return entry != registry.knownTypes.end() ? entry->second : std::string("Unknown");
+}
