@@ -7,21 +7,23 @@
 #include <string>
 #include <vector>
 
-namespace vfltest {
+namespace vfltest
+{
 
 // A fresh folder under the system's temporary folder, removed with its
 // contents when the object goes.
-class TempDir {
+class TempDir
+{
 public:
-  TempDir();
-  ~TempDir();
-  TempDir(TempDir const&) = delete;
-  TempDir& operator=(TempDir const&) = delete;
-  std::filesystem::path const& Path() const { return mPath; }
-  std::string File(std::string const& name) const { return (mPath / name).string(); }
+    TempDir();
+    ~TempDir();
+    TempDir(TempDir const&) = delete;
+    TempDir& operator=(TempDir const&) = delete;
+    std::filesystem::path const& Path() const { return mPath; }
+    std::string File(std::string const& name) const { return (mPath / name).string(); }
 
 private:
-  std::filesystem::path mPath;
+    std::filesystem::path mPath;
 };
 
 std::vector<std::uint8_t> ReadWholeFile(std::string const& path);

@@ -1,0 +1,527 @@
+#include "FF/FF_AudioProcessSRC.h"
+
+#include "Cmn/Cmn_Assert.h"
+#include "FF/FF_AudioProcessBlock.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numeric>
+
+#if defined(__x86_64__) || defined(__i386__)
+#include <immintrin.h>
+#define FF_SRC_HAVE_AVX_KERNEL 1
+#endif
+
+bool FF_AudioProcessSRC::sUseVectorKernels = true;
+
+namespace
+{
+using Block = FF_AudioProcessBlock;
+
+constexpr i32 cMaxOversample = 512;
+// Outputs one lane of the periodic kernel covers at least: enough that the
+// lane copies of the ring cost little next to the taps.
+constexpr i64 cMinLaneSpan = 64;
+constexpr int cLanes = 4;
+
+bool IsKnownQuality(int q)
+{
+    return q == 0 || q == 17 || q == 33 || q == 129 || q == 257;
+}
+
+template <int Bytes> constexpr i64 MaxOf() { return (i64{1} << (8 * Bytes - 1)) - 1; }
+template <int Bytes> constexpr i64 MinOf() { return -(i64{1} << (8 * Bytes - 1)); }
+
+// Add 0.5 and truncate toward zero, limited to the range of the width.
+// Bounding in double first keeps the cast defined and, the bounds being
+// integers, gives what truncating and then clamping would give.
+template <int Bytes> i32 RoundToSample(f64 sum)
+{
+    f64 const v = std::clamp(sum + 0.5, static_cast<f64>(MinOf<Bytes>()), static_cast<f64>(MaxOf<Bytes>()));
+    return static_cast<i32>(v);
+}
+
+bool HaveAvx()
+{
+#ifdef FF_SRC_HAVE_AVX_KERNEL
+    static bool const have = __builtin_cpu_supports("avx");
+    return have;
+#else
+    return false;
+#endif
+}
+
+// lanes: cLanes interleaved copies of the ring, lane k starting where the
+// k-th quarter of the group starts. Each output of the group is one lane of
+// one row: outputs that share a phase share a row, and each lane sums its
+// own taps in order, so the vector adds change no sum.
+void PeriodicScalar(f64 const* lanes, i32 const* offsets, i32 const* phases, f64 const* rows, i64 span, i32 taps,
+                    f64* sums)
+{
+    for (i64 r = 0; r < span; ++r)
+    {
+        f64 const* x = lanes + static_cast<i64>(offsets[r]) * cLanes;
+        f64 const* w = rows + static_cast<i64>(phases[r]) * taps;
+        f64 acc[cLanes] = {0.0, 0.0, 0.0, 0.0};
+        for (i32 t = 0; t < taps; ++t)
+            for (int k = 0; k < cLanes; ++k)
+                acc[k] = acc[k] + x[t * cLanes + k] * w[t];
+        for (int k = 0; k < cLanes; ++k)
+            sums[k * span + r] = acc[k];
+    }
+}
+
+#ifdef FF_SRC_HAVE_AVX_KERNEL
+__attribute__((target("avx"))) void PeriodicAvx(f64 const* lanes, i32 const* offsets, i32 const* phases,
+                                                 f64 const* rows, i64 span, i32 taps, f64* sums)
+{
+    i64 r = 0;
+    // Four rows at once: four independent chains of adds hide their latency.
+    for (; r + 4 <= span; r += 4)
+    {
+        f64 const* x0 = lanes + static_cast<i64>(offsets[r]) * cLanes;
+        f64 const* x1 = lanes + static_cast<i64>(offsets[r + 1]) * cLanes;
+        f64 const* x2 = lanes + static_cast<i64>(offsets[r + 2]) * cLanes;
+        f64 const* x3 = lanes + static_cast<i64>(offsets[r + 3]) * cLanes;
+        f64 const* w0 = rows + static_cast<i64>(phases[r]) * taps;
+        f64 const* w1 = rows + static_cast<i64>(phases[r + 1]) * taps;
+        f64 const* w2 = rows + static_cast<i64>(phases[r + 2]) * taps;
+        f64 const* w3 = rows + static_cast<i64>(phases[r + 3]) * taps;
+        __m256d a0 = _mm256_setzero_pd();
+        __m256d a1 = _mm256_setzero_pd();
+        __m256d a2 = _mm256_setzero_pd();
+        __m256d a3 = _mm256_setzero_pd();
+        for (i32 t = 0; t < taps; ++t)
+        {
+            a0 = _mm256_add_pd(a0, _mm256_mul_pd(_mm256_loadu_pd(x0 + t * cLanes), _mm256_broadcast_sd(w0 + t)));
+            a1 = _mm256_add_pd(a1, _mm256_mul_pd(_mm256_loadu_pd(x1 + t * cLanes), _mm256_broadcast_sd(w1 + t)));
+            a2 = _mm256_add_pd(a2, _mm256_mul_pd(_mm256_loadu_pd(x2 + t * cLanes), _mm256_broadcast_sd(w2 + t)));
+            a3 = _mm256_add_pd(a3, _mm256_mul_pd(_mm256_loadu_pd(x3 + t * cLanes), _mm256_broadcast_sd(w3 + t)));
+        }
+        alignas(32) f64 out[4][cLanes];
+        _mm256_store_pd(out[0], a0);
+        _mm256_store_pd(out[1], a1);
+        _mm256_store_pd(out[2], a2);
+        _mm256_store_pd(out[3], a3);
+        for (int q = 0; q < 4; ++q)
+            for (int k = 0; k < cLanes; ++k)
+                sums[k * span + r + q] = out[q][k];
+    }
+    for (; r < span; ++r)
+    {
+        f64 const* x = lanes + static_cast<i64>(offsets[r]) * cLanes;
+        f64 const* w = rows + static_cast<i64>(phases[r]) * taps;
+        __m256d a = _mm256_setzero_pd();
+        for (i32 t = 0; t < taps; ++t)
+            a = _mm256_add_pd(a, _mm256_mul_pd(_mm256_loadu_pd(x + t * cLanes), _mm256_broadcast_sd(w + t)));
+        alignas(32) f64 out[cLanes];
+        _mm256_store_pd(out, a);
+        for (int k = 0; k < cLanes; ++k)
+            sums[k * span + r] = out[k];
+    }
+}
+#endif
+} // namespace
+
+FF_AudioProcessSRC::FF_AudioProcessSRC(i32 inRate, i32 outRate, EQuality quality)
+    : mInRate(inRate), mOutRate(outRate), mQuality(quality)
+{
+    bool const valid = inRate > 0 && outRate > 0 && IsKnownQuality(quality);
+    CMN_ASSERT(valid);
+    if (!valid)
+    {
+        // Carry on as a harmless linear stage between two positive rates.
+        mInRate = std::max(inRate, 1);
+        mOutRate = std::max(outRate, 1);
+        mQuality = kQualityLinear;
+    }
+    i64 const g = std::gcd(mInRate, mOutRate);
+    mPeriod = mOutRate / g;
+    mPeriodInputs = mInRate / g;
+    if (mQuality != kQualityLinear)
+        CreateSincTable();
+}
+
+FF_AudioProcessSRC::~FF_AudioProcessSRC() = default;
+
+void FF_AudioProcessSRC::CreateSincTable()
+{
+    i32 const g = std::gcd(mInRate, mOutRate);
+    mOversample = std::min(mOutRate / g, cMaxOversample);
+    i64 const taps = mQuality;
+    i64 const L = (taps + 2) * mOversample;
+    mSincTableSize = (L % 2 == 0) ? L + 1 : L;
+    mSincTable = std::make_unique<f64[]>(static_cast<std::size_t>(mSincTableSize));
+
+    f64 const pi = 2.0 * std::asin(1.0);
+    f64 const c = std::min(static_cast<f64>(mOutRate) / static_cast<f64>(mInRate), 1.0);
+    i64 const C = L / 2;
+    mSincTable[C] = c;
+    for (i64 k = 1; k <= C; ++k)
+    {
+        f64 const x = static_cast<f64>(k) * pi / mOversample;
+        f64 const y = std::min(2.0 * x / static_cast<f64>(taps + 2), pi);
+        f64 const w = 0.42 + 0.5 * std::cos(y) + 0.08 * std::cos(2.0 * y);
+        f64 const v = std::sin(c * x) / (c * x) * w * c;
+        mSincTable[C - k] = v;
+        mSincTable[C + k] = v;
+    }
+
+    // Tap t of phase p reads entry mOversample - p + t * mOversample.
+    mRows.resize(static_cast<std::size_t>(mOversample) * mQuality);
+    for (i64 p = 0; p < mOversample; ++p)
+        for (i64 t = 0; t < taps; ++t)
+            mRows[p * taps + t] = mSincTable[mOversample - p + t * mOversample];
+}
+
+void FF_AudioProcessSRC::Preflight(FF_AudioProcessBlock* block)
+{
+    mInputLength = block->GetTotalSamples();
+    i64 const in = mInRate;
+    i64 const out = mOutRate;
+    bool const lengthOk = mInputLength >= 0 && mInputLength <= (std::numeric_limits<i64>::max() - in) / out / 2;
+    CMN_ASSERT(lengthOk);
+    if (!lengthOk)
+        mInputLength = 0;
+    mOutputLength = (mInputLength * out + in - 1) / in;
+    block->SetTotalSamples(mOutputLength);
+    block->SetSampleRate(mOutRate);
+    mNumChannels = block->GetNumChannels();
+
+    // In 64 bits: n times the rate passes 32 bits for large blocks at high rates.
+    i64 const n = block->GetNumSamples();
+    bool const blockOk = n >= 0 && n <= std::numeric_limits<i32>::max() / 4;
+    CMN_ASSERT(blockOk);
+    mBlockCapacity = blockOk ? n : 0;
+    i64 const a = (mBlockCapacity * out + in - 1) / in;
+    i64 const b = (out + in - 1) / in;
+    if (mQuality == kQualityLinear)
+    {
+        block->SetNumSamples(a + b);
+    }
+    else
+    {
+        block->SetNumSamples(b * mQuality / 2 + a);
+        // Half a filter more than one block and one filter: the zeros put
+        // after the last sample must not overwrite history still to be read.
+        mRingSize = static_cast<i32>(mBlockCapacity - 1 + mQuality + mQuality / 2);
+    }
+}
+
+void FF_AudioProcessSRC::AllocateImpl(FF_AudioProcessBlock const&)
+{
+    if (mQuality == kQualityLinear)
+    {
+        mLastSamples = std::make_unique<i32[]>(static_cast<std::size_t>(std::max(mNumChannels, 0)));
+    }
+    else
+    {
+        mRings.assign(static_cast<std::size_t>(std::max(mNumChannels, 0)),
+                      std::vector<f64>(static_cast<std::size_t>(mRingSize) + mQuality, 0.0));
+    }
+}
+
+void FF_AudioProcessSRC::Process(FF_AudioProcessBlock* in, FF_AudioProcessBlock* out)
+{
+    CMN_ASSERT(in->GetBitsPerSample() == out->GetBitsPerSample());
+    if (in->GetBitsPerSample() != out->GetBitsPerSample())
+        return;
+    if (mQuality == kQualityLinear)
+        ProcessLinearInterp(in, out);
+    else
+        ProcessSincInterp(in, out);
+    out->SetSampleRate(mOutRate);
+    out->SetTotalSamples(mOutputLength);
+}
+
+// ------------------------------------------------------------------ linear
+
+template <int Bytes>
+void FF_AudioProcessSRC::LinearChannel(char const* in, char* out, i64 numIn, bool endOfStream, i32 channel,
+                                       i64 maxOut, i64& produced)
+{
+    i64 const in64 = mInRate;
+    i64 const out64 = mOutRate;
+    i64 const blockEnd = mInputPos + numIn;
+    i64 j = 0;
+    for (;; ++j)
+    {
+        i64 const m = mOutputPos + j;
+        if (endOfStream && m == mOutputLength)
+            break;
+        i64 const X = m * in64;
+        i64 const i = X / out64;
+        i64 const f = X % out64;
+        i64 const next = f != 0 ? i + 1 : i;
+        i64 s0;
+        if (i < mInputPos)
+            s0 = mLastSamples[channel];
+        else if (i < blockEnd)
+            s0 = Block::LoadSample<Bytes>(in + (i - mInputPos) * Bytes);
+        else if (!endOfStream)
+            break; // sample i comes with the next block, and so does this output
+        else
+            s0 = 0;
+        i64 s1;
+        if (next >= blockEnd)
+        {
+            if (!endOfStream)
+            {
+                mLastSamples[channel] = static_cast<i32>(s0);
+                break;
+            }
+            s1 = 0;
+        }
+        else
+        {
+            s1 = Block::LoadSample<Bytes>(in + (next - mInputPos) * Bytes);
+        }
+        if (j == maxOut)
+        {
+            CMN_ASSERT(false); // more outputs than the block was sized for
+            break;
+        }
+        i64 const v = s0 + ((s1 - s0) * f + out64 / 2) / out64;
+        Block::StoreSample<Bytes>(out + j * Bytes, static_cast<i32>(v));
+    }
+    produced = j;
+}
+
+void FF_AudioProcessSRC::ProcessLinearInterp(FF_AudioProcessBlock* in, FF_AudioProcessBlock* out)
+{
+    i64 const numIn = in->GetNumSamples();
+    int const bytes = in->GetBytesPerSample();
+    i32 const channels = in->GetNumChannels();
+    bool const fits = bytes >= 1 && bytes <= 4 && numIn >= 0 && numIn * bytes <= in->GetChannelCapacity() &&
+                      channels <= mNumChannels && static_cast<u32>(channels) <= in->GetNumChannelBuffers() &&
+                      static_cast<u32>(channels) <= out->GetNumChannelBuffers() && mLastSamples != nullptr;
+    CMN_ASSERT(fits);
+    if (!fits)
+        return;
+    bool const eos = in->GetEndOfStream();
+    i64 const maxOut = out->GetChannelCapacity() / bytes;
+    i64 produced = 0;
+    for (i32 ch = 0; ch < channels; ++ch)
+    {
+        char const* src = in->GetChannelData(static_cast<u32>(ch));
+        char* dst = out->GetChannelData(static_cast<u32>(ch));
+        switch (bytes)
+        {
+        case 1: LinearChannel<1>(src, dst, numIn, eos, ch, maxOut, produced); break;
+        case 2: LinearChannel<2>(src, dst, numIn, eos, ch, maxOut, produced); break;
+        case 3: LinearChannel<3>(src, dst, numIn, eos, ch, maxOut, produced); break;
+        default: LinearChannel<4>(src, dst, numIn, eos, ch, maxOut, produced); break;
+        }
+    }
+    mOutputPos += produced;
+    mInputPos += numIn;
+    out->SetNumSamples(produced);
+}
+
+// ------------------------------------------------------------------ sinc
+
+i64 FF_AudioProcessSRC::PlanSincOutputs(i64 numIn, bool endOfStream, i64 maxOut)
+{
+    if (static_cast<i64>(mStarts.size()) < maxOut)
+    {
+        mStarts.resize(static_cast<std::size_t>(maxOut));
+        mPhases.resize(static_cast<std::size_t>(maxOut));
+        mSums.resize(static_cast<std::size_t>(maxOut));
+    }
+    i64 const in64 = mInRate;
+    i64 const out64 = mOutRate;
+    i64 const half = mQuality / 2;
+    i64 const blockEnd = mInputPos + numIn;
+    i64 j = 0;
+    for (;; ++j)
+    {
+        i64 const m = mOutputPos + j;
+        if (endOfStream && m == mOutputLength)
+            break;
+        i64 const X = m * in64;
+        i64 const i = X / out64;
+        i64 const f = X % out64;
+        if (!endOfStream && i + half >= blockEnd)
+            break; // the right half of the filter is not in the ring yet
+        if (j == maxOut)
+        {
+            CMN_ASSERT(false); // more outputs than the block was sized for
+            break;
+        }
+        mPhases[j] = static_cast<i32>(f * mOversample / out64);
+        mStarts[j] = static_cast<i32>((mRingSize + mRingWrite + i - mInputPos - half) % mRingSize);
+    }
+    return j;
+}
+
+void FF_AudioProcessSRC::SincSumsGeneric(f64 const* ring, i64 first, i64 last)
+{
+    i32 const taps = mQuality;
+    f64 const* rows = mRows.data();
+    f64* sums = mSums.data();
+    i64 j = first;
+    // Four outputs at once, each summed on its own in tap order.
+    for (; j + 4 <= last; j += 4)
+    {
+        f64 const* x0 = ring + mStarts[j];
+        f64 const* x1 = ring + mStarts[j + 1];
+        f64 const* x2 = ring + mStarts[j + 2];
+        f64 const* x3 = ring + mStarts[j + 3];
+        f64 const* w0 = rows + static_cast<i64>(mPhases[j]) * taps;
+        f64 const* w1 = rows + static_cast<i64>(mPhases[j + 1]) * taps;
+        f64 const* w2 = rows + static_cast<i64>(mPhases[j + 2]) * taps;
+        f64 const* w3 = rows + static_cast<i64>(mPhases[j + 3]) * taps;
+        f64 s0 = 0.0, s1 = 0.0, s2 = 0.0, s3 = 0.0;
+        for (i32 t = 0; t < taps; ++t)
+        {
+            s0 = s0 + x0[t] * w0[t];
+            s1 = s1 + x1[t] * w1[t];
+            s2 = s2 + x2[t] * w2[t];
+            s3 = s3 + x3[t] * w3[t];
+        }
+        sums[j] = s0;
+        sums[j + 1] = s1;
+        sums[j + 2] = s2;
+        sums[j + 3] = s3;
+    }
+    for (; j < last; ++j)
+    {
+        f64 const* x = ring + mStarts[j];
+        f64 const* w = rows + static_cast<i64>(mPhases[j]) * taps;
+        f64 s = 0.0;
+        for (i32 t = 0; t < taps; ++t)
+            s = s + x[t] * w[t];
+        sums[j] = s;
+    }
+}
+
+// Outputs a whole number of phase periods apart have the same phase, and
+// their filter windows lie a whole number of input samples apart. A group of
+// four equal spans of such outputs is summed as four lanes of one vector:
+// each lane reads its own copy of the ring, interleaved with the others,
+// and all lanes read the same row entry. Returns the outputs done.
+i64 FF_AudioProcessSRC::SincSumsPeriodic(f64 const* ring, i64 numOut)
+{
+    i64 const periods = (cMinLaneSpan + mPeriod - 1) / mPeriod;
+    i64 const span = periods * mPeriod;
+    i64 const spanInputs = periods * mPeriodInputs;
+    i64 const window = spanInputs + mQuality + 1;
+    if (span > numOut / cLanes || window > mRingSize)
+        return 0;
+    if (static_cast<i64>(mLanes.size()) < window * cLanes)
+        mLanes.resize(static_cast<std::size_t>(window * cLanes));
+    if (static_cast<i64>(mOffsets.size()) < span)
+        mOffsets.resize(static_cast<std::size_t>(span));
+    f64* lanes = mLanes.data();
+    i32* off = mOffsets.data();
+    i32 const ringSize = mRingSize;
+    i64 done = 0;
+    for (; done + cLanes * span <= numOut; done += cLanes * span)
+    {
+        i32 const base0 = mStarts[done];
+        for (i64 r = 0; r < span; ++r)
+        {
+            i32 d = mStarts[done + r] - base0;
+            if (d < 0)
+                d += ringSize;
+            off[r] = d;
+        }
+        i64 const used = off[span - 1] + mQuality;
+        for (int k = 0; k < cLanes; ++k)
+        {
+            i32 pos = mStarts[done + k * span];
+            for (i64 u = 0; u < used; ++u)
+            {
+                lanes[u * cLanes + k] = ring[pos];
+                if (++pos == ringSize)
+                    pos = 0;
+            }
+        }
+#ifdef FF_SRC_HAVE_AVX_KERNEL
+        if (HaveAvx())
+        {
+            PeriodicAvx(lanes, off, mPhases.data() + done, mRows.data(), span, mQuality, mSums.data() + done);
+            continue;
+        }
+#endif
+        PeriodicScalar(lanes, off, mPhases.data() + done, mRows.data(), span, mQuality, mSums.data() + done);
+    }
+    return done;
+}
+
+void FF_AudioProcessSRC::SincSums(f64 const* ring, i64 numOut)
+{
+    i64 done = 0;
+    if (sUseVectorKernels)
+        done = SincSumsPeriodic(ring, numOut);
+    SincSumsGeneric(ring, done, numOut);
+}
+
+template <int Bytes>
+void FF_AudioProcessSRC::SincChannel(char const* in, char* out, i64 numIn, bool endOfStream, i32 channel,
+                                     i64 numOut)
+{
+    std::vector<f64>& ringV = mRings[static_cast<std::size_t>(channel)];
+    f64* ring = ringV.data();
+    i32 const ringSize = mRingSize;
+    i32 const mirror = mQuality;
+    auto const put = [&](i32 pos, f64 v)
+    {
+        ring[pos] = v;
+        if (pos < mirror)
+            ring[pos + ringSize] = v;
+    };
+    i32 pos = mRingWrite;
+    for (i64 n = 0; n < numIn; ++n)
+    {
+        put(pos, static_cast<f64>(Block::LoadSample<Bytes>(in + n * Bytes)));
+        if (++pos == ringSize)
+            pos = 0;
+    }
+    if (endOfStream)
+    {
+        for (i32 z = 0; z < mQuality / 2; ++z)
+        {
+            put(pos, 0.0);
+            if (++pos == ringSize)
+                pos = 0;
+        }
+    }
+    SincSums(ring, numOut);
+    f64 const* sums = mSums.data();
+    for (i64 j = 0; j < numOut; ++j)
+        Block::StoreSample<Bytes>(out + j * Bytes, RoundToSample<Bytes>(sums[j]));
+}
+
+void FF_AudioProcessSRC::ProcessSincInterp(FF_AudioProcessBlock* in, FF_AudioProcessBlock* out)
+{
+    i64 const numIn = in->GetNumSamples();
+    int const bytes = in->GetBytesPerSample();
+    i32 const channels = in->GetNumChannels();
+    bool const fits = mRingSize > 0 && bytes >= 1 && bytes <= 4 && numIn >= 0 && numIn <= mBlockCapacity &&
+                      numIn * bytes <= in->GetChannelCapacity() && channels <= static_cast<i32>(mRings.size()) &&
+                      static_cast<u32>(channels) <= in->GetNumChannelBuffers() &&
+                      static_cast<u32>(channels) <= out->GetNumChannelBuffers();
+    CMN_ASSERT(fits);
+    if (!fits)
+        return;
+    bool const eos = in->GetEndOfStream();
+    i64 const numOut = PlanSincOutputs(numIn, eos, out->GetChannelCapacity() / bytes);
+    for (i32 ch = 0; ch < channels; ++ch)
+    {
+        char const* src = in->GetChannelData(static_cast<u32>(ch));
+        char* dst = out->GetChannelData(static_cast<u32>(ch));
+        switch (bytes)
+        {
+        case 1: SincChannel<1>(src, dst, numIn, eos, ch, numOut); break;
+        case 2: SincChannel<2>(src, dst, numIn, eos, ch, numOut); break;
+        case 3: SincChannel<3>(src, dst, numIn, eos, ch, numOut); break;
+        default: SincChannel<4>(src, dst, numIn, eos, ch, numOut); break;
+        }
+    }
+    mRingWrite = static_cast<i32>((mRingWrite + numIn) % mRingSize);
+    mOutputPos += numOut;
+    mInputPos += numIn;
+    out->SetNumSamples(numOut);
+}

@@ -1,0 +1,59 @@
+// The base of the chunked formats: the file is a flat run of chunks, each
+// kept as one object in memory. Audio is reached directly at the data
+// offset; metadata lives in the handler's cached values.
+#pragma once
+
+#include "FF/PlugIns/Chunk.h"
+#include "FF/PlugIns/PlugIn.h"
+
+#include <list>
+#include <memory>
+
+class ChunkyFile : public PlugIn
+{
+public:
+    using ChunkList = std::list<std::unique_ptr<Chunk>>;
+
+    // A parse stops after this many chunks: the rest of the file is ignored.
+    static constexpr std::size_t kMaxChunks = 1000;
+
+    PlugInResult DoOpen() override;
+    PlugInResult DoFormat() override;
+    PlugInResult DoFlush() override;
+    PlugInResult DoSetNumSamples(std::int64_t frames) override;
+    PlugInResult PrintFile(std::ostream& out) override;
+    PlugInResult StampWithUmid() override;
+    // Adding an interface adds its chunks to those on disk, with file size 0:
+    // the next flush gives them their room.
+    PlugInResult DoImplement(PlugInGuid const* iid) override { return DoImplement(iid, mChunks); }
+    virtual PlugInResult DoImplement(PlugInGuid const* iid, ChunkList& list) = 0;
+
+    // The object of the right class for an id, or a plain unknown chunk.
+    virtual std::unique_ptr<Chunk> CreateChunk(ChunkId id) = 0;
+    virtual void CreateDefaultChunks(ChunkList& list) = 0;
+    // Bytes between the start of the audio chunk and its first audio byte.
+    virtual std::int32_t DataChunkHeaderSize() = 0;
+
+    ChunkList const& GetChunks() const { return mChunks; }
+    ChunkList const& GetNewChunks() const { return mNewChunks; }
+    // The sum of the total sizes of both lists: what the file's length must be.
+    std::int64_t GetTotalFileSize();
+    // Moves `length` bytes at `start` by `delta` in place. The position is
+    // restored at the end, and the result of that restore is the answer.
+    PlugInResult MoveBytes(std::int64_t start, std::int64_t length, std::int64_t delta);
+
+    // Swaps of on-disk numbers: they act only for a big-endian format.
+    std::uint16_t Swap16(std::uint16_t v) { return IsBigEndian() ? __builtin_bswap16(v) : v; }
+    std::uint32_t Swap32(std::uint32_t v) { return IsBigEndian() ? __builtin_bswap32(v) : v; }
+    std::uint64_t Swap64(std::uint64_t v) { return IsBigEndian() ? __builtin_bswap64(v) : v; }
+
+protected:
+    ChunkyFile() = default;
+    ~ChunkyFile() override;
+
+    // True if the list holds a chunk of that kind.
+    static bool HasKind(ChunkList const& list, std::int32_t kind);
+
+    ChunkList mChunks;    // on disk, in file order
+    ChunkList mNewChunks; // to be written behind them at the next flush
+};

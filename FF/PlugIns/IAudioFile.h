@@ -1,0 +1,23 @@
+// Lifecycle of a handler: attach a file, lay out a new one, parse, write back, print.
+#pragma once
+
+#include "FF/PlugIns/IUnknown.h"
+#include <cstdint>
+#include <iosfwd>
+
+class IFile;
+
+class IAudioFile : public IUnknown
+{
+public:
+    virtual PlugInResult SetFile(IFile* file) = 0;
+    virtual PlugInResult Format(std::uint16_t channels, std::int32_t samplesPerSec, std::uint16_t bitsPerSample,
+                                std::int64_t numSamples) = 0;
+    virtual PlugInResult Open() = 0;
+    virtual PlugInResult Flush() = 0;
+    virtual PlugInResult PrintFile(std::ostream& out) = 0;
+    virtual PlugInResult PrintCache(std::ostream& out) = 0;
+
+protected:
+    ~IAudioFile() = default;
+};

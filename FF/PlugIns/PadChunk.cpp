@@ -1,0 +1,80 @@
+#include "FF/PlugIns/PadChunk.h"
+
+#include "FF/PlugIns/ChunkyFile.h"
+#include "FF/PlugIns/IFile.h"
+#include "Sys/Sys_FileImpl.h"
+#include "Sys/Sys_FileLoc.h"
+#include "Sys/Sys_Volume.h"
+
+#include <ostream>
+
+PadChunk::PadChunk(ChunkyFile* owner) : Chunk(owner, kChunkId_Elmo, kPad)
+{
+    // The sector size of the file's volume when it is a local disk; 512 for
+    // anything else, and for a file that is not on a volume at all.
+    try
+    {
+        Sys_FileImpl* impl = nullptr;
+        if (owner->GetFile())
+            owner->GetFile()->GetImpl(&impl);
+        if (impl)
+        {
+            Sys_Volume const volume = impl->GetFileLoc().GetVolume();
+            Sys_Volume::EVolumeType const type =
+                volume.IsMounted() ? volume.GetVolumeType() : Sys_Volume::kVolumeTypeNone;
+            if (type == Sys_Volume::kVolumeTypeFixed || type == Sys_Volume::kVolumeTypeRemovable)
+            {
+                std::int32_t const bytes = volume.GetBytesPerSector();
+                if (bytes > 0)
+                    mSectorSize = bytes;
+            }
+        }
+    }
+    catch (...)
+    {
+        mSectorSize = 512;
+    }
+}
+
+PlugInResult PadChunk::Read(std::uint32_t size, std::int64_t)
+{
+    return Skip(size);
+}
+
+PlugInResult PadChunk::Write(std::uint32_t size, std::int64_t)
+{
+    return Skip(size);
+}
+
+PlugInResult PadChunk::Print(std::ostream& out, std::uint32_t size, std::int64_t)
+{
+    out << "\t** Padding to sector boundary **\n";
+    return Skip(size);
+}
+
+std::int64_t PadChunk::GetSize(std::int32_t)
+{
+    // Everything in front of the first pad, on disk and then new.
+    std::int64_t sum = 0;
+    bool reached = false;
+    for (auto const& c : mOwner->GetChunks())
+    {
+        if (c->GetKind() == kPad)
+        {
+            reached = true;
+            break;
+        }
+        sum += c->GetTotalSize(0);
+    }
+    if (!reached)
+    {
+        for (auto const& c : mOwner->GetNewChunks())
+        {
+            if (c->GetKind() == kPad)
+                break;
+            sum += c->GetTotalSize(0);
+        }
+    }
+    sum += 8 + mOwner->DataChunkHeaderSize();
+    return mSectorSize - sum % mSectorSize;
+}

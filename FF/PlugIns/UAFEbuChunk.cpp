@@ -1,0 +1,169 @@
+#include "FF/PlugIns/UAFEbuChunk.h"
+
+#include "FF/PlugIns/ChunkyFile.h"
+#include "Sys/Sys_Umid.h"
+
+#include <cstring>
+#include <ctime>
+#include <mutex>
+#include <ostream>
+#include <string>
+
+namespace
+{
+constexpr char kDescription[] = "Velmora generated sound file";
+constexpr char kOriginator[] = "Velmora";
+constexpr char kCodingHistory[] = "PCM Encoded"; // written with its zero: 12 bytes
+constexpr std::int32_t kCodingHistoryLength = sizeof kCodingHistory;
+
+// Field offsets of the fixed part.
+constexpr int kDescriptionAt = 0, kOriginatorAt = 256, kOriginatorRefAt = 288, kDateAt = 320, kTimeAt = 330,
+              kTimeReferenceAt = 338, kVersionAt = 346;
+
+std::tm LocalNow()
+{
+    // localtime's result is shared by the process; take it under a lock.
+    static std::mutex mutex;
+    std::lock_guard<std::mutex> lock(mutex);
+    std::time_t const now = std::time(nullptr);
+    return *std::localtime(&now);
+}
+
+std::string Field(unsigned char const* body, int at, int size)
+{
+    auto const* p = reinterpret_cast<char const*>(body + at);
+    return std::string(p, strnlen(p, static_cast<std::size_t>(size)));
+}
+} // namespace
+
+UAFEbuChunk::UAFEbuChunk(ChunkyFile* owner, bool writeDefaults)
+    : Chunk(owner, kChunkId_bext, kEbu), mWriteDefaults(writeDefaults),
+      mCodingHistoryLength(writeDefaults ? kCodingHistoryLength : 0)
+{
+    if (writeDefaults)
+        owner->SetHasEbuData();
+}
+
+void UAFEbuChunk::Restamp()
+{
+    mWriteDefaults = true;
+    mCodingHistoryLength = kCodingHistoryLength;
+    mOwner->SetHasEbuData();
+}
+
+PlugInResult UAFEbuChunk::Read(std::uint32_t size, std::int64_t)
+{
+    if (size < kFixedSize)
+        return kAudioFile_Unimplemented;
+    unsigned char body[kFixedSize];
+    PlugInResult r = ReadExact(body, kFixedSize);
+    if (r != S_OK)
+        return r;
+    // TimeReference is read little-endian in every format, exactly as it is
+    // written, so that the stamp survives a round trip through an AIFF file.
+    std::uint64_t timeReference;
+    std::memcpy(&timeReference, body + kTimeReferenceAt, 8);
+    mCodingHistoryLength = static_cast<std::int32_t>(size - kFixedSize);
+    r = Skip(mCodingHistoryLength);
+    if (r != S_OK)
+        return r;
+    mOwner->SetHasEbuData();
+    mOwner->SetSMPTETimeStamp(static_cast<std::int64_t>(timeReference));
+    return S_OK;
+}
+
+PlugInResult UAFEbuChunk::Write(std::uint32_t, std::int64_t)
+{
+    // A chunk read from a file keeps its bytes where they lie; one that lost
+    // its place behind a moved audio chunk has no bytes left to keep and is
+    // written afresh.
+    if (!mWriteDefaults && GetFileSize() != 0)
+        return Skip(kFixedSize + mCodingHistoryLength);
+    if (!mWriteDefaults)
+        mCodingHistoryLength = kCodingHistoryLength;
+
+    // Zeros behind every string, so that the same file is written the same.
+    unsigned char body[kFixedSize] = {};
+    std::memcpy(body + kDescriptionAt, kDescription, sizeof kDescription);
+    std::memcpy(body + kOriginatorAt, kOriginator, sizeof kOriginator);
+
+    Sys_Umid umid;
+    std::memcpy(&umid, mOwner->UmidBytes(), 16);
+    umid.SwapIfWin32();
+    unsigned char bytes[16];
+    std::memcpy(bytes, &umid, 16);
+    static char const digits[] = "0123456789abcdef";
+    for (int i = 0; i < 16; ++i)
+    {
+        body[kOriginatorRefAt + 2 * i] = static_cast<unsigned char>(digits[bytes[i] >> 4]);
+        body[kOriginatorRefAt + 2 * i + 1] = static_cast<unsigned char>(digits[bytes[i] & 15]);
+    }
+
+    std::tm const now = LocalNow();
+    char text[16];
+    std::strftime(text, sizeof text, "%Y-%m-%d", &now);
+    std::memcpy(body + kDateAt, text, 10);
+    std::strftime(text, sizeof text, "%H-%M-%S", &now);
+    std::memcpy(body + kTimeAt, text, 8);
+
+    // Low word first in every format, with no swap.
+    auto const stamp = static_cast<std::uint64_t>(mOwner->SMPTETimeStamp());
+    for (int i = 0; i < 8; ++i)
+        body[kTimeReferenceAt + i] = static_cast<unsigned char>(stamp >> (8 * i));
+    body[kVersionAt] = 0;
+    body[kVersionAt + 1] = 0;
+
+    PlugInResult r = WriteExact(body, kFixedSize);
+    if (r == S_OK)
+        r = WriteExact(kCodingHistory, kCodingHistoryLength);
+    if (r == S_OK)
+        mWriteDefaults = false;
+    return r;
+}
+
+PlugInResult UAFEbuChunk::Print(std::ostream& out, std::uint32_t size, std::int64_t)
+{
+    if (size < kFixedSize)
+    {
+        out << "\t** Contents Unknown **\n";
+        return Skip(size);
+    }
+    unsigned char body[kFixedSize];
+    PlugInResult r = ReadExact(body, kFixedSize);
+    if (r != S_OK)
+        return r;
+    std::uint64_t timeReference;
+    std::memcpy(&timeReference, body + kTimeReferenceAt, 8);
+    std::uint16_t version;
+    std::memcpy(&version, body + kVersionAt, 2);
+    out << "\tDescription: " << Field(body, kDescriptionAt, 256) << "\n"
+        << "\tOriginator: " << Field(body, kOriginatorAt, 32) << "\n"
+        << "\tOriginatorRef: " << Field(body, kOriginatorRefAt, 32) << "\n"
+        << "\tOriginationDate: " << Field(body, kDateAt, 10) << "\n"
+        << "\tOriginationTime: " << Field(body, kTimeAt, 8) << "\n"
+        << "\tTimeReference: " << timeReference << "\n"
+        << "\tVersion: " << version << "\n"
+        << "\tReserved\n";
+    std::int64_t const tail = static_cast<std::int64_t>(size) - kFixedSize;
+    if (tail > 0)
+    {
+        out << "\tCodingHistory: \n";
+        // The history is text; print at most what a person would read.
+        std::int64_t const shown = tail < 4096 ? tail : 4096;
+        std::string history(static_cast<std::size_t>(shown), '\0');
+        r = ReadExact(history.data(), shown);
+        if (r != S_OK)
+            return r;
+        for (std::size_t at = 0; at < history.size();)
+        {
+            std::size_t end = history.find('\0', at);
+            if (end == std::string::npos)
+                end = history.size();
+            if (end > at)
+                out << "\t" << history.substr(at, end - at) << "\n";
+            at = end + 1;
+        }
+        return Skip(tail - shown);
+    }
+    return S_OK;
+}

@@ -1,0 +1,99 @@
+#include "FF/PlugIns/UAFRegnChunk.h"
+
+#include "FF/PlugIns/ChunkyFile.h"
+#include "FF/PlugIns/PlugInRegion.h"
+
+#include <cstring>
+#include <ostream>
+
+UAFRegnChunk::UAFRegnChunk(ChunkyFile* owner) : Chunk(owner, kChunkId_regn, kRegn)
+{
+    owner->SetValidBits(PlugIn::kValidRegions);
+}
+
+std::int64_t UAFRegnChunk::GetSize(std::int32_t)
+{
+    return 4 + 88 * static_cast<std::int64_t>(mOwner->Regions().size());
+}
+
+void UAFRegnChunk::SwapRecord(PlugInRegion& region) const
+{
+    // The region's id is stored as it stands in memory, never swapped.
+    region.startSample = Swap64(region.startSample);
+    region.stopSample = Swap64(region.stopSample);
+    region.syncSample = Swap64(region.syncSample);
+    region.userTimeStamp = Swap64(region.userTimeStamp);
+    region.originalTimeStamp = Swap64(region.originalTimeStamp);
+}
+
+PlugInResult UAFRegnChunk::Read(std::uint32_t size, std::int64_t)
+{
+    if (size < 4)
+        return kAudioFile_Unimplemented;
+    std::uint32_t count;
+    PlugInResult r = ReadExact(&count, 4);
+    if (r != S_OK)
+        return r;
+    count = Swap32(count);
+    if (static_cast<std::uint64_t>(size) != static_cast<std::uint64_t>(count) * 88 + 4)
+        return kAudioFile_Unimplemented;
+
+    auto const frames = static_cast<std::uint64_t>(mOwner->NumSamples());
+    for (std::uint32_t i = 0; i < count; ++i)
+    {
+        PlugInRegion region;
+        r = ReadExact(&region, 88);
+        if (r != S_OK)
+            return r;
+        SwapRecord(region);
+        // Regions that do not fit the audio are dropped without comment.
+        if (region.startSample < frames && region.startSample < region.stopSample && region.stopSample <= frames)
+            mOwner->Regions().push_back(region);
+    }
+    return S_OK;
+}
+
+PlugInResult UAFRegnChunk::Write(std::uint32_t, std::int64_t)
+{
+    auto const& regions = mOwner->Regions();
+    std::uint32_t const count = Swap32(static_cast<std::uint32_t>(regions.size()));
+    PlugInResult r = WriteExact(&count, 4);
+    for (std::size_t i = 0; r == S_OK && i < regions.size(); ++i)
+    {
+        PlugInRegion region = regions[i];
+        SwapRecord(region);
+        r = WriteExact(&region, 88);
+    }
+    return r;
+}
+
+PlugInResult UAFRegnChunk::Print(std::ostream& out, std::uint32_t size, std::int64_t)
+{
+    std::uint32_t count = 0;
+    if (size < 4)
+        return Skip(size);
+    PlugInResult r = ReadExact(&count, 4);
+    if (r != S_OK)
+        return r;
+    count = Swap32(count);
+    out << "\tnumRegions: " << count << "\n";
+    if (static_cast<std::uint64_t>(size) != static_cast<std::uint64_t>(count) * 88 + 4)
+        return Skip(static_cast<std::int64_t>(size) - 4);
+    static char const digits[] = "0123456789abcdef";
+    for (std::uint32_t i = 0; i < count; ++i)
+    {
+        PlugInRegion region;
+        r = ReadExact(&region, 88);
+        if (r != S_OK)
+            return r;
+        SwapRecord(region);
+        std::size_t const length = region.nameLength > 31 ? 31 : region.nameLength;
+        out << "\tname: " << std::string(region.name, length) << "\n\t\tumid: ";
+        for (auto b : region.umid)
+            out << digits[b >> 4] << digits[b & 15];
+        out << "\n\t\tstartSample: " << region.startSample << "\n\t\tstopSample: " << region.stopSample
+            << "\n\t\tsyncSample: " << region.syncSample << "\n\t\tuserTimeStamp: " << region.userTimeStamp
+            << "\n\t\torigTimeStamp: " << region.originalTimeStamp << "\n";
+    }
+    return S_OK;
+}

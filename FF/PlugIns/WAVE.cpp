@@ -1,0 +1,113 @@
+#include "FF/PlugIns/WAVE.h"
+
+#include "FF/PlugIns/PadChunk.h"
+#include "FF/PlugIns/UAFEbuChunk.h"
+#include "FF/PlugIns/UAFMinfChunk.h"
+#include "FF/PlugIns/UAFOvwfChunk.h"
+#include "FF/PlugIns/UAFRegnChunk.h"
+#include "FF/PlugIns/UAFUmidChunk.h"
+#include "FF/PlugIns/WAVEDataChunk.h"
+#include "FF/PlugIns/WAVEFmtChunk.h"
+#include "FF/PlugIns/WAVEHeaderChunk.h"
+#include "FF/PlugIns/WAVESamplerChunk.h"
+
+PlugInResult WAVE::Create(void** object)
+{
+    auto* handler = new WAVE;
+    handler->AddRef();
+    *object = static_cast<IAudioFile*>(handler);
+    return S_OK;
+}
+
+PlugInResult WAVE::GetFileTypeName(std::int32_t size, char* buffer)
+{
+    return CopyTypeName(size, buffer, "WAVE");
+}
+
+PlugInResult WAVE::GetByteOrder(std::int32_t* order)
+{
+    *order = 1;
+    return S_OK;
+}
+
+PlugInResult WAVE::CanImplement(PlugInGuid const* iid)
+{
+    return (*iid == IID_IVelmoraAudioFile || *iid == IID_IOrvanelAudioFile) ? S_OK : S_FALSE;
+}
+
+PlugInResult WAVE::DoImplement(PlugInGuid const* iid, ChunkList& list)
+{
+    if (*iid == IID_IVelmoraAudioFile)
+    {
+        bool has[Chunk::kOmfi + 1] = {};
+        for (auto const& c : list)
+            if (c->GetKind() >= Chunk::kUmid && c->GetKind() <= Chunk::kOmfi)
+                has[c->GetKind()] = true;
+        // Kept in front of an 'omfi' chunk, which in practice means at the end.
+        auto at = list.begin();
+        while (at != list.end() && (*at)->GetKind() != Chunk::kOmfi)
+            ++at;
+        if (!has[Chunk::kUmid] && !has[Chunk::kOmfi])
+            list.insert(at, std::make_unique<UAFUmidChunk>(this, true));
+        if (!has[Chunk::kMinf])
+            list.insert(at, std::make_unique<UAFMinfChunk>(this));
+        if (!has[Chunk::kRegn])
+            list.insert(at, std::make_unique<UAFRegnChunk>(this));
+        if (!has[Chunk::kOvwf])
+            list.insert(at, std::make_unique<UAFOvwfChunk>(this));
+        return S_OK;
+    }
+    if (*iid == IID_IOrvanelAudioFile)
+    {
+        if (HasKind(list, Chunk::kInstrument))
+            return S_OK;
+        for (auto at = list.begin(); at != list.end(); ++at)
+            if ((*at)->GetKind() == Chunk::kAudioData)
+            {
+                list.insert(at, std::make_unique<WAVESamplerChunk>(this));
+                return S_OK;
+            }
+        return E_UNEXPECTED;
+    }
+    return E_FAIL;
+}
+
+std::unique_ptr<Chunk> WAVE::CreateChunk(ChunkId id)
+{
+    if (id == kChunkId_RIFF)
+        return std::make_unique<WAVEHeaderChunk>(this);
+    if (id == kChunkId_fmt)
+        return std::make_unique<WAVEFmtChunk>(this);
+    if (id == kChunkId_data)
+        return std::make_unique<WAVEDataChunk>(this);
+    if (id == kChunkId_bext)
+        return std::make_unique<UAFEbuChunk>(this, false);
+    if (id == kChunkId_umid)
+        return std::make_unique<UAFUmidChunk>(this, false);
+    if (id == kChunkId_minf)
+        return std::make_unique<UAFMinfChunk>(this);
+    if (id == kChunkId_regn)
+        return std::make_unique<UAFRegnChunk>(this);
+    if (id == kChunkId_ovwf)
+        return std::make_unique<UAFOvwfChunk>(this);
+    if (id == kChunkId_Elmo)
+        return std::make_unique<PadChunk>(this);
+    if (id == kChunkId_smpl)
+        return std::make_unique<WAVESamplerChunk>(this);
+    return std::make_unique<Chunk>(this, id, Chunk::kUnknown);
+}
+
+void WAVE::CreateDefaultChunks(ChunkList& list)
+{
+    // Everything that can change in size stands behind the audio.
+    list.push_back(std::make_unique<WAVEHeaderChunk>(this));
+    list.push_back(std::make_unique<UAFEbuChunk>(this, true));
+    list.push_back(std::make_unique<WAVEFmtChunk>(this));
+    list.push_back(std::make_unique<PadChunk>(this));
+    list.push_back(std::make_unique<WAVEDataChunk>(this));
+    list.push_back(std::make_unique<UAFUmidChunk>(this, true));
+    list.push_back(std::make_unique<UAFMinfChunk>(this));
+    list.push_back(std::make_unique<UAFRegnChunk>(this));
+    list.push_back(std::make_unique<UAFOvwfChunk>(this));
+    list.push_back(std::make_unique<WAVESamplerChunk>(this));
+}

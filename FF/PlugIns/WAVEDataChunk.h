@@ -1,0 +1,19 @@
+// 'data': the audio itself. It has no content in memory; its size follows
+// the cached frame count.
+#pragma once
+
+#include "FF/PlugIns/Chunk.h"
+
+class WAVEDataChunk : public Chunk
+{
+public:
+    explicit WAVEDataChunk(ChunkyFile* owner);
+    std::int64_t GetFileSize() override { return GetSize(0) + 8; }
+    bool IsObsolete() override { return false; }
+    PlugInResult Read(std::uint32_t size, std::int64_t bodyPosition) override;
+    // Sets the data offset and passes over the audio: samples are written
+    // straight into the file, never through here.
+    PlugInResult Write(std::uint32_t size, std::int64_t bodyPosition) override;
+    PlugInResult Print(std::ostream& out, std::uint32_t size, std::int64_t bodyPosition) override;
+    std::int64_t GetSize(std::int32_t nominal) override;
+};

@@ -1,0 +1,341 @@
+// The contract of FF_AudioFile towards its plug-in, checked through a fake
+// handler: open levels, write-back at the last close, the result-code
+// mapping, and the byte swap on the sample path.
+#include "FF/FF_AudioFile.h"
+#include "Cmn/Cmn_Exception.h"
+#include "FF/PlugIns/PlugIn.h"
+#include "Sys/Sys_FileLoc.h"
+#include "Sys/Sys_Init.h"
+#include "support/TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <numeric>
+#include <optional>
+
+namespace
+{
+// A handler whose answers the test sets.
+class FakePlugIn : public PlugIn
+{
+public:
+    static FakePlugIn* Make()
+    {
+        auto* p = new FakePlugIn;
+        p->AddRef();
+        return p;
+    }
+
+    PlugInResult GetFileTypeName(std::int32_t size, char* buffer) override
+    {
+        return CopyTypeName(size, buffer, "FAKE");
+    }
+    PlugInResult GetByteOrder(std::int32_t* order) override
+    {
+        *order = byteOrder;
+        return S_OK;
+    }
+    PlugInResult CanImplement(PlugInGuid const*) override { return S_OK; }
+    bool IsBigEndian() override { return byteOrder != 1; }
+    PlugInResult DoFormat() override { return S_OK; }
+    PlugInResult DoOpen() override { return S_OK; }
+    PlugInResult DoFlush() override
+    {
+        ++flushes;
+        return flushResult;
+    }
+    PlugInResult DoSetNumSamples(std::int64_t frames) override
+    {
+        SetNumSamplesValue(frames);
+        return S_OK;
+    }
+    PlugInResult DoImplement(PlugInGuid const*) override
+    {
+        SetValidBits(kValidRegions | kValidOverviews | kValidUmid | kValidModification);
+        return implementResult;
+    }
+    // Fills the buffer with 0, 1, 2, ... so that the swap is visible.
+    PlugInResult SampleRead(void* buffer, std::int64_t frames) override
+    {
+        ++reads;
+        auto* p = static_cast<std::uint8_t*>(buffer);
+        std::iota(p, p + frames * FrameSize(), std::uint8_t{0});
+        return readResult;
+    }
+
+    void Facts(std::uint16_t channels, std::uint16_t bits, std::int64_t frames)
+    {
+        SetChannels(channels);
+        SetSampleRate(44100);
+        SetBitsPerSample(bits);
+        SetNumSamplesValue(frames);
+        SetDataOffset(0);
+    }
+
+    std::int32_t byteOrder = 1;
+    PlugInResult flushResult = S_OK;
+    PlugInResult implementResult = S_OK;
+    PlugInResult readResult = S_OK;
+    int flushes = 0;
+    int reads = 0;
+};
+
+// An audio file that takes the fake handler instead of trying the table.
+class TestAudioFile : public FF_AudioFile
+{
+public:
+    TestAudioFile(Sys_FileLoc const& loc, FakePlugIn* fake) : FF_AudioFile(loc), mFake(fake) {}
+
+protected:
+    void InitInterfaces() override
+    {
+        mInterfacesInitialised = true;
+        void* p = nullptr;
+        mFake->QueryInterface(IID_IAudioFile, &p);
+        mAudioFile = static_cast<IAudioFile*>(p);
+        mFake->QueryInterface(IID_IImportExportAudioFile, &p);
+        mImportExport = static_cast<IImportExportAudioFile*>(p);
+        mFake->QueryInterface(IID_INativeAudioFile, &p);
+        mNative = static_cast<INativeAudioFile*>(p);
+        mInterfaceMask = eImportExportInterface | eNativeInterface;
+        GetAudioFileAttr();
+    }
+
+private:
+    FakePlugIn* mFake;
+};
+
+class FF_AudioFileContract : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        Sys_Init::Init();
+        mPath = mDir.File("a.wav");
+        vfltest::WriteWholeFile(mPath, std::vector<std::uint8_t>(64, 0));
+        mFake = FakePlugIn::Make();
+        mFake->Facts(2, 16, 8);
+        mFile = std::make_unique<TestAudioFile>(Sys_FileLoc(mPath), mFake);
+    }
+    void TearDown() override
+    {
+        mFile.reset();
+        if (mFake)
+            mFake->Release();
+    }
+
+    vfltest::TempDir mDir;
+    std::string mPath;
+    FakePlugIn* mFake = nullptr;
+    std::unique_ptr<TestAudioFile> mFile;
+};
+
+// The code of what f throws, or nothing.
+template <class F> std::optional<XC_BaseExceptionCode> CodeOf(F&& f)
+{
+    try
+    {
+        f();
+    }
+    catch (Cmn_Exception const& e)
+    {
+        return e.GetCode();
+    }
+    return std::nullopt;
+}
+
+TEST(FF_AudioFileResults, EveryCodeOfEveryCheck)
+{
+    using Check = void (*)(PlugInResult);
+    struct
+    {
+        char const* name;
+        Check check;
+        PlugInResult unimplemented, badParameter, corrupt;
+    } const checks[] = {
+        {"audio file", &FF_AudioFile::CheckAudioFileResult, 0x80041001, 0x80041002, 0x80041003},
+        {"import/export", &FF_AudioFile::CheckImportExportResult, 0x80041011, 0x80041012, 0},
+        {"native", &FF_AudioFile::CheckNativeResult, 0x80041021, 0x80041022, 0},
+        {"velmora", &FF_AudioFile::CheckVelmoraResult, 0x80041031, 0x80041033, 0},
+    };
+    PlugInResult const privateCodes[] = {0x80041001, 0x80041002, 0x80041003, 0x80041011, 0x80041012,
+                                         0x80041021, 0x80041022, 0x80041031, 0x80041032, 0x80041033};
+    for (auto const& c : checks)
+    {
+        SCOPED_TRACE(c.name);
+        EXPECT_FALSE(CodeOf([&] { c.check(S_OK); }).has_value());
+        EXPECT_FALSE(CodeOf([&] { c.check(S_FALSE); }).has_value());
+        EXPECT_EQ(*CodeOf([&] { c.check(E_UNEXPECTED); }), XC_FF_PlugIn_Unexpected);
+        EXPECT_EQ(*CodeOf([&] { c.check(E_FAIL); }), XC_FF_PlugIn_Failed);
+        EXPECT_EQ(*CodeOf([&] { c.check(E_NOINTERFACE); }), XC_FF_PlugIn_BadHRESULT);
+        EXPECT_EQ(*CodeOf([&] { c.check(0x12345678); }), XC_FF_PlugIn_BadHRESULT);
+        EXPECT_EQ(*CodeOf([&] { c.check(0x80070002); }), XC_Sys_SystemError);
+        for (PlugInResult code : privateCodes)
+        {
+            SCOPED_TRACE(code);
+            auto got = CodeOf([&] { c.check(code); });
+            ASSERT_TRUE(got.has_value());
+            if (code == c.unimplemented)
+                EXPECT_EQ(*got, XC_FF_PlugIn_Unimplemented);
+            else if (code == c.badParameter)
+                EXPECT_EQ(*got, XC_FF_PlugIn_BadParameter);
+            else if (code == c.corrupt)
+                EXPECT_EQ(*got, XC_FF_PlugIn_CorruptFile);
+            else // another interface's code is not this check's business
+                EXPECT_EQ(*got, XC_FF_PlugIn_BadHRESULT);
+        }
+    }
+
+    // The OS error survives with its low 16 bits.
+    try
+    {
+        FF_AudioFile::CheckNativeResult(0x8007001C);
+        FAIL();
+    }
+    catch (Cmn_TypedException<Sys_OSErrData> const& e)
+    {
+        EXPECT_EQ(e.GetData().GetErr(), 28);
+    }
+}
+
+TEST_F(FF_AudioFileContract, NestedOpensKeepTheOuterMode)
+{
+    mFile->Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+    mFile->Open(FF_AudioFile::eOpenRead);
+    EXPECT_EQ(mFile->GetOpenMode(), FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+    mFile->Close();
+    EXPECT_EQ(mFile->GetOpenMode(), FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+    EXPECT_TRUE(mFile->IsOpen());
+    mFile->Close();
+    EXPECT_FALSE(mFile->IsOpen());
+
+    mFile->Open(FF_AudioFile::eOpenRead);
+    EXPECT_EQ(*CodeOf([&] { mFile->Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite); }),
+              XC_FF_RequestedWriteWhileReading);
+    EXPECT_EQ(mFile->GetOpenMode(), FF_AudioFile::eOpenRead);
+    std::vector<char> buffer(4 * 4);
+    mFile->SampleRead(buffer.data(), 4); // the outer level is still usable
+    mFile->Close();
+    EXPECT_FALSE(mFile->IsOpen());
+}
+
+TEST_F(FF_AudioFileContract, WriteBackHappensAtTheLastClose)
+{
+    mFile->Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+    EXPECT_TRUE(mFile->Implement(FF_AudioFile::eVelmoraInterface)); // marks the file dirty
+    EXPECT_TRUE(mFile->Implements(FF_AudioFile::eVelmoraInterface));
+    EXPECT_EQ(mFake->flushes, 0);
+    mFile->Close(false);
+    EXPECT_EQ(mFake->flushes, 0);
+    EXPECT_FALSE(mFile->IsOpen());
+
+    mFile->Open(FF_AudioFile::eOpenRead);
+    mFile->Close();
+    EXPECT_EQ(mFake->flushes, 1);
+    mFile->Open(FF_AudioFile::eOpenRead);
+    mFile->Close();
+    EXPECT_EQ(mFake->flushes, 1); // clean now
+}
+
+TEST_F(FF_AudioFileContract, FailedWriteBackThrowsWithTheFileClosed)
+{
+    mFake->flushResult = 0x80070005;
+    mFile->Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+    mFile->Implement(FF_AudioFile::eVelmoraInterface);
+    EXPECT_EQ(*CodeOf([&] { mFile->Close(); }), XC_Sys_SystemError);
+    EXPECT_FALSE(mFile->IsOpen());
+    EXPECT_EQ(mFile->GetOpenMode(), 0);
+    mFile->Open(FF_AudioFile::eOpenRead);
+    mFile->Close(); // dirty was cleared: no second attempt
+    EXPECT_EQ(mFake->flushes, 1);
+}
+
+TEST_F(FF_AudioFileContract, SampleReadSwapsOnlyBigEndianWideSamples)
+{
+    struct
+    {
+        std::int32_t order;
+        std::uint16_t bits;
+        std::vector<std::uint8_t> expected; // two frames of mono
+    } const cases[] = {
+        {1, 16, {0, 1, 2, 3}},
+        {0, 16, {1, 0, 3, 2}},
+        {0, 24, {2, 1, 0, 5, 4, 3}},
+        {0, 32, {3, 2, 1, 0, 7, 6, 5, 4}},
+        {0, 8, {0, 1}},
+        {1, 24, {0, 1, 2, 3, 4, 5}},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(testing::Message() << "order " << c.order << " bits " << c.bits);
+        auto* fake = FakePlugIn::Make();
+        fake->byteOrder = c.order;
+        fake->Facts(1, c.bits, 100);
+        {
+            TestAudioFile file(Sys_FileLoc(mPath), fake);
+            FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead);
+            std::vector<std::uint8_t> got(c.expected.size());
+            file.SampleRead(got.data(), 2);
+            EXPECT_EQ(got, c.expected);
+            file.SampleRead(got.data(), 0); // calls the plug-in, swaps nothing
+            EXPECT_EQ(fake->reads, 2);
+        }
+        fake->Release();
+    }
+}
+
+TEST_F(FF_AudioFileContract, AttributesAndMask)
+{
+    auto* fake = FakePlugIn::Make();
+    fake->Facts(1, 12, 5);
+    {
+        TestAudioFile file(Sys_FileLoc(mPath), fake);
+        EXPECT_EQ(file.GetAudioFileAttr().GetBytesPerSample(), 2);
+        EXPECT_TRUE(file.Implements(
+            FF_AudioFile::EInterface(FF_AudioFile::eVelmoraInterface | FF_AudioFile::eNativeInterface)));
+        EXPECT_FALSE(file.Implements(FF_AudioFile::eVelmoraInterface));
+        EXPECT_EQ(file.GetDescription(FF_AudioFile::eShortDescription), "FAKE");
+    }
+    fake->Release();
+}
+
+TEST(FF_AudioFileOnDisk, UnknownFileIsClosedAgainAndNotAnError)
+{
+    Sys_Init::Init();
+    vfltest::TempDir dir;
+    struct
+    {
+        char const* name;
+        std::vector<std::uint8_t> bytes;
+    } const cases[] = {{"empty", {}}, {"text", {'a', 'b', 'c', '\n'}}, {"zeros", std::vector<std::uint8_t>(4096, 0)}};
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        std::string path = dir.File(c.name);
+        vfltest::WriteWholeFile(path, c.bytes);
+        FF_AudioFile file((Sys_FileLoc(path)));
+        EXPECT_FALSE(file.Implements(FF_AudioFile::eImportExportInterface));
+        EXPECT_TRUE(file.Implements(FF_AudioFile::eNoAudioInterface));
+        EXPECT_EQ(file.GetFileType().GetFileType(), Sys_FileType::kTypeUnknown);
+        EXPECT_FALSE(file.IsOpen());
+        EXPECT_EQ(file.GetOpenMode(), 0);
+    }
+}
+
+TEST(FF_AudioFileOnDisk, MissingFileThrowsTheSystemError)
+{
+    Sys_Init::Init();
+    vfltest::TempDir dir;
+    FF_AudioFile file(Sys_FileLoc(dir.File("nothing.wav")));
+    try
+    {
+        file.Implements(FF_AudioFile::eImportExportInterface);
+        FAIL() << "no exception";
+    }
+    catch (Cmn_TypedException<Sys_OSErrData> const& e)
+    {
+        EXPECT_EQ(e.GetData().GetErr(), 2);
+    }
+}
+} // namespace

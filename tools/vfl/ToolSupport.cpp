@@ -1,0 +1,93 @@
+#include "tools/vfl/ToolSupport.h"
+
+#include "Cmn/Cmn_Exception.h"
+#include "FF/FF_AudioFile.h"
+#include "Sys/Sys_FileLoc.h"
+#include "Sys/Sys_Init.h"
+
+#include <charconv>
+#include <cstdio>
+#include <filesystem>
+
+namespace vfl
+{
+
+void InitLibrary()
+{
+    Sys_Init::Init();
+}
+
+Sys_FileLoc LocationFromArgument(std::string const& path)
+{
+    std::error_code ec;
+    std::filesystem::path absolute = std::filesystem::absolute(path, ec);
+    return Sys_FileLoc((ec ? std::filesystem::path(path) : absolute.lexically_normal()).string());
+}
+
+std::string TypeName(FF_AudioFile& file)
+{
+    if (!file.Implements(FF_AudioFile::eImportExportInterface))
+        return "unknown";
+    std::string name = file.GetDescription(FF_AudioFile::eShortDescription);
+    if (name == "WAVE")
+        return "wav";
+    for (auto& c : name)
+        c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+    return name;
+}
+
+std::string ExceptionText(std::exception const& e)
+{
+    if (auto const* own = dynamic_cast<Cmn_Exception const*>(&e))
+        return own->GetFullDescription();
+    return e.what();
+}
+
+void ReportError(std::string const& context, std::string const& text)
+{
+    std::string line = "vfl: " + context + ": " + text;
+    // One line per failure: contexts that follow on further lines are indented.
+    std::fprintf(stderr, "%s\n", line.c_str());
+}
+
+std::string JsonString(std::string const& text)
+{
+    std::string out = "\"";
+    for (unsigned char c : text)
+    {
+        switch (c)
+        {
+        case '"': out += "\\\""; break;
+        case '\\': out += "\\\\"; break;
+        case '\n': out += "\\n"; break;
+        case '\r': out += "\\r"; break;
+        case '\t': out += "\\t"; break;
+        default:
+            if (c < 0x20)
+            {
+                char buffer[8];
+                std::snprintf(buffer, sizeof buffer, "\\u%04x", c);
+                out += buffer;
+            }
+            else
+                out += static_cast<char>(c);
+        }
+    }
+    return out + "\"";
+}
+
+bool ParseInt64(std::string const& text, int64* value)
+{
+    if (text.empty())
+        return false;
+    auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), *value);
+    return ec == std::errc() && end == text.data() + text.size() && *value >= 0;
+}
+
+bool IsHelp(char const* arg)
+{
+    std::string a = arg;
+    return a == "--help" || a == "-h";
+}
+
+} // namespace vfl

@@ -1,0 +1,40 @@
+// Shared pieces of the vfl commands: argument parsing helpers, output
+// formatting and the common way of reporting a failure.
+#pragma once
+
+#include "Cmn/Cmn_Types.h"
+
+#include <exception>
+#include <string>
+
+class FF_AudioFile;
+class Sys_FileLoc;
+
+namespace vfl
+{
+// Starts the library once: system layer and the file types vfl knows.
+void InitLibrary();
+
+// A location for a path as given on the command line (relative to the
+// current folder or absolute).
+Sys_FileLoc LocationFromArgument(std::string const& path);
+
+// The short name of a file's type as vfl prints it: "wav", "aiff", "aifc",
+// "vorn" or "unknown".
+std::string TypeName(FF_AudioFile& file);
+
+// Text of any exception: the full description (code text, then each
+// context on its own line) for the library's own, what() for others.
+std::string ExceptionText(std::exception const& e);
+
+// Prints "vfl: <context>: <text>" on stderr.
+void ReportError(std::string const& context, std::string const& text);
+
+std::string JsonString(std::string const& text);
+
+// Parses a whole non-negative decimal number; false if it is not one.
+bool ParseInt64(std::string const& text, int64* value);
+
+// True if argument i is --help or -h.
+bool IsHelp(char const* arg);
+} // namespace vfl
