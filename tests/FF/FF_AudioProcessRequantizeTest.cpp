@@ -1,0 +1,201 @@
+#include "FF/FF_AudioProcessRequantize.h"
+
+#include "FF/FF_AudioProcessTestBlocks.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+using namespace ffproc;
+
+namespace
+{
+class StSeed
+{
+public:
+    explicit StSeed(i32 seed) : mSaved(DitherTestAccess::GetSeed()) { DitherTestAccess::SetSeed(seed); }
+    ~StSeed() { DitherTestAccess::SetSeed(mSaved); }
+
+private:
+    i32 mSaved;
+};
+
+i32 Wrap(i64 v)
+{
+    return static_cast<i32>(static_cast<u32>(static_cast<u64>(v)));
+}
+
+// The quantisers written again from their formulas, in 64-bit integers and
+// with products that cannot be fused.
+struct ReferenceQuantizer
+{
+    int inBits, outBits;
+    bool dither;
+    i32& seed;
+    f64 error = 0.0;
+    f64 history = 0.0;
+
+    f64 Random()
+    {
+        i64 const k = seed / 127773;
+        seed = Wrap((seed - k * 127773) * 16807 - k * 2836);
+        if (seed < 0)
+            seed = Wrap(static_cast<i64>(seed) + 2147483647);
+        f64 const r = Mul(static_cast<f64>(seed), 4.656612875245797e-10);
+        seed = Wrap(2 * static_cast<i64>(seed) - 2);
+        return r;
+    }
+
+    i32 operator()(i32 x)
+    {
+        f64 const step = static_cast<f64>(i64{1} << (inBits - outBits));
+        i64 const hi = (i64{1} << (outBits - 1)) - 1;
+        i64 const lo = -hi - 1;
+        f64 a = error;
+        a = a + Mul(-0.2709, history);
+        history = a;
+        f64 const v = static_cast<f64>(x) - a;
+        f64 t = v;
+        if (dither)
+            t = v + Mul(step, Random());
+        i64 q = static_cast<i64>(t / step + 0.5);
+        q = std::clamp(q, lo, hi);
+        error = Mul(static_cast<f64>(q), step) - v;
+        return static_cast<i32>(q);
+    }
+};
+
+// The whole stream through the reference, channel by channel within each
+// block, as the stage's one quantiser sees it.
+Channels Reference(Channels const& input, int inBits, int outBits, i64 blockSize, i32& seed)
+{
+    Channels out(input.size(), std::vector<i32>(input[0].size()));
+    ReferenceQuantizer q{inBits, outBits, outBits == 16, seed};
+    i64 const length = static_cast<i64>(input[0].size());
+    for (i64 pos = 0; pos < length; pos += blockSize)
+        for (std::size_t c = 0; c < input.size(); ++c)
+            for (i64 n = pos; n < std::min(length, pos + blockSize); ++n)
+            {
+                i32 const x = input[c][static_cast<std::size_t>(n)];
+                out[c][static_cast<std::size_t>(n)] = inBits < outBits   ? x * (1 << (outBits - inBits))
+                                                      : inBits == outBits ? x
+                                                                          : q(x);
+            }
+    return out;
+}
+} // namespace
+
+TEST(FF_AudioProcessRequantize, WideningEdgeValues)
+{
+    struct Case
+    {
+        int in, out;
+        i32 x;
+        i32 expected;
+    } const cases[] = {
+        {8, 16, -1, -256},          {8, 16, 127, 32512},       {8, 24, -128, -8388608},
+        {8, 32, -1, -16777216},     {16, 24, -1, -256},        {16, 32, -1, static_cast<i32>(0xFFFF0000u)},
+        {24, 32, -1, -256},         {24, 32, 8388607, 0x7FFFFF00},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(testing::Message() << c.in << "x" << c.out << " of " << c.x);
+        FF_AudioProcessRequantize stage(static_cast<u16>(c.in), static_cast<u16>(c.out));
+        RunResult r = RunStage(stage, Channels{{c.x}}, 44100, c.in, 1);
+        EXPECT_EQ(r.last.GetBitsPerSample(), c.out);
+        ASSERT_EQ(r.out[0].size(), 1u);
+        EXPECT_EQ(r.out[0][0], c.expected);
+    }
+}
+
+TEST(FF_AudioProcessRequantize, Requantize8x16OfMinusOneStoresFF00)
+{
+    FF_AudioProcessRequantize stage(8, 16);
+    char in[1] = {static_cast<char>(-1)};
+    char out[2] = {};
+    stage.Requantize8x16(in, out, 1);
+    EXPECT_EQ(static_cast<unsigned char>(out[0]), 0x00);
+    EXPECT_EQ(static_cast<unsigned char>(out[1]), 0xFF);
+}
+
+// Every pair of the table, mono and stereo, cut into blocks of several
+// sizes: the output equals the reference bit for bit, the dither generator
+// running from the same seed.
+TEST(FF_AudioProcessRequantize, GoldenAgainstTheReferenceAcrossBlockSizes)
+{
+    int const pairs[][2] = {{8, 8},   {8, 16},  {8, 24},  {8, 32},  {16, 8},  {16, 16}, {16, 24},
+                            {16, 32}, {24, 8},  {24, 16}, {24, 24}, {24, 32}};
+    i64 const blockSizes[] = {1, 7, 256, 4096, 5000};
+    for (auto const& pair : pairs)
+        for (int channels : {1, 2})
+        {
+            // Scaled past full scale, so that the clipped tops are in the stream.
+            Channels const input = SineRamp(channels, 5000, pair[0], 1.2);
+            for (i64 blockSize : blockSizes)
+            {
+                SCOPED_TRACE(testing::Message() << pair[0] << "x" << pair[1] << ", " << channels << " channel(s), blocks of "
+                                                << blockSize);
+                i32 refSeed = 983040;
+                Channels const expected = Reference(input, pair[0], pair[1], blockSize, refSeed);
+                StSeed seed(983040);
+                FF_AudioProcessRequantize stage(static_cast<u16>(pair[0]), static_cast<u16>(pair[1]));
+                RunResult r = RunStage(stage, input, 44100, pair[0], blockSize);
+                EXPECT_EQ(r.last.GetBitsPerSample(), pair[1]);
+                ASSERT_EQ(r.out.size(), expected.size());
+                for (std::size_t c = 0; c < expected.size(); ++c)
+                    ASSERT_EQ(r.out[c], expected[c]) << "channel " << c;
+                EXPECT_EQ(DitherTestAccess::GetSeed(), refSeed);
+            }
+        }
+}
+
+TEST(FF_AudioProcessRequantize, SeedGoesOnAcrossConversionsInOneProcess)
+{
+    Channels const input = SineRamp(2, 3000, 24, 0.5);
+    i32 refSeed = 983040;
+    Channels const first = Reference(input, 24, 16, 512, refSeed);
+    Channels const second = Reference(input, 24, 16, 512, refSeed);
+    ASSERT_NE(first, second); // the same audio dithers differently the second time
+    StSeed seed(983040);
+    for (Channels const* expected : {&first, &second})
+    {
+        FF_AudioProcessRequantize stage(24, 16);
+        EXPECT_EQ(RunStage(stage, input, 48000, 24, 512).out, *expected);
+    }
+}
+
+TEST(FF_AudioProcessRequantize, UnsupportedPairsAreAssertionsAtPreflight)
+{
+    int const pairs[][2] = {{32, 16}, {32, 32}, {32, 8}, {12, 8}, {16, 20}, {8, 12}};
+    for (auto const& pair : pairs)
+    {
+        SCOPED_TRACE(testing::Message() << pair[0] << "x" << pair[1]);
+        FF_AudioProcessRequantize stage(static_cast<u16>(pair[0]), static_cast<u16>(pair[1]));
+        FF_AudioProcessBlock proto = Prototype(1, 44100, pair[0], 16, 16);
+        EXPECT_THROW(stage.Preflight(&proto), std::runtime_error);
+    }
+}
+
+TEST(FF_AudioProcessRequantize, WrongInputDepthIsAnAssertion)
+{
+    FF_AudioProcessRequantize stage(24, 16);
+    FF_AudioProcessBlock wrong = Prototype(1, 44100, 16, 16, 16);
+    EXPECT_THROW(stage.Preflight(&wrong), std::runtime_error);
+
+    FF_AudioProcessBlock proto = Prototype(1, 44100, 24, 16, 16);
+    stage.Preflight(&proto);
+    FF_AudioProcessBlock in(Prototype(1, 44100, 24, 16, 16));
+    FF_AudioProcessBlock out(in);
+    in.SetBitsPerSample(16);
+    EXPECT_THROW(stage.Process(&in, &out), std::runtime_error);
+}
+
+TEST(FF_AudioProcessRequantize, ABlockLargerThanItsBuffersIsAnAssertionNotAnOverrun)
+{
+    FF_AudioProcessRequantize stage(16, 24);
+    FF_AudioProcessBlock proto = Prototype(1, 44100, 16, 16, 16);
+    stage.Preflight(&proto);
+    FF_AudioProcessBlock in(Prototype(1, 44100, 16, 16, 16));
+    FF_AudioProcessBlock out(in); // 2 bytes a sample: too small for 24 bits
+    EXPECT_THROW(stage.Process(&in, &out), std::runtime_error);
+}
