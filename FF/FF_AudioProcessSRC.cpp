@@ -13,7 +13,7 @@
 #define FF_SRC_HAVE_AVX_KERNEL 1
 #endif
 
-bool FF_AudioProcessSRC::sUseVectorKernels = true;
+i32 FF_AudioProcessSRC::sKernelLevel = FF_AudioProcessSRC::kKernelBest;
 
 namespace
 {
@@ -439,7 +439,7 @@ i64 FF_AudioProcessSRC::SincSumsPeriodic(f64 const* ring, i64 numOut)
             }
         }
 #ifdef FF_SRC_HAVE_AVX_KERNEL
-        if (HaveAvx())
+        if (sKernelLevel >= kKernelBest && HaveAvx())
         {
             PeriodicAvx(lanes, off, mPhases.data() + done, mRows.data(), span, mQuality, mSums.data() + done);
             continue;
@@ -453,7 +453,7 @@ i64 FF_AudioProcessSRC::SincSumsPeriodic(f64 const* ring, i64 numOut)
 void FF_AudioProcessSRC::SincSums(f64 const* ring, i64 numOut)
 {
     i64 done = 0;
-    if (sUseVectorKernels)
+    if (sKernelLevel >= kKernelPeriodic)
         done = SincSumsPeriodic(ring, numOut);
     SincSumsGeneric(ring, done, numOut);
 }

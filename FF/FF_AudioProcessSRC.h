@@ -97,5 +97,9 @@ private:
     std::vector<i32> mOffsets;
     std::vector<f64> mLanes;
 
-    static bool sUseVectorKernels;
+    // Which sum kernels may run; all give the same bits, and tests run each.
+    static constexpr i32 kKernelGeneric = 0;   // four outputs at a time, scalar
+    static constexpr i32 kKernelPeriodic = 1;  // plus lanes of equal phase, portable code
+    static constexpr i32 kKernelBest = 2;      // plus the vector instructions the processor has
+    static i32 sKernelLevel;
 };

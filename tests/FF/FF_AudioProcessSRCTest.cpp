@@ -1,0 +1,301 @@
+#include "FF/FF_AudioProcessSRC.h"
+
+#include "FF/FF_AudioProcessTestBlocks.h"
+
+#include <gtest/gtest.h>
+
+#include <numeric>
+#include <stdexcept>
+
+using namespace ffproc;
+
+struct FF_AudioProcessSRCTestAccess
+{
+    static i32 GetKernelLevel() { return FF_AudioProcessSRC::sKernelLevel; }
+    static void SetKernelLevel(i32 level) { FF_AudioProcessSRC::sKernelLevel = level; }
+    static constexpr i32 kLevels[] = {FF_AudioProcessSRC::kKernelGeneric, FF_AudioProcessSRC::kKernelPeriodic,
+                                      FF_AudioProcessSRC::kKernelBest};
+};
+
+namespace
+{
+using Access = FF_AudioProcessSRCTestAccess;
+using Q = FF_AudioProcessSRC::EQuality;
+
+class StKernelLevel
+{
+public:
+    explicit StKernelLevel(i32 level) : mSaved(Access::GetKernelLevel()) { Access::SetKernelLevel(level); }
+    ~StKernelLevel() { Access::SetKernelLevel(mSaved); }
+
+private:
+    i32 mSaved;
+};
+
+i64 MaxOfBits(int bits) { return (i64{1} << (bits - 1)) - 1; }
+
+// The windowed-sinc table written again from its formulas.
+std::vector<f64> ReferenceTable(i32 in, i32 out, int taps, i32& oversample)
+{
+    i32 const g = std::gcd(in, out);
+    oversample = std::min(out / g, 512);
+    i64 const L = static_cast<i64>(taps + 2) * oversample;
+    std::vector<f64> table(static_cast<std::size_t>(L % 2 == 0 ? L + 1 : L));
+    f64 const pi = 2.0 * std::asin(1.0);
+    f64 const c = std::min(static_cast<f64>(out) / static_cast<f64>(in), 1.0);
+    i64 const C = L / 2;
+    table[static_cast<std::size_t>(C)] = c;
+    for (i64 k = 1; k <= C; ++k)
+    {
+        f64 const x = Mul(static_cast<f64>(k), pi) / oversample;
+        f64 const y = std::min(Mul(2.0, x) / static_cast<f64>(taps + 2), pi);
+        f64 const w = 0.42 + Mul(0.5, std::cos(y)) + Mul(0.08, std::cos(Mul(2.0, y)));
+        f64 const v = Mul(Mul(std::sin(Mul(c, x)) / Mul(c, x), w), c);
+        table[static_cast<std::size_t>(C - k)] = v;
+        table[static_cast<std::size_t>(C + k)] = v;
+    }
+    return table;
+}
+
+// Output m of the whole stream at once: zeros before the first sample and
+// after the last, every sum in tap order from 0.
+Channels ReferenceSinc(Channels const& input, i32 in, i32 out, int taps, int bits)
+{
+    i32 O = 0;
+    std::vector<f64> const table = ReferenceTable(in, out, taps, O);
+    i64 const length = static_cast<i64>(input[0].size());
+    i64 const outLength = (length * out + in - 1) / in;
+    i64 const hi = MaxOfBits(bits);
+    Channels result(input.size());
+    for (std::size_t ch = 0; ch < input.size(); ++ch)
+        for (i64 m = 0; m < outLength; ++m)
+        {
+            i64 const X = m * in;
+            i64 const i = X / out;
+            i64 const p = X % out * O / out;
+            f64 s = 0.0;
+            for (i64 t = 0; t < taps; ++t)
+            {
+                i64 const n = i - taps / 2 + t;
+                f64 const x = n >= 0 && n < length ? input[ch][static_cast<std::size_t>(n)] : 0.0;
+                s = s + Mul(x, table[static_cast<std::size_t>(O - p + t * O)]);
+            }
+            f64 const v = std::clamp(s + 0.5, static_cast<f64>(-hi - 1), static_cast<f64>(hi));
+            result[ch].push_back(static_cast<i32>(v));
+        }
+    return result;
+}
+
+Channels ReferenceLinear(Channels const& input, i32 in, i32 out)
+{
+    i64 const length = static_cast<i64>(input[0].size());
+    i64 const outLength = (length * out + in - 1) / in;
+    Channels result(input.size());
+    for (std::size_t ch = 0; ch < input.size(); ++ch)
+        for (i64 m = 0; m < outLength; ++m)
+        {
+            i64 const X = m * in;
+            i64 const i = X / out;
+            i64 const f = X % out;
+            i64 const next = f != 0 ? i + 1 : i;
+            i64 const s0 = input[ch][static_cast<std::size_t>(i)];
+            i64 const s1 = next < length ? input[ch][static_cast<std::size_t>(next)] : 0;
+            result[ch].push_back(static_cast<i32>(s0 + ((s1 - s0) * f + out / 2) / out));
+        }
+    return result;
+}
+
+Channels Reference(Channels const& input, i32 in, i32 out, int taps, int bits)
+{
+    return taps == 0 ? ReferenceLinear(input, in, out) : ReferenceSinc(input, in, out, taps, bits);
+}
+
+Q const kQualities[] = {FF_AudioProcessSRC::kQualityLinear, FF_AudioProcessSRC::kQualitySinc17,
+                        FF_AudioProcessSRC::kQualitySinc33, FF_AudioProcessSRC::kQualitySinc129,
+                        FF_AudioProcessSRC::kQualitySinc257};
+} // namespace
+
+TEST(FF_AudioProcessSRC, TableOversamplingAndCutOffFollowTheRates)
+{
+    struct Case
+    {
+        i32 in, out;
+        Q quality;
+        i32 oversample;
+        f64 cutoff;
+    } const cases[] = {
+        {44100, 48000, FF_AudioProcessSRC::kQualitySinc17, 160, 1.0},
+        {48000, 44100, FF_AudioProcessSRC::kQualitySinc17, 147, 0.91875},
+        {44100, 44101, FF_AudioProcessSRC::kQualitySinc33, 512, 1.0},
+        {44100, 22050, FF_AudioProcessSRC::kQualitySinc257, 1, 0.5},
+        {48000, 96000, FF_AudioProcessSRC::kQualitySinc129, 2, 1.0},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(testing::Message() << c.in << " to " << c.out << " at " << static_cast<int>(c.quality));
+        FF_AudioProcessSRC src(c.in, c.out, c.quality);
+        EXPECT_EQ(src.GetOversample(), c.oversample);
+        i64 const L = (static_cast<i64>(c.quality) + 2) * c.oversample;
+        EXPECT_EQ(src.GetSincTableSize(), L % 2 == 0 ? L + 1 : L);
+        EXPECT_EQ(src.GetSincTable()[L / 2], c.cutoff);
+        i32 O = 0;
+        std::vector<f64> const expected = ReferenceTable(c.in, c.out, c.quality, O);
+        ASSERT_EQ(static_cast<i64>(expected.size()), src.GetSincTableSize());
+        for (std::size_t k = 0; k < expected.size(); ++k)
+            ASSERT_EQ(src.GetSincTable()[k], expected[k]) << "entry " << k;
+    }
+}
+
+TEST(FF_AudioProcessSRC, OutputLengthIsTheInputLengthScaledAndRoundedUp)
+{
+    struct Case
+    {
+        i32 in, out;
+        i64 length, expected;
+    } const cases[] = {
+        {44100, 48000, 44100, 48000}, {44100, 48000, 1, 2}, {48000, 44100, 1, 1},
+        {48000, 44100, 48001, 44101}, {44100, 22050, 3, 2}, {44100, 48000, 0, 0},
+    };
+    for (auto const& c : cases)
+        for (Q quality : kQualities)
+        {
+            SCOPED_TRACE(testing::Message() << c.in << " to " << c.out << ", " << c.length << " samples at "
+                                            << static_cast<int>(quality));
+            FF_AudioProcessSRC src(c.in, c.out, quality);
+            Channels const input(1, std::vector<i32>(static_cast<std::size_t>(c.length), 1000));
+            RunResult r = RunStage(src, input, c.in, 16, 7680);
+            EXPECT_EQ(src.GetOutputLength(), c.expected);
+            EXPECT_EQ(static_cast<i64>(r.out[0].size()), c.expected);
+            EXPECT_EQ(r.last.GetTotalSamples(), c.expected);
+            EXPECT_EQ(r.last.GetSampleRate(), c.out);
+        }
+}
+
+TEST(FF_AudioProcessSRC, PreflightSizesBlocksAndRingFromTheBlockLength)
+{
+    struct Case
+    {
+        i32 in, out;
+        Q quality;
+        i64 n, samples;
+        i32 ring;
+    } const cases[] = {
+        // a = ceil(7680 * 48000 / 44100) = 8360, b = 2.
+        {44100, 48000, FF_AudioProcessSRC::kQualityLinear, 7680, 8360 + 2, 0},
+        {44100, 48000, FF_AudioProcessSRC::kQualitySinc17, 7680, 2 * 17 / 2 + 8360, 7680 - 1 + 17 + 8},
+        {44100, 48000, FF_AudioProcessSRC::kQualitySinc257, 7680, 2 * 257 / 2 + 8360, 7680 - 1 + 257 + 128},
+        // Products of n and the rate past 32 bits.
+        {192000, 176400, FF_AudioProcessSRC::kQualitySinc33, 1 << 20, 963380 + 33 / 2, (1 << 20) - 1 + 33 + 16},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(testing::Message() << c.in << " to " << c.out << " at " << static_cast<int>(c.quality));
+        FF_AudioProcessSRC src(c.in, c.out, c.quality);
+        FF_AudioProcessBlock proto = Prototype(2, c.in, 16, c.n, 1000);
+        src.Preflight(&proto);
+        EXPECT_EQ(proto.GetNumSamples(), c.samples);
+        EXPECT_EQ(proto.GetSampleRate(), c.out);
+        EXPECT_EQ(proto.GetNumChannels(), 2);
+        if (c.quality != FF_AudioProcessSRC::kQualityLinear)
+        {
+            EXPECT_EQ(src.GetRingSize(), c.ring);
+        }
+    }
+}
+
+// The converter against the reference, bit for bit, for every quality, with
+// the stream cut into blocks of many sizes (lengths that are and are not
+// multiples of the block, one sample a block, one block in all), and with
+// each of the sum kernels.
+TEST(FF_AudioProcessSRC, GoldenAgainstTheReferenceAcrossBlockSizes)
+{
+    struct Case
+    {
+        i32 in, out;
+        int bits, channels;
+    } const cases[] = {
+        {44100, 48000, 16, 1}, {44100, 48000, 16, 2}, {48000, 44100, 16, 2}, {44100, 22050, 16, 1},
+        {44100, 44101, 16, 1}, {8000, 44100, 16, 2},  {44100, 48000, 8, 2},  {48000, 44100, 8, 1},
+        {44100, 48000, 24, 2}, {48000, 44100, 24, 1}, {44100, 48000, 32, 1}, {48000, 44100, 32, 2},
+    };
+    i64 const length = 4800;
+    i64 const blockSizes[] = {1, 3, 160, 1000, 1600, 4800};
+    for (auto const& c : cases)
+    {
+        // Past full scale: the clipping of the sums is in the stream too.
+        Channels const input = SineRamp(c.channels, length, c.bits, 1.1, 997.0, c.in);
+        for (Q quality : kQualities)
+        {
+            Channels const expected = Reference(input, c.in, c.out, quality, c.bits);
+            for (i32 level : Access::kLevels)
+                for (i64 blockSize : blockSizes)
+                {
+                    if (level != Access::kLevels[2] && (quality == 0 || blockSize < 1000))
+                        continue;
+                    SCOPED_TRACE(testing::Message() << c.in << " to " << c.out << ", " << c.bits << " bits, "
+                                                    << c.channels << " channel(s), quality " << static_cast<int>(quality)
+                                                    << ", kernels " << level << ", blocks of " << blockSize);
+                    StKernelLevel kernels(level);
+                    FF_AudioProcessSRC src(c.in, c.out, quality);
+                    RunResult r = RunStage(src, input, c.in, c.bits, blockSize);
+                    ASSERT_EQ(r.out.size(), expected.size());
+                    for (std::size_t ch = 0; ch < expected.size(); ++ch)
+                        ASSERT_EQ(r.out[ch], expected[ch]) << "channel " << ch;
+                }
+        }
+    }
+}
+
+TEST(FF_AudioProcessSRC, LinearHitsInputSamplesAndFadesTowardZeroAfterTheEnd)
+{
+    // 22050 to 44100: every other output lies on an input sample, and the
+    // last output lies half-way between the last sample and silence. The
+    // halves truncate toward zero: -300 / 2 + 0.5 gives -149.
+    Channels const input{{100, -200, 300, 1001}};
+    FF_AudioProcessSRC src(22050, 44100, FF_AudioProcessSRC::kQualityLinear);
+    RunResult r = RunStage(src, input, 22050, 16, 2);
+    std::vector<i32> const expected{100, -49, -200, 50, 300, 651, 1001, 501};
+    EXPECT_EQ(r.out[0], expected);
+}
+
+TEST(FF_AudioProcessSRC, ChangeOfDepthAcrossTheStageIsAnAssertion)
+{
+    for (Q quality : {FF_AudioProcessSRC::kQualityLinear, FF_AudioProcessSRC::kQualitySinc33})
+    {
+        SCOPED_TRACE(static_cast<int>(quality));
+        FF_AudioProcessSRC src(44100, 48000, quality);
+        FF_AudioProcessBlock proto = Prototype(1, 44100, 24, 64, 64);
+        src.Preflight(&proto);
+        src.AllocateImpl(proto);
+        FF_AudioProcessBlock in(proto);
+        FF_AudioProcessBlock out(proto);
+        in.SetNumSamples(64);
+        out.SetBitsPerSample(16);
+        EXPECT_THROW(src.Process(&in, &out), std::runtime_error);
+    }
+}
+
+TEST(FF_AudioProcessSRC, BadRatesAndQualitiesAreAssertions)
+{
+    struct Case
+    {
+        i32 in, out;
+        int quality;
+    } const cases[] = {{0, 48000, 17}, {44100, -1, 0}, {44100, 48000, 16}, {44100, 48000, 2}};
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(testing::Message() << c.in << " " << c.out << " " << c.quality);
+        EXPECT_THROW(FF_AudioProcessSRC(c.in, c.out, static_cast<Q>(c.quality)), std::runtime_error);
+    }
+}
+
+TEST(FF_AudioProcessSRC, BlockLongerThanPreflightSaidIsAnAssertionNotAnOverrun)
+{
+    FF_AudioProcessSRC src(44100, 48000, FF_AudioProcessSRC::kQualitySinc17);
+    FF_AudioProcessBlock proto = Prototype(1, 44100, 16, 64, 1000);
+    src.Preflight(&proto);
+    src.AllocateImpl(proto);
+    FF_AudioProcessBlock in(Prototype(1, 44100, 16, 128, 1000));
+    FF_AudioProcessBlock out(proto);
+    EXPECT_THROW(src.Process(&in, &out), std::runtime_error);
+}
