@@ -32,16 +32,16 @@ Sys_SyncObject::EWaitResult Sys_EventPosix::Wait(int32 timeLimit)
 
 void Sys_EventPosix::Set()
 {
-    std::lock_guard<std::mutex> lock(StateLock());
+    StStateChange change;
     mSet = true;
-    OfferLocked();
+    change.Offer(*this);
 }
 
 void Sys_EventPosix::Pulse()
 {
-    std::lock_guard<std::mutex> lock(StateLock());
+    StStateChange change;
     mSet = true;
-    OfferLocked();
+    change.Offer(*this);
     mSet = false;
 }
 

@@ -85,21 +85,21 @@ void Sys_SemaphorePosix::GiveBack(int32 count)
 {
     if (count == 0)
         return;
-    std::lock_guard<std::mutex> lock(StateLock());
+    StStateChange change;
     // A Release by someone else in the meantime may have filled the room.
     mCount = std::min(mMaximum, mCount + count);
-    OfferLocked();
+    change.Offer(*this);
 }
 
 void Sys_SemaphorePosix::Release(int32 count)
 {
-    std::lock_guard<std::mutex> lock(StateLock());
+    StStateChange change;
     if (count < 1)
         Sys_ThrowIfOSErr(EINVAL);
     if (count > mMaximum - mCount)
         Sys_ThrowIfOSErr(EOVERFLOW);
     mCount += count;
-    OfferLocked();
+    change.Offer(*this);
 }
 
 bool Sys_SemaphorePosix::IsSignalledLocked(Clock::time_point)

@@ -6,10 +6,15 @@
 #include <algorithm>
 #include <cerrno>
 
+struct Sys_SyncObjectPosix::WakeUp
+{
+    std::condition_variable cv;
+};
+
 struct Sys_SyncObjectPosix::Waiter
 {
     Waiter(Sys_SyncObjectPosix* const* list, std::size_t size, Sys_SyncObject::EWaitForMultipleObjects waitMode)
-        : objects(list), count(size), mode(waitMode)
+        : objects(list), count(size), mode(waitMode), wake(ThisThreadWakeUp())
     {
     }
 
@@ -18,7 +23,7 @@ struct Sys_SyncObjectPosix::Waiter
     Sys_SyncObject::EWaitForMultipleObjects mode;
     // Set, under the state lock, once the waiter has got what it waits for.
     bool satisfied = false;
-    std::condition_variable wakeUp;
+    std::shared_ptr<WakeUp> const& wake;
 };
 
 namespace {
@@ -82,10 +87,21 @@ Sys_SyncObject::EWaitResult Sys_SyncObjectPosix::WaitForMultipleObjects(Sys_Sync
             Sys_ThrowIfOSErr(EINVAL);
     }
     // The same object twice would let a wait for all count one signal twice.
-    std::vector<Sys_SyncObjectPosix*> sorted(list, list + objects.size());
-    std::sort(sorted.begin(), sorted.end());
-    if (std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end())
-        Sys_ThrowIfOSErr(EINVAL);
+    if (objects.size() <= kShortList)
+    {
+        for (std::size_t i = 1; i < objects.size(); ++i)
+        {
+            if (std::find(list, list + i, list[i]) != list + i)
+                Sys_ThrowIfOSErr(EINVAL);
+        }
+    }
+    else
+    {
+        std::vector<Sys_SyncObjectPosix*> sorted(list, list + objects.size());
+        std::sort(sorted.begin(), sorted.end());
+        if (std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end())
+            Sys_ThrowIfOSErr(EINVAL);
+    }
 
     return WaitOn(list, objects.size(), mode, timeLimit);
 }
@@ -123,28 +139,54 @@ bool Sys_SyncObjectPosix::TrySatisfyLocked(Waiter& waiter, Clock::time_point now
     return true;
 }
 
-void Sys_SyncObjectPosix::OfferLocked()
+std::shared_ptr<Sys_SyncObjectPosix::WakeUp> const& Sys_SyncObjectPosix::ThisThreadWakeUp()
+{
+    thread_local std::shared_ptr<WakeUp> const sWakeUp = std::make_shared<WakeUp>();
+    return sWakeUp;
+}
+
+Sys_SyncObjectPosix::StStateChange::StStateChange() : mLock(StateLock()) {}
+
+Sys_SyncObjectPosix::StStateChange::~StStateChange()
+{
+    mLock.unlock();
+    // A waiter may have returned already and be waiting again on the same
+    // condition variable: a wake-up it does not need only makes it look
+    // again.
+    for (std::size_t i = 0; i < mShortCount; ++i)
+        mShort[i]->cv.notify_one();
+    for (auto const& wake : mMore)
+        wake->cv.notify_one();
+}
+
+void Sys_SyncObjectPosix::StStateChange::Add(std::shared_ptr<WakeUp> const& wake)
+{
+    if (mShortCount < kShort)
+        mShort[mShortCount++] = wake;
+    else
+        mMore.push_back(wake);
+}
+
+void Sys_SyncObjectPosix::StStateChange::Offer(Sys_SyncObjectPosix& object)
 {
     Clock::time_point const now = Clock::now();
-    for (Waiter* waiter : mWaiters)
+    for (Waiter* waiter : object.mWaiters)
     {
         if (waiter->satisfied)
             continue;
-        if (!IsSignalledLocked(now))
+        if (!object.IsSignalledLocked(now))
             break;
-        // Notified under the lock: once satisfied, the waiter may return and
-        // take its condition variable with it as soon as it gets the lock.
         if (TrySatisfyLocked(*waiter, now))
-            waiter->wakeUp.notify_one();
+            Add(waiter->wake);
     }
 }
 
-void Sys_SyncObjectPosix::WakeWaitersLocked()
+void Sys_SyncObjectPosix::StStateChange::WakeAll(Sys_SyncObjectPosix& object)
 {
-    for (Waiter* waiter : mWaiters)
+    for (Waiter* waiter : object.mWaiters)
     {
         if (!waiter->satisfied)
-            waiter->wakeUp.notify_one();
+            Add(waiter->wake);
     }
 }
 
@@ -194,9 +236,9 @@ Sys_SyncObject::EWaitResult Sys_SyncObjectPosix::WaitOn(Sys_SyncObjectPosix* con
             }
         }
         if (wakeAtTime)
-            waiter.wakeUp.wait_until(lock, wakeTime);
+            waiter.wake->cv.wait_until(lock, wakeTime);
         else
-            waiter.wakeUp.wait(lock);
+            waiter.wake->cv.wait(lock);
 
         if (waiter.satisfied)
             return Sys_SyncObject::kWaitSignalled;

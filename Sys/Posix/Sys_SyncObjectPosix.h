@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -37,6 +38,36 @@ public:
 
 protected:
     struct Waiter;
+    struct WakeUp;
+
+    // Holds the state lock for a change of the state of sync objects. The
+    // waiters that the change satisfies are woken once the lock is released,
+    // so that they do not wake up only to wait for the lock.
+    class StStateChange
+    {
+    public:
+        StStateChange();
+        ~StStateChange();
+
+        // After a change that may have signalled object: offer it to its
+        // waiters in the order they came.
+        void Offer(Sys_SyncObjectPosix& object);
+        // After a change of object's due time: let its waiters work out
+        // again how long to sleep.
+        void WakeAll(Sys_SyncObjectPosix& object);
+
+    private:
+        StStateChange(StStateChange const&) = delete;
+        StStateChange& operator=(StStateChange const&) = delete;
+
+        void Add(std::shared_ptr<WakeUp> const& wake);
+
+        std::unique_lock<std::mutex> mLock;
+        static constexpr std::size_t kShort = 4;
+        std::shared_ptr<WakeUp> mShort[kShort];
+        std::size_t mShortCount = 0;
+        std::vector<std::shared_ptr<WakeUp>> mMore;
+    };
 
     Sys_SyncObjectPosix() = default;
     virtual ~Sys_SyncObjectPosix();
@@ -56,13 +87,6 @@ protected:
     // itself, if there is one.
     virtual bool GetDueTimeLocked(Clock::time_point* /*due*/) { return false; }
 
-    // Under StateLock, after a change that may have signalled the object:
-    // offer it to its waiters in order.
-    void OfferLocked();
-    // Under StateLock, after a change of the due time: let the waiters work
-    // out again how long to sleep.
-    void WakeWaitersLocked();
-
 private:
     Sys_SyncObjectPosix(Sys_SyncObjectPosix const&) = delete;
     Sys_SyncObjectPosix& operator=(Sys_SyncObjectPosix const&) = delete;
@@ -70,6 +94,9 @@ private:
     static Sys_SyncObject::EWaitResult WaitOn(Sys_SyncObjectPosix* const* objects, std::size_t count,
                                               Sys_SyncObject::EWaitForMultipleObjects mode, int32 timeLimit);
     static bool TrySatisfyLocked(Waiter& waiter, Clock::time_point now);
+    // What a thread sleeps on while it waits; it lives as long as anyone who
+    // is about to wake the thread holds it.
+    static std::shared_ptr<WakeUp> const& ThisThreadWakeUp();
 
     std::vector<Waiter*> mWaiters;
 };

@@ -184,6 +184,7 @@ void Sys_ThreadPosix::Run()
             std::lock_guard<std::mutex> lock(mLock);
             mFinished = true;
             mWaitList.clear();
+            mWaitingOn.clear();
         }
         SetCurrentThread(nullptr);
     };
@@ -201,16 +202,18 @@ void Sys_ThreadPosix::Run()
             if (RunRound() == Sys_Thread::kThreadFinished)
                 break;
 
-            Sys_SyncObject::HandleList waitList;
             Sys_SyncObject::EWaitForMultipleObjects mode;
             {
+                // Both lists keep their room from round to round.
                 std::lock_guard<std::mutex> lock(mLock);
-                waitList.swap(mWaitList);
+                mWaitingOn.swap(mWaitList);
+                mWaitList.clear();
                 mode = mWaitMode;
             }
             // An empty list is a failure that ends the thread: a round that
             // did not finish must have said what to wait for.
-            Sys_SyncObject::WaitForMultipleObjects(waitList, mode, Sys_SyncObject::kWaitForever);
+            Sys_SyncObject::WaitForMultipleObjects(mWaitingOn, mode, Sys_SyncObject::kWaitForever);
+            mWaitingOn.clear();
         }
     }
     catch (abi::__forced_unwind&)

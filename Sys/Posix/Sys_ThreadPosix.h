@@ -59,6 +59,7 @@ private:
     int mSystemId = 0; // the kernel's id of the thread, once it runs
     std::string mName;
     Sys_SyncObject::HandleList mWaitList;
+    Sys_SyncObject::HandleList mWaitingOn; // only touched by the thread itself
     Sys_SyncObject::EWaitForMultipleObjects mWaitMode = Sys_SyncObject::kWaitForAny;
     std::thread mPlatformThread;
 };

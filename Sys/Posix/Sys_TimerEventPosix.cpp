@@ -29,14 +29,14 @@ Sys_SyncObject::EWaitResult Sys_TimerEventPosix::Wait(int32 timeLimit)
 
 void Sys_TimerEventPosix::Start(int32 milliseconds)
 {
-    std::lock_guard<std::mutex> lock(StateLock());
+    StStateChange change;
     mFired = false;
     mArmed = true;
     mDue = Clock::now() + std::chrono::milliseconds(milliseconds > 0 ? milliseconds : 0);
     if (milliseconds <= 0)
-        OfferLocked();
+        change.Offer(*this);
     // The due time may have moved closer than what sleeping waiters reckon with.
-    WakeWaitersLocked();
+    change.WakeAll(*this);
 }
 
 bool Sys_TimerEventPosix::IsSignalledLocked(Clock::time_point now)
