@@ -137,7 +137,7 @@ bool Sys_FileLocIteratorPosix::ListFolder(std::string const& folder, std::string
         std::string const name = d->d_name;
         if (name == "." || name == "..")
             continue;
-        if (!pattern.empty() && !MatchesPattern(pattern, name))
+        if (!MatchesPattern(pattern, name))
             continue;
         Entry entry;
         entry.name = name;
@@ -195,7 +195,7 @@ bool Sys_FileLocIteratorPosix::FetchNextFolder(std::string* folder)
             return false;
         mScannedFolder = mFolderQueue.front();
         mFolderQueue.pop_front();
-        ListFolder(mScannedFolder, std::string(), &mFolderList);
+        ListFolder(mScannedFolder, "*", &mFolderList);
         mFolderIndex = 0;
         mFolderListValid = true;
     }

@@ -6,6 +6,7 @@
 #include "Sys/Posix/Sys_FilePosix.h"
 #include "Sys/Posix/Sys_MutexPosix.h"
 #include "Sys/Posix/Sys_SemaphorePosix.h"
+#include "Sys/Posix/Sys_ThreadPosix.h"
 #include "Sys/Posix/Sys_TimerEventPosix.h"
 #include "Sys/Posix/Sys_UtilsPosix.h"
 #include "Sys/Posix/Sys_VolumePosix.h"
@@ -20,6 +21,7 @@ void Sys_Init::PlatformInit()
     Sys_SemaphorePosix::SetPlatformDependentMethods();
     Sys_FileLocPosix::SetPlatformDependentMethods();
     Sys_VolumePosix::SetPlatformDependentMethods();
+    Sys_ThreadPosix::SetPlatformDependentMethods();
     Sys_FilePosix::SetPlatformDependentMethods();
     Sys_UtilsPosix::SetPlatformDependentMethods();
     Sys_FileLocIteratorPosix::SetPlatformDependentMethods();

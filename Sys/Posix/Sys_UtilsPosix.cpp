@@ -27,9 +27,23 @@ namespace {
 constexpr int64 kFileTimeOfUnixEpoch = 116444736000000000LL; // 100 ns units from 1601 to 1970
 constexpr int64 kFileTimeUnitsPerSecond = 10000000LL;
 
-// The ladder of thread priorities, and the nice value that stands for each.
+// The ladder of thread priorities, and the nice value, relative to the
+// process's, that stands for each.
 constexpr int32 kPriorityLadder[] = {-15, -2, -1, 0, 1, 2, 15};
-constexpr int kNiceOfPriority[] = {19, 10, 5, 0, -5, -10, -20};
+constexpr int kNiceOffsetOfPriority[] = {19, 10, 5, 0, -5, -10, -20};
+constexpr int kNiceMin = -20;
+constexpr int kNiceMax = 19;
+
+// The nice value the process started with, read when the library loads,
+// before any thread of ours has changed its own.
+int ReadProcessNice()
+{
+    errno = 0;
+    int const nice = ::getpriority(PRIO_PROCESS, 0);
+    return errno != 0 ? 0 : nice;
+}
+
+int const sProcessNice = ReadProcessNice();
 constexpr int kLadderSize = static_cast<int>(sizeof(kPriorityLadder) / sizeof(kPriorityLadder[0]));
 
 thread_local int32 tThreadPriority = 0;
@@ -419,7 +433,8 @@ void Sys_UtilsPosix::SetThreadPriority(int32 priority)
 {
     tThreadPriority = priority;
     int const index = LadderIndex(priority);
-    int const nice = index >= 0 ? kNiceOfPriority[index] : 0;
+    int const offset = index >= 0 ? kNiceOffsetOfPriority[index] : 0;
+    int const nice = std::clamp(sProcessNice + offset, kNiceMin, kNiceMax);
     // Raising a thread above normal needs privileges; without them the
     // thread keeps running as it was.
     ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), nice);

@@ -43,6 +43,15 @@ bool IsNetworkFileSystem(std::string const& fsType)
                             "afs", "fuse.sshfs", "sshfs", "9p", "virtiofs", "davfs", "fuse.davfs2"});
 }
 
+// The file systems of Linux itself, and those it serves as its own; a
+// name in none of the lists is a format this library does not know.
+bool IsNativeFileSystem(std::string const& fsType)
+{
+    return IsOneOf(fsType, {"ext2", "ext3", "ext4", "xfs", "btrfs", "f2fs", "jfs", "reiserfs", "nilfs2", "bcachefs",
+                            "zfs", "tmpfs", "ramfs", "overlay", "squashfs", "erofs", "exfat", "fuse", "fuseblk"}) ||
+           fsType.rfind("fuse.", 0) == 0 || IsNetworkFileSystem(fsType);
+}
+
 bool IsOpticalFileSystem(std::string const& fsType)
 {
     return IsOneOf(fsType, {"iso9660", "udf"});
@@ -85,7 +94,9 @@ Sys_Volume::EFileSystemType FileSystemTypeOf(std::string const& fsType,
         return Sys_Volume::kFileSystemCDFS;
     if (name == "kelpfs")
         return Sys_Volume::kFileSystemKelpfs;
-    return Sys_Volume::kFileSystemNative;
+    if (IsNativeFileSystem(name))
+        return Sys_Volume::kFileSystemNative;
+    return Sys_Volume::kFileSystemUnknown;
 }
 
 int HexDigit(char c)

@@ -6,11 +6,15 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <mutex>
 #include <string>
+#include <vector>
 
 #include "Cmn/Cmn_Exception.h"
 #include "Sys/Posix/Sys_FilePosixCalls.h"
+#include "Sys/Sys_FileType.h"
 #include "Sys/Sys_Init.h"
+#include "Sys/Sys_Utils.h"
 
 namespace vfltest
 {
@@ -63,10 +67,41 @@ private:
     Sys_FilePosixCalls mSaved;
 };
 
+// Four-character codes as numbers, first character highest.
+constexpr int32 MacCode(char const (&code)[5])
+{
+    return static_cast<int32>((static_cast<uint32>(static_cast<unsigned char>(code[0])) << 24) |
+                              (static_cast<uint32>(static_cast<unsigned char>(code[1])) << 16) |
+                              (static_cast<uint32>(static_cast<unsigned char>(code[2])) << 8) |
+                              static_cast<uint32>(static_cast<unsigned char>(code[3])));
+}
+
+// The types a host registers at start-up, as the tests' host: wav and aif
+// with their Macintosh codes. Registered once per test process, before any
+// test makes a location.
+inline void RegisterTestTypes()
+{
+    static std::once_flag once;
+    std::call_once(once, [] {
+        std::vector<Sys_FileType> types = {Sys_FileType("wav"), Sys_FileType("aif"), Sys_FileType(MacCode("WAVE")),
+                                           Sys_FileType(MacCode("AIFF"))};
+        std::vector<std::string> descriptions = {"Wave", "AIFF", "Wave", "AIFF"};
+        Sys_Utils::RegisterKnownTypes(types, descriptions);
+        std::vector<Sys_FileType> wave = {Sys_FileType("wav"), Sys_FileType(MacCode("WAVE"))};
+        Sys_Utils::RegisterEquivalentTypes(wave);
+        std::vector<Sys_FileType> aiff = {Sys_FileType("aif"), Sys_FileType(MacCode("AIFF"))};
+        Sys_Utils::RegisterEquivalentTypes(aiff);
+    });
+}
+
 class SysLayerTest : public ::testing::Test
 {
 protected:
-    void SetUp() override { Sys_Init::Init(); }
+    void SetUp() override
+    {
+        Sys_Init::Init();
+        RegisterTestTypes();
+    }
 };
 
 } // namespace vfltest

@@ -1,0 +1,428 @@
+#include "Sys/Sys_Volume.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <list>
+#include <map>
+#include <set>
+#include <sstream>
+
+#include "Sys/Posix/Sys_VolumePosix.h"
+#include "Sys/Posix/Sys_VolumePosixProbe.h"
+#include "Sys/Sys_FileLoc.h"
+#include "Sys/Sys_VolumeAttr.h"
+#include "Sys_FileTestSupport.h"
+#include "support/TestSupport.h"
+
+namespace
+{
+
+// ---------------------------------------------------------------- this machine
+
+class SysVolumeTest : public vfltest::SysLayerTest
+{
+};
+
+std::string Trimmed(std::string text)
+{
+    while (!text.empty() && (text.back() == '\n' || text.back() == ' '))
+        text.pop_back();
+    return text;
+}
+
+// findmnt writes unusual characters as \xHH.
+std::string DecodeFindmnt(std::string const& text)
+{
+    std::string out;
+    for (size_t i = 0; i < text.size(); ++i)
+        if (text[i] == '\\' && i + 3 < text.size() && text[i + 1] == 'x')
+        {
+            out += static_cast<char>(std::stoi(text.substr(i + 2, 2), nullptr, 16));
+            i += 3;
+        }
+        else
+            out += text[i];
+    return out;
+}
+
+TEST_F(SysVolumeTest, MountedVolumesAreThoseOfFindmnt)
+{
+    if (!vfltest::HaveProgram("findmnt"))
+        GTEST_SKIP() << "no findmnt";
+    std::string listing;
+    ASSERT_EQ(vfltest::RunCommand("findmnt -rn -o TARGET,FSTYPE", &listing), 0);
+    std::set<std::string> pseudo = {"proc", "sysfs", "devtmpfs", "devpts", "cgroup", "cgroup2", "securityfs",
+                                    "debugfs", "tracefs", "pstore", "bpf", "mqueue", "hugetlbfs", "configfs",
+                                    "fusectl", "binfmt_misc", "autofs", "efivarfs", "selinuxfs", "rpc_pipefs", "nsfs"};
+    std::map<std::string, std::string> expected; // root -> file system
+    std::istringstream lines(listing);
+    std::string target, fsType;
+    while (lines >> target >> fsType)
+        if (!pseudo.count(fsType))
+        {
+            target = DecodeFindmnt(target);
+            expected[target == "/" ? target : target + "/"] = fsType;
+        }
+
+    std::list<Sys_Volume> volumes;
+    Sys_Volume::GetMountedVolumes(0x7F, &volumes);
+    std::map<std::string, Sys_Volume> found;
+    for (Sys_Volume const& v : volumes)
+        found.emplace(Sys_FileLoc(v).GetFullPath(), v);
+    std::set<std::string> expectedRoots, foundRoots;
+    for (auto const& [root, type] : expected)
+        expectedRoots.insert(root);
+    for (auto const& [root, volume] : found)
+        foundRoots.insert(root);
+    EXPECT_EQ(foundRoots, expectedRoots);
+
+    for (auto const& [root, volume] : found)
+    {
+        SCOPED_TRACE(root);
+        std::string const& type = expected[root];
+        if (type == "tmpfs")
+        {
+            EXPECT_EQ(volume.GetVolumeType(), Sys_Volume::kVolumeTypeRAMDisk);
+        }
+        if (type == "ext4" || type == "xfs" || type == "btrfs" || type == "tmpfs")
+        {
+            EXPECT_EQ(volume.GetFileSystemType(), Sys_Volume::kFileSystemNative);
+        }
+        EXPECT_NE(volume.GetSerialNumber(), 0u);
+        EXPECT_GT(volume.GetBytesPerSector(), 0);
+    }
+}
+
+TEST_F(SysVolumeTest, TheRootVolumeAgreesWithDfAndBlkid)
+{
+    Sys_Volume const root = Sys_FileLoc(std::string("/")).GetVolume();
+    ASSERT_TRUE(root.IsMounted());
+    Sys_VolumeAttr const attr = root.GetAttr();
+    EXPECT_TRUE(attr.IsSystemVolume());
+    EXPECT_GT(attr.GetSize(), attr.GetFreeSpace());
+    if (vfltest::HaveProgram("df"))
+    {
+        std::string avail, size;
+        ASSERT_EQ(vfltest::RunCommand("df -B1 --output=avail / | tail -1", &avail), 0);
+        ASSERT_EQ(vfltest::RunCommand("df -B1 --output=size / | tail -1", &size), 0);
+        EXPECT_NEAR(static_cast<double>(attr.GetFreeSpace()), std::stod(avail), 8.0 * 1024 * 1024);
+        EXPECT_EQ(attr.GetSize(), std::stoll(size));
+    }
+    if (vfltest::HaveProgram("blkid") && vfltest::HaveProgram("findmnt"))
+    {
+        std::string source, label;
+        vfltest::RunCommand("findmnt -rn -o SOURCE /", &source);
+        vfltest::RunCommand("blkid -s LABEL -o value '" + Trimmed(source) + "' 2>/dev/null", &label);
+        EXPECT_EQ(attr.GetName(), Trimmed(label));
+    }
+    std::string sectorSize;
+    std::string source;
+    if (vfltest::RunCommand("findmnt -rn -o MAJ:MIN /", &source) == 0 &&
+        vfltest::RunCommand("cat /sys/dev/block/" + Trimmed(source) + "/queue/logical_block_size 2>/dev/null",
+                            &sectorSize) == 0)
+    {
+        EXPECT_EQ(root.GetBytesPerSector(), std::stoi(sectorSize));
+    }
+}
+
+TEST_F(SysVolumeTest, ASmallTmpfsIsARamDiskWithItsOwnSize)
+{
+    vfltest::TempDir dir;
+    std::string const mountPoint = dir.File("ram");
+    std::filesystem::create_directory(mountPoint);
+    if (vfltest::RunCommand("mount -t tmpfs -o size=1m h3ram '" + mountPoint + "' 2>/dev/null") != 0)
+        GTEST_SKIP() << "cannot mount a tmpfs here";
+    Sys_VolumePosix::FlushMountTableCache();
+    Sys_FileLoc const loc(mountPoint + "/take.wav");
+    Sys_Volume const volume = loc.GetVolume();
+    bool const mounted = volume.IsMounted();
+    Sys_Volume::EVolumeType const type = volume.GetVolumeType();
+    int64 const size = mounted ? volume.GetAttr().GetSize() : -1;
+    std::string const root = loc.GetParentFolder().GetFullPath();
+    bool const isRoot = loc.GetParentFolder().IsVolumeRoot();
+    vfltest::RunCommand("umount '" + mountPoint + "'");
+    Sys_VolumePosix::FlushMountTableCache();
+    EXPECT_TRUE(mounted);
+    EXPECT_EQ(type, Sys_Volume::kVolumeTypeRAMDisk);
+    EXPECT_EQ(size, 1024 * 1024);
+    EXPECT_EQ(root, mountPoint + "/");
+    EXPECT_TRUE(isRoot);
+}
+
+TEST_F(SysVolumeTest, OneRootHasOneObjectAndPlaceholdersAreNotMounted)
+{
+    EXPECT_EQ(Sys_VolumePosix::Create("/").get(), Sys_VolumePosix::Create("/").get());
+    EXPECT_EQ(Sys_VolumePosix::Create("/h3-not-a-mount").get(), Sys_VolumePosix::Create("/h3-not-a-mount/").get());
+    Sys_Volume const notAMount(Sys_VolumePosix::Create("/h3-not-a-mount"));
+    EXPECT_FALSE(notAMount.IsMounted());
+    EXPECT_EQ(notAMount.GetVolumeType(), Sys_Volume::kVolumeTypeNone);
+    EXPECT_FALSE(notAMount == notAMount);
+
+    Sys_Volume const byLabel(std::string("h3 label nobody has"));
+    EXPECT_FALSE(byLabel.IsMounted());
+    EXPECT_EQ(Sys_FileLoc(byLabel).GetFullPath(), "*:/");
+    Sys_Volume const bySerial(uint32{0});
+    EXPECT_FALSE(bySerial.IsMounted());
+    EXPECT_FALSE(byLabel == bySerial);
+    EXPECT_THROW(byLabel.GetSerialNumber(), std::runtime_error); // asked of a volume that is not there
+}
+
+TEST_F(SysVolumeTest, MountInfoEscapesAreDecodedAndTheLastMountWins)
+{
+    std::string const text =
+        "27 1 254:0 / / rw - ext4 /dev/vda rw\n"
+        "40 27 0:50 / /media/My\\040Disk rw shared:1 master:2 - vfat /dev/sdb1 rw\n"
+        "41 27 0:51 / /mnt/x rw - tmpfs none rw\n"
+        "42 27 0:52 / /mnt/x rw - ext4 /dev/sdc1 rw\n"
+        "garbage line\n";
+    std::vector<Sys_VolumePosix::Mount> const table = Sys_VolumePosix::ParseMountInfo(text);
+    ASSERT_EQ(table.size(), 3u);
+    EXPECT_EQ(table[0].root, "/");
+    EXPECT_EQ(table[1].root, "/media/My Disk/");
+    EXPECT_EQ(table[1].fsType, "vfat");
+    EXPECT_EQ(table[1].source, "/dev/sdb1");
+    EXPECT_EQ(table[1].major, 0u);
+    EXPECT_EQ(table[1].minor, 50u);
+    EXPECT_EQ(table[2].root, "/mnt/x/");
+    EXPECT_EQ(table[2].fsType, "ext4");
+}
+
+// ---------------------------------------------------------------- a machine of the test's making
+
+struct FakeVolume
+{
+    char const* root;
+    char const* fsType;
+    uint32 minor;
+    char const* label;
+    char const* uuid;
+    bool removable;
+    uint32 fsid;
+};
+
+// Each root appears in no other test: volumes live for the whole process.
+std::vector<FakeVolume> sFake;
+uint32 sTicks = 0;
+
+std::string FakeMountInfo()
+{
+    std::string text = "1 0 254:0 / / rw - ext4 /dev/vda rw\n";
+    for (FakeVolume const& v : sFake)
+        text += "9 1 8:" + std::to_string(v.minor) + " / " + v.root + " rw - " + v.fsType + " /dev/h3fake" +
+                std::to_string(v.minor) + " rw\n";
+    return text;
+}
+
+FakeVolume const* FindFake(std::string const& root)
+{
+    for (FakeVolume const& v : sFake)
+        if (root == std::string(v.root) + "/")
+            return &v;
+    return nullptr;
+}
+
+bool FakeStatFs(std::string const& root, Sys_VolumePosixProbe::FsInfo* info)
+{
+    FakeVolume const* v = FindFake(root);
+    if (!v)
+        return Sys_VolumePosixProbe::System().statFs(root, info);
+    info->size = 1 << 30;
+    info->freeSpace = 1 << 20;
+    info->maxNameLength = 255;
+    info->blockSize = 4096;
+    info->foldedFsid = v->fsid;
+    info->magic = 0;
+    return true;
+}
+
+void FakeProbeDevice(uint32 major, uint32 minor, std::string const& source, Sys_VolumePosixProbe::DeviceInfo* info)
+{
+    *info = Sys_VolumePosixProbe::DeviceInfo();
+    for (FakeVolume const& v : sFake)
+        if (major == 8 && minor == v.minor)
+        {
+            info->isBlockDevice = true;
+            info->removable = v.removable;
+            info->logicalSectorSize = 4096;
+            info->label = v.label;
+            info->uuid = v.uuid;
+            return;
+        }
+    Sys_VolumePosixProbe::System().probeDevice(major, minor, source, info);
+}
+
+uint32 FakeTicks()
+{
+    return sTicks;
+}
+
+class SysVolumeFakeTest : public vfltest::SysLayerTest
+{
+protected:
+    void SetUp() override
+    {
+        SysLayerTest::SetUp();
+        mSaved = Sys_VolumePosixProbe::Current();
+        Sys_VolumePosixProbe::Current() = {&FakeMountInfo, &FakeStatFs, &FakeProbeDevice, &FakeTicks};
+        Sys_VolumePosix::FlushMountTableCache();
+    }
+    void TearDown() override
+    {
+        Sys_VolumePosixProbe::Current() = mSaved;
+        Sys_VolumePosix::FlushMountTableCache();
+        sFake.clear();
+    }
+
+    Sys_Volume At(char const* root) const { return Sys_Volume(Sys_VolumePosix::Create(root)); }
+
+    Sys_VolumePosixProbe mSaved;
+};
+
+TEST_F(SysVolumeFakeTest, TypesComeFromTheFileSystemAndTheDevice)
+{
+    sFake = {{"/h3t/fixed", "ext4", 1, "", "11111111-0000-0000-0000-000000000000", false, 0},
+             {"/h3t/stick", "vfat", 2, "STICK", "ABCD-1234", true, 0},
+             {"/h3t/cd", "iso9660", 3, "DISC", "2001-01-01-00-00-00-00", true, 0},
+             {"/h3t/net", "nfs4", 4, "", "", false, 77},
+             {"/h3t/proc", "proc", 5, "", "", false, 78},
+             {"/h3t/ntfs", "ntfs3", 6, "Win", "0123456789ABCDEF", false, 0}};
+    struct Expect
+    {
+        char const* root;
+        Sys_Volume::EVolumeType type;
+        Sys_Volume::EFileSystemType fs;
+        uint32 serial;
+    };
+    Expect const cases[] = {
+        {"/h3t/fixed", Sys_Volume::kVolumeTypeFixed, Sys_Volume::kFileSystemNative, 0x11111111u},
+        {"/h3t/stick", Sys_Volume::kVolumeTypeRemovable, Sys_Volume::kFileSystemFAT, 0xABCD1234u},
+        {"/h3t/cd", Sys_Volume::kVolumeTypeCDROM, Sys_Volume::kFileSystemCDFS, 0x20010101u},
+        {"/h3t/net", Sys_Volume::kVolumeTypeNetwork, Sys_Volume::kFileSystemNative, 77u},
+        {"/h3t/ntfs", Sys_Volume::kVolumeTypeFixed, Sys_Volume::kFileSystemNTFS, 0x01234567u},
+    };
+    for (Expect const& c : cases)
+    {
+        SCOPED_TRACE(c.root);
+        Sys_Volume const v = At(c.root);
+        EXPECT_EQ(v.GetVolumeType(), c.type);
+        ASSERT_TRUE(v.IsMounted());
+        EXPECT_EQ(v.GetFileSystemType(), c.fs);
+        EXPECT_EQ(v.GetSerialNumber(), c.serial);
+        EXPECT_EQ(v.GetBytesPerSector(), 4096);
+        EXPECT_EQ(v.GetMinimumAllocationSize(), 4096);
+        EXPECT_EQ(v.GetMaxFileNameComponentLength(), 255);
+    }
+    Sys_Volume const proc = At("/h3t/proc");
+    EXPECT_EQ(proc.GetVolumeType(), Sys_Volume::kVolumeTypeNone);
+    EXPECT_FALSE(proc.IsMounted());
+}
+
+TEST_F(SysVolumeFakeTest, UnknownFileSystemsAndSerialNumberZeroAreNotMounted)
+{
+    sFake = {{"/h3u/strange", "h3strange", 11, "", "", false, 5}, {"/h3u/zero", "ext4", 12, "", "00000000-0000", false, 0}};
+    EXPECT_FALSE(At("/h3u/strange").IsMounted());
+    // No UUID of its own and no fsid: the device number stands in, never 0.
+    Sys_Volume const zero = At("/h3u/zero");
+    ASSERT_TRUE(zero.IsMounted());
+    EXPECT_EQ(zero.GetSerialNumber(), (8u << 20) | 12u);
+}
+
+TEST_F(SysVolumeFakeTest, LabelsAreFoundWithoutCaseAndFixedDisksWin)
+{
+    sFake = {{"/h3l/net", "nfs", 21, "Audio 1", "", false, 31},
+             {"/h3l/fixedA", "ext4", 22, "Audio 1", "aaaaaaaa-1", false, 0},
+             {"/h3l/fixedB", "ext4", 23, "Audio 1", "bbbbbbbb-1", false, 0},
+             {"/h3l/other", "ext4", 24, "Other", "cccccccc-1", false, 0}};
+    Sys_Volume const found(std::string("audio 1"));
+    ASSERT_TRUE(found.IsMounted());
+    EXPECT_EQ(found.GetSerialNumber(), 0xaaaaaaaau);
+    EXPECT_EQ(Sys_FileLoc(found).GetFullPath(), "/h3l/fixedA/");
+    EXPECT_TRUE(found == At("/h3l/fixedA"));
+    EXPECT_FALSE(found == At("/h3l/fixedB"));
+
+    Sys_Volume const bySerial(uint32{0xcccccccc});
+    EXPECT_TRUE(bySerial == At("/h3l/other"));
+    EXPECT_EQ(bySerial.GetAttr().GetName(), "Other");
+}
+
+TEST_F(SysVolumeFakeTest, ANameSoughtInLowerCaseBeforeItCameStaysAPlaceholder)
+{
+    Sys_Volume const early(std::string("h3 late disk"));
+    EXPECT_FALSE(early.IsMounted());
+    sFake = {{"/h3p/late", "ext4", 31, "H3 Late Disk", "dddddddd-1", false, 0}};
+    EXPECT_FALSE(Sys_Volume(std::string("h3 late disk")).IsMounted());
+    EXPECT_FALSE(Sys_Volume(std::string("H3 LATE DISK")).IsMounted());
+}
+
+TEST_F(SysVolumeFakeTest, ANameWithCapitalsIsSoughtAgainAtEveryRequest)
+{
+    Sys_Volume const early(std::string("H3 Later Disk"));
+    EXPECT_FALSE(early.IsMounted());
+    sFake = {{"/h3p/later", "ext4", 32, "h3 later disk", "dddddddd-2", false, 0}};
+    Sys_Volume const later(std::string("H3 Later Disk"));
+    EXPECT_TRUE(later.IsMounted());
+    EXPECT_FALSE(early.IsMounted()); // a placeholder stays one
+}
+
+TEST_F(SysVolumeFakeTest, MasksSelectTheMountedVolumesOfTheirTypes)
+{
+    sFake = {{"/h3m/fixed", "ext4", 41, "", "eeeeeeee-1", false, 0},
+             {"/h3m/stick", "vfat", 42, "", "ABCD-0042", true, 0},
+             {"/h3m/ram", "tmpfs", 43, "", "", false, 43},
+             {"/h3m/odd", "h3strange", 44, "", "", false, 44}};
+    auto roots = [](int32 mask) {
+        std::list<Sys_Volume> volumes;
+        Sys_Volume::GetMountedVolumes(mask, &volumes);
+        std::vector<std::string> result;
+        for (Sys_Volume const& v : volumes)
+        {
+            std::string const root = Sys_FileLoc(v).GetFullPath();
+            if (root.rfind("/h3m/", 0) == 0)
+                result.push_back(root);
+        }
+        return result;
+    };
+    EXPECT_EQ(roots(0), std::vector<std::string>{});
+    EXPECT_EQ(roots(Sys_Volume::kVolumeTypeFixed), std::vector<std::string>{"/h3m/fixed/"});
+    EXPECT_EQ(roots(Sys_Volume::kVolumeTypeRemovable | Sys_Volume::kVolumeTypeRAMDisk),
+              (std::vector<std::string>{"/h3m/stick/", "/h3m/ram/"}));
+    EXPECT_EQ(roots(0x7F), (std::vector<std::string>{"/h3m/fixed/", "/h3m/stick/", "/h3m/ram/"}));
+}
+
+TEST_F(SysVolumeFakeTest, ACDROMIsLookedAtAgainAfterASecond)
+{
+    sTicks = 5000;
+    sFake = {{"/h3c/cd", "iso9660", 51, "DISC", "2001-02-03-00", true, 0},
+             {"/h3c/fixed", "ext4", 52, "", "ffffffff-1", false, 0}};
+    Sys_Volume const cd = At("/h3c/cd");
+    Sys_Volume const fixed = At("/h3c/fixed");
+    ASSERT_TRUE(cd.IsMounted());
+    ASSERT_TRUE(fixed.IsMounted());
+    sFake.clear(); // the disc is taken out, the disk unplugged
+    sTicks += 1000;
+    EXPECT_TRUE(cd.IsMounted());
+    EXPECT_TRUE(fixed.IsMounted());
+    sTicks += 1;
+    EXPECT_FALSE(cd.IsMounted());
+    EXPECT_TRUE(fixed.IsMounted()); // examined once for the whole run
+    EXPECT_EQ(Sys_FileLoc(cd).GetFullPath(), "*:/");
+}
+
+TEST_F(SysVolumeFakeTest, AnHFSVolumeHasShortNames)
+{
+    sFake = {{"/h3h/mac", "hfsplus", 61, "Mac", "12345678-1", false, 0}};
+    Sys_Volume const mac = At("/h3h/mac");
+    ASSERT_TRUE(mac.IsMounted());
+    EXPECT_EQ(mac.GetFileSystemType(), Sys_Volume::kFileSystemHFS);
+    EXPECT_EQ(mac.GetMaxFileNameComponentLength(), 31);
+}
+
+TEST(SysVolumeAttrTest, PrintShowsTheLowThirtyTwoBitsOfTheSizes)
+{
+    std::ostringstream out;
+    Sys_VolumeAttr(std::string("Audio"), (int64{1} << 32) + 7, 5, false).Print(out);
+    EXPECT_EQ(out.str(), "Volume Name: Audio\nVolume size: 7 bytes\nVolume Free Space: 5 bytes\n");
+}
+
+} // namespace
