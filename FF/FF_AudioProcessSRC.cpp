@@ -23,7 +23,6 @@ constexpr i32 cMaxOversample = 512;
 // Outputs one lane of the periodic kernel covers at least: enough that the
 // lane copies of the ring cost little next to the taps.
 constexpr i64 cMinLaneSpan = 64;
-constexpr int cLanes = 4;
 
 bool IsKnownQuality(int q)
 {
@@ -52,38 +51,42 @@ bool HaveAvx()
 #endif
 }
 
-// lanes: cLanes interleaved copies of the ring, lane k starting where the
-// k-th quarter of the group starts. Each output of the group is one lane of
-// one row: outputs that share a phase share a row, and each lane sums its
-// own taps in order, so the vector adds change no sum.
-void PeriodicScalar(f64 const* lanes, i32 const* offsets, i32 const* phases, f64 const* rows, i64 span, i32 taps,
-                    f64* sums)
+// lanes: Lanes interleaved copies of the ring, lane k starting where the
+// k-th part of the group starts. Each output of the group is one lane of one
+// row: outputs that share a phase share a row, and each lane sums its own
+// taps in order, so the vector adds change no sum.
+// Sums of lane k go to sums[k * stride + r], r < span.
+template <int Lanes>
+void PeriodicScalar(f64 const* lanes, i32 const* offsets, i32 const* phases, f64 const* rows, i64 span, i64 stride,
+                    i32 taps, f64* sums)
 {
     for (i64 r = 0; r < span; ++r)
     {
-        f64 const* x = lanes + static_cast<i64>(offsets[r]) * cLanes;
+        f64 const* x = lanes + static_cast<i64>(offsets[r]) * Lanes;
         f64 const* w = rows + static_cast<i64>(phases[r]) * taps;
-        f64 acc[cLanes] = {0.0, 0.0, 0.0, 0.0};
+        f64 acc[Lanes] = {};
         for (i32 t = 0; t < taps; ++t)
-            for (int k = 0; k < cLanes; ++k)
-                acc[k] = acc[k] + x[t * cLanes + k] * w[t];
-        for (int k = 0; k < cLanes; ++k)
-            sums[k * span + r] = acc[k];
+            for (int k = 0; k < Lanes; ++k)
+                acc[k] = acc[k] + x[t * Lanes + k] * w[t];
+        for (int k = 0; k < Lanes; ++k)
+            sums[k * stride + r] = acc[k];
     }
 }
 
 #ifdef FF_SRC_HAVE_AVX_KERNEL
-__attribute__((target("avx"))) void PeriodicAvx(f64 const* lanes, i32 const* offsets, i32 const* phases,
-                                                 f64 const* rows, i64 span, i32 taps, f64* sums)
+// Four lanes: one vector a row, four rows at once so that four independent
+// chains of adds hide their latency.
+__attribute__((target("avx"))) void PeriodicAvx4(f64 const* lanes, i32 const* offsets, i32 const* phases,
+                                                  f64 const* rows, i64 span, i32 taps, f64* sums)
 {
+    constexpr int L = 4;
     i64 r = 0;
-    // Four rows at once: four independent chains of adds hide their latency.
     for (; r + 4 <= span; r += 4)
     {
-        f64 const* x0 = lanes + static_cast<i64>(offsets[r]) * cLanes;
-        f64 const* x1 = lanes + static_cast<i64>(offsets[r + 1]) * cLanes;
-        f64 const* x2 = lanes + static_cast<i64>(offsets[r + 2]) * cLanes;
-        f64 const* x3 = lanes + static_cast<i64>(offsets[r + 3]) * cLanes;
+        f64 const* x0 = lanes + static_cast<i64>(offsets[r]) * L;
+        f64 const* x1 = lanes + static_cast<i64>(offsets[r + 1]) * L;
+        f64 const* x2 = lanes + static_cast<i64>(offsets[r + 2]) * L;
+        f64 const* x3 = lanes + static_cast<i64>(offsets[r + 3]) * L;
         f64 const* w0 = rows + static_cast<i64>(phases[r]) * taps;
         f64 const* w1 = rows + static_cast<i64>(phases[r + 1]) * taps;
         f64 const* w2 = rows + static_cast<i64>(phases[r + 2]) * taps;
@@ -94,32 +97,85 @@ __attribute__((target("avx"))) void PeriodicAvx(f64 const* lanes, i32 const* off
         __m256d a3 = _mm256_setzero_pd();
         for (i32 t = 0; t < taps; ++t)
         {
-            a0 = _mm256_add_pd(a0, _mm256_mul_pd(_mm256_loadu_pd(x0 + t * cLanes), _mm256_broadcast_sd(w0 + t)));
-            a1 = _mm256_add_pd(a1, _mm256_mul_pd(_mm256_loadu_pd(x1 + t * cLanes), _mm256_broadcast_sd(w1 + t)));
-            a2 = _mm256_add_pd(a2, _mm256_mul_pd(_mm256_loadu_pd(x2 + t * cLanes), _mm256_broadcast_sd(w2 + t)));
-            a3 = _mm256_add_pd(a3, _mm256_mul_pd(_mm256_loadu_pd(x3 + t * cLanes), _mm256_broadcast_sd(w3 + t)));
+            a0 = _mm256_add_pd(a0, _mm256_mul_pd(_mm256_loadu_pd(x0 + t * L), _mm256_broadcast_sd(w0 + t)));
+            a1 = _mm256_add_pd(a1, _mm256_mul_pd(_mm256_loadu_pd(x1 + t * L), _mm256_broadcast_sd(w1 + t)));
+            a2 = _mm256_add_pd(a2, _mm256_mul_pd(_mm256_loadu_pd(x2 + t * L), _mm256_broadcast_sd(w2 + t)));
+            a3 = _mm256_add_pd(a3, _mm256_mul_pd(_mm256_loadu_pd(x3 + t * L), _mm256_broadcast_sd(w3 + t)));
         }
-        alignas(32) f64 out[4][cLanes];
+        alignas(32) f64 out[4][L];
         _mm256_store_pd(out[0], a0);
         _mm256_store_pd(out[1], a1);
         _mm256_store_pd(out[2], a2);
         _mm256_store_pd(out[3], a3);
         for (int q = 0; q < 4; ++q)
-            for (int k = 0; k < cLanes; ++k)
+            for (int k = 0; k < L; ++k)
                 sums[k * span + r + q] = out[q][k];
     }
     for (; r < span; ++r)
     {
-        f64 const* x = lanes + static_cast<i64>(offsets[r]) * cLanes;
+        f64 const* x = lanes + static_cast<i64>(offsets[r]) * L;
         f64 const* w = rows + static_cast<i64>(phases[r]) * taps;
         __m256d a = _mm256_setzero_pd();
         for (i32 t = 0; t < taps; ++t)
-            a = _mm256_add_pd(a, _mm256_mul_pd(_mm256_loadu_pd(x + t * cLanes), _mm256_broadcast_sd(w + t)));
-        alignas(32) f64 out[cLanes];
+            a = _mm256_add_pd(a, _mm256_mul_pd(_mm256_loadu_pd(x + t * L), _mm256_broadcast_sd(w + t)));
+        alignas(32) f64 out[L];
         _mm256_store_pd(out, a);
-        for (int k = 0; k < cLanes; ++k)
+        for (int k = 0; k < L; ++k)
             sums[k * span + r] = out[k];
     }
+}
+
+// Eight lanes: two vectors a row share one load of the row's entry, which
+// is what limits the four-lane kernel.
+__attribute__((target("avx"))) void PeriodicAvx8(f64 const* lanes, i32 const* offsets, i32 const* phases,
+                                                  f64 const* rows, i64 span, i32 taps, f64* sums)
+{
+    constexpr int L = 8;
+    i64 r = 0;
+    for (; r + 4 <= span; r += 4)
+    {
+        f64 const* x0 = lanes + static_cast<i64>(offsets[r]) * L;
+        f64 const* x1 = lanes + static_cast<i64>(offsets[r + 1]) * L;
+        f64 const* x2 = lanes + static_cast<i64>(offsets[r + 2]) * L;
+        f64 const* x3 = lanes + static_cast<i64>(offsets[r + 3]) * L;
+        f64 const* w0 = rows + static_cast<i64>(phases[r]) * taps;
+        f64 const* w1 = rows + static_cast<i64>(phases[r + 1]) * taps;
+        f64 const* w2 = rows + static_cast<i64>(phases[r + 2]) * taps;
+        f64 const* w3 = rows + static_cast<i64>(phases[r + 3]) * taps;
+        __m256d a0 = _mm256_setzero_pd(), b0 = _mm256_setzero_pd();
+        __m256d a1 = _mm256_setzero_pd(), b1 = _mm256_setzero_pd();
+        __m256d a2 = _mm256_setzero_pd(), b2 = _mm256_setzero_pd();
+        __m256d a3 = _mm256_setzero_pd(), b3 = _mm256_setzero_pd();
+        for (i32 t = 0; t < taps; ++t)
+        {
+            __m256d const c0 = _mm256_broadcast_sd(w0 + t);
+            __m256d const c1 = _mm256_broadcast_sd(w1 + t);
+            __m256d const c2 = _mm256_broadcast_sd(w2 + t);
+            __m256d const c3 = _mm256_broadcast_sd(w3 + t);
+            a0 = _mm256_add_pd(a0, _mm256_mul_pd(_mm256_loadu_pd(x0 + t * L), c0));
+            b0 = _mm256_add_pd(b0, _mm256_mul_pd(_mm256_loadu_pd(x0 + t * L + 4), c0));
+            a1 = _mm256_add_pd(a1, _mm256_mul_pd(_mm256_loadu_pd(x1 + t * L), c1));
+            b1 = _mm256_add_pd(b1, _mm256_mul_pd(_mm256_loadu_pd(x1 + t * L + 4), c1));
+            a2 = _mm256_add_pd(a2, _mm256_mul_pd(_mm256_loadu_pd(x2 + t * L), c2));
+            b2 = _mm256_add_pd(b2, _mm256_mul_pd(_mm256_loadu_pd(x2 + t * L + 4), c2));
+            a3 = _mm256_add_pd(a3, _mm256_mul_pd(_mm256_loadu_pd(x3 + t * L), c3));
+            b3 = _mm256_add_pd(b3, _mm256_mul_pd(_mm256_loadu_pd(x3 + t * L + 4), c3));
+        }
+        alignas(32) f64 out[4][L];
+        _mm256_store_pd(out[0], a0);
+        _mm256_store_pd(out[0] + 4, b0);
+        _mm256_store_pd(out[1], a1);
+        _mm256_store_pd(out[1] + 4, b1);
+        _mm256_store_pd(out[2], a2);
+        _mm256_store_pd(out[2] + 4, b2);
+        _mm256_store_pd(out[3], a3);
+        _mm256_store_pd(out[3] + 4, b3);
+        for (int q = 0; q < 4; ++q)
+            for (int k = 0; k < L; ++k)
+                sums[k * span + r + q] = out[q][k];
+    }
+    if (r < span)
+        PeriodicScalar<L>(lanes, offsets + r, phases + r, rows, span - r, span, taps, sums + r);
 }
 #endif
 } // namespace
@@ -398,26 +454,26 @@ void FF_AudioProcessSRC::SincSumsGeneric(f64 const* ring, i64 first, i64 last)
 
 // Outputs a whole number of phase periods apart have the same phase, and
 // their filter windows lie a whole number of input samples apart. A group of
-// four equal spans of such outputs is summed as four lanes of one vector:
-// each lane reads its own copy of the ring, interleaved with the others,
-// and all lanes read the same row entry. Returns the outputs done.
-i64 FF_AudioProcessSRC::SincSumsPeriodic(f64 const* ring, i64 numOut)
+// Lanes equal spans of such outputs is summed as the lanes of vectors: each
+// lane reads its own copy of the ring, interleaved with the others, and all
+// lanes read the same row entry. Returns where the outputs it did end.
+template <int Lanes> i64 FF_AudioProcessSRC::SincSumsPeriodic(f64 const* ring, i64 first, i64 numOut)
 {
     i64 const periods = (cMinLaneSpan + mPeriod - 1) / mPeriod;
     i64 const span = periods * mPeriod;
     i64 const spanInputs = periods * mPeriodInputs;
     i64 const window = spanInputs + mQuality + 1;
-    if (span > numOut / cLanes || window > mRingSize)
-        return 0;
-    if (static_cast<i64>(mLanes.size()) < window * cLanes)
-        mLanes.resize(static_cast<std::size_t>(window * cLanes));
+    if (span > (numOut - first) / Lanes || window > mRingSize)
+        return first;
+    if (static_cast<i64>(mLanes.size()) < window * Lanes)
+        mLanes.resize(static_cast<std::size_t>(window * Lanes));
     if (static_cast<i64>(mOffsets.size()) < span)
         mOffsets.resize(static_cast<std::size_t>(span));
     f64* lanes = mLanes.data();
     i32* off = mOffsets.data();
     i32 const ringSize = mRingSize;
-    i64 done = 0;
-    for (; done + cLanes * span <= numOut; done += cLanes * span)
+    i64 done = first;
+    for (; done + Lanes * span <= numOut; done += Lanes * span)
     {
         i32 const base0 = mStarts[done];
         for (i64 r = 0; r < span; ++r)
@@ -428,24 +484,29 @@ i64 FF_AudioProcessSRC::SincSumsPeriodic(f64 const* ring, i64 numOut)
             off[r] = d;
         }
         i64 const used = off[span - 1] + mQuality;
-        for (int k = 0; k < cLanes; ++k)
+        for (int k = 0; k < Lanes; ++k)
         {
             i32 pos = mStarts[done + k * span];
             for (i64 u = 0; u < used; ++u)
             {
-                lanes[u * cLanes + k] = ring[pos];
+                lanes[u * Lanes + k] = ring[pos];
                 if (++pos == ringSize)
                     pos = 0;
             }
         }
+        i32 const* phases = mPhases.data() + done;
+        f64* sums = mSums.data() + done;
 #ifdef FF_SRC_HAVE_AVX_KERNEL
         if (sKernelLevel >= kKernelBest && HaveAvx())
         {
-            PeriodicAvx(lanes, off, mPhases.data() + done, mRows.data(), span, mQuality, mSums.data() + done);
+            if constexpr (Lanes == 8)
+                PeriodicAvx8(lanes, off, phases, mRows.data(), span, mQuality, sums);
+            else
+                PeriodicAvx4(lanes, off, phases, mRows.data(), span, mQuality, sums);
             continue;
         }
 #endif
-        PeriodicScalar(lanes, off, mPhases.data() + done, mRows.data(), span, mQuality, mSums.data() + done);
+        PeriodicScalar<Lanes>(lanes, off, phases, mRows.data(), span, span, mQuality, sums);
     }
     return done;
 }
@@ -454,7 +515,10 @@ void FF_AudioProcessSRC::SincSums(f64 const* ring, i64 numOut)
 {
     i64 done = 0;
     if (sKernelLevel >= kKernelPeriodic)
-        done = SincSumsPeriodic(ring, numOut);
+    {
+        done = SincSumsPeriodic<8>(ring, done, numOut);
+        done = SincSumsPeriodic<4>(ring, done, numOut);
+    }
     SincSumsGeneric(ring, done, numOut);
 }
 

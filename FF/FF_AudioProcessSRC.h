@@ -63,7 +63,7 @@ private:
     i64 PlanSincOutputs(i64 numIn, bool endOfStream, i64 maxOut);
     void SincSums(f64 const* ring, i64 numOut);
     void SincSumsGeneric(f64 const* ring, i64 first, i64 last);
-    i64 SincSumsPeriodic(f64 const* ring, i64 numOut);
+    template <int Lanes> i64 SincSumsPeriodic(f64 const* ring, i64 first, i64 numOut);
 
     i32 mInRate;
     i32 mOutRate;
