@@ -520,9 +520,19 @@ void Sys_UtilsPosix::MakeFilterPairsString(std::vector<Sys_FileType>* types, cha
             put(pattern);
         }
     }
-    if (count + 1 < bufferSize && written < bufferSize)
+    // The closing NUL goes wherever it fits: a list left without it would
+    // send its reader past the end of the buffer. An empty list is two NULs.
+    if (written == 0 || count == 0)
+    {
+        if (bufferSize >= 2)
+        {
+            buffer[0] = '\0';
+            buffer[1] = '\0';
+        }
+    }
+    else if (written < bufferSize)
         buffer[written] = '\0';
-    if (count == 0 && bufferSize >= 2)
+    else
     {
         buffer[0] = '\0';
         buffer[1] = '\0';

@@ -1,0 +1,216 @@
+#include "Sys/Sys_Utils.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <regex>
+#include <thread>
+
+#include "Sys/Posix/Sys_UtilsPosix.h"
+#include "Sys/Sys_File.h"
+#include "Sys/Sys_FileLoc.h"
+#include "Sys/Sys_Init.h"
+#include "Sys/Sys_StBoostThreadPriority.h"
+#include "Sys/Sys_Volume.h"
+#include "Sys_FileTestSupport.h"
+#include "support/TestSupport.h"
+
+namespace
+{
+
+namespace fs = std::filesystem;
+using Bytes = std::vector<std::uint8_t>;
+
+class SysUtilsTest : public vfltest::SysLayerTest
+{
+protected:
+    std::string Dir() const { return fs::canonical(mDir.Path()).string() + "/"; }
+    Sys_FileLoc Loc(std::string const& rest) const { return Sys_FileLoc(Dir() + rest); }
+
+    vfltest::TempDir mDir;
+};
+
+TEST_F(SysUtilsTest, InitTwiceIsHarmless)
+{
+    Sys_Init::Init();
+    Sys_Init::Init();
+    EXPECT_GT(Sys_Utils::Microseconds(), 0);
+}
+
+TEST_F(SysUtilsTest, ThePriorityLadder)
+{
+    struct Case
+    {
+        int32 from;
+        bool boost;
+        int32 to;
+    };
+    Case const cases[] = {
+        {0, true, 1},    {0, false, -1},  {2, true, 15},   {15, false, 2},  {-15, true, -2},
+        {15, true, 15},  {-15, false, -15}, {-2, false, -15}, {1, false, 0}, {7, true, 7}, {7, false, 7},
+    };
+    // On a thread of its own: the test thread keeps its priority.
+    std::thread([&] {
+        for (Case const& c : cases)
+        {
+            SCOPED_TRACE(testing::Message() << c.from << (c.boost ? " boost" : " lower"));
+            Sys_UtilsPosix::SetThreadPriority(c.from);
+            c.boost ? Sys_Utils::BoostThreadPriority() : Sys_Utils::LowerThreadPriority();
+            EXPECT_EQ(Sys_UtilsPosix::GetThreadPriority(), c.to);
+        }
+        Sys_UtilsPosix::SetThreadPriority(0);
+        {
+            Sys_StBoostThreadPriority boost;
+            EXPECT_EQ(Sys_UtilsPosix::GetThreadPriority(), 1);
+        }
+        EXPECT_EQ(Sys_UtilsPosix::GetThreadPriority(), 0);
+    }).join();
+}
+
+TEST_F(SysUtilsTest, CountersReturnTheNewValue)
+{
+    volatile int32 value = 5;
+    EXPECT_EQ(Sys_Utils::ThreadSafeIncrement(value), 6);
+    EXPECT_EQ(Sys_Utils::ThreadSafeDecrement(value), 5);
+    EXPECT_EQ(Sys_Utils::ThreadSafeDecrement(value), 4);
+}
+
+TEST_F(SysUtilsTest, ClocksAreInFileTimeUnitsAndSteady)
+{
+    auto const now = std::chrono::system_clock::now().time_since_epoch();
+    int64 const expected = std::chrono::duration_cast<std::chrono::nanoseconds>(now).count() / 100 +
+                           116444736000000000LL;
+    EXPECT_NEAR(static_cast<double>(Sys_Utils::GetUTC()), static_cast<double>(expected), 600e7);
+    int64 const a = Sys_Utils::Microseconds();
+    int64 const b = Sys_Utils::Microseconds();
+    EXPECT_LE(a, b);
+    EXPECT_EQ(Sys_Utils::UTC2String(-1), "N/A");
+    EXPECT_EQ(Sys_Utils::UTC2String(INT64_MIN), "N/A");
+    EXPECT_TRUE(std::regex_match(Sys_Utils::UTC2String(Sys_Utils::GetUTC()),
+                                 std::regex(R"(\d\d/\d\d/\d{4} \d\d:\d\d:\d\d)")));
+    EXPECT_NE(Sys_Utils::UTC2String(INT64_MAX), ""); // far in the future, but not a crash
+}
+
+TEST_F(SysUtilsTest, WellKnownLocations)
+{
+    Sys_FileLoc const temp = Sys_Utils::GetTempFolderLoc();
+    EXPECT_EQ(temp.GetFullPath().back(), '/');
+    EXPECT_TRUE(fs::is_directory(temp.GetFullPath()));
+    Sys_FileLoc const file = Sys_Utils::GetTempFileLoc();
+    EXPECT_EQ(file.GetParentFolder(), temp);
+    EXPECT_EQ(file.GetFileName().rfind("tmp", 0), 0u);
+    EXPECT_TRUE(Sys_File(file).IsOnline());
+    Sys_Utils::DeleteFile(file);
+    EXPECT_FALSE(Sys_File(file).IsOnline());
+    EXPECT_EQ(Sys_Utils::GetDesktopFolderLoc().GetFullPath().back(), '/');
+    Sys_FileLoc app;
+    Sys_UtilsPosix::GetAppModuleLoc(&app);
+    EXPECT_TRUE(Sys_File(app).IsOnline());
+}
+
+TEST_F(SysUtilsTest, CreateFolderMakesEveryLevelAndLeavesRootsAlone)
+{
+    Sys_FileLoc const deep = Loc("one/two/three");
+    Sys_Utils::CreateFolder(deep);
+    EXPECT_TRUE(fs::is_directory(Dir() + "one/two/three"));
+    EXPECT_EQ(deep.GetFullPath(), Dir() + "one/two/three/");
+    Sys_FileLoc const root(std::string("/"));
+    Sys_Utils::CreateFolder(root); // nothing to do, nothing thrown
+    Sys_Utils::CreateFolder(deep); // already there
+}
+
+TEST_F(SysUtilsTest, CopyOverwritesAndMoveDoesNot)
+{
+    vfltest::WriteWholeFile(Dir() + "a.bin", {1, 2, 3});
+    vfltest::WriteWholeFile(Dir() + "b.bin", {9});
+    Sys_Utils::CopyFile(Loc("a.bin"), Loc("b.bin"));
+    EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "b.bin"), (Bytes{1, 2, 3}));
+    Sys_Utils::CopyFile(Loc("a.bin"), Loc("a.bin")); // onto itself: left as it is
+    EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "a.bin"), (Bytes{1, 2, 3}));
+
+    vfltest::WriteWholeFile(Dir() + "c.bin", {7});
+    Sys_Utils::MoveFile(Loc("c.bin"), Loc("b.bin"));
+    EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "b.bin"), (Bytes{1, 2, 3}));
+    EXPECT_TRUE(fs::exists(Dir() + "c.bin"));
+    Sys_Utils::MoveFile(Loc("c.bin"), Loc("d.bin"));
+    EXPECT_FALSE(fs::exists(Dir() + "c.bin"));
+    EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "d.bin"), (Bytes{7}));
+
+    // Quiet on failure.
+    Sys_Utils::CopyFile(Loc("missing"), Loc("e.bin"));
+    Sys_Utils::MoveFile(Loc("missing"), Loc("e.bin"));
+    Sys_Utils::DeleteFile(Loc("missing"));
+    EXPECT_FALSE(fs::exists(Dir() + "e.bin"));
+}
+
+TEST_F(SysUtilsTest, MoveAcrossVolumesCopiesAndRemoves)
+{
+    std::string const mountPoint = Dir() + "other";
+    fs::create_directory(mountPoint);
+    if (vfltest::RunCommand("mount -t tmpfs -o size=1m h3move '" + mountPoint + "' 2>/dev/null") != 0)
+        GTEST_SKIP() << "cannot mount a tmpfs here";
+    vfltest::WriteWholeFile(Dir() + "m.bin", {4, 5});
+    Sys_Utils::MoveFile(Loc("m.bin"), Sys_FileLoc(mountPoint + "/m.bin"));
+    Bytes const moved = vfltest::ReadWholeFile(mountPoint + "/m.bin");
+    vfltest::RunCommand("umount '" + mountPoint + "'");
+    EXPECT_EQ(moved, (Bytes{4, 5}));
+    EXPECT_FALSE(fs::exists(Dir() + "m.bin"));
+}
+
+TEST_F(SysUtilsTest, DeleteFolderOfTheCurrentFolderMovesToItsParent)
+{
+    fs::path const saved = fs::current_path();
+    fs::create_directory(Dir() + "cwd");
+    fs::current_path(Dir() + "cwd");
+    Sys_Utils::DeleteFolder(Loc("cwd"));
+    fs::path const after = fs::current_path();
+    fs::current_path(saved);
+    EXPECT_FALSE(fs::exists(Dir() + "cwd"));
+    EXPECT_EQ(after.string() + "/", Dir());
+}
+
+TEST_F(SysUtilsTest, CopyFolderWithOrWithoutItsSubfolders)
+{
+    fs::create_directories(Dir() + "from/sub");
+    vfltest::WriteWholeFile(Dir() + "from/a.wav", {1});
+    vfltest::WriteWholeFile(Dir() + "from/notes", {2});
+    vfltest::WriteWholeFile(Dir() + "from/sub/b.wav", {3});
+    Sys_Utils::CopyFolder(Loc("from"), Loc("tree"), Sys_Utils::kCopyFolderTree);
+    EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "tree/a.wav"), (Bytes{1}));
+    EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "tree/notes"), (Bytes{2}));
+    EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "tree/sub/b.wav"), (Bytes{3}));
+    Sys_Utils::CopyFolder(Loc("from"), Loc("flat"), Sys_Utils::kCopyFolderFilesOnly);
+    EXPECT_TRUE(fs::exists(Dir() + "flat/a.wav"));
+    EXPECT_FALSE(fs::exists(Dir() + "flat/sub"));
+}
+
+TEST_F(SysUtilsTest, SpaceToCopyRoundsToTheAllocationUnitAndAddsAThirtieth)
+{
+    Sys_Volume const volume = Loc("").GetVolume();
+    int64 const unit = volume.GetMinimumAllocationSize();
+    ASSERT_GT(unit, 0);
+    vfltest::WriteWholeFile(Dir() + "empty", {});
+    vfltest::WriteWholeFile(Dir() + "one", {1});
+    vfltest::WriteWholeFile(Dir() + "more", Bytes(static_cast<size_t>(unit) + 1, 0));
+    EXPECT_EQ(Sys_Utils::GetSpaceRequiredToCopyFile(Loc("empty"), volume), 0);
+    EXPECT_EQ(Sys_Utils::GetSpaceRequiredToCopyFile(Loc("one"), volume), unit + unit / 30);
+    EXPECT_EQ(Sys_Utils::GetSpaceRequiredToCopyFile(Loc("more"), volume), 2 * unit + 2 * unit / 30);
+
+    fs::create_directory(Dir() + "sub");
+    vfltest::WriteWholeFile(Dir() + "sub/two", {1, 2});
+    int64 const flat = Sys_Utils::GetSpaceRequiredToCopyFolder(Loc(""), volume, false);
+    int64 const tree = Sys_Utils::GetSpaceRequiredToCopyFolder(Loc(""), volume, true);
+    EXPECT_EQ(flat, (unit + unit / 30) + (2 * unit + 2 * unit / 30));
+    EXPECT_EQ(tree, flat + unit + unit / 30);
+}
+
+TEST_F(SysUtilsTest, AFailedServiceIsReplaceable)
+{
+    Sys_Utils::SetGetUTCMethod([] { return int64{42}; });
+    int64 const replaced = Sys_Utils::GetUTC();
+    Sys_Utils::SetGetUTCMethod(&Sys_UtilsPosix::GetUTC);
+    EXPECT_EQ(replaced, 42);
+}
+
+} // namespace
