@@ -1,0 +1,118 @@
+#include "FF/FF_AudioProcessDecimateWaveform.h"
+
+#include "FF/FF_AudioProcessTestBlocks.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+using namespace ffproc;
+
+namespace
+{
+i8 ReferenceReduce(i32 x, int bits)
+{
+    if (bits == 8)
+        return static_cast<i8>(x);
+    int const shift = bits == 16 ? 8 : 16;
+    i32 const a = std::abs(x);
+    if (a <= (1 << shift))
+        return 0;
+    return static_cast<i8>(x < 0 ? -(a >> shift) : (a >> shift));
+}
+
+// Maximum and minimum of the reduced samples of each interval; the last
+// interval may be short.
+std::vector<i8> ReferenceOverview(std::vector<i32> const& x, int bits, i64 perInterval)
+{
+    std::vector<i8> pairs;
+    for (std::size_t start = 0; start < x.size(); start += static_cast<std::size_t>(perInterval))
+    {
+        std::size_t const end = std::min(x.size(), start + static_cast<std::size_t>(perInterval));
+        i8 hi = -128, lo = 127;
+        for (std::size_t k = start; k < end; ++k)
+        {
+            hi = std::max(hi, ReferenceReduce(x[k], bits));
+            lo = std::min(lo, ReferenceReduce(x[k], bits));
+        }
+        pairs.push_back(hi);
+        pairs.push_back(lo);
+    }
+    return pairs;
+}
+} // namespace
+
+TEST(FF_AudioProcessDecimateWaveform, ReducesTowardZeroKeepingSilenceAtZero)
+{
+    struct Case
+    {
+        int bits;
+        i32 x;
+        int v;
+    } const cases[] = {
+        {8, -128, -128},   {8, 5, 5},           {16, 256, 0},        {16, 257, 1},        {16, -256, 0},
+        {16, -512, -2},    {16, 32767, 127},    {16, -32768, -128},  {24, 65536, 0},      {24, 65537, 1},
+        {24, -131072, -2}, {24, 8388607, 127},  {24, -8388608, -128}, {16, 0, 0},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(testing::Message() << c.bits << " bits, " << c.x);
+        EXPECT_EQ(FF_AudioProcessDecimateWaveform::Reduce(c.x, c.bits), c.v);
+    }
+}
+
+// Against the straightforward reference, for each depth, with interval
+// counts that do and do not divide the length, and blocks of several sizes.
+TEST(FF_AudioProcessDecimateWaveform, OverviewAgainstTheReference)
+{
+    i64 const length = 3000;
+    for (int bits : {8, 16, 24})
+        for (i64 perInterval : {1, 7, 100, 250, 3000, 4000})
+            for (i64 blockSize : {1, 64, 1000, 3000})
+            {
+                SCOPED_TRACE(testing::Message() << bits << " bits, intervals of " << perInterval << ", blocks of "
+                                                << blockSize);
+                Channels const input = SineRamp(2, length, bits, 1.0, 440.0);
+                std::vector<i8> const expected = ReferenceOverview(input[0], bits, perInterval);
+                std::vector<char> overview(expected.size() + 8, 0x55);
+                FF_AudioProcessDecimateWaveform stage(static_cast<i32>(perInterval), overview.data());
+                RunResult r = RunStage(stage, input, 44100, bits, blockSize);
+                EXPECT_EQ(r.out, input); // the stream passes unchanged, every channel
+                EXPECT_TRUE(stage.IsComplete());
+                EXPECT_EQ(stage.GetUnitsProcessed(), length);
+                EXPECT_EQ(stage.GetUnitsToProcess(), length);
+                for (std::size_t k = 0; k < expected.size(); ++k)
+                    ASSERT_EQ(static_cast<i8>(overview[k]), expected[k]) << "byte " << k;
+                for (std::size_t k = expected.size(); k < overview.size(); ++k)
+                    ASSERT_EQ(overview[k], 0x55) << "written past the last pair at " << k;
+            }
+}
+
+TEST(FF_AudioProcessDecimateWaveform, PairCountIsTheIntervalsBegun)
+{
+    struct Case
+    {
+        i64 perInterval, length, pairs;
+    } const cases[] = {{100, 250, 3}, {100, 300, 3}, {100, 1, 1}, {100, 0, 0}, {1, 5, 5}};
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(testing::Message() << c.perInterval << " on " << c.length);
+        std::vector<char> overview(16, 0x55);
+        FF_AudioProcessDecimateWaveform stage(static_cast<i32>(c.perInterval), overview.data());
+        Channels const input(1, std::vector<i32>(static_cast<std::size_t>(c.length), 1000));
+        RunStage(stage, input, 44100, 16, 64);
+        for (std::size_t k = 0; k < overview.size(); ++k)
+            EXPECT_EQ(overview[k] == 0x55, k >= static_cast<std::size_t>(2 * c.pairs)) << "byte " << k;
+    }
+}
+
+TEST(FF_AudioProcessDecimateWaveform, DepthsOtherThan8_16_24AreAssertions)
+{
+    for (int bits : {12, 32})
+    {
+        SCOPED_TRACE(bits);
+        std::vector<char> overview(16);
+        FF_AudioProcessDecimateWaveform stage(4, overview.data());
+        EXPECT_THROW(RunStage(stage, Channels{{1, 2, 3}}, 44100, bits, 16), std::runtime_error);
+    }
+}

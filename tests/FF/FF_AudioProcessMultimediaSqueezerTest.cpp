@@ -1,0 +1,84 @@
+#include "FF/FF_AudioProcessMultimediaSqueezer.h"
+
+#include "FF/FF_AudioProcessTestBlocks.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+using namespace ffproc;
+
+namespace
+{
+Channels Sine(int channels, i64 length, int bits, f64 amplitude, f64 freq)
+{
+    f64 const full = std::ldexp(1.0, bits - 1) - 1.0;
+    Channels out(static_cast<std::size_t>(channels));
+    for (int c = 0; c < channels; ++c)
+        for (i64 n = 0; n < length; ++n)
+            out[static_cast<std::size_t>(c)].push_back(static_cast<i32>(
+                std::round(full * amplitude * std::sin(2.0 * std::numbers::pi * freq * n / 44100.0 + c))));
+    return out;
+}
+} // namespace
+
+TEST(FF_AudioProcessMultimediaSqueezer, OutputIsAsLongAsTheInputWhateverTheBlocks)
+{
+    for (int bits : {16, 24})
+        for (i64 length : {1, 999, 1000, 1001, 5000})
+        {
+            Channels const input = Sine(2, length, bits, 0.3, 440.0);
+            Channels first;
+            for (i64 blockSize : {1, 500, 1000, 5000})
+            {
+                SCOPED_TRACE(testing::Message() << bits << " bits, " << length << " samples, blocks of " << blockSize);
+                FF_AudioProcessMultimediaSqueezer stage;
+                RunResult r = RunStage(stage, input, 44100, bits, blockSize);
+                ASSERT_EQ(r.out.size(), 2u);
+                EXPECT_EQ(static_cast<i64>(r.out[0].size()), length);
+                EXPECT_EQ(static_cast<i64>(r.out[1].size()), length);
+                if (first.empty())
+                    first = r.out;
+                EXPECT_EQ(r.out, first); // the same bits however the stream is cut
+            }
+        }
+}
+
+TEST(FF_AudioProcessMultimediaSqueezer, LookAheadIsRemovedAndHalfWavesReachNearFullScale)
+{
+    i64 const length = 20000;
+    Channels const input = Sine(1, length, 16, 0.5, 220.0);
+    FF_AudioProcessMultimediaSqueezer stage;
+    RunResult r = RunStage(stage, input, 44100, 16, 4096);
+    ASSERT_EQ(static_cast<i64>(r.out[0].size()), length);
+    i32 peak = 0;
+    for (i64 n = 0; n < length; ++n)
+    {
+        i32 const x = input[0][static_cast<std::size_t>(n)];
+        i32 const y = r.out[0][static_cast<std::size_t>(n)];
+        // Gains are never negative and the delay is taken out again: every
+        // output has the sign of the input at the same place.
+        ASSERT_GE(static_cast<i64>(x) * y, 0) << "at " << n;
+        if (n > 5000)
+            peak = std::max(peak, std::abs(y));
+    }
+    EXPECT_GT(peak, 0.8 * 32767);
+    EXPECT_LE(peak, 32767);
+}
+
+TEST(FF_AudioProcessMultimediaSqueezer, SilenceStaysSilent)
+{
+    Channels const input(2, std::vector<i32>(3000, 0));
+    FF_AudioProcessMultimediaSqueezer stage;
+    EXPECT_EQ(RunStage(stage, input, 48000, 24, 1024).out, input);
+}
+
+TEST(FF_AudioProcessMultimediaSqueezer, DepthsOtherThan16And24AreAssertions)
+{
+    for (int bits : {8, 32})
+    {
+        SCOPED_TRACE(bits);
+        FF_AudioProcessMultimediaSqueezer stage;
+        EXPECT_THROW(RunStage(stage, Channels{{1, 2, 3}}, 44100, bits, 16), std::runtime_error);
+    }
+}
