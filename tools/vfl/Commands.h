@@ -4,3 +4,5 @@
 
 int CmdInfo(int argc, char** argv);
 int CmdCat(int argc, char** argv);
+int CmdVolumes(int argc, char** argv);
+int CmdUmid(int argc, char** argv);
