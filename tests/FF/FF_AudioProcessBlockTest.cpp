@@ -92,10 +92,18 @@ TEST(FF_AudioProcessBlock, SamplesLoadSignExtendedAndStoreTheirLowBytes)
         i32 back = 0;
         switch (c.bytes)
         {
-        case 1: FF_AudioProcessBlock::StoreSample<1>(buf, c.value), back = FF_AudioProcessBlock::LoadSample<1>(buf); break;
-        case 2: FF_AudioProcessBlock::StoreSample<2>(buf, c.value), back = FF_AudioProcessBlock::LoadSample<2>(buf); break;
-        case 3: FF_AudioProcessBlock::StoreSample<3>(buf, c.value), back = FF_AudioProcessBlock::LoadSample<3>(buf); break;
-        default: FF_AudioProcessBlock::StoreSample<4>(buf, c.value), back = FF_AudioProcessBlock::LoadSample<4>(buf); break;
+        case 1:
+            FF_AudioProcessBlock::StoreSample<1>(buf, c.value), back = FF_AudioProcessBlock::LoadSample<1>(buf);
+            break;
+        case 2:
+            FF_AudioProcessBlock::StoreSample<2>(buf, c.value), back = FF_AudioProcessBlock::LoadSample<2>(buf);
+            break;
+        case 3:
+            FF_AudioProcessBlock::StoreSample<3>(buf, c.value), back = FF_AudioProcessBlock::LoadSample<3>(buf);
+            break;
+        default:
+            FF_AudioProcessBlock::StoreSample<4>(buf, c.value), back = FF_AudioProcessBlock::LoadSample<4>(buf);
+            break;
         }
         for (int k = 0; k < c.bytes; ++k)
             EXPECT_EQ(static_cast<unsigned char>(buf[k]), c.stored[k]) << "byte " << k;

@@ -50,9 +50,9 @@ TEST(FF_AudioProcessDecimateWaveform, ReducesTowardZeroKeepingSilenceAtZero)
         i32 x;
         int v;
     } const cases[] = {
-        {8, -128, -128},   {8, 5, 5},           {16, 256, 0},        {16, 257, 1},        {16, -256, 0},
-        {16, -512, -2},    {16, 32767, 127},    {16, -32768, -128},  {24, 65536, 0},      {24, 65537, 1},
-        {24, -131072, -2}, {24, 8388607, 127},  {24, -8388608, -128}, {16, 0, 0},
+        {8, -128, -128},   {8, 5, 5},          {16, 256, 0},         {16, 257, 1},   {16, -256, 0},
+        {16, -512, -2},    {16, 32767, 127},   {16, -32768, -128},   {24, 65536, 0}, {24, 65537, 1},
+        {24, -131072, -2}, {24, 8388607, 127}, {24, -8388608, -128}, {16, 0, 0},
     };
     for (auto const& c : cases)
     {
@@ -70,8 +70,8 @@ TEST(FF_AudioProcessDecimateWaveform, OverviewAgainstTheReference)
         for (i64 perInterval : {1, 7, 100, 250, 3000, 4000})
             for (i64 blockSize : {1, 64, 1000, 3000})
             {
-                SCOPED_TRACE(testing::Message() << bits << " bits, intervals of " << perInterval << ", blocks of "
-                                                << blockSize);
+                SCOPED_TRACE(testing::Message()
+                             << bits << " bits, intervals of " << perInterval << ", blocks of " << blockSize);
                 Channels const input = SineRamp(2, length, bits, 1.0, 440.0);
                 std::vector<i8> const expected = ReferenceOverview(input[0], bits, perInterval);
                 std::vector<char> overview(expected.size() + 8, 0x55);

@@ -77,7 +77,7 @@ Channels Reference(Channels const& input, int inBits, int outBits, i64 blockSize
             for (i64 n = pos; n < std::min(length, pos + blockSize); ++n)
             {
                 i32 const x = input[c][static_cast<std::size_t>(n)];
-                out[c][static_cast<std::size_t>(n)] = inBits < outBits   ? x * (1 << (outBits - inBits))
+                out[c][static_cast<std::size_t>(n)] = inBits < outBits    ? x * (1 << (outBits - inBits))
                                                       : inBits == outBits ? x
                                                                           : q(x);
             }
@@ -93,9 +93,10 @@ TEST(FF_AudioProcessRequantize, WideningEdgeValues)
         i32 x;
         i32 expected;
     } const cases[] = {
-        {8, 16, -1, -256},          {8, 16, 127, 32512},       {8, 24, -128, -8388608},
-        {8, 32, -1, -16777216},     {16, 24, -1, -256},        {16, 32, -1, static_cast<i32>(0xFFFF0000u)},
-        {24, 32, -1, -256},         {24, 32, 8388607, 0x7FFFFF00},
+        {8, 16, -1, -256},       {8, 16, 127, 32512},
+        {8, 24, -128, -8388608}, {8, 32, -1, -16777216},
+        {16, 24, -1, -256},      {16, 32, -1, static_cast<i32>(0xFFFF0000u)},
+        {24, 32, -1, -256},      {24, 32, 8388607, 0x7FFFFF00},
     };
     for (auto const& c : cases)
     {
@@ -123,8 +124,8 @@ TEST(FF_AudioProcessRequantize, Requantize8x16OfMinusOneStoresFF00)
 // running from the same seed.
 TEST(FF_AudioProcessRequantize, GoldenAgainstTheReferenceAcrossBlockSizes)
 {
-    int const pairs[][2] = {{8, 8},   {8, 16},  {8, 24},  {8, 32},  {16, 8},  {16, 16}, {16, 24},
-                            {16, 32}, {24, 8},  {24, 16}, {24, 24}, {24, 32}};
+    int const pairs[][2] = {{8, 8},   {8, 16},  {8, 24}, {8, 32},  {16, 8},  {16, 16},
+                            {16, 24}, {16, 32}, {24, 8}, {24, 16}, {24, 24}, {24, 32}};
     i64 const blockSizes[] = {1, 7, 256, 4096, 5000};
     for (auto const& pair : pairs)
         for (int channels : {1, 2})
@@ -133,8 +134,8 @@ TEST(FF_AudioProcessRequantize, GoldenAgainstTheReferenceAcrossBlockSizes)
             Channels const input = SineRamp(channels, 5000, pair[0], 1.2);
             for (i64 blockSize : blockSizes)
             {
-                SCOPED_TRACE(testing::Message() << pair[0] << "x" << pair[1] << ", " << channels << " channel(s), blocks of "
-                                                << blockSize);
+                SCOPED_TRACE(testing::Message() << pair[0] << "x" << pair[1] << ", " << channels
+                                                << " channel(s), blocks of " << blockSize);
                 i32 refSeed = 983040;
                 Channels const expected = Reference(input, pair[0], pair[1], blockSize, refSeed);
                 StSeed seed(983040);

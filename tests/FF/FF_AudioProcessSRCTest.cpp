@@ -32,7 +32,10 @@ private:
     i32 mSaved;
 };
 
-i64 MaxOfBits(int bits) { return (i64{1} << (bits - 1)) - 1; }
+i64 MaxOfBits(int bits)
+{
+    return (i64{1} << (bits - 1)) - 1;
+}
 
 // The windowed-sinc table written again from its formulas.
 std::vector<f64> ReferenceTable(i32 in, i32 out, int taps, i32& oversample)
@@ -159,8 +162,8 @@ TEST(FF_AudioProcessSRC, OutputLengthIsTheInputLengthScaledAndRoundedUp)
     for (auto const& c : cases)
         for (Q quality : kQualities)
         {
-            SCOPED_TRACE(testing::Message() << c.in << " to " << c.out << ", " << c.length << " samples at "
-                                            << static_cast<int>(quality));
+            SCOPED_TRACE(testing::Message()
+                         << c.in << " to " << c.out << ", " << c.length << " samples at " << static_cast<int>(quality));
             FF_AudioProcessSRC src(c.in, c.out, quality);
             Channels const input(1, std::vector<i32>(static_cast<std::size_t>(c.length), 1000));
             RunResult r = RunStage(src, input, c.in, 16, 7680);
@@ -232,9 +235,10 @@ TEST(FF_AudioProcessSRC, GoldenAgainstTheReferenceAcrossBlockSizes)
                 {
                     if (level != Access::kLevels[2] && (quality == 0 || blockSize < 1000))
                         continue;
-                    SCOPED_TRACE(testing::Message() << c.in << " to " << c.out << ", " << c.bits << " bits, "
-                                                    << c.channels << " channel(s), quality " << static_cast<int>(quality)
-                                                    << ", kernels " << level << ", blocks of " << blockSize);
+                    SCOPED_TRACE(testing::Message()
+                                 << c.in << " to " << c.out << ", " << c.bits << " bits, " << c.channels
+                                 << " channel(s), quality " << static_cast<int>(quality) << ", kernels " << level
+                                 << ", blocks of " << blockSize);
                     StKernelLevel kernels(level);
                     FF_AudioProcessSRC src(c.in, c.out, quality);
                     RunResult r = RunStage(src, input, c.in, c.bits, blockSize);

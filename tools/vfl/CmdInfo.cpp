@@ -4,8 +4,12 @@
 #include "tools/vfl/Commands.h"
 #include "tools/vfl/ToolSupport.h"
 
+#include "Sys/Sys_Utils.h"
+#include "Sys/Sys_Volume.h"
+
 #include <cinttypes>
 #include <cstdio>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -18,13 +22,121 @@ char const kUsage[] = "Usage: vfl info [--json] FILE...\n\n"
                       "Options:\n"
                       "  --json   one JSON object per line and file\n";
 
+struct Overview
+{
+    std::string samplesPerInterval, bitsPerInterval, intervals;
+};
+
 struct Facts
 {
     std::string path;
     std::string type;
     FF_AudioFileAttr attr;
     bool known = false;
+    std::string volume;
+    // The system's own metadata, where the file has it.
+    bool identity = false;
+    std::string umid, modified;
+    uint64 revision = 0;
+    bool broadcast = false;
+    int64 timeReference = 0;
+    std::vector<std::pair<std::string, std::string>> bext; // fields as the file holds them
+    std::vector<FF_ImportAudioRegion> regions;
+    std::vector<Overview> overviews;
+    bool instrument = false;
+    FF_AudioInstrumentAttr instrumentAttr;
 };
+
+// The 'bext' fields and the overviews, from the file's own chunk walk.
+void ReadChunkDetails(FF_AudioFile& file, Facts& f)
+{
+    std::ostringstream dump;
+    file.PrintFile(dump);
+    std::istringstream in(dump.str());
+    std::string line, chunk;
+    while (std::getline(in, line))
+    {
+        if (line.rfind("Chunk ID: ", 0) == 0)
+        {
+            chunk = line.substr(10);
+            continue;
+        }
+        auto field = [&](char const* label, std::string* value)
+        {
+            std::string const l = label;
+            if (line.rfind(l, 0) != 0)
+                return false;
+            *value = line.substr(l.size());
+            return true;
+        };
+        std::string value;
+        if (chunk == "bext")
+        {
+            static char const* const labels[][2] = {{"\tDescription: ", "description"},
+                                                    {"\tOriginator: ", "originator"},
+                                                    {"\tOriginatorRef: ", "originatorReference"},
+                                                    {"\tOriginationDate: ", "originationDate"},
+                                                    {"\tOriginationTime: ", "originationTime"}};
+            for (auto const& l : labels)
+                if (field(l[0], &value))
+                    f.bext.emplace_back(l[1], value);
+        }
+        else if (chunk == "ovwf")
+        {
+            if (field("\t\tsamplesPerInterval ", &value))
+                f.overviews.push_back({value, "", ""});
+            else if (!f.overviews.empty() && field("\t\tbitsPerInterval ", &value))
+                f.overviews.back().bitsPerInterval = value;
+            else if (!f.overviews.empty() && field("\t\tnumIntervals ", &value))
+                f.overviews.back().intervals = value;
+        }
+    }
+}
+
+Facts Gather(FF_AudioFile& file, Sys_FileLoc const& loc)
+{
+    Facts f;
+    f.path = loc.GetFullPath();
+    try
+    {
+        f.volume = Sys_Utils::GetVolumeRootFolderLoc(loc.GetVolume()).GetFullPath();
+    }
+    catch (std::exception const&)
+    {
+    }
+    f.type = vfl::TypeName(file);
+    f.known = file.Implements(FF_AudioFile::eImportExportInterface);
+    if (!f.known)
+        return f;
+    f.attr = file.GetAudioFileAttr();
+    f.identity = file.Implements(FF_AudioFile::eVelmoraInterface);
+    if (f.identity)
+    {
+        f.umid = file.GetUmid().AsString();
+        f.modified = Sys_Utils::UTC2String(static_cast<int64>(file.GetUTCModDate()));
+        f.revision = file.GetDataRevision();
+    }
+    f.broadcast = file.Implements(FF_AudioFile::eEbuInterface);
+    if (f.broadcast)
+        f.timeReference = file.GetSMPTETimeStamp();
+    file.GetRegions(&f.regions, false);
+    f.instrument = file.Implements(FF_AudioFile::eOrvanelInterface) && file.HasInstrumentAttr();
+    if (f.instrument)
+        file.GetInstrumentAttr(&f.instrumentAttr);
+    ReadChunkDetails(file, f);
+    return f;
+}
+
+char const* LoopName(int type)
+{
+    switch (type)
+    {
+    case 1: return "forward";
+    case 2: return "forward-backward";
+    case 3: return "backward";
+    default: return "none";
+    }
+}
 
 void PrintText(Facts const& f)
 {
@@ -38,6 +150,35 @@ void PrintText(Facts const& f)
     std::printf("  frames: %" PRId64 "\n", a.GetNumSamples());
     if (a.GetSamplesPerSec() > 0)
         std::printf("  duration: %.6f s\n", static_cast<double>(a.GetNumSamples()) / a.GetSamplesPerSec());
+    if (!f.volume.empty())
+        std::printf("  volume: %s\n", f.volume.c_str());
+    if (f.identity)
+        std::printf("  umid: %s\n  modified: %s\n  revision: %" PRIu64 "\n", f.umid.c_str(), f.modified.c_str(),
+                    f.revision);
+    if (f.broadcast)
+    {
+        std::printf("  broadcast time reference: %" PRId64 "\n", f.timeReference);
+        for (auto const& [key, value] : f.bext)
+            std::printf("  broadcast %s: %s\n", key.c_str(), value.c_str());
+    }
+    for (auto const& r : f.regions)
+        std::printf("  region: %s %" PRIu64 "..%" PRIu64 " sync %" PRIu64 "%s\n", r.GetName().c_str(),
+                    r.GetStartSample(), r.GetStopSample(), r.GetSyncSample(),
+                    r.IsWholeFileRegion() ? " (whole file)" : "");
+    for (auto const& o : f.overviews)
+        std::printf("  overview: %s samples per interval, %s bits, %s intervals\n", o.samplesPerInterval.c_str(),
+                    o.bitsPerInterval.c_str(), o.intervals.c_str());
+    if (f.instrument)
+    {
+        FF_AudioInstrumentAttr const& i = f.instrumentAttr;
+        std::printf("  instrument: root note %d, fine tune %d cents\n", i.GetRootMIDINote(), i.GetFineTuneCents());
+        if (i.GetLoop1Type())
+            std::printf("  loop 1: %s %" PRId64 "..%" PRId64 "\n", LoopName(i.GetLoop1Type()), i.GetLoop1StartSample(),
+                        i.GetLoop1StopSample());
+        if (i.GetLoop2Type())
+            std::printf("  loop 2: %s %" PRId64 "..%" PRId64 "\n", LoopName(i.GetLoop2Type()), i.GetLoop2StartSample(),
+                        i.GetLoop2StopSample());
+    }
 }
 
 void PrintJson(Facts const& f)
@@ -54,6 +195,52 @@ void PrintJson(Facts const& f)
                       a.GetSamplesPerSec(), a.GetBitsPerSample(), a.GetBytesPerSample(), a.GetNumSamples(),
                       a.GetSamplesPerSec() > 0 ? static_cast<double>(a.GetNumSamples()) / a.GetSamplesPerSec() : 0.0);
         line += buffer;
+        if (!f.volume.empty())
+            line += ",\"volume\":" + vfl::JsonString(f.volume);
+        if (f.identity)
+            line += ",\"umid\":" + vfl::JsonString(f.umid) + ",\"modified\":" + vfl::JsonString(f.modified) +
+                    ",\"revision\":" + std::to_string(f.revision);
+        if (f.broadcast)
+        {
+            line += ",\"broadcast\":{\"timeReference\":" + std::to_string(f.timeReference);
+            for (auto const& [key, value] : f.bext)
+                line += "," + vfl::JsonString(key) + ":" + vfl::JsonString(value);
+            line += "}";
+        }
+        line += ",\"regions\":[";
+        for (std::size_t i = 0; i < f.regions.size(); ++i)
+        {
+            auto const& r = f.regions[i];
+            line += (i ? "," : "") + std::string("{\"name\":") + vfl::JsonString(r.GetName()) +
+                    ",\"start\":" + std::to_string(r.GetStartSample()) +
+                    ",\"stop\":" + std::to_string(r.GetStopSample()) +
+                    ",\"sync\":" + std::to_string(r.GetSyncSample()) +
+                    ",\"wholeFile\":" + (r.IsWholeFileRegion() ? "true" : "false") + "}";
+        }
+        line += "],\"overviews\":[";
+        for (std::size_t i = 0; i < f.overviews.size(); ++i)
+            line += (i ? "," : "") + std::string("{\"samplesPerInterval\":") + f.overviews[i].samplesPerInterval +
+                    ",\"bitsPerInterval\":" + f.overviews[i].bitsPerInterval +
+                    ",\"intervals\":" + f.overviews[i].intervals + "}";
+        line += "]";
+        if (f.instrument)
+        {
+            FF_AudioInstrumentAttr const& i = f.instrumentAttr;
+            line += ",\"instrument\":{\"rootNote\":" + std::to_string(i.GetRootMIDINote()) +
+                    ",\"fineTune\":" + std::to_string(i.GetFineTuneCents()) + ",\"loops\":[";
+            bool first = true;
+            auto loop = [&](int type, int64 start, int64 stop)
+            {
+                if (!type)
+                    return;
+                line += (first ? "" : ",") + std::string("{\"type\":\"") + LoopName(type) +
+                        "\",\"start\":" + std::to_string(start) + ",\"stop\":" + std::to_string(stop) + "}";
+                first = false;
+            };
+            loop(i.GetLoop1Type(), i.GetLoop1StartSample(), i.GetLoop1StopSample());
+            loop(i.GetLoop2Type(), i.GetLoop2StartSample(), i.GetLoop2StopSample());
+            line += "]}";
+        }
     }
     line += "}";
     std::printf("%s\n", line.c_str());
@@ -95,12 +282,7 @@ int CmdInfo(int argc, char** argv)
         {
             Sys_FileLoc loc = vfl::LocationFromArgument(path);
             FF_AudioFile file(loc);
-            Facts f;
-            f.path = loc.GetFullPath();
-            f.type = vfl::TypeName(file);
-            f.known = file.Implements(FF_AudioFile::eImportExportInterface);
-            if (f.known)
-                f.attr = file.GetAudioFileAttr();
+            Facts const f = Gather(file, loc);
             json ? PrintJson(f) : PrintText(f);
         }
         catch (std::exception const& e)

@@ -25,22 +25,14 @@ char const* VolumeTypeName(Sys_Volume::EVolumeType type)
 {
     switch (type)
     {
-    case Sys_Volume::kVolumeTypeFixed:
-        return "fixed";
-    case Sys_Volume::kVolumeTypeRemovable:
-        return "removable";
-    case Sys_Volume::kVolumeTypeFloppy:
-        return "floppy";
-    case Sys_Volume::kVolumeTypeNetwork:
-        return "network";
-    case Sys_Volume::kVolumeTypeCDROM:
-        return "cdrom";
-    case Sys_Volume::kVolumeTypeRAMDisk:
-        return "ramdisk";
-    case Sys_Volume::kVolumeTypeUnknown:
-        return "unknown";
-    default:
-        return "none";
+    case Sys_Volume::kVolumeTypeFixed: return "fixed";
+    case Sys_Volume::kVolumeTypeRemovable: return "removable";
+    case Sys_Volume::kVolumeTypeFloppy: return "floppy";
+    case Sys_Volume::kVolumeTypeNetwork: return "network";
+    case Sys_Volume::kVolumeTypeCDROM: return "cdrom";
+    case Sys_Volume::kVolumeTypeRAMDisk: return "ramdisk";
+    case Sys_Volume::kVolumeTypeUnknown: return "unknown";
+    default: return "none";
     }
 }
 
@@ -48,22 +40,14 @@ char const* FileSystemName(Sys_Volume::EFileSystemType type)
 {
     switch (type)
     {
-    case Sys_Volume::kFileSystemFAT:
-        return "fat";
-    case Sys_Volume::kFileSystemNTFS:
-        return "ntfs";
-    case Sys_Volume::kFileSystemCDFS:
-        return "cdfs";
-    case Sys_Volume::kFileSystemHFS:
-        return "hfs";
-    case Sys_Volume::kFileSystemFAT32:
-        return "fat32";
-    case Sys_Volume::kFileSystemKelpfs:
-        return "kelpfs";
-    case Sys_Volume::kFileSystemNative:
-        return "native";
-    default:
-        return "unknown";
+    case Sys_Volume::kFileSystemFAT: return "fat";
+    case Sys_Volume::kFileSystemNTFS: return "ntfs";
+    case Sys_Volume::kFileSystemCDFS: return "cdfs";
+    case Sys_Volume::kFileSystemHFS: return "hfs";
+    case Sys_Volume::kFileSystemFAT32: return "fat32";
+    case Sys_Volume::kFileSystemKelpfs: return "kelpfs";
+    case Sys_Volume::kFileSystemNative: return "native";
+    default: return "unknown";
     }
 }
 
@@ -144,11 +128,11 @@ int CmdVolumes(int argc, char** argv)
         labelWidth = std::max(labelWidth, r.label.size());
     }
     int const rw = static_cast<int>(rootWidth), lw = static_cast<int>(labelWidth);
-    std::printf("%-*s  %-*s  %-8s  %-9s  %-7s  %16s  %16s  %6s\n", rw, "ROOT", lw, "LABEL", "SERIAL", "TYPE",
-                "FS", "FREE", "SIZE", "SECTOR");
+    std::printf("%-*s  %-*s  %-8s  %-9s  %-7s  %16s  %16s  %6s\n", rw, "ROOT", lw, "LABEL", "SERIAL", "TYPE", "FS",
+                "FREE", "SIZE", "SECTOR");
     for (Row const& r : rows)
         std::printf("%-*s  %-*s  %-8s  %-9s  %-7s  %16" PRId64 "  %16" PRId64 "  %6" PRId32 "\n", rw, r.root.c_str(),
-                    lw, r.label.c_str(), r.serial.c_str(), r.type.c_str(), r.fileSystem.c_str(), r.freeSpace,
-                    r.size, r.bytesPerSector);
+                    lw, r.label.c_str(), r.serial.c_str(), r.type.c_str(), r.fileSystem.c_str(), r.freeSpace, r.size,
+                    r.bytesPerSector);
     return status;
 }

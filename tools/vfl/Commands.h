@@ -4,5 +4,9 @@
 
 int CmdInfo(int argc, char** argv);
 int CmdCat(int argc, char** argv);
+int CmdNew(int argc, char** argv);
+int CmdRegions(int argc, char** argv);
+int CmdAdopt(int argc, char** argv);
+int CmdPrint(int argc, char** argv);
 int CmdVolumes(int argc, char** argv);
 int CmdUmid(int argc, char** argv);

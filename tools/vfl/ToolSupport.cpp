@@ -4,10 +4,12 @@
 #include "FF/FF_AudioFile.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_Init.h"
+#include "Sys/Sys_Utils.h"
 
 #include <charconv>
 #include <cstdio>
 #include <filesystem>
+#include <vector>
 
 namespace vfl
 {
@@ -15,6 +17,35 @@ namespace vfl
 void InitLibrary()
 {
     Sys_Init::Init();
+    // The types a user of this host expects, registered before any location
+    // is asked for its name. "aif" and "aiff" mean plain AIFF, "aifc" AIFF-C.
+    auto mac = [](char const(&code)[5])
+    {
+        return Sys_FileType(static_cast<int32>((static_cast<uint32>(static_cast<unsigned char>(code[0])) << 24) |
+                                               (static_cast<uint32>(static_cast<unsigned char>(code[1])) << 16) |
+                                               (static_cast<uint32>(static_cast<unsigned char>(code[2])) << 8) |
+                                               static_cast<uint32>(static_cast<unsigned char>(code[3]))));
+    };
+    auto ext = [](char const* e) { return Sys_FileType(std::string(e)); };
+    std::vector<Sys_FileType> known = {ext("wav"),  ext("aif"),  ext("aiff"), ext("aifc"), ext("mp3"),
+                                       mac("WAVE"), mac("AIFF"), mac("AIFC"), mac("Vn4f")};
+    std::vector<std::string> descriptions = {"WAVE audio", "AIFF audio", "AIFF audio",   "AIFF-C audio", "MP3 audio",
+                                             "WAVE audio", "AIFF audio", "AIFF-C audio", "VORN audio"};
+    Sys_Utils::RegisterKnownTypes(known, descriptions);
+    std::vector<std::vector<Sys_FileType>> groups = {{ext("wav"), mac("WAVE"), mac(".WAV")},
+                                                     {ext("aif"), ext("aiff"), mac("AIFF")},
+                                                     {ext("aifc"), mac("AIFC")},
+                                                     {mac("Vn4f")},
+                                                     {ext("mp3")}};
+    for (auto& g : groups)
+        Sys_Utils::RegisterEquivalentTypes(g);
+}
+
+Sys_FileType TypeFromName(std::string const& name)
+{
+    if (name == "aif" || name == "aiff")
+        return Sys_FileType(std::string("aif"));
+    return Sys_FileType(name);
 }
 
 Sys_FileLoc LocationFromArgument(std::string const& path)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Cmn/Cmn_Types.h"
+#include "Sys/Sys_FileType.h"
 
 #include <exception>
 #include <string>
@@ -14,6 +15,9 @@ namespace vfl
 {
 // Starts the library once: system layer and the file types vfl knows.
 void InitLibrary();
+
+// The file type a user names on the command line ("wav", "aif", "aifc").
+Sys_FileType TypeFromName(std::string const& name);
 
 // A location for a path as given on the command line (relative to the
 // current folder or absolute).

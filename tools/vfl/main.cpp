@@ -23,6 +23,10 @@ struct Command
 Command const kCommands[] = {
     {"info", &CmdInfo, "describe audio files: format, channels, rate, length"},
     {"cat", &CmdCat, "write a file's samples to stdout as raw signed PCM"},
+    {"new", &CmdNew, "write a new audio file from raw signed PCM on stdin"},
+    {"regions", &CmdRegions, "list, add or remove the named regions of a file"},
+    {"adopt", &CmdAdopt, "give foreign files the system's identity metadata"},
+    {"print", &CmdPrint, "print a file's chunks and the values its handler holds"},
 };
 
 void PrintUsage(std::FILE* out)

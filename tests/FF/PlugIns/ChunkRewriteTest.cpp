@@ -131,8 +131,8 @@ TEST_F(ChunkRewrite, NewFileLayout)
         std::int64_t at;
         std::uint32_t size;
     } const expected[] = {
-        {"RIFF", 0, 5140},   {"bext", 12, 614},  {"fmt ", 634, 16},  {"Elmo", 658, 350}, {"data", 1016, 4000},
-        {"umid", 5024, 24},  {"minf", 5056, 16}, {"regn", 5080, 4},  {"ovwf", 5092, 4},  {"smpl", 5104, 36},
+        {"RIFF", 0, 5140},  {"bext", 12, 614},  {"fmt ", 634, 16}, {"Elmo", 658, 350}, {"data", 1016, 4000},
+        {"umid", 5024, 24}, {"minf", 5056, 16}, {"regn", 5080, 4}, {"ovwf", 5092, 4},  {"smpl", 5104, 36},
     };
     auto const walked = Walk(b);
     ASSERT_EQ(walked.size(), std::size(expected));
@@ -246,13 +246,8 @@ TEST_F(ChunkRewrite, ChunkInFrontOfTheAudioMovesItBothWays)
 TEST_F(ChunkRewrite, IdentityAddedToAForeignFileGoesBehindTheAudio)
 {
     Bytes const audio = Noise(12345 * 2, 3);
-    Bytes const file = WaveBuilder()
-                           .RiffHeader()
-                           .Fmt(1, 44100, 16)
-                           .Chunk("LIST", Bytes(26, 'x'))
-                           .Data(audio)
-                           .FixRiffSize()
-                           .Bytes();
+    Bytes const file =
+        WaveBuilder().RiffHeader().Fmt(1, 44100, 16).Chunk("LIST", Bytes(26, 'x')).Data(audio).FixRiffSize().Bytes();
     std::int64_t const audioAt = Find(file, "data").at + 8;
     std::int64_t const audioEnd = audioAt + static_cast<std::int64_t>(audio.size());
     Handler h(file);
@@ -264,12 +259,14 @@ TEST_F(ChunkRewrite, IdentityAddedToAForeignFileGoesBehindTheAudio)
     ASSERT_EQ(h.mAudio->Flush(), S_OK);
 
     Bytes const& b = h.mFile.Bytes();
-    EXPECT_EQ(Bytes(b.begin(), b.begin() + audioEnd), [&] {
-        Bytes front(file.begin(), file.begin() + audioEnd);
-        std::uint32_t const riff = static_cast<std::uint32_t>(b.size() - 8);
-        std::memcpy(front.data() + 4, &riff, 4);
-        return front;
-    }());
+    EXPECT_EQ(Bytes(b.begin(), b.begin() + audioEnd),
+              [&]
+              {
+                  Bytes front(file.begin(), file.begin() + audioEnd);
+                  std::uint32_t const riff = static_cast<std::uint32_t>(b.size() - 8);
+                  std::memcpy(front.data() + 4, &riff, 4);
+                  return front;
+              }());
     for (auto const& w : h.mFile.WriteLog())
         EXPECT_TRUE(w.offset + w.length <= audioAt || w.offset >= audioEnd) << "write at " << w.offset;
     auto const walked = Walk(b);

@@ -116,8 +116,8 @@ std::vector<Case> Cases()
     cases.push_back({"extensible format tag",
                      WaveBuilder().RiffHeader().Fmt(2, 48000, 24, 0xFFFE, 24).Data(Ramp(12)).Bytes(), false, 0});
     cases.push_back({"odd unknown chunk derails the walk before data",
-                     WaveBuilder().RiffHeader().Fmt(1, 8000, 16).Chunk("odd ", Ramp(3)).Raw({0}).Data(Ramp(8)).Bytes(), false,
-                     0});
+                     WaveBuilder().RiffHeader().Fmt(1, 8000, 16).Chunk("odd ", Ramp(3)).Raw({0}).Data(Ramp(8)).Bytes(),
+                     false, 0});
     cases.push_back({"more than 1000 chunks before data",
                      []
                      {

@@ -1,0 +1,133 @@
+// Files written by vfl read back by independent tools: sox, Python's wave,
+// ffprobe and sndfile-info; identity added to a foreign file without
+// touching a sample; regions that survive reopening.
+#include "support/TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <regex>
+
+using vfltest::RunCommand;
+
+namespace
+{
+class VflWrite : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        for (char const* tool : {"sox", "python3", "ffprobe", "sndfile-info"})
+            if (!vfltest::HaveProgram(tool))
+                GTEST_SKIP() << tool << " is needed";
+    }
+    std::string Vfl(std::string const& args) { return vfltest::ToolPath() + " " + args; }
+    std::string Out(std::string const& command)
+    {
+        std::string out;
+        EXPECT_EQ(RunCommand(command, &out), 0) << command;
+        return out;
+    }
+    vfltest::TempDir mDir;
+};
+
+TEST_F(VflWrite, NewFilesReadBackByOtherTools)
+{
+    struct
+    {
+        int bits, channels, rate;
+    } const cases[] = {{8, 1, 8000},   {8, 2, 22050},  {16, 1, 44100}, {16, 2, 44100},
+                       {16, 6, 48000}, {24, 2, 48000}, {24, 6, 96000}, {32, 1, 44100}};
+    for (auto const& c : cases)
+    {
+        std::string const tag = std::to_string(c.bits) + "b" + std::to_string(c.channels) + "c";
+        SCOPED_TRACE(tag);
+        std::string const raw = mDir.File(tag + ".raw");
+        std::string const wav = mDir.File(tag + ".wav");
+        // 1001 frames of noise, so that odd sizes are exercised too.
+        Out("sox -n -r " + std::to_string(c.rate) + " -c " + std::to_string(c.channels) + " -b " +
+            std::to_string(c.bits) + " -e signed -t raw " + raw + " synth 1001s whitenoise");
+        auto const rawBytes = vfltest::ReadWholeFile(raw);
+        std::int64_t const frames = static_cast<std::int64_t>(rawBytes.size()) / (c.bits / 8 * c.channels);
+        ASSERT_GT(frames, 0);
+        Out(Vfl("new " + wav + " --rate " + std::to_string(c.rate) + " --bits " + std::to_string(c.bits) +
+                " --channels " + std::to_string(c.channels) + " < " + raw));
+
+        // sox decodes exactly the samples written.
+        std::string const back = Out("sox " + wav + " -t raw -e signed -L -");
+        EXPECT_TRUE(back == std::string(rawBytes.begin(), rawBytes.end())) << "sox samples differ";
+        // Python's wave module: parameters and bytes (8-bit on disk is unsigned).
+        std::string const py = Out("python3 -c \"import wave,sys; w=wave.open('" + wav +
+                                   "'); d=w.readframes(w.getnframes()); "
+                                   "d=bytes(b^0x80 for b in d) if w.getsampwidth()==1 else d; "
+                                   "print(w.getnchannels(), w.getsampwidth(), w.getframerate(), w.getnframes(), "
+                                   "d==open('" +
+                                   raw + "','rb').read())\"");
+        EXPECT_EQ(py, std::to_string(c.channels) + " " + std::to_string(c.bits / 8) + " " + std::to_string(c.rate) +
+                          " " + std::to_string(frames) + " True\n");
+        // ffprobe sees the stream and the broadcast extension.
+        std::string const probe = Out("ffprobe -v error -show_streams -show_format -of flat " + wav);
+        EXPECT_NE(probe.find("streams.stream.0.channels=" + std::to_string(c.channels)), std::string::npos);
+        EXPECT_NE(probe.find("streams.stream.0.sample_rate=\"" + std::to_string(c.rate) + "\""), std::string::npos);
+        EXPECT_NE(probe.find("format.tags.comment=\"Velmora generated sound file\""), std::string::npos) << probe;
+        EXPECT_NE(probe.find("format.tags.coding_history=\"PCM Encoded\""), std::string::npos) << probe;
+        EXPECT_TRUE(std::regex_search(probe, std::regex("originator_reference=\"[0-9a-f]{32}\"")));
+        EXPECT_TRUE(std::regex_search(probe, std::regex("format.tags.creation_time=\"[0-9]{2}-[0-9]{2}-[0-9]{2}\"")));
+        // sndfile-info walks every chunk to the end without complaint.
+        std::string const walk = Out("sndfile-info " + wav);
+        EXPECT_NE(walk.find("smpl : 36"), std::string::npos) << walk;
+        EXPECT_EQ(walk.find("rror"), std::string::npos) << walk;
+        EXPECT_NE(walk.find("Frames      : " + std::to_string(frames)), std::string::npos) << walk;
+    }
+}
+
+TEST_F(VflWrite, FirstAudioByteOnASectorBoundary)
+{
+    std::string const wav = mDir.File("s.wav");
+    Out("sox -n -r 44100 -c 2 -b 16 -e signed -t raw - synth 0.01 sine 440 | " +
+        Vfl("new " + wav + " --rate 44100 --bits 16 --channels 2"));
+    std::string const print = Out(Vfl("print " + wav));
+    EXPECT_NE(print.find("Chunk Position: 1016\nChunk ID: data"), std::string::npos) << print;
+    EXPECT_NE(print.find("Chunk ID: Elmo\nChunk size (nominal): 350"), std::string::npos) << print;
+}
+
+TEST_F(VflWrite, AdoptAddsIdentityBehindTheAudio)
+{
+    std::string const wav = mDir.File("foreign.wav");
+    Out("sox -n -r 44100 -c 2 -b 16 " + wav + " synth 0.3 sine 440 sine 550");
+    std::string const before = Out("sox " + wav + " -t raw -e signed -L -");
+    std::string const sizeBefore = Out("stat -c %s " + wav);
+    std::string info = Out(Vfl("info --json " + wav));
+    EXPECT_EQ(info.find("\"umid\""), std::string::npos);
+
+    EXPECT_NE(Out(Vfl("adopt " + wav)).find("adopted"), std::string::npos);
+    EXPECT_EQ(Out("sox " + wav + " -t raw -e signed -L -"), before);
+    EXPECT_GT(std::stoll(Out("stat -c %s " + wav)), std::stoll(sizeBefore));
+    info = Out(Vfl("info --json " + wav));
+    std::smatch m;
+    ASSERT_TRUE(std::regex_search(info, m, std::regex("\"umid\":\"([A-Za-z0-9#!]{14})\""))) << info;
+    std::string const umid = m[1];
+    // A second adoption changes nothing.
+    EXPECT_NE(Out(Vfl("adopt " + wav)).find("already"), std::string::npos);
+    EXPECT_NE(Out(Vfl("info --json " + wav)).find(umid), std::string::npos);
+}
+
+TEST_F(VflWrite, RegionsSurviveReopening)
+{
+    std::string const wav = mDir.File("r.wav");
+    Out("sox -n -r 8000 -c 1 -b 16 " + wav + " synth 1 sine 440"); // 8000 frames, foreign
+    Out(Vfl("regions " + wav + " --add intro 0 1000 --sync 10"));
+    Out(Vfl("regions " + wav + " --add outro 7000 8000"));
+    std::string list = Out(Vfl("regions --json " + wav));
+    EXPECT_NE(list.find("{\"name\":\"intro\",\"start\":0,\"stop\":1000,\"sync\":10"), std::string::npos) << list;
+    EXPECT_NE(list.find("{\"name\":\"outro\",\"start\":7000,\"stop\":8000"), std::string::npos) << list;
+
+    Out(Vfl("regions " + wav + " --remove intro"));
+    list = Out(Vfl("regions --json " + wav));
+    EXPECT_EQ(list.find("intro"), std::string::npos) << list;
+    EXPECT_NE(list.find("outro"), std::string::npos) << list;
+
+    EXPECT_NE(RunCommand(Vfl("regions " + wav + " --add late 7000 8001 2>/dev/null")), 0);
+    EXPECT_NE(RunCommand(Vfl("regions " + wav + " --add " + std::string(32, 'n') + " 0 10 2>/dev/null")), 0);
+    EXPECT_NE(RunCommand(Vfl("regions " + wav + " --remove nothing 2>/dev/null")), 0);
+}
+} // namespace
