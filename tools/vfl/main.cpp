@@ -27,6 +27,8 @@ Command const kCommands[] = {
     {"regions", &CmdRegions, "list, add or remove the named regions of a file"},
     {"adopt", &CmdAdopt, "give foreign files the system's identity metadata"},
     {"print", &CmdPrint, "print a file's chunks and the values its handler holds"},
+    {"volumes", &CmdVolumes, "list mounted volumes: root, label, serial, type, free space"},
+    {"umid", &CmdUmid, "print a new unique media identifier"},
 };
 
 void PrintUsage(std::FILE* out)
