@@ -13,6 +13,8 @@ struct FF_AudioProcessSRCTestAccess
 {
     static i32 GetKernelLevel() { return FF_AudioProcessSRC::sKernelLevel; }
     static void SetKernelLevel(i32 level) { FF_AudioProcessSRC::sKernelLevel = level; }
+    // The sums of the last channel of the last block, before rounding.
+    static f64 const* Sums(FF_AudioProcessSRC const& src) { return src.mSums.data(); }
     static constexpr i32 kLevels[] = {FF_AudioProcessSRC::kKernelGeneric, FF_AudioProcessSRC::kKernelPeriodic,
                                       FF_AudioProcessSRC::kKernelBest};
 };
@@ -60,29 +62,39 @@ std::vector<f64> ReferenceTable(i32 in, i32 out, int taps, i32& oversample)
     return table;
 }
 
-// Output m of the whole stream at once: zeros before the first sample and
-// after the last, every sum in tap order from 0.
-Channels ReferenceSinc(Channels const& input, i32 in, i32 out, int taps, int bits)
+// The sums of output m of one channel of the whole stream at once: zeros
+// before the first sample and after the last, every sum in tap order from 0.
+std::vector<f64> ReferenceSincSums(std::vector<i32> const& input, i32 in, i32 out, int taps)
 {
     i32 O = 0;
     std::vector<f64> const table = ReferenceTable(in, out, taps, O);
-    i64 const length = static_cast<i64>(input[0].size());
+    i64 const length = static_cast<i64>(input.size());
     i64 const outLength = (length * out + in - 1) / in;
+    std::vector<f64> sums;
+    for (i64 m = 0; m < outLength; ++m)
+    {
+        i64 const X = m * in;
+        i64 const i = X / out;
+        i64 const p = X % out * O / out;
+        f64 s = 0.0;
+        for (i64 t = 0; t < taps; ++t)
+        {
+            i64 const n = i - taps / 2 + t;
+            f64 const x = n >= 0 && n < length ? input[static_cast<std::size_t>(n)] : 0.0;
+            s = s + Mul(x, table[static_cast<std::size_t>(O - p + t * O)]);
+        }
+        sums.push_back(s);
+    }
+    return sums;
+}
+
+Channels ReferenceSinc(Channels const& input, i32 in, i32 out, int taps, int bits)
+{
     i64 const hi = MaxOfBits(bits);
     Channels result(input.size());
     for (std::size_t ch = 0; ch < input.size(); ++ch)
-        for (i64 m = 0; m < outLength; ++m)
+        for (f64 s : ReferenceSincSums(input[ch], in, out, taps))
         {
-            i64 const X = m * in;
-            i64 const i = X / out;
-            i64 const p = X % out * O / out;
-            f64 s = 0.0;
-            for (i64 t = 0; t < taps; ++t)
-            {
-                i64 const n = i - taps / 2 + t;
-                f64 const x = n >= 0 && n < length ? input[ch][static_cast<std::size_t>(n)] : 0.0;
-                s = s + Mul(x, table[static_cast<std::size_t>(O - p + t * O)]);
-            }
             f64 const v = std::clamp(s + 0.5, static_cast<f64>(-hi - 1), static_cast<f64>(hi));
             result[ch].push_back(static_cast<i32>(v));
         }
@@ -245,6 +257,42 @@ TEST(FF_AudioProcessSRC, GoldenAgainstTheReferenceAcrossBlockSizes)
                     ASSERT_EQ(r.out.size(), expected.size());
                     for (std::size_t ch = 0; ch < expected.size(); ++ch)
                         ASSERT_EQ(r.out[ch], expected[ch]) << "channel " << ch;
+                }
+        }
+    }
+}
+
+// Rounding to integers hides a last-bit change of a sum almost always, so
+// the sums themselves are compared: a multiply-add fused by the compiler
+// anywhere in the table or the kernels shows here.
+TEST(FF_AudioProcessSRC, SumsBeforeRoundingAreBitExact)
+{
+    struct Case
+    {
+        i32 in, out;
+    } const cases[] = {{44100, 48000}, {48000, 44100}, {44100, 44101}};
+    for (auto const& c : cases)
+    {
+        Channels const input = SineRamp(1, 4800, 24, 0.9, 997.0, c.in);
+        for (Q quality : kQualities)
+        {
+            if (quality == FF_AudioProcessSRC::kQualityLinear)
+                continue;
+            std::vector<f64> const expected = ReferenceSincSums(input[0], c.in, c.out, quality);
+            for (i32 level : Access::kLevels)
+                for (i64 blockSize : {1000, 4800})
+                {
+                    SCOPED_TRACE(testing::Message() << c.in << " to " << c.out << ", quality "
+                                                    << static_cast<int>(quality) << ", kernels " << level
+                                                    << ", blocks of " << blockSize);
+                    StKernelLevel kernels(level);
+                    FF_AudioProcessSRC src(c.in, c.out, quality);
+                    std::vector<f64> sums;
+                    RunStage(src, input, c.in, 24, blockSize, [&](FF_AudioProcessBlock const& out)
+                             { sums.insert(sums.end(), Access::Sums(src), Access::Sums(src) + out.GetNumSamples()); });
+                    ASSERT_EQ(sums.size(), expected.size());
+                    for (std::size_t m = 0; m < sums.size(); ++m)
+                        ASSERT_EQ(sums[m], expected[m]) << "output " << m;
                 }
         }
     }

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <type_traits>
 #include <vector>
 
 struct DitherTestAccess
@@ -85,8 +86,10 @@ struct RunResult
 // Runs stage over input (all channels of equal length) in blocks of
 // blockSize samples. A zero-length stream still sends one block, with the
 // end flag, as a reader does.
-template <typename Stage>
-RunResult RunStage(Stage& stage, Channels const& input, i32 rate, int bits, i64 blockSize)
+// afterEach, if given, sees each output block right after Process.
+template <typename Stage, typename AfterEach = void (*)(FF_AudioProcessBlock const&)>
+RunResult RunStage(Stage& stage, Channels const& input, i32 rate, int bits, i64 blockSize,
+                   AfterEach afterEach = nullptr)
 {
     int const channels = static_cast<int>(input.size());
     i64 const length = channels ? static_cast<i64>(input[0].size()) : 0;
@@ -121,6 +124,10 @@ RunResult RunStage(Stage& stage, Channels const& input, i32 rate, int bits, i64 
         out.SetTotalSamples(in.GetTotalSamples());
         out.SetEndOfStream(in.GetEndOfStream());
         stage.Process(&in, &out);
+        if constexpr (!std::is_pointer_v<AfterEach>)
+            afterEach(out);
+        else if (afterEach)
+            afterEach(out);
         for (u32 c = 0; c < out.GetNumChannels(); ++c)
         {
             if (c >= result.out.size())
