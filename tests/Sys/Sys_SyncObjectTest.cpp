@@ -1,7 +1,5 @@
-#include "Cmn/Cmn_Exception.h"
 #include "Sys/Sys_Event.h"
 #include "Sys/Sys_Semaphore.h"
-#include "Sys/Sys_SyncObject.h"
 #include "Sys/Sys_TimerEvent.h"
 #include "Sys_ThreadingTestSupport.h"
 
@@ -10,119 +8,92 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <functional>
 #include <thread>
 #include <vector>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using vfltest::Eventually;
 using vfltest::StCountAsserts;
 using vfltest::WaitersOn;
+using List = Sys_SyncObject::HandleList;
 
 constexpr auto kAny = Sys_SyncObject::kWaitForAny;
 constexpr auto kAll = Sys_SyncObject::kWaitForAll;
 constexpr auto kSignalled = Sys_SyncObject::kWaitSignalled;
 constexpr auto kTimedOut = Sys_SyncObject::kWaitTimedOut;
 
-Sys_SyncObject::Handle Event(bool manual, bool set)
+// Objects described by one letter each: a/A automatic event unset/set,
+// m/M manual event unset/set, 0-9 semaphore of that count, t/T timer not
+// yet due/due.
+List Make(char const* objects)
 {
-    return Sys_Event::Create((manual ? Sys_Event::kEventManualReset : 0) | (set ? Sys_Event::kEventInitiallySet : 0));
+    List list;
+    for (char const* c = objects; *c; ++c)
+    {
+        if (*c >= '0' && *c <= '9')
+            list.push_back(Sys_Semaphore::Create(*c - '0', 1 << 20));
+        else if (*c == 't' || *c == 'T')
+        {
+            Sys_TimerEvent::Handle timer = Sys_TimerEvent::Create(false);
+            timer->Start(*c == 'T' ? 0 : 60000);
+            list.push_back(timer);
+        }
+        else
+            list.push_back(Sys_Event::Create((*c == 'm' || *c == 'M' ? Sys_Event::kEventManualReset : 0) |
+                                             (*c == 'A' || *c == 'M' ? Sys_Event::kEventInitiallySet : 0)));
+    }
+    return list;
 }
 
-Sys_SyncObject::Handle Semaphore(int32 count)
+// How many waiters could still pass each object, counted up to 3 (a set
+// manual event answers 3), as a string of digits.
+std::string SignalsLeft(List const& list)
 {
-    return Sys_Semaphore::Create(count, 10);
-}
-
-Sys_SyncObject::Handle Timer(int32 dueIn)
-{
-    Sys_TimerEvent::Handle timer = Sys_TimerEvent::Create(false);
-    timer->Start(dueIn);
-    return timer;
-}
-
-// How many waiters could still pass, counted up to 3 (a set manual event
-// answers 3).
-int SignalsLeft(Sys_SyncObject& object)
-{
-    int left = 0;
-    while (left < 3 && object.Wait(0) == kSignalled)
-        ++left;
+    std::string left;
+    for (auto const& object : list)
+    {
+        int count = 0;
+        while (count < 3 && object->Wait(0) == kSignalled)
+            ++count;
+        left += static_cast<char>('0' + count);
+    }
     return left;
 }
 
-TEST(Sys_SyncObject, WaitTakesExactlyWhatItsModeSays)
+TEST(Sys_SyncObject, AWaitTakesExactlyWhatItsModeSays)
 {
     struct Case
     {
-        char const* name;
-        std::function<Sys_SyncObject::HandleList()> objects;
+        char const* objects;
         Sys_SyncObject::EWaitForMultipleObjects mode;
         Sys_SyncObject::EWaitResult result;
-        std::vector<int> left;
+        char const* left;
     };
     Case const cases[] = {
-        {"any takes only the first signalled: abort event and pool slot",
-         [] { return Sys_SyncObject::HandleList{Event(false, true), Semaphore(1)}; }, kAny, kSignalled, {0, 1}},
-        {"any takes a later one when the first is not signalled",
-         [] { return Sys_SyncObject::HandleList{Event(false, false), Semaphore(2)}; }, kAny, kSignalled, {0, 1}},
-        {"any leaves a manual event set", [] { return Sys_SyncObject::HandleList{Event(true, true), Semaphore(1)}; },
-         kAny, kSignalled, {3, 1}},
-        {"any with nothing signalled", [] { return Sys_SyncObject::HandleList{Event(false, false), Semaphore(0)}; },
-         kAny, kTimedOut, {0, 0}},
-        {"all takes none when one is missing",
-         [] { return Sys_SyncObject::HandleList{Event(false, true), Semaphore(0), Timer(0)}; }, kAll, kTimedOut,
-         {1, 0, 1}},
-        {"all takes one of each", [] { return Sys_SyncObject::HandleList{Event(false, true), Semaphore(2), Timer(0)}; },
-         kAll, kSignalled, {0, 1, 0}},
-        {"any with a timer not yet due", [] { return Sys_SyncObject::HandleList{Timer(60000), Event(true, true)}; },
-         kAny, kSignalled, {0, 3}},
-        {"a due timer counts", [] { return Sys_SyncObject::HandleList{Event(false, false), Timer(0)}; }, kAny,
-         kSignalled, {0, 0}},
+        {"A1", kAny, kSignalled, "01"}, // an abort event and a pool slot: only the first is taken
+        {"a2", kAny, kSignalled, "01"},  {"M1", kAny, kSignalled, "31"}, {"a0t", kAny, kTimedOut, "000"},
+        {"aT", kAny, kSignalled, "00"},  {"tM", kAny, kSignalled, "03"}, {"A0T", kAll, kTimedOut, "101"},
+        {"A2T", kAll, kSignalled, "010"}, {"M3", kAll, kSignalled, "32"}, {"at", kAll, kTimedOut, "00"},
     };
     for (Case const& c : cases)
     {
-        SCOPED_TRACE(c.name);
-        Sys_SyncObject::HandleList const objects = c.objects();
-        EXPECT_EQ(Sys_SyncObject::WaitForMultipleObjects(objects, c.mode, 0), c.result);
-        for (std::size_t i = 0; i < objects.size(); ++i)
-        {
-            SCOPED_TRACE(i);
-            EXPECT_EQ(SignalsLeft(*objects[i]), c.left[i]);
-        }
+        SCOPED_TRACE(::testing::Message() << c.objects << (c.mode == kAny ? " any" : " all"));
+        List const list = Make(c.objects);
+        EXPECT_EQ(Sys_SyncObject::WaitForMultipleObjects(list, c.mode, 0), c.result);
+        EXPECT_EQ(SignalsLeft(list), c.left);
     }
 }
 
 TEST(Sys_SyncObject, BadListsAreSystemErrors)
 {
-    Sys_SyncObject::Handle const event = Event(true, true);
-    struct Case
+    List const event = Make("M");
+    for (List const& list : {List{}, List{event[0], nullptr}, List{event[0], Make("a")[0], event[0]}})
     {
-        char const* name;
-        Sys_SyncObject::HandleList objects;
-    };
-    Case const cases[] = {
-        {"empty", {}},
-        {"null handle", {event, nullptr}},
-        {"object twice", {event, Event(false, false), event}},
-    };
-    for (Case const& c : cases)
-    {
-        SCOPED_TRACE(c.name);
         for (auto mode : {kAny, kAll})
         {
-            try
-            {
-                Sys_SyncObject::WaitForMultipleObjects(c.objects, mode, 0);
-                ADD_FAILURE() << "no exception";
-            }
-            catch (Cmn_TypedException<Sys_OSErrData> const& e)
-            {
-                EXPECT_TRUE(e.GetCode() == XC_Sys_SystemError);
-                EXPECT_EQ(e.GetData().GetErr(), EINVAL);
-            }
+            SCOPED_TRACE(::testing::Message() << list.size() << " " << mode);
+            EXPECT_EQ(vfltest::SystemErrorOf([&] { Sys_SyncObject::WaitForMultipleObjects(list, mode, 0); }), EINVAL);
         }
     }
 }
@@ -130,81 +101,63 @@ TEST(Sys_SyncObject, BadListsAreSystemErrors)
 TEST(Sys_SyncObject, ALimitBelowMinusOneIsAnAssertionAndDoesNotWait)
 {
     StCountAsserts asserts;
-    EXPECT_EQ(Sys_SyncObject::WaitForMultipleObjects({Event(false, false)}, kAny, -2), kTimedOut);
-    EXPECT_EQ(Event(false, false)->Wait(-7), kTimedOut);
+    EXPECT_EQ(Sys_SyncObject::WaitForMultipleObjects(Make("a"), kAny, -2), kTimedOut);
+    EXPECT_EQ(Make("a")[0]->Wait(-7), kTimedOut);
     EXPECT_EQ(asserts.Failed(), 2);
 }
 
-TEST(Sys_SyncObject, TimeLimitIsKeptWhenNothingComes)
+TEST(Sys_SyncObject, TheTimeLimitIsKeptAndNothingIsTaken)
 {
-    Sys_SyncObject::HandleList const objects{Event(false, false), Semaphore(1)};
-    auto const start = Clock::now();
-    EXPECT_EQ(Sys_SyncObject::WaitForMultipleObjects(objects, kAll, 40), kTimedOut);
-    EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(40));
-    EXPECT_EQ(SignalsLeft(*objects[1]), 1);
+    List const list = Make("a1");
+    auto const start = std::chrono::steady_clock::now();
+    EXPECT_EQ(Sys_SyncObject::WaitForMultipleObjects(list, kAll, 40), kTimedOut);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(40));
+    EXPECT_EQ(SignalsLeft(list), "01");
 }
 
-// A wait for all that sees part of its list signalled must not hold on to
-// that part: another waiter still finds it there.
-TEST(Sys_SyncObject, WaitForAllHoldsNothingUntilItHasEverything)
+// A wait for all that sees part of its list signalled holds on to nothing:
+// another waiter still finds that part there.
+TEST(Sys_SyncObject, AWaitForAllHoldsNothingUntilItHasEverything)
 {
-    Sys_SyncObject::Handle const a = Event(false, false);
-    Sys_SyncObject::Handle const b = Event(false, false);
-    std::atomic<bool> passed{false};
-    std::thread waiter([&] {
-        EXPECT_EQ(Sys_SyncObject::WaitForMultipleObjects({a, b}, kAll, Sys_SyncObject::kWaitForever), kSignalled);
-        passed = true;
-    });
-    ASSERT_TRUE(Eventually([&] { return WaitersOn(*a) == 1 && WaitersOn(*b) == 1; }));
-    dynamic_cast<Sys_Event&>(*a).Set();
-    EXPECT_EQ(a->Wait(0), kSignalled);
-    EXPECT_FALSE(passed.load());
-
-    dynamic_cast<Sys_Event&>(*a).Set();
-    dynamic_cast<Sys_Event&>(*b).Set();
+    List const list = Make("aa");
+    auto set = [&](int i) { dynamic_cast<Sys_Event&>(*list[i]).Set(); };
+    std::thread waiter([&] { EXPECT_EQ(Sys_SyncObject::WaitForMultipleObjects(list, kAll), kSignalled); });
+    ASSERT_TRUE(Eventually([&] { return WaitersOn(*list[0]) == 1 && WaitersOn(*list[1]) == 1; }));
+    set(0);
+    EXPECT_EQ(list[0]->Wait(0), kSignalled);
+    set(0);
+    set(1);
     waiter.join();
-    EXPECT_EQ(a->Wait(0), kTimedOut);
-    EXPECT_EQ(b->Wait(0), kTimedOut);
+    EXPECT_EQ(SignalsLeft(list), "00");
 }
 
-// Two waiters for all on the same two semaphores, in opposite order, with a
-// third taking single units: any partial taking would leave a pair of
-// waiters each holding what the other needs, which shows as timed-out waits.
+// Two waiters for all on the same two semaphores, in opposite order, and a
+// third taking single units: any partial taking would leave two waiters
+// each holding what the other needs, which shows as timed-out waits.
 TEST(Sys_SyncObject, WaitForAllStress)
 {
-    constexpr int kRounds = 3000;
-    Sys_Semaphore::Handle const s1 = Sys_Semaphore::Create(0, 1000000);
-    Sys_Semaphore::Handle const s2 = Sys_Semaphore::Create(0, 1000000);
+    constexpr int kRounds = 5000;
+    List const pair = Make("00");
     std::atomic<int> timedOut{0};
-    auto pairs = [&](Sys_SyncObject::HandleList list) {
+    auto waits = [&](List list, Sys_SyncObject::EWaitForMultipleObjects mode) {
         for (int i = 0; i < kRounds; ++i)
-        {
-            if (Sys_SyncObject::WaitForMultipleObjects(list, kAll, 10000) != kSignalled)
-                ++timedOut;
-        }
+            timedOut += Sys_SyncObject::WaitForMultipleObjects(list, mode, 10000) != kSignalled;
     };
-    std::thread x(pairs, Sys_SyncObject::HandleList{s1, s2});
-    std::thread y(pairs, Sys_SyncObject::HandleList{s2, s1});
-    std::thread z([&] {
-        for (int i = 0; i < kRounds; ++i)
-        {
-            if (Sys_SyncObject::WaitForMultipleObjects({s1}, kAny, 10000) != kSignalled)
-                ++timedOut;
-        }
-    });
-    for (int i = 0; i < 2 * kRounds; ++i)
-    {
-        s2->Release(1);
-        s1->Release(1);
-    }
+    std::thread x(waits, pair, kAll), y(waits, List{pair[1], pair[0]}, kAll), z(waits, List{pair[0]}, kAny);
+    auto release = [&](int i) { dynamic_cast<Sys_Semaphore&>(*pair[i]).Release(1); };
     for (int i = 0; i < kRounds; ++i)
-        s1->Release(1);
+    {
+        release(1);
+        release(0);
+        release(0);
+        release(1);
+        release(0);
+    }
     x.join();
     y.join();
     z.join();
     EXPECT_EQ(timedOut.load(), 0);
-    EXPECT_EQ(SignalsLeft(*s1), 0);
-    EXPECT_EQ(SignalsLeft(*s2), 0);
+    EXPECT_EQ(SignalsLeft(pair), "00");
 }
 
 } // namespace

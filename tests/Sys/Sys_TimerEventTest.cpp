@@ -3,13 +3,11 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <functional>
 #include <thread>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using vfltest::Eventually;
 using vfltest::WaitersOn;
 
@@ -20,14 +18,13 @@ TEST(Sys_TimerEvent, SignalStateAfterStart)
         char const* name;
         bool manualReset;
         std::function<void(Sys_TimerEvent&)> operation;
-        bool firstWait;
-        bool secondWait;
+        bool first, second; // Wait(0) twice afterwards
     };
     Case const cases[] = {
         {"never started", false, [](Sys_TimerEvent&) {}, false, false},
         {"not yet due", false, [](Sys_TimerEvent& t) { t.Start(60000); }, false, false},
-        {"due at once, automatic: one waiter passes", false, [](Sys_TimerEvent& t) { t.Start(0); }, true, false},
-        {"due at once, manual: stays signalled", true, [](Sys_TimerEvent& t) { t.Start(0); }, true, true},
+        {"due, automatic: one waiter passes", false, [](Sys_TimerEvent& t) { t.Start(0); }, true, false},
+        {"due, manual: stays signalled", true, [](Sys_TimerEvent& t) { t.Start(0); }, true, true},
         {"negative time is due at once", false, [](Sys_TimerEvent& t) { t.Start(-5); }, true, false},
         {"Start clears an old signal", true, [](Sys_TimerEvent& t) { t.Start(0); t.Start(60000); }, false, false},
         {"Start replaces a later due time", false, [](Sys_TimerEvent& t) { t.Start(60000); t.Start(0); }, true, false},
@@ -37,18 +34,9 @@ TEST(Sys_TimerEvent, SignalStateAfterStart)
         SCOPED_TRACE(c.name);
         Sys_TimerEvent::Handle timer = Sys_TimerEvent::Create(c.manualReset);
         c.operation(*timer);
-        EXPECT_EQ(timer->Wait(0), c.firstWait ? Sys_SyncObject::kWaitSignalled : Sys_SyncObject::kWaitTimedOut);
-        EXPECT_EQ(timer->Wait(0), c.secondWait ? Sys_SyncObject::kWaitSignalled : Sys_SyncObject::kWaitTimedOut);
+        EXPECT_EQ(timer->Wait(0) == Sys_SyncObject::kWaitSignalled, c.first);
+        EXPECT_EQ(timer->Wait(0) == Sys_SyncObject::kWaitSignalled, c.second);
     }
-}
-
-TEST(Sys_TimerEvent, FiresNoEarlierThanItsDueTime)
-{
-    Sys_TimerEvent::Handle timer = Sys_TimerEvent::Create(false);
-    auto const start = Clock::now();
-    timer->Start(30);
-    EXPECT_EQ(timer->Wait(), Sys_SyncObject::kWaitSignalled);
-    EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(30));
 }
 
 TEST(Sys_TimerEvent, AnEarlierStartWakesAWaiterThatSleepsForTheLaterOne)
@@ -61,17 +49,6 @@ TEST(Sys_TimerEvent, AnEarlierStartWakesAWaiterThatSleepsForTheLaterOne)
     });
     EXPECT_EQ(timer->Wait(), Sys_SyncObject::kWaitSignalled);
     starter.join();
-}
-
-TEST(Sys_TimerEvent, AutomaticResetLetsOneOfTwoWaitersPass)
-{
-    Sys_TimerEvent::Handle timer = Sys_TimerEvent::Create(false);
-    timer->Start(20);
-    int passed = 0;
-    std::thread other([&] { passed += timer->Wait(300) == Sys_SyncObject::kWaitSignalled; });
-    int const mine = timer->Wait(300) == Sys_SyncObject::kWaitSignalled;
-    other.join();
-    EXPECT_EQ(passed + mine, 1);
 }
 
 } // namespace
