@@ -141,7 +141,9 @@ TEST(WAVERead, RecognisesAndRefuses)
         Opened o(c.bytes);
         ASSERT_EQ(o.Recognised(), c.recognised) << "open result " << std::hex << o.openResult;
         if (c.recognised)
+        {
             EXPECT_EQ(o.Frames(), c.frames);
+        }
     }
 }
 

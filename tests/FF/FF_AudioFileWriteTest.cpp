@@ -1,0 +1,264 @@
+// The write path of FF_AudioFile on real files: Format, SampleWrite,
+// SetNumSamples and the region policy, instrument data as an independent
+// reader sees it, and failures of the disk.
+#include "Cmn/Cmn_Exception.h"
+#include "FF/FF_AudioFile.h"
+#include "Sys/Sys_FileLoc.h"
+#include "Sys/Sys_Init.h"
+#include "Sys/Sys_Utils.h"
+#include "support/TestSupport.h"
+#include "support/WaveBuilder.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <numeric>
+#include <optional>
+#include <regex>
+#include <stdexcept>
+
+namespace
+{
+using Bytes = std::vector<std::uint8_t>;
+
+class FF_AudioFileWrite : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        Sys_Init::Init();
+        // Locations know an extension only when the registry knows the type.
+        std::vector<Sys_FileType> types = {Sys_FileType(std::string("wav"))};
+        std::vector<std::string> descriptions = {"WAVE audio"};
+        Sys_Utils::RegisterKnownTypes(types, descriptions);
+    }
+
+    // A foreign 16-bit mono WAVE file of `frames` frames on disk.
+    std::string Foreign(std::string const& name, int frames)
+    {
+        std::string const path = mDir.File(name);
+        vfltest::WriteWholeFile(
+            path, WaveBuilder().RiffHeader().Fmt(1, 8000, 16).Data(Bytes(2 * frames, 7)).FixRiffSize().Bytes());
+        return path;
+    }
+    // A new 16-bit stereo WAVE file of `frames` frames, written through the library.
+    std::string New(std::string const& name, int frames)
+    {
+        std::string const path = mDir.File(name);
+        FF_AudioFile file((Sys_FileLoc(path)));
+        file.Format(Sys_FileType(std::string("wav")), 2, 44100, 16, 0);
+        FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+        std::vector<std::int16_t> samples(2 * frames);
+        std::iota(samples.begin(), samples.end(), std::int16_t{0});
+        file.SampleWrite(samples.data(), frames);
+        file.SetNumSamples(frames);
+        return path;
+    }
+
+    vfltest::TempDir mDir;
+};
+
+std::vector<FF_ImportAudioRegion> Regions(FF_AudioFile& file, bool includeWholeFile)
+{
+    std::vector<FF_ImportAudioRegion> regions;
+    file.GetRegions(&regions, includeWholeFile);
+    return regions;
+}
+
+TEST_F(FF_AudioFileWrite, WholeFileRegionRules)
+{
+    std::string const path = Foreign("take.wav", 1000);
+    {
+        FF_AudioFile file((Sys_FileLoc(path)));
+        ASSERT_TRUE(file.Implement(FF_AudioFile::eVelmoraInterface));
+        // No region yet: one is made up, whole-file, with no identity.
+        auto regions = Regions(file, true);
+        ASSERT_EQ(regions.size(), 1u);
+        EXPECT_TRUE(regions[0].IsWholeFileRegion());
+        EXPECT_EQ(regions[0].GetName(), "take");
+        EXPECT_EQ(regions[0].GetStopSample(), 1000u);
+        EXPECT_EQ(regions[0].GetUmid().AsString(), "");
+        EXPECT_TRUE(Regions(file, false).empty());
+
+        file.AddRegion("almost", 0, 999, 0, 0, 0); // one short: not whole-file
+        file.AddRegion("almost", 0, 999, 0, 0, 0); // a duplicate adds nothing
+        file.AddRegion("all", 0, 1000, 0, 5, 6);
+        file.AddRegion("everything", 0, 1000, 0, 7, 8); // the newest whole-file region wins
+        regions = Regions(file, true);
+        ASSERT_EQ(regions.size(), 2u);
+        EXPECT_EQ(regions[0].GetName(), "almost");
+        EXPECT_FALSE(regions[0].IsWholeFileRegion());
+        EXPECT_EQ(regions[1].GetName(), "everything");
+        EXPECT_TRUE(regions[1].IsWholeFileRegion());
+
+        // A name over 31 characters is a programming error.
+        EXPECT_THROW(file.AddRegion(std::string(32, 'x'), 0, 10, 0, 0, 0), std::runtime_error);
+    }
+    {
+        // Shortening: regions past the new end go, and one whole-file region
+        // of the file's name takes the stamps of the old one.
+        FF_AudioFile file((Sys_FileLoc(path)));
+        auto regions = Regions(file, false);
+        ASSERT_EQ(regions.size(), 2u); // survived the reopen
+        file.SetNumSamples(500);
+        regions = Regions(file, true);
+        ASSERT_EQ(regions.size(), 1u);
+        EXPECT_EQ(regions[0].GetName(), "take");
+        EXPECT_TRUE(regions[0].IsWholeFileRegion());
+        EXPECT_EQ(regions[0].GetStopSample(), 500u);
+        EXPECT_EQ(regions[0].GetUserTimeStamp(), 7u);
+        EXPECT_EQ(regions[0].GetOrigTimeStamp(), 8u);
+        Sys_Umid const id = regions[0].GetUmid();
+
+        file.SetNumSamples(500); // the same length still replaces the region
+        regions = Regions(file, false);
+        ASSERT_EQ(regions.size(), 1u);
+        EXPECT_FALSE(regions[0].GetUmid() == id);
+
+        file.SetNumSamples(0);
+        regions = Regions(file, false);
+        ASSERT_EQ(regions.size(), 1u);
+        EXPECT_EQ(regions[0].GetStopSample(), 0u);
+    }
+}
+
+TEST_F(FF_AudioFileWrite, RemovingARegionWithoutIdentityOpensNothing)
+{
+    std::string const path = New("n.wav", 10);
+    FF_AudioFile file((Sys_FileLoc(path)));
+    Sys_Umid zero{};
+    file.Implements(FF_AudioFile::eNativeInterface);
+    file.RemoveRegion(zero);
+    EXPECT_FALSE(file.IsOpen());
+    EXPECT_EQ(Regions(file, false).size(), 1u);
+}
+
+TEST_F(FF_AudioFileWrite, FormatStampsTypeAndCreator)
+{
+    static std::vector<std::pair<std::uint32_t, std::uint32_t>> stamps;
+    stamps.clear();
+    FF_AudioFile::SetSetFileAndCreatorTypeMethod([](Sys_FileLoc const&, std::uint32_t type, std::uint32_t creator)
+                                                 { stamps.emplace_back(type, creator); });
+    std::string const path = Foreign("old.wav", 100);
+    {
+        FF_AudioFile file((Sys_FileLoc(path)));
+        ASSERT_TRUE(file.Implements(FF_AudioFile::eImportExportInterface));
+        file.Format(Sys_FileType(std::string("wav")), 1, 48000, 24, 0);
+        EXPECT_EQ(file.GetFileType(), Sys_FileType(std::string("wav")));
+        EXPECT_EQ(file.GetAudioFileAttr().GetNumSamples(), 0);
+        EXPECT_TRUE(file.Implements(FF_AudioFile::eVelmoraInterface));
+    }
+    FF_AudioFile::SetSetFileAndCreatorTypeMethod(nullptr);
+    ASSERT_EQ(stamps.size(), 1u);
+    EXPECT_EQ(stamps[0].first, 0x2E574156u);  // ".WAV"
+    EXPECT_EQ(stamps[0].second, 0x4E75766Fu); // "Nuvo"
+    FF_AudioFile again((Sys_FileLoc(path)));
+    EXPECT_EQ(again.GetAudioFileAttr().GetBitsPerSample(), 24);
+}
+
+TEST_F(FF_AudioFileWrite, SampleWriteLeavesTheBufferAsAsked)
+{
+    std::string const path = mDir.File("b.wav");
+    FF_AudioFile file((Sys_FileLoc(path)));
+    file.Format(Sys_FileType(std::string("wav")), 1, 8000, 16, 0);
+    FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+    std::int16_t samples[4] = {1, -2, 300, -400};
+    std::int16_t const copy[4] = {1, -2, 300, -400};
+    file.SampleWrite(samples, 4, FF_AudioFile::ePreserveBuffer);
+    EXPECT_EQ(std::memcmp(samples, copy, sizeof copy), 0); // little endian: nothing to undo
+    file.SampleWrite(samples, 4);
+    EXPECT_EQ(std::memcmp(samples, copy, sizeof copy), 0);
+}
+
+TEST_F(FF_AudioFileWrite, InstrumentAsAnIndependentReaderSeesIt)
+{
+    if (!vfltest::HaveProgram("sndfile-info"))
+        GTEST_SKIP() << "sndfile-info is needed";
+    std::string const path = New("i.wav", 5000);
+    {
+        FF_AudioFile file((Sys_FileLoc(path)));
+        ASSERT_TRUE(file.Implements(FF_AudioFile::eOrvanelInterface));
+        file.SetInstrumentAttr(FF_AudioInstrumentAttr(62, 0, FF_AudioInstrumentAttr::kLoopForward, 100, 1000,
+                                                      FF_AudioInstrumentAttr::kLoopForwardBackward, 2000, 3000));
+    }
+    std::string out;
+    ASSERT_EQ(vfltest::RunCommand("sndfile-info --instrument " + path, &out), 0);
+    EXPECT_NE(out.find("Base note   : 62"), std::string::npos) << out;
+    EXPECT_NE(out.find("Loop points : 2"), std::string::npos) << out;
+    // That reader reports a loop's end as the stored end plus one.
+    EXPECT_TRUE(std::regex_search(out, std::regex("Mode : fwd +Start : +100 +End : +1001"))) << out;
+    EXPECT_TRUE(std::regex_search(out, std::regex("Mode : alt +Start : +2000 +End : +3001"))) << out;
+
+    FF_AudioFile file((Sys_FileLoc(path)));
+    FF_AudioInstrumentAttr back;
+    file.GetInstrumentAttr(&back);
+    EXPECT_EQ(back.GetRootMIDINote(), 62);
+    EXPECT_EQ(back.GetLoop1StopSample(), 1000);
+    EXPECT_EQ(back.GetLoop2Type(), FF_AudioInstrumentAttr::kLoopForwardBackward);
+}
+
+std::optional<std::int32_t> OSErrorOf(std::function<void()> const& f)
+{
+    try
+    {
+        f();
+    }
+    catch (Cmn_TypedException<Sys_OSErrData> const& e)
+    {
+        return e.GetData().GetErr();
+    }
+    return std::nullopt;
+}
+
+TEST_F(FF_AudioFileWrite, WritingToAFileOpenForReadingThrowsAndWritesNothing)
+{
+    std::string const path = New("r.wav", 100);
+    Bytes const before = vfltest::ReadWholeFile(path);
+    {
+        FF_AudioFile file((Sys_FileLoc(path)));
+        FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead);
+        std::int16_t samples[8] = {};
+        auto const err = OSErrorOf([&] { file.SampleWrite(samples, 4); });
+        ASSERT_TRUE(err.has_value());
+        EXPECT_EQ(*err, 9); // EBADF
+    }
+    EXPECT_EQ(vfltest::ReadWholeFile(path), before);
+}
+
+TEST_F(FF_AudioFileWrite, AFullDiskThrowsAndKeepsWhatIsOnDisk)
+{
+    std::string const mount = mDir.File("small");
+    std::filesystem::create_directory(mount);
+    if (vfltest::RunCommand("mount -t tmpfs -o size=256k tmpfs " + mount + " 2>/dev/null") != 0)
+        GTEST_SKIP() << "cannot mount a small tmpfs here";
+    std::string const path = mount + "/full.wav";
+    {
+        FF_AudioFile file((Sys_FileLoc(path)));
+        file.Format(Sys_FileType(std::string("wav")), 2, 44100, 16, 0);
+        file.Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+        std::vector<std::int16_t> block(2 * 16384);
+        auto const err = OSErrorOf(
+            [&]
+            {
+                for (int i = 0; i < 64; ++i)
+                    file.SampleWrite(block.data(), 16384);
+            });
+        EXPECT_EQ(err, std::optional<std::int32_t>(28)); // ENOSPC
+        EXPECT_NO_THROW(file.Close());
+    }
+    {
+        // The samples are not part of the file until its length is set, and
+        // what stands in front of the audio is as the format wrote it.
+        // (Identity chunks behind the audio are rewritten only by a flush
+        // that follows a change of length.)
+        FF_AudioFile file((Sys_FileLoc(path)));
+        EXPECT_TRUE(file.Implements(FF_AudioFile::eImportExportInterface));
+        EXPECT_TRUE(file.Implements(FF_AudioFile::eEbuInterface));
+        EXPECT_EQ(file.GetAudioFileAttr().GetNumSamples(), 0);
+        EXPECT_EQ(file.GetAudioFileAttr().GetNumChannels(), 2);
+    }
+    vfltest::RunCommand("umount " + mount);
+}
+} // namespace
