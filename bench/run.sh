@@ -51,6 +51,20 @@ if want cat; then
   echo "  vfl/cat = $(ratio "$t_vfl" "$t_cat")   vfl/sox = $(ratio "$t_vfl" "$t_sox")"
 fi
 
+if want new; then
+  f=$(big_wav)
+  raw="$OUT/big16.raw"
+  [ -f "$raw" ] || sox "$f" -t raw -e signed -L "$raw"
+  cat "$raw" >/dev/null
+  t_dd=$(best_of 3 "dd if='$raw' of='$OUT/dd.out' bs=1M conv=fsync status=none")
+  t_vfl=$(best_of 3 "'$VFL' new '$OUT/vfl.wav' --rate 44100 --bits 16 --channels 2 < '$raw'")
+  t_sox=$(best_of 3 "sox -t raw -r 44100 -c 2 -b 16 -e signed -L '$raw' '$OUT/sox.wav' && sync '$OUT/sox.wav'")
+  echo "writing a 1 GiB 16-bit stereo WAVE from raw PCM (each made durable), best of 3:"
+  printf "  dd %.3fs   vfl new %.3fs   sox %.3fs\n" "$t_dd" "$t_vfl" "$t_sox"
+  echo "  vfl/dd = $(ratio "$t_vfl" "$t_dd")   vfl/sox = $(ratio "$t_vfl" "$t_sox")"
+  rm -f "$OUT/dd.out" "$OUT/vfl.wav" "$OUT/sox.wav"
+fi
+
 for b in build/release/bench/bench_*; do
   [ -x "$b" ] || continue
   name=$(basename "$b")
