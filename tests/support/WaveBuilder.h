@@ -12,16 +12,8 @@ class WaveBuilder
 public:
     explicit WaveBuilder(bool bigEndian = false) : mBigEndian(bigEndian) {}
 
-    WaveBuilder& Raw(std::vector<std::uint8_t> const& bytes)
-    {
-        mBytes.insert(mBytes.end(), bytes.begin(), bytes.end());
-        return *this;
-    }
-    WaveBuilder& Id(char const (&id)[5])
-    {
-        mBytes.insert(mBytes.end(), id, id + 4);
-        return *this;
-    }
+    WaveBuilder& Raw(std::vector<std::uint8_t> const& bytes) { return Append(bytes.data(), bytes.size()); }
+    WaveBuilder& Id(char const (&id)[5]) { return Append(id, 4); }
     WaveBuilder& U16(std::uint16_t v) { return Number(v, 2); }
     WaveBuilder& U32(std::uint32_t v) { return Number(v, 4); }
     // A chunk with a given header size and body (the size need not match).
@@ -47,7 +39,7 @@ public:
         Id("fmt ").U32(16 + extra).U16(tag).U16(channels).U32(rate);
         std::uint16_t const align = static_cast<std::uint16_t>(bits * channels / 8);
         U32(rate * align).U16(align).U16(bits);
-        mBytes.insert(mBytes.end(), extra, 0);
+        mBytes.resize(mBytes.size() + extra, 0);
         return *this;
     }
     WaveBuilder& Data(std::vector<std::uint8_t> const& audio, bool pad = true)
@@ -67,6 +59,16 @@ public:
     std::vector<std::uint8_t> const& Bytes() const { return mBytes; }
 
 private:
+    // resize and copy rather than insert: GCC 12 misreads insert from an
+    // empty vector as an overflow at -O2.
+    WaveBuilder& Append(void const* data, std::size_t n)
+    {
+        std::size_t const at = mBytes.size();
+        mBytes.resize(at + n);
+        if (n)
+            std::memcpy(mBytes.data() + at, data, n);
+        return *this;
+    }
     WaveBuilder& Number(std::uint64_t v, int n)
     {
         std::size_t at = mBytes.size();
