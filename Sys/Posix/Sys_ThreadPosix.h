@@ -55,7 +55,6 @@ private:
     bool mQuit = false;
     Sys_Thread::EStatus mStatus = Sys_Thread::kThreadSuspended;
     Sys_Thread::EPriority mPriority = Sys_Thread::kPriorityNormal;
-    bool mPrioritySet = false;
     int mSystemId = 0; // the kernel's id of the thread, once it runs
     std::string mName;
     Sys_SyncObject::HandleList mWaitList;

@@ -81,8 +81,9 @@ TEST(Sys_Event, AutomaticResetReleasesExactlyOneOfSeveralWaitersPerSet)
 
 TEST(Sys_Event, PulseReleasesWhoWaitsNowAndLeavesTheEventReset)
 {
-    for (auto [flags, released] : {std::pair{kManual, 3}, {kAuto, 1}})
+    for (auto [flags, expected] : {std::pair{kManual, 3}, {kAuto, 1}})
     {
+        int const released = expected;
         SCOPED_TRACE(flags);
         Sys_Event::Handle event = Sys_Event::Create(flags);
         Waiters waiters(event, 3);
