@@ -35,8 +35,9 @@ void List(FF_AudioFile& file, bool json)
     }
 }
 
-// A removal alone does not mark the file for write-back; a change that does
-// (the same time stamp or instrument again) takes it to the disk.
+// A removal alone does not mark the file for write-back. A change that does
+// takes it to the disk: the same time stamp or instrument again, or else a
+// region added and taken away at once, which leaves no trace.
 bool ForceWriteBack(FF_AudioFile& file)
 {
     if (file.Implements(FF_AudioFile::eEbuInterface))
@@ -51,7 +52,17 @@ bool ForceWriteBack(FF_AudioFile& file)
         file.SetInstrumentAttr(attr);
         return true;
     }
-    return false;
+    // A region of one frame would be the whole-file region of a file of one frame.
+    if (file.GetAudioFileAttr().GetNumSamples() < 2)
+        return false;
+    std::string const marker = "vfl write-back";
+    file.AddRegion(marker, 0, 1, 0, 0, 0);
+    std::vector<FF_ImportAudioRegion> regions;
+    file.GetRegions(&regions, false);
+    for (auto const& r : regions)
+        if (r.GetName() == marker)
+            file.RemoveRegion(r.GetUmid());
+    return true;
 }
 } // namespace
 
