@@ -131,6 +131,17 @@ void FF_AudioFile::ReleaseInterfaces()
     ReleaseAndClear(mOrvanel);
 }
 
+template <class I, class Call>
+void FF_AudioFile::ChangeThrough(EInterface which, I* iface, void (*check)(PlugInResult), Call&& call)
+{
+    CMN_ASSERT(Implements(which));
+    if (!iface)
+        return;
+    StOpen open(this, eOpenRead | eOpenWrite);
+    check(call(iface));
+    mDirty = true;
+}
+
 // ------------------------------------------------------------- recognition
 
 bool FF_AudioFile::Implements(EInterface which)
@@ -463,42 +474,41 @@ void FF_AudioFile::ThrowIfPlugInError(PlugInResult result)
     ThrowCode(XC_FF_PlugIn_BadHRESULT);
 }
 
+namespace
+{
+// An interface's private codes first, then the common mapping. A check with
+// no code for corrupt files passes 0, which is never an error.
+void CheckPrivateCodes(PlugInResult result, PlugInResult unimplemented, PlugInResult badParameter, PlugInResult corrupt)
+{
+    if (result == unimplemented)
+        ThrowCode(XC_FF_PlugIn_Unimplemented);
+    if (result == badParameter)
+        ThrowCode(XC_FF_PlugIn_BadParameter);
+    if (corrupt != S_OK && result == corrupt)
+        ThrowCode(XC_FF_PlugIn_CorruptFile);
+    FF_AudioFile::ThrowIfPlugInError(result);
+}
+} // namespace
+
 void FF_AudioFile::CheckAudioFileResult(PlugInResult result)
 {
-    if (result == kAudioFile_Unimplemented)
-        ThrowCode(XC_FF_PlugIn_Unimplemented);
-    if (result == kAudioFile_BadParameter)
-        ThrowCode(XC_FF_PlugIn_BadParameter);
-    if (result == kAudioFile_CorruptFile)
-        ThrowCode(XC_FF_PlugIn_CorruptFile);
-    ThrowIfPlugInError(result);
+    CheckPrivateCodes(result, kAudioFile_Unimplemented, kAudioFile_BadParameter, kAudioFile_CorruptFile);
 }
 
 void FF_AudioFile::CheckImportExportResult(PlugInResult result)
 {
-    if (result == kImportExport_Unimplemented)
-        ThrowCode(XC_FF_PlugIn_Unimplemented);
-    if (result == kImportExport_BadParameter)
-        ThrowCode(XC_FF_PlugIn_BadParameter);
-    ThrowIfPlugInError(result);
+    CheckPrivateCodes(result, kImportExport_Unimplemented, kImportExport_BadParameter, S_OK);
 }
 
 void FF_AudioFile::CheckNativeResult(PlugInResult result)
 {
-    if (result == kNative_Unimplemented)
-        ThrowCode(XC_FF_PlugIn_Unimplemented);
-    if (result == kNative_BadParameter)
-        ThrowCode(XC_FF_PlugIn_BadParameter);
-    ThrowIfPlugInError(result);
+    CheckPrivateCodes(result, kNative_Unimplemented, kNative_BadParameter, S_OK);
 }
 
 void FF_AudioFile::CheckVelmoraResult(PlugInResult result)
 {
-    if (result == kVelmora_Unimplemented)
-        ThrowCode(XC_FF_PlugIn_Unimplemented);
-    if (result == kVelmora_BadParameter)
-        ThrowCode(XC_FF_PlugIn_BadParameter);
-    ThrowIfPlugInError(result);
+    // The bad-parameter code of this interface is 0x80041033 on purpose.
+    CheckPrivateCodes(result, kVelmora_Unimplemented, kVelmora_BadParameter, S_OK);
 }
 
 // --------------------------------------------------------------- writing
@@ -876,12 +886,8 @@ uint64 FF_AudioFile::GetDataRevision()
 
 void FF_AudioFile::SetStartTimeCode(std::string const& timeCode)
 {
-    CMN_ASSERT(Implements(eOmfiInterface));
-    if (!mOmfi)
-        return;
-    StOpen open(this, eOpenRead | eOpenWrite);
-    ThrowIfPlugInError(mOmfi->SetStartTimeCode(timeCode.c_str()));
-    mDirty = true;
+    ChangeThrough(eOmfiInterface, mOmfi, &ThrowIfPlugInError,
+                  [&](IOmfiAudioFile* i) { return i->SetStartTimeCode(timeCode.c_str()); });
 }
 
 std::string FF_AudioFile::GetStartTimeCode()
@@ -896,22 +902,14 @@ std::string FF_AudioFile::GetStartTimeCode()
 
 void FF_AudioFile::SetMasterMobName(std::string const& name)
 {
-    CMN_ASSERT(Implements(eOmfiInterface));
-    if (!mOmfi)
-        return;
-    StOpen open(this, eOpenRead | eOpenWrite);
-    ThrowIfPlugInError(mOmfi->SetMasterMobName(name.c_str()));
-    mDirty = true;
+    ChangeThrough(eOmfiInterface, mOmfi, &ThrowIfPlugInError,
+                  [&](IOmfiAudioFile* i) { return i->SetMasterMobName(name.c_str()); });
 }
 
 void FF_AudioFile::SetTapeMobName(std::string const& name)
 {
-    CMN_ASSERT(Implements(eOmfiInterface));
-    if (!mOmfi)
-        return;
-    StOpen open(this, eOpenRead | eOpenWrite);
-    ThrowIfPlugInError(mOmfi->SetTapeMobName(name.c_str()));
-    mDirty = true;
+    ChangeThrough(eOmfiInterface, mOmfi, &ThrowIfPlugInError,
+                  [&](IOmfiAudioFile* i) { return i->SetTapeMobName(name.c_str()); });
 }
 
 int64 FF_AudioFile::GetSMPTETimeStamp()
@@ -925,12 +923,8 @@ int64 FF_AudioFile::GetSMPTETimeStamp()
 
 void FF_AudioFile::SetSMPTETimeStamp(int64 stamp)
 {
-    CMN_ASSERT(Implements(eEbuInterface));
-    if (!mEbu)
-        return;
-    StOpen open(this, eOpenRead | eOpenWrite);
-    ThrowIfPlugInError(mEbu->SetSMPTETimeStamp(stamp));
-    mDirty = true;
+    ChangeThrough(eEbuInterface, mEbu, &ThrowIfPlugInError,
+                  [&](IEbuAudioFile* i) { return i->SetSMPTETimeStamp(stamp); });
 }
 
 bool FF_AudioFile::HasInstrumentAttr()
@@ -955,9 +949,6 @@ void FF_AudioFile::GetInstrumentAttr(FF_AudioInstrumentAttr* attr)
 
 void FF_AudioFile::SetInstrumentAttr(FF_AudioInstrumentAttr const& attr)
 {
-    CMN_ASSERT(Implements(eOrvanelInterface));
-    if (!mOrvanel)
-        return;
     PlugInInstrument record;
     record.loop1Type = attr.GetLoop1Type();
     record.loop1Start = attr.GetLoop1StartSample();
@@ -967,9 +958,8 @@ void FF_AudioFile::SetInstrumentAttr(FF_AudioInstrumentAttr const& attr)
     record.loop2Stop = attr.GetLoop2StopSample();
     record.rootMIDINote = attr.GetRootMIDINote();
     record.fineTuneCents = attr.GetFineTuneCents();
-    StOpen open(this, eOpenRead | eOpenWrite);
-    ThrowIfPlugInError(mOrvanel->SetInstrumentAttr(&record));
-    mDirty = true;
+    ChangeThrough(eOrvanelInterface, mOrvanel, &ThrowIfPlugInError,
+                  [&](IOrvanelAudioFile* i) { return i->SetInstrumentAttr(&record); });
 }
 
 // ---------------------------------------------------------------- printing

@@ -191,6 +191,10 @@ private:
     void ReleaseInterfaces();
     void Print(std::ostream& out, bool cache);
     void SwapOverview(char** block, int32 intervals, int32 bitDepth);
+    // One changing call on the plug-in, under an open level for writing,
+    // checked, and the file marked for write-back.
+    template <class I, class Call>
+    void ChangeThrough(EInterface which, I* iface, void (*check)(PlugInResult), Call&& call);
 
     // Overview blocks handed to the plug-in, which keeps pointing at them
     // for later flushes: they live as long as the plug-in that holds them.

@@ -6,12 +6,10 @@
 
 ChunkyFile::~ChunkyFile() = default;
 
-PlugInResult ChunkyFile::DoOpen()
+PlugInResult ChunkyFile::WalkChunks(bool keep, ChunkVisitor const& visit)
 {
-    mChunks.clear();
     if (!mFile)
         return E_UNEXPECTED;
-
     std::int64_t fileEOF = 0;
     PlugInResult r = mFile->GetEOF(&fileEOF);
     if (r != S_OK)
@@ -21,42 +19,53 @@ PlugInResult ChunkyFile::DoOpen()
         return r;
 
     std::int64_t pos = 0;
-    while (pos < fileEOF)
+    for (std::size_t walked = 0; pos < fileEOF; ++walked)
     {
+        // More than this many chunks: the rest of the file is ignored.
+        if (walked > kMaxChunks)
+            return S_OK;
         unsigned char header[8];
         std::int64_t got = 8;
         r = mFile->Read(header, &got);
         if (r != S_OK)
             return r;
         // A header cut by the end of the file is a chunk running past the end:
-        // the parse ends there, and what came before stands.
+        // the walk ends there, and what came before stands.
         if (got != 8)
             return S_OK;
         ChunkId id;
         std::uint32_t size;
         std::memcpy(&id, header, 4);
         std::memcpy(&size, header + 4, 4);
-        size = Swap32(size);
 
         std::unique_ptr<Chunk> chunk = CreateChunk(id);
-        r = chunk->ReadChunk(id, size, pos, fileEOF);
+        r = visit(*chunk, id, Swap32(size), pos, fileEOF);
         if (r != S_OK)
             return r;
-        // A corrupt chunk ends the file for the parser; what came before stands.
+        // A corrupt chunk ends the file for the walk; what came before stands.
         if (chunk->GetKind() == Chunk::kCorrupt)
             return S_OK;
-
         std::int64_t tell = 0;
         r = mFile->GetPosition(&tell);
         if (r != S_OK)
             return r;
-        chunk->SetFileSize(tell - pos);
-        mChunks.push_back(std::move(chunk));
-        pos = tell;
-        if (mChunks.size() > kMaxChunks)
+        if (tell <= pos)
             return S_OK;
+        if (keep)
+        {
+            chunk->SetFileSize(tell - pos);
+            mChunks.push_back(std::move(chunk));
+        }
+        pos = tell;
     }
     return S_OK;
+}
+
+PlugInResult ChunkyFile::DoOpen()
+{
+    mChunks.clear();
+    return WalkChunks(true, [](Chunk& chunk, ChunkId id, std::uint32_t size, std::int64_t pos, std::int64_t eof)
+                      { return chunk.ReadChunk(id, size, pos, eof); });
 }
 
 std::int64_t ChunkyFile::GetTotalFileSize()
@@ -243,47 +252,12 @@ PlugInResult ChunkyFile::MoveBytes(std::int64_t start, std::int64_t length, std:
 
 PlugInResult ChunkyFile::PrintFile(std::ostream& out)
 {
-    if (!mFile)
-        return E_UNEXPECTED;
-    std::int64_t fileEOF = 0;
-    PlugInResult r = mFile->GetEOF(&fileEOF);
-    if (r != S_OK)
-        return r;
-    r = mFile->SetPosition(0, 0);
-    if (r != S_OK)
-        return r;
-    std::int64_t pos = 0;
-    std::size_t printed = 0;
-    while (pos < fileEOF && printed++ <= kMaxChunks)
-    {
-        unsigned char header[8];
-        std::int64_t got = 8;
-        r = mFile->Read(header, &got);
-        if (r != S_OK)
-            return r;
-        if (got != 8)
-            return S_OK;
-        ChunkId id;
-        std::memcpy(&id, header, 4);
-        r = mFile->SetPosition(0, pos);
-        if (r != S_OK)
-            return r;
-        std::unique_ptr<Chunk> chunk = CreateChunk(id);
-        r = chunk->PrintChunk(out, pos, fileEOF);
-        if (r != S_OK)
-            return r;
-        if (chunk->GetKind() == Chunk::kCorrupt)
-            return S_OK;
-        std::int64_t tell = 0;
-        r = mFile->GetPosition(&tell);
-        if (r != S_OK)
-            return r;
-        // A chunk that would take the walk backwards ends it.
-        if (tell <= pos)
-            return S_OK;
-        pos = tell;
-    }
-    return S_OK;
+    return WalkChunks(false,
+                      [&](Chunk& chunk, ChunkId, std::uint32_t, std::int64_t pos, std::int64_t eof)
+                      {
+                          PlugInResult r = mFile->SetPosition(0, pos);
+                          return r == S_OK ? chunk.PrintChunk(out, pos, eof) : r;
+                      });
 }
 
 PlugInResult ChunkyFile::StampWithUmid()

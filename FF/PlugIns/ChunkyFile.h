@@ -6,6 +6,7 @@
 #include "FF/PlugIns/Chunk.h"
 #include "FF/PlugIns/PlugIn.h"
 
+#include <functional>
 #include <list>
 #include <memory>
 
@@ -50,6 +51,15 @@ public:
 protected:
     ChunkyFile() = default;
     ~ChunkyFile() override;
+
+    // Handles the chunk at `pos` (the file stands behind its header) and
+    // leaves the file behind it.
+    using ChunkVisitor = std::function<PlugInResult(Chunk& chunk, ChunkId id, std::uint32_t size, std::int64_t pos,
+                                                    std::int64_t fileEOF)>;
+    // Walks the chunks from the start of the file: to its end, a header cut
+    // short, a corrupt chunk, a chunk that does not move the walk forward, or
+    // kMaxChunks chunks. With `keep` the chunks go to `mChunks`.
+    PlugInResult WalkChunks(bool keep, ChunkVisitor const& visit);
 
     // True if the list holds a chunk of that kind.
     static bool HasKind(ChunkList const& list, std::int32_t kind);
