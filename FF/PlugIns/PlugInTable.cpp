@@ -1,5 +1,7 @@
 #include "FF/PlugIns/PlugInTable.h"
 
+#include "FF/PlugIns/AIFC.h"
+#include "FF/PlugIns/AIFF.h"
 #include "FF/PlugIns/WAVE.h"
 
 #include <cstring>
@@ -8,12 +10,15 @@
 namespace
 {
 // Made on first use, so that it stands before the first audio file whatever
-// the order of static initialisation. The AIFC, AIFF and VORN handlers take
-// their places behind WAVE as they are built.
+// the order of static initialisation. AIFC stands before AIFF: each refuses
+// the other's form type. The VORN handler takes its place behind them when
+// it is built.
 std::vector<PlugInTableEntry> const& Table()
 {
     static std::vector<PlugInTableEntry> const table = {
         {"WAVE", &WAVE::Create, Sys_FileType(std::string("wav"))},
+        {"AIFC", &AIFC::Create, Sys_FileType(PlugInTable::MacType("AIFC"))},
+        {"AIFF", &AIFF::Create, Sys_FileType(PlugInTable::MacType("AIFF"))},
     };
     return table;
 }

@@ -1,0 +1,36 @@
+#include "FF/PlugIns/AIFC.h"
+
+#include "FF/PlugIns/AIFCExtCommChunk.h"
+#include "FF/PlugIns/AIFCHeaderChunk.h"
+
+PlugInResult AIFC::Create(void** object)
+{
+    auto* handler = new AIFC;
+    handler->AddRef();
+    *object = static_cast<IAudioFile*>(handler);
+    return S_OK;
+}
+
+PlugInResult AIFC::GetFileTypeName(std::int32_t size, char* buffer)
+{
+    return CopyTypeName(size, buffer, "AIFC");
+}
+
+std::unique_ptr<Chunk> AIFC::NewHeaderChunk()
+{
+    return std::make_unique<AIFCHeaderChunk>(this);
+}
+
+std::unique_ptr<Chunk> AIFC::NewCommChunk()
+{
+    return std::make_unique<AIFCExtCommChunk>(this);
+}
+
+PlugInResult AIFC::DoImplement(PlugInGuid const* iid, ChunkList& list)
+{
+    // Identity only; CanImplement still answers yes for instrument data,
+    // and the refusal comes here.
+    if (*iid == IID_IVelmoraAudioFile)
+        return ImplementIdentity(list, true);
+    return E_FAIL;
+}

@@ -1,0 +1,20 @@
+// The AIFF-C handler, for the uncompressed ('NONE') subset only. It adds
+// identity metadata to a foreign file, but no instrument data.
+#pragma once
+
+#include "FF/PlugIns/AIFF.h"
+
+class AIFC : public AIFF
+{
+public:
+    static PlugInResult Create(void** object);
+
+    PlugInResult GetFileTypeName(std::int32_t size, char* buffer) override;
+    using ChunkyFile::DoImplement;
+    PlugInResult DoImplement(PlugInGuid const* iid, ChunkList& list) override;
+
+protected:
+    AIFC() = default;
+    std::unique_ptr<Chunk> NewHeaderChunk() override;
+    std::unique_ptr<Chunk> NewCommChunk() override;
+};

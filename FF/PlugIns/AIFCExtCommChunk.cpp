@@ -1,0 +1,106 @@
+#include "FF/PlugIns/AIFCExtCommChunk.h"
+
+#include "FF/PlugIns/ChunkyFile.h"
+
+#include <cstring>
+#include <ostream>
+#include <vector>
+
+namespace
+{
+// A name has at most 255 characters behind its length byte; bytes beyond
+// are passed over unread, so that a large chunk costs no memory.
+constexpr std::int64_t kMaxNameBytes = 255;
+} // namespace
+
+AIFCExtCommChunk::AIFCExtCommChunk(ChunkyFile* owner) : AIFFCommChunk(owner) {}
+
+PlugInResult AIFCExtCommChunk::ReadName(std::uint32_t size, std::string* name)
+{
+    std::int64_t const rest = static_cast<std::int64_t>(size) - kFixedSize;
+    std::int64_t const bytes = rest < kMaxNameBytes ? rest : kMaxNameBytes;
+    std::vector<char> buffer(static_cast<std::size_t>(bytes) + 1, '\0');
+    PlugInResult r = ReadExact(buffer.data(), bytes);
+    if (r != S_OK)
+        return r;
+    r = Skip(rest - bytes);
+    if (r != S_OK)
+        return r;
+    // The length byte is signed: a length the bytes cannot hold, or one of
+    // 128 and more, leaves the raw text, length byte and all.
+    auto const length = static_cast<std::int64_t>(static_cast<signed char>(buffer[0]));
+    if (length >= 0 && length < bytes)
+    {
+        std::memmove(buffer.data(), buffer.data() + 1, static_cast<std::size_t>(length));
+        buffer[static_cast<std::size_t>(length)] = '\0';
+    }
+    *name = buffer.data();
+    return S_OK;
+}
+
+PlugInResult AIFCExtCommChunk::Read(std::uint32_t size, std::int64_t)
+{
+    if (size < kFixedSize)
+        return kAudioFile_Unimplemented;
+    std::uint8_t body[kFixedSize];
+    PlugInResult r = ReadExact(body, kFixedSize);
+    if (r != S_OK)
+        return r;
+    r = ReadName(size, &mCompressionName);
+    if (r != S_OK)
+        return r;
+    // Compressed audio is not for this handler: the chunk stays unknown,
+    // the facts unset, and the file is refused.
+    ChunkId type;
+    std::memcpy(&type, body + kSize, 4);
+    if (type != kCompression_NONE)
+        return kAudioFile_Unimplemented;
+    return SetFacts(body);
+}
+
+std::int64_t AIFCExtCommChunk::NameBufferSize() const
+{
+    return (static_cast<std::int64_t>(mCompressionName.size()) + 1 + 1) & ~std::int64_t{1};
+}
+
+std::int64_t AIFCExtCommChunk::GetSize(std::int32_t)
+{
+    return kFixedSize + NameBufferSize();
+}
+
+PlugInResult AIFCExtCommChunk::Write(std::uint32_t, std::int64_t)
+{
+    std::vector<std::uint8_t> body(static_cast<std::size_t>(kFixedSize + NameBufferSize()), 0);
+    FillBody(body.data());
+    std::memcpy(body.data() + kSize, &kCompression_NONE, 4);
+    body[kFixedSize] = static_cast<std::uint8_t>(mCompressionName.size() & 0xFF);
+    std::memcpy(body.data() + kFixedSize + 1, mCompressionName.data(), mCompressionName.size());
+    return WriteExact(body.data(), static_cast<std::int64_t>(body.size()));
+}
+
+PlugInResult AIFCExtCommChunk::Print(std::ostream& out, std::uint32_t size, std::int64_t)
+{
+    // A plain AIFF 'COMM' prints its four facts through this class too.
+    if (size < kSize)
+    {
+        out << "\t** Contents Unknown **\n";
+        return Skip(size);
+    }
+    std::uint8_t body[kFixedSize];
+    PlugInResult r = ReadExact(body, kSize);
+    if (r != S_OK)
+        return r;
+    PrintFacts(out, body);
+    if (size < kFixedSize)
+        return Skip(static_cast<std::int64_t>(size) - kSize);
+    r = ReadExact(body + kSize, 4);
+    if (r != S_OK)
+        return r;
+    std::string name;
+    r = ReadName(size, &name);
+    if (r != S_OK)
+        return r;
+    out << "\tCompression Type: " << std::string(reinterpret_cast<char const*>(body + kSize), 4) << "\n"
+        << "\tCompressionName: " << name << "\n";
+    return S_OK;
+}

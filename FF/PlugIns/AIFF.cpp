@@ -1,0 +1,235 @@
+#include "FF/PlugIns/AIFF.h"
+
+#include "FF/PlugIns/AIFFCommChunk.h"
+#include "FF/PlugIns/AIFFHeaderChunk.h"
+#include "FF/PlugIns/AIFFInstInfoChunk.h"
+#include "FF/PlugIns/AIFFMarkerChunk.h"
+#include "FF/PlugIns/AIFFSsndChunk.h"
+#include "FF/PlugIns/PadChunk.h"
+#include "FF/PlugIns/UAFEbuChunk.h"
+#include "FF/PlugIns/UAFMinfChunk.h"
+#include "FF/PlugIns/UAFOvwfChunk.h"
+#include "FF/PlugIns/UAFRegnChunk.h"
+#include "FF/PlugIns/UAFUmidChunk.h"
+
+namespace
+{
+std::uint16_t BigEndian16(std::uint8_t const* p)
+{
+    return static_cast<std::uint16_t>((p[0] << 8) | p[1]);
+}
+} // namespace
+
+PlugInResult AIFF::Create(void** object)
+{
+    auto* handler = new AIFF;
+    handler->AddRef();
+    *object = static_cast<IAudioFile*>(handler);
+    return S_OK;
+}
+
+PlugInResult AIFF::GetFileTypeName(std::int32_t size, char* buffer)
+{
+    return CopyTypeName(size, buffer, "AIFF");
+}
+
+PlugInResult AIFF::GetByteOrder(std::int32_t* order)
+{
+    *order = 0;
+    return S_OK;
+}
+
+PlugInResult AIFF::CanImplement(PlugInGuid const* iid)
+{
+    return (*iid == IID_IVelmoraAudioFile || *iid == IID_IOrvanelAudioFile) ? S_OK : S_FALSE;
+}
+
+PlugInResult AIFF::DoOpen()
+{
+    // Markers and the 'INST' copy belong to one parse; a second Open starts afresh.
+    mMarkers.clear();
+    mInstInfo.reset();
+    return ChunkyFile::DoOpen();
+}
+
+PlugInResult AIFF::DoFormat()
+{
+    mMarkers.clear();
+    mInstInfo.reset();
+    return ChunkyFile::DoFormat();
+}
+
+std::unique_ptr<Chunk> AIFF::NewHeaderChunk()
+{
+    return std::make_unique<AIFFHeaderChunk>(this);
+}
+
+std::unique_ptr<Chunk> AIFF::NewCommChunk()
+{
+    return std::make_unique<AIFFCommChunk>(this);
+}
+
+std::unique_ptr<Chunk> AIFF::CreateChunk(ChunkId id)
+{
+    if (id == kChunkId_FORM)
+        return NewHeaderChunk();
+    if (id == kChunkId_COMM)
+        return NewCommChunk();
+    if (id == kChunkId_SSND)
+        return std::make_unique<AIFFSsndChunk>(this);
+    if (id == kChunkId_bext)
+        return std::make_unique<UAFEbuChunk>(this, false);
+    if (id == kChunkId_umid)
+        return std::make_unique<UAFUmidChunk>(this, false);
+    if (id == kChunkId_minf)
+        return std::make_unique<UAFMinfChunk>(this);
+    if (id == kChunkId_regn)
+        return std::make_unique<UAFRegnChunk>(this);
+    if (id == kChunkId_ovwf)
+        return std::make_unique<UAFOvwfChunk>(this);
+    if (id == kChunkId_Elmo)
+        return std::make_unique<PadChunk>(this);
+    if (id == kChunkId_INST)
+        return std::make_unique<AIFFInstInfoChunk>(this);
+    if (id == kChunkId_MARK)
+        return std::make_unique<AIFFMarkerChunk>(this);
+    return std::make_unique<Chunk>(this, id, Chunk::kUnknown);
+}
+
+void AIFF::CreateDefaultChunks(ChunkList& list)
+{
+    // Everything that can change in size stands behind the audio; 'MARK'
+    // goes at the first flush unless an instrument has a loop.
+    list.push_back(NewHeaderChunk());
+    list.push_back(std::make_unique<UAFEbuChunk>(this, true));
+    list.push_back(NewCommChunk());
+    list.push_back(std::make_unique<PadChunk>(this));
+    list.push_back(std::make_unique<AIFFSsndChunk>(this));
+    list.push_back(std::make_unique<UAFUmidChunk>(this, true));
+    list.push_back(std::make_unique<UAFMinfChunk>(this));
+    list.push_back(std::make_unique<UAFRegnChunk>(this));
+    list.push_back(std::make_unique<UAFOvwfChunk>(this));
+    list.push_back(std::make_unique<AIFFInstInfoChunk>(this));
+    list.push_back(std::make_unique<AIFFMarkerChunk>(this));
+}
+
+PlugInResult AIFF::ImplementIdentity(ChunkList& list, bool inFrontOfOmfi)
+{
+    bool has[Chunk::kOmfi + 1] = {};
+    for (auto const& c : list)
+        if (c->GetKind() >= Chunk::kUmid && c->GetKind() <= Chunk::kOmfi)
+            has[c->GetKind()] = true;
+    auto at = list.end();
+    if (inFrontOfOmfi)
+    {
+        at = list.begin();
+        while (at != list.end() && (*at)->GetKind() != Chunk::kOmfi)
+            ++at;
+    }
+    if (!has[Chunk::kUmid] && !(inFrontOfOmfi && has[Chunk::kOmfi]))
+        list.insert(at, std::make_unique<UAFUmidChunk>(this, true));
+    if (!has[Chunk::kMinf])
+    {
+        // A foreign file becomes the system's media now: a new modification
+        // record, and no revision of its data yet.
+        SetUTCModDate(Now());
+        SetDataRevision(0);
+        list.insert(at, std::make_unique<UAFMinfChunk>(this));
+    }
+    if (!has[Chunk::kRegn])
+        list.insert(at, std::make_unique<UAFRegnChunk>(this));
+    if (!has[Chunk::kOvwf])
+        list.insert(at, std::make_unique<UAFOvwfChunk>(this));
+    return S_OK;
+}
+
+PlugInResult AIFF::DoImplement(PlugInGuid const* iid, ChunkList& list)
+{
+    if (*iid == IID_IVelmoraAudioFile)
+        return ImplementIdentity(list, false);
+    if (*iid == IID_IOrvanelAudioFile)
+    {
+        // In front of the audio, which moves to make room.
+        auto audio = list.begin();
+        while (audio != list.end() && (*audio)->GetKind() != Chunk::kAudioData)
+            ++audio;
+        if (audio == list.end())
+            return E_UNEXPECTED;
+        if (!HasKind(list, Chunk::kInstrument))
+            list.insert(audio, std::make_unique<AIFFInstInfoChunk>(this));
+        if (!HasKind(list, Chunk::kMark))
+            list.insert(audio, std::make_unique<AIFFMarkerChunk>(this));
+        return S_OK;
+    }
+    return E_FAIL;
+}
+
+PlugInResult AIFF::SetInstrumentAttr(PlugInInstrument* instrument)
+{
+    PlugInResult const r = ChunkyFile::SetInstrumentAttr(instrument);
+    if (r == S_OK && (instrument->loop1Type != 0 || instrument->loop2Type != 0) && !HasKind(mChunks, Chunk::kMark) &&
+        !HasKind(mNewChunks, Chunk::kMark))
+        mNewChunks.push_back(std::make_unique<AIFFMarkerChunk>(this));
+    return r;
+}
+
+void AIFF::StoreInstrument(PlugInInstrument const& instrument)
+{
+    PlugInInstrument copy = instrument;
+    ChunkyFile::SetInstrumentAttr(&copy);
+}
+
+void AIFF::AddMarkers(std::vector<Marker> const& markers)
+{
+    mMarkers.insert(mMarkers.end(), markers.begin(), markers.end());
+}
+
+void AIFF::SetInstInfo(InstInfo const& body)
+{
+    mInstInfo = std::make_unique<InstInfo>(body);
+}
+
+void AIFF::ResolveLoops()
+{
+    if (mMarkers.empty() || !mInstInfo || !HasInstrument())
+        return;
+    PlugInInstrument instrument = Instrument();
+    instrument.loop1Type = 0;
+    instrument.loop1Start = instrument.loop1Stop = 0;
+    instrument.loop2Type = 0;
+    instrument.loop2Start = instrument.loop2Stop = 0;
+
+    std::uint8_t const* inst = mInstInfo->data();
+    std::uint16_t const sustainMode = BigEndian16(inst + 8);
+    std::uint16_t const releaseMode = BigEndian16(inst + 14);
+    // Marker ids of sustain begin and end, release begin and end.
+    std::int16_t const ids[4] = {
+        static_cast<std::int16_t>(BigEndian16(inst + 10)), static_cast<std::int16_t>(BigEndian16(inst + 12)),
+        static_cast<std::int16_t>(BigEndian16(inst + 16)), static_cast<std::int16_t>(BigEndian16(inst + 18))};
+    bool found[4] = {};
+    std::int64_t position[4] = {};
+    if (sustainMode != 0 || releaseMode != 0)
+    {
+        for (auto const& m : mMarkers)
+            for (int k = 0; k < 4; ++k)
+                if (m.id == ids[k])
+                {
+                    found[k] = true;
+                    position[k] = m.position;
+                    break;
+                }
+    }
+    if (found[0] && found[1] && sustainMode != 0)
+    {
+        instrument.loop1Start = position[0];
+        instrument.loop1Stop = position[1];
+        instrument.loop1Type = sustainMode == 2 ? 2 : 1;
+    }
+    if (found[2] && found[3] && releaseMode != 0)
+    {
+        instrument.loop2Start = position[2];
+        instrument.loop2Stop = position[3];
+        instrument.loop2Type = releaseMode == 2 ? 2 : 1;
+    }
+    StoreInstrument(instrument);
+}

@@ -1,0 +1,73 @@
+// The AIFF handler: big-endian audio and metadata, instrument data as an
+// 'INST' chunk whose loops point at markers of a 'MARK' chunk.
+#pragma once
+
+#include "FF/PlugIns/ChunkyFile.h"
+
+#include <array>
+#include <memory>
+#include <string>
+#include <vector>
+
+class AIFF : public ChunkyFile
+{
+public:
+    // One marker of a 'MARK' chunk as read from the file.
+    struct Marker
+    {
+        std::int16_t id;
+        std::uint32_t position;
+        std::string name;
+        std::int32_t role; // 1 "beg loop", 2 "end loop", 0 any other name
+    };
+    static constexpr std::size_t kInstInfoSize = 20;
+    using InstInfo = std::array<std::uint8_t, kInstInfoSize>;
+
+    // The factory of the handler table: a new instance with its first reference.
+    static PlugInResult Create(void** object);
+
+    PlugInResult GetFileTypeName(std::int32_t size, char* buffer) override;
+    PlugInResult GetByteOrder(std::int32_t* order) override;
+    PlugInResult CanImplement(PlugInGuid const* iid) override;
+
+    bool IsBigEndian() override { return true; }
+    bool IsUnsigned8Bit() override { return false; }
+    PlugInResult DoOpen() override;
+    PlugInResult DoFormat() override;
+    using ChunkyFile::DoImplement;
+    PlugInResult DoImplement(PlugInGuid const* iid, ChunkList& list) override;
+    std::unique_ptr<Chunk> CreateChunk(ChunkId id) override;
+    void CreateDefaultChunks(ChunkList& list) override;
+    std::int32_t DataChunkHeaderSize() override { return 16; }
+
+    // A loop needs its markers: when the record has one and the file has no
+    // 'MARK' chunk (it went at a flush while there was no loop), a new one
+    // is written behind everything at the next flush.
+    PlugInResult SetInstrumentAttr(PlugInInstrument* instrument) override;
+    // The record as a chunk read it, with no chunk added.
+    void StoreInstrument(PlugInInstrument const& instrument);
+
+    // Markers of every 'MARK' chunk read so far, in file order.
+    std::vector<Marker> const& Markers() const { return mMarkers; }
+    void AddMarkers(std::vector<Marker> const& markers);
+    // The 'INST' body as read; loops are resolved against the markers.
+    void SetInstInfo(InstInfo const& body);
+    // Sets the instrument's loops from the 'INST' copy and the markers, once
+    // all three exist: called after either chunk is read, so that their
+    // order in the file does not matter.
+    void ResolveLoops();
+
+protected:
+    AIFF() = default;
+
+    // The classes that differ between AIFF and AIFF-C.
+    virtual std::unique_ptr<Chunk> NewHeaderChunk();
+    virtual std::unique_ptr<Chunk> NewCommChunk();
+    // Adds the identity chunks. `inFrontOfOmfi` places them in front of an
+    // 'omfi' chunk and leaves out the umid when there is one.
+    PlugInResult ImplementIdentity(ChunkList& list, bool inFrontOfOmfi);
+
+private:
+    std::vector<Marker> mMarkers;
+    std::unique_ptr<InstInfo> mInstInfo;
+};

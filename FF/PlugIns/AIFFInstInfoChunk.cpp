@@ -1,0 +1,76 @@
+#include "FF/PlugIns/AIFFInstInfoChunk.h"
+
+#include "FF/PlugIns/AIFF.h"
+
+namespace
+{
+// Play modes of a loop.
+constexpr std::uint16_t kNoLooping = 0;
+constexpr std::uint16_t kForwardLooping = 1;
+constexpr std::uint16_t kForwardBackwardLooping = 2;
+
+void PutBigEndian16(std::uint8_t* p, std::uint16_t v)
+{
+    p[0] = static_cast<std::uint8_t>(v >> 8);
+    p[1] = static_cast<std::uint8_t>(v);
+}
+
+// The instrument's loop type as a play mode: only ping-pong has its own.
+std::uint16_t PlayMode(std::int32_t loopType)
+{
+    return loopType == 2 ? kForwardBackwardLooping : kForwardLooping;
+}
+} // namespace
+
+AIFFInstInfoChunk::AIFFInstInfoChunk(AIFF* owner) : Chunk(owner, kChunkId_INST, kInstrument), mAiff(owner)
+{
+    owner->SetValidBits(PlugIn::kValidInstrument);
+}
+
+PlugInResult AIFFInstInfoChunk::Read(std::uint32_t size, std::int64_t)
+{
+    // A shorter body is of no known shape; a longer one keeps its tail unread.
+    if (size < kSize)
+        return kAudioFile_Unimplemented;
+    AIFF::InstInfo body;
+    PlugInResult r = ReadExact(body.data(), kSize);
+    if (r != S_OK)
+        return r;
+    r = Skip(static_cast<std::int64_t>(size) - kSize);
+    if (r != S_OK)
+        return r;
+    // Loops come from the markers, once they are known.
+    PlugInInstrument instrument;
+    instrument.rootMIDINote = body[0];
+    instrument.fineTuneCents = static_cast<std::int8_t>(body[1]);
+    mAiff->SetInstInfo(body);
+    mAiff->StoreInstrument(instrument);
+    mAiff->ResolveLoops();
+    return S_OK;
+}
+
+PlugInResult AIFFInstInfoChunk::Write(std::uint32_t, std::int64_t)
+{
+    std::uint8_t body[kSize] = {60, 0, 0, 127, 0, 127, 0x7F, 0xFF};
+    if (mAiff->HasInstrument())
+    {
+        PlugInInstrument const& i = mAiff->Instrument();
+        body[0] = i.rootMIDINote;
+        body[1] = static_cast<std::uint8_t>(i.fineTuneCents);
+        // Sustain loop on markers 0 and 1, release loop on 2 and 3.
+        if (i.loop1Type != 0)
+        {
+            PutBigEndian16(body + 8, PlayMode(i.loop1Type));
+            PutBigEndian16(body + 10, 0);
+            PutBigEndian16(body + 12, 1);
+        }
+        if (i.loop2Type != 0)
+        {
+            PutBigEndian16(body + 14, PlayMode(i.loop2Type));
+            PutBigEndian16(body + 16, 2);
+            PutBigEndian16(body + 18, 3);
+        }
+    }
+    static_assert(kNoLooping == 0, "a loop left out keeps the zeros of the body");
+    return WriteExact(body, kSize);
+}
