@@ -23,7 +23,9 @@ PlugInResult AIFCExtCommChunk::ReadName(std::uint32_t size, std::string* name)
     PlugInResult r = ReadExact(buffer.data(), bytes);
     if (r != S_OK)
         return r;
-    r = Skip(rest - bytes);
+    // A body of odd size is followed by the pad byte that chunks of the
+    // format take; the file is left behind it.
+    r = Skip(rest - bytes + (size & 1));
     if (r != S_OK)
         return r;
     // The length byte is signed: a length the bytes cannot hold, or one of

