@@ -89,6 +89,15 @@ void Sys_Thread::SetName(std::string const& name)
     mImpl->SetName(name);
 }
 
+void Sys_Thread::SetName(std::string const& name, std::string const& systemName)
+{
+    {
+        std::lock_guard<std::mutex> lock(mNameLock);
+        mName = name;
+    }
+    mImpl->SetName(systemName);
+}
+
 std::string Sys_Thread::GetName() const
 {
     std::lock_guard<std::mutex> lock(mNameLock);

@@ -76,6 +76,9 @@ public:
 
     // The object keeps the full name; the system shows at most 15 characters.
     void SetName(std::string const& name);
+    // The object keeps name and the system is given systemName: for threads
+    // whose names begin with the same 15 characters.
+    void SetName(std::string const& name, std::string const& systemName);
     std::string GetName() const;
 
     static void SetCreateImplMethod(CreateImplMethod method);
