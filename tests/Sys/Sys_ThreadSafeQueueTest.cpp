@@ -12,55 +12,38 @@
 namespace
 {
 
-TEST(Sys_ThreadSafeQueue, PopsInTheOrderOfPushesAlsoWhenNodesAreReused)
+TEST(Sys_ThreadSafeQueue, PopsOwnersInTheOrderOfPushesAlsoWhenNodesAreReused)
 {
-    Sys_ThreadSafeQueue<int> queue;
-    EXPECT_TRUE(queue.IsEmpty());
-    int next = 0;
-    int expected = 0;
-    // Interleaved pushes and pops: later pushes go into nodes freed by pops.
-    for (int round = 0; round < 5; ++round)
-    {
-        for (int i = 0; i < 3 + round; ++i)
-            queue.Push(next++);
-        for (int i = 0; i < 2 + round; ++i)
-            EXPECT_EQ(queue.Pop(), expected++);
-    }
-    EXPECT_EQ(queue.GetSize(), static_cast<std::size_t>(next - expected));
-    while (!queue.IsEmpty())
-        EXPECT_EQ(queue.Pop(), expected++);
-    EXPECT_EQ(expected, next);
-}
-
-TEST(Sys_ThreadSafeQueue, OwnsMoveOnlyValuesUntilTheyArePopped)
-{
-    auto alive = std::make_shared<int>(0);
+    auto const alive = std::make_shared<int>(0);
     struct Counted
     {
-        explicit Counted(std::shared_ptr<int> c) : count(std::move(c)) { ++*count; }
+        Counted(std::shared_ptr<int> c, int v) : count(std::move(c)), value(v) { ++*count; }
         ~Counted() { --*count; }
         std::shared_ptr<int> count;
+        int value;
     };
     {
         Sys_ThreadSafeQueue<std::unique_ptr<Counted>> queue;
-        for (int i = 0; i < 4; ++i)
-            queue.Push(std::make_unique<Counted>(alive));
-        EXPECT_EQ(*alive, 4);
-        std::unique_ptr<Counted> first = queue.Pop();
-        EXPECT_EQ(*alive, 4); // moved out, not copied or freed
-        first.reset();
-        EXPECT_EQ(*alive, 3);
+        int next = 0, expected = 0;
+        // Later pushes go into the nodes that pops have freed.
+        for (int round = 0; round < 5; ++round)
+        {
+            for (int i = 0; i < 3 + round; ++i)
+                queue.Push(std::make_unique<Counted>(alive, next++));
+            for (int i = 0; i < 2 + round; ++i)
+                EXPECT_EQ(queue.Pop()->value, expected++);
+        }
+        EXPECT_EQ(queue.GetSize(), static_cast<std::size_t>(next - expected));
+        EXPECT_EQ(*alive, next - expected); // popped owners are gone, queued ones alive
+        vfltest::StCountAsserts asserts;
+        while (!queue.IsEmpty())
+            EXPECT_EQ(queue.Pop()->value, expected++);
+        EXPECT_EQ(queue.Pop(), nullptr);
+        EXPECT_EQ(asserts.Failed(), 1); // popping an empty queue
+        queue.Push(std::make_unique<Counted>(alive, 0));
     }
     // What was still queued died with the queue.
     EXPECT_EQ(*alive, 0);
-}
-
-TEST(Sys_ThreadSafeQueue, PoppingAnEmptyQueueIsAnAssertion)
-{
-    vfltest::StCountAsserts asserts;
-    Sys_ThreadSafeQueue<std::unique_ptr<int>> queue;
-    EXPECT_EQ(queue.Pop(), nullptr);
-    EXPECT_EQ(asserts.Failed(), 1);
 }
 
 TEST(Sys_ThreadSafeQueue, ProducersAndAConsumerOnOtherThreadsLoseNothing)
