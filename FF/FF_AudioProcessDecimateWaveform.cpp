@@ -9,6 +9,7 @@
 FF_AudioProcessDecimateWaveform::FF_AudioProcessDecimateWaveform(i32 samplesPerInterval, char* overview)
     : mSamplesPerInterval(samplesPerInterval), mOverview(overview)
 {
+    SetName(GetTaskName());
     // An interval of no samples would write a pair for every sample, past
     // any buffer sized from the interval.
     CMN_ASSERT(samplesPerInterval > 0 && overview != nullptr);
@@ -51,22 +52,24 @@ void FF_AudioProcessDecimateWaveform::Process(FF_AudioProcessBlock* in, FF_Audio
     i64 const bytes = n * in->GetBytesPerSample();
     u32 const channels = in->GetNumChannels();
     bool const fits = n >= 0 && channels >= 1 && bytes <= in->GetChannelCapacity() &&
-                      bytes <= out->GetChannelCapacity() && channels <= in->GetNumChannelBuffers() &&
-                      channels <= out->GetNumChannelBuffers();
+                      channels <= in->GetNumChannelBuffers() &&
+                      (!out || (bytes <= out->GetChannelCapacity() && channels <= out->GetNumChannelBuffers()));
     CMN_ASSERT(fits);
     if (!fits || (bits != 8 && bits != 16 && bits != 24))
         return;
 
-    // The stream passes unchanged, every channel of it, so that the stage
-    // can stand inside a chain.
-    out->SetNumChannels(in->GetNumChannels());
-    out->SetSampleRate(in->GetSampleRate());
-    out->SetBitsPerSample(bits);
-    out->SetNumSamples(n);
-    out->SetTotalSamples(in->GetTotalSamples());
-    out->SetEndOfStream(in->GetEndOfStream());
-    for (u32 ch = 0; ch < channels; ++ch)
-        std::memcpy(out->GetChannelData(ch), in->GetChannelData(ch), static_cast<std::size_t>(bytes));
+    // Inside a chain the stream passes unchanged, every channel of it.
+    if (out)
+    {
+        out->SetNumChannels(in->GetNumChannels());
+        out->SetSampleRate(in->GetSampleRate());
+        out->SetBitsPerSample(bits);
+        out->SetNumSamples(n);
+        out->SetTotalSamples(in->GetTotalSamples());
+        out->SetEndOfStream(in->GetEndOfStream());
+        for (u32 ch = 0; ch < channels; ++ch)
+            std::memcpy(out->GetChannelData(ch), in->GetChannelData(ch), static_cast<std::size_t>(bytes));
+    }
 
     mUnitsProcessed += n;
     char const* data = in->GetChannelData(0);
@@ -111,4 +114,26 @@ void FF_AudioProcessDecimateWaveform::Process(FF_AudioProcessBlock* in, FF_Audio
         mMax = -128;
         mMin = 127;
     }
+}
+
+FF_AudioProcess::EProcessType FF_AudioProcessDecimateWaveform::GetProcessType() const
+{
+    return GetNextProcess() ? kProcessFilter : kProcessConsumer;
+}
+
+Sys_Task::EResult FF_AudioProcessDecimateWaveform::ExecImpl()
+{
+    if (GetNext())
+    {
+        EResult const result = FF_AudioProcess::ExecImpl();
+        return result == kResultReady && IsComplete() ? kResultCompleted : result;
+    }
+    // At the tail the stream ends here: the block goes back to the pool.
+    if (IsAbortRequested())
+        return kResultAborted;
+    BlockPtr input = GetInputQueue().Pop();
+    Require(input != nullptr, "an overview stage was scheduled without a block");
+    Process(input.get(), nullptr);
+    ReturnToPool(std::move(input));
+    return IsComplete() ? kResultCompleted : kResultReady;
 }

@@ -1,15 +1,7 @@
 #pragma once
 
-// TODO(engine): derive from FF_AudioProcess. GetProcessType answers
-// kProcessConsumer at the tail of a chain and kProcessFilter with a next
-// stage. ExecImpl replaces the filter's: pop the input block, Process(input,
-// mOutputBlock); with a next stage push mOutputBlock to it, make the input
-// block the new mOutputBlock and schedule the next stage at priority 1;
-// without one Put the input block back into the pool; then answer
-// kResultCompleted when IsComplete(), else kResultReady. The constructor
-// names the task "FF_AudioProcessDecimateWaveform" (GetTaskName below).
-
 #include "Cmn/Cmn_Types.h"
+#include "FF/FF_AudioProcess.h"
 
 class FF_AudioProcessBlock;
 
@@ -17,7 +9,7 @@ class FF_AudioProcessBlock;
 // of mSamplesPerInterval samples, as pairs of signed bytes (maximum first):
 // the overview that a display draws. Samples are reduced to 8 bits toward
 // zero, so that silence stays exactly 0.
-class FF_AudioProcessDecimateWaveform
+class FF_AudioProcessDecimateWaveform : public FF_AudioProcess
 {
 public:
     // overview: the caller's buffer, two bytes for every interval begun; it
@@ -26,8 +18,11 @@ public:
 
     static constexpr char const* GetTaskName() { return "FF_AudioProcessDecimateWaveform"; }
 
-    void Preflight(FF_AudioProcessBlock* block);
-    void Process(FF_AudioProcessBlock* in, FF_AudioProcessBlock* out);
+    // A consumer at the tail of a chain, a filter with a stage behind it.
+    EProcessType GetProcessType() const override;
+    void Preflight(FF_AudioProcessBlock* block) override;
+    // With no stage behind it, out is null and the stream ends here.
+    void Process(FF_AudioProcessBlock* in, FF_AudioProcessBlock* out) override;
 
     i64 GetUnitsProcessed() const { return mUnitsProcessed; }
     i64 GetUnitsToProcess() const { return mUnitsToProcess; }
@@ -37,6 +32,9 @@ public:
     // 16 and 24 bits shifted down by 8 and 16 with the sign put back after,
     // and 0 up to one step of the reduced scale. Other depths assert and give 0.
     static i8 Reduce(i32 sample, int bits);
+
+protected:
+    EResult ExecImpl() override;
 
 private:
     void WritePair();

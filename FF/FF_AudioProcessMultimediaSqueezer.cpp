@@ -16,7 +16,10 @@ int SignOf(f64 x)
 }
 } // namespace
 
-FF_AudioProcessMultimediaSqueezer::FF_AudioProcessMultimediaSqueezer() = default;
+FF_AudioProcessMultimediaSqueezer::FF_AudioProcessMultimediaSqueezer()
+{
+    SetName(GetTaskName());
+}
 
 void FF_AudioProcessMultimediaSqueezer::Preflight(FF_AudioProcessBlock* block)
 {

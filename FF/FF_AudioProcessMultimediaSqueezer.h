@@ -1,11 +1,7 @@
 #pragma once
 
-// TODO(engine): derive from FF_AudioProcess; the filter ExecImpl and
-// GetProcessType (kProcessFilter) come from the base, Preflight and Process
-// become its overrides, and the constructor names the task
-// "FF_AudioProcessMultimediaSqueezer" (GetTaskName below).
-
 #include "Cmn/Cmn_Types.h"
+#include "FF/FF_AudioProcess.h"
 
 #include <vector>
 
@@ -18,15 +14,15 @@ class FF_AudioProcessBlock;
 // look-ahead is removed again by dropping the first mDelay results and
 // running mDelay rounds more at the end of the stream, so that the output
 // has as many samples as the input. 16 and 24 bits only.
-class FF_AudioProcessMultimediaSqueezer
+class FF_AudioProcessMultimediaSqueezer : public FF_AudioProcess
 {
 public:
     FF_AudioProcessMultimediaSqueezer();
 
     static constexpr char const* GetTaskName() { return "FF_AudioProcessMultimediaSqueezer"; }
 
-    void Preflight(FF_AudioProcessBlock* block);
-    void Process(FF_AudioProcessBlock* in, FF_AudioProcessBlock* out);
+    void Preflight(FF_AudioProcessBlock* block) override;
+    void Process(FF_AudioProcessBlock* in, FF_AudioProcessBlock* out) override;
 
 private:
     struct HalfWave

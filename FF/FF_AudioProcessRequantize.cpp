@@ -34,6 +34,7 @@ template <int InBytes, int OutBytes, int Shift> void ShiftDown(char const* in, c
 
 FF_AudioProcessRequantize::FF_AudioProcessRequantize(u16 inBits, u16 outBits) : mInBits(inBits), mOutBits(outBits)
 {
+    SetName(GetTaskName());
     if (inBits > outBits && outBits >= 1 && inBits <= 32)
     {
         mDither = std::make_unique<Dither>(inBits, outBits);
@@ -97,12 +98,30 @@ void FF_AudioProcessRequantize::RequantizeNoOp(char const* in, char* out, u64 co
     std::memcpy(out, in, count * ((mInBits + 7u) / 8u));
 }
 
-void FF_AudioProcessRequantize::Requantize8x16(char const* in, char* out, u64 count) { Widen<1, 2, 8>(in, out, count); }
-void FF_AudioProcessRequantize::Requantize8x24(char const* in, char* out, u64 count) { Widen<1, 3, 16>(in, out, count); }
-void FF_AudioProcessRequantize::Requantize8x32(char const* in, char* out, u64 count) { Widen<1, 4, 24>(in, out, count); }
-void FF_AudioProcessRequantize::Requantize16x24(char const* in, char* out, u64 count) { Widen<2, 3, 8>(in, out, count); }
-void FF_AudioProcessRequantize::Requantize16x32(char const* in, char* out, u64 count) { Widen<2, 4, 16>(in, out, count); }
-void FF_AudioProcessRequantize::Requantize24x32(char const* in, char* out, u64 count) { Widen<3, 4, 8>(in, out, count); }
+void FF_AudioProcessRequantize::Requantize8x16(char const* in, char* out, u64 count)
+{
+    Widen<1, 2, 8>(in, out, count);
+}
+void FF_AudioProcessRequantize::Requantize8x24(char const* in, char* out, u64 count)
+{
+    Widen<1, 3, 16>(in, out, count);
+}
+void FF_AudioProcessRequantize::Requantize8x32(char const* in, char* out, u64 count)
+{
+    Widen<1, 4, 24>(in, out, count);
+}
+void FF_AudioProcessRequantize::Requantize16x24(char const* in, char* out, u64 count)
+{
+    Widen<2, 3, 8>(in, out, count);
+}
+void FF_AudioProcessRequantize::Requantize16x32(char const* in, char* out, u64 count)
+{
+    Widen<2, 4, 16>(in, out, count);
+}
+void FF_AudioProcessRequantize::Requantize24x32(char const* in, char* out, u64 count)
+{
+    Widen<3, 4, 8>(in, out, count);
+}
 
 void FF_AudioProcessRequantize::Requantize16x8(char const* in, char* out, u64 count)
 {

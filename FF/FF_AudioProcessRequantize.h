@@ -1,12 +1,8 @@
 #pragma once
 
-// TODO(engine): derive from FF_AudioProcess; the filter ExecImpl and
-// GetProcessType (kProcessFilter) come from the base, Preflight and Process
-// become its overrides, and the constructor names the task
-// "FF_AudioProcessRequantize" (GetTaskName below holds the text until then).
-
 #include "Cmn/Cmn_Types.h"
 #include "FF/Dither.h"
+#include "FF/FF_AudioProcess.h"
 #include "FF/NoiseShape.h"
 
 #include <memory>
@@ -19,16 +15,16 @@ class FF_AudioProcessBlock;
 // One quantiser serves all channels, so its state runs through channel 0 of a
 // block, then channel 1, then channel 0 of the next block: output bits
 // depend on that order.
-class FF_AudioProcessRequantize
+class FF_AudioProcessRequantize : public FF_AudioProcess
 {
 public:
     FF_AudioProcessRequantize(u16 inBits, u16 outBits);
-    ~FF_AudioProcessRequantize();
+    ~FF_AudioProcessRequantize() override;
 
     static constexpr char const* GetTaskName() { return "FF_AudioProcessRequantize"; }
 
-    void Preflight(FF_AudioProcessBlock* block);
-    void Process(FF_AudioProcessBlock* in, FF_AudioProcessBlock* out);
+    void Preflight(FF_AudioProcessBlock* block) override;
+    void Process(FF_AudioProcessBlock* in, FF_AudioProcessBlock* out) override;
 
     // The conversions, one channel at a time.
     void RequantizeNoOp(char const* in, char* out, u64 count);

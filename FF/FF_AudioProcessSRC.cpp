@@ -29,8 +29,14 @@ bool IsKnownQuality(int q)
     return q == 0 || q == 17 || q == 33 || q == 129 || q == 257;
 }
 
-template <int Bytes> constexpr i64 MaxOf() { return (i64{1} << (8 * Bytes - 1)) - 1; }
-template <int Bytes> constexpr i64 MinOf() { return -(i64{1} << (8 * Bytes - 1)); }
+template <int Bytes> constexpr i64 MaxOf()
+{
+    return (i64{1} << (8 * Bytes - 1)) - 1;
+}
+template <int Bytes> constexpr i64 MinOf()
+{
+    return -(i64{1} << (8 * Bytes - 1));
+}
 
 // Add 0.5 and truncate toward zero, limited to the range of the width.
 // Bounding in double first keeps the cast defined and, the bounds being
@@ -77,7 +83,7 @@ void PeriodicScalar(f64 const* lanes, i32 const* offsets, i32 const* phases, f64
 // Four lanes: one vector a row, four rows at once so that four independent
 // chains of adds hide their latency.
 __attribute__((target("avx"))) void PeriodicAvx4(f64 const* lanes, i32 const* offsets, i32 const* phases,
-                                                  f64 const* rows, i64 span, i32 taps, f64* sums)
+                                                 f64 const* rows, i64 span, i32 taps, f64* sums)
 {
     constexpr int L = 4;
     i64 r = 0;
@@ -128,7 +134,7 @@ __attribute__((target("avx"))) void PeriodicAvx4(f64 const* lanes, i32 const* of
 // Eight lanes: two vectors a row share one load of the row's entry, which
 // is what limits the four-lane kernel.
 __attribute__((target("avx"))) void PeriodicAvx8(f64 const* lanes, i32 const* offsets, i32 const* phases,
-                                                  f64 const* rows, i64 span, i32 taps, f64* sums)
+                                                 f64 const* rows, i64 span, i32 taps, f64* sums)
 {
     constexpr int L = 8;
     i64 r = 0;
@@ -183,6 +189,7 @@ __attribute__((target("avx"))) void PeriodicAvx8(f64 const* lanes, i32 const* of
 FF_AudioProcessSRC::FF_AudioProcessSRC(i32 inRate, i32 outRate, EQuality quality)
     : mInRate(inRate), mOutRate(outRate), mQuality(quality)
 {
+    SetName(GetTaskName());
     bool const valid = inRate > 0 && outRate > 0 && IsKnownQuality(quality);
     CMN_ASSERT(valid);
     if (!valid)
@@ -294,8 +301,8 @@ void FF_AudioProcessSRC::Process(FF_AudioProcessBlock* in, FF_AudioProcessBlock*
 // ------------------------------------------------------------------ linear
 
 template <int Bytes>
-void FF_AudioProcessSRC::LinearChannel(char const* in, char* out, i64 numIn, bool endOfStream, i32 channel,
-                                       i64 maxOut, i64& produced)
+void FF_AudioProcessSRC::LinearChannel(char const* in, char* out, i64 numIn, bool endOfStream, i32 channel, i64 maxOut,
+                                       i64& produced)
 {
     i64 const in64 = mInRate;
     i64 const out64 = mOutRate;
@@ -523,8 +530,7 @@ void FF_AudioProcessSRC::SincSums(f64 const* ring, i64 numOut)
 }
 
 template <int Bytes>
-void FF_AudioProcessSRC::SincChannel(char const* in, char* out, i64 numIn, bool endOfStream, i32 channel,
-                                     i64 numOut)
+void FF_AudioProcessSRC::SincChannel(char const* in, char* out, i64 numIn, bool endOfStream, i32 channel, i64 numOut)
 {
     std::vector<f64>& ringV = mRings[static_cast<std::size_t>(channel)];
     f64* ring = ringV.data();

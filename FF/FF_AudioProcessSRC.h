@@ -1,11 +1,7 @@
 #pragma once
 
-// TODO(engine): derive from FF_AudioProcess; the filter ExecImpl and
-// GetProcessType (kProcessFilter) come from the base, Preflight, AllocateImpl
-// and Process become its overrides, and the constructor names the task
-// "FF_AudioProcessSRC" (GetTaskName below holds the text until then).
-
 #include "Cmn/Cmn_Types.h"
+#include "FF/FF_AudioProcess.h"
 
 #include <memory>
 #include <vector>
@@ -18,7 +14,7 @@ class FF_AudioProcessBlock;
 // computed from m with exact 64-bit integers, so no phase error builds up
 // over long files, and the same stream gives the same bits however it is cut
 // into blocks.
-class FF_AudioProcessSRC
+class FF_AudioProcessSRC : public FF_AudioProcess
 {
 public:
     // The number of filter taps; 0 is linear interpolation.
@@ -32,15 +28,15 @@ public:
     };
 
     FF_AudioProcessSRC(i32 inRate, i32 outRate, EQuality quality);
-    ~FF_AudioProcessSRC();
+    ~FF_AudioProcessSRC() override;
     FF_AudioProcessSRC(FF_AudioProcessSRC const&) = delete;
     FF_AudioProcessSRC& operator=(FF_AudioProcessSRC const&) = delete;
 
     static constexpr char const* GetTaskName() { return "FF_AudioProcessSRC"; }
 
-    void Preflight(FF_AudioProcessBlock* block);
-    void AllocateImpl(FF_AudioProcessBlock const& block);
-    void Process(FF_AudioProcessBlock* in, FF_AudioProcessBlock* out);
+    void Preflight(FF_AudioProcessBlock* block) override;
+    void AllocateImpl(FF_AudioProcessBlock const& block) override;
+    void Process(FF_AudioProcessBlock* in, FF_AudioProcessBlock* out) override;
 
     EQuality GetQuality() const { return mQuality; }
     i32 GetOversample() const { return mOversample; }
@@ -55,10 +51,10 @@ private:
     void CreateSincTable();
     void ProcessLinearInterp(FF_AudioProcessBlock* in, FF_AudioProcessBlock* out);
     void ProcessSincInterp(FF_AudioProcessBlock* in, FF_AudioProcessBlock* out);
-    template <int Bytes> void LinearChannel(char const* in, char* out, i64 numIn, bool endOfStream, i32 channel,
-                                            i64 maxOut, i64& produced);
-    template <int Bytes> void SincChannel(char const* in, char* out, i64 numIn, bool endOfStream, i32 channel,
-                                          i64 numOut);
+    template <int Bytes>
+    void LinearChannel(char const* in, char* out, i64 numIn, bool endOfStream, i32 channel, i64 maxOut, i64& produced);
+    template <int Bytes>
+    void SincChannel(char const* in, char* out, i64 numIn, bool endOfStream, i32 channel, i64 numOut);
     // Positions and phases of this block's outputs, the same for every channel.
     i64 PlanSincOutputs(i64 numIn, bool endOfStream, i64 maxOut);
     void SincSums(f64 const* ring, i64 numOut);
@@ -84,9 +80,9 @@ private:
     i32 mRingWrite = 0;
 
     i64 mSincTableSize = 0;
-    i64 mBlockCapacity = 0;  // the largest input block, from Preflight
-    i64 mPeriod = 1;         // outputs after which the phases repeat
-    i64 mPeriodInputs = 1;   // input samples that one period spans
+    i64 mBlockCapacity = 0; // the largest input block, from Preflight
+    i64 mPeriod = 1;        // outputs after which the phases repeat
+    i64 mPeriodInputs = 1;  // input samples that one period spans
     // The table again, one row of mQuality entries per phase, in the order
     // that the taps of one output read it.
     std::vector<f64> mRows;
@@ -98,8 +94,8 @@ private:
     std::vector<f64> mLanes;
 
     // Which sum kernels may run; all give the same bits, and tests run each.
-    static constexpr i32 kKernelGeneric = 0;   // four outputs at a time, scalar
-    static constexpr i32 kKernelPeriodic = 1;  // plus lanes of equal phase, portable code
-    static constexpr i32 kKernelBest = 2;      // plus the vector instructions the processor has
+    static constexpr i32 kKernelGeneric = 0;  // four outputs at a time, scalar
+    static constexpr i32 kKernelPeriodic = 1; // plus lanes of equal phase, portable code
+    static constexpr i32 kKernelBest = 2;     // plus the vector instructions the processor has
     static i32 sKernelLevel;
 };

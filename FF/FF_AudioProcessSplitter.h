@@ -1,21 +1,16 @@
 #pragma once
 
-// TODO(engine): derive from FF_AudioProcess; the filter ExecImpl and
-// GetProcessType (kProcessFilter) come from the base, Preflight and Process
-// become its overrides, and the constructor names the task
-// "FF_AudioProcessSplitter" (GetTaskName below).
-
-class FF_AudioProcessBlock;
+#include "FF/FF_AudioProcess.h"
 
 // Makes a two-channel stream of a one-channel stream, the same samples on
 // both channels.
-class FF_AudioProcessSplitter
+class FF_AudioProcessSplitter : public FF_AudioProcess
 {
 public:
-    FF_AudioProcessSplitter() = default;
+    FF_AudioProcessSplitter() { SetName(GetTaskName()); }
 
     static constexpr char const* GetTaskName() { return "FF_AudioProcessSplitter"; }
 
-    void Preflight(FF_AudioProcessBlock* block);
-    void Process(FF_AudioProcessBlock* in, FF_AudioProcessBlock* out);
+    void Preflight(FF_AudioProcessBlock* block) override;
+    void Process(FF_AudioProcessBlock* in, FF_AudioProcessBlock* out) override;
 };

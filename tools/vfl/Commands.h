@@ -10,3 +10,5 @@ int CmdAdopt(int argc, char** argv);
 int CmdPrint(int argc, char** argv);
 int CmdVolumes(int argc, char** argv);
 int CmdUmid(int argc, char** argv);
+int CmdConvert(int argc, char** argv);
+int CmdOverview(int argc, char** argv);

@@ -23,6 +23,8 @@ struct Command
 Command const kCommands[] = {
     {"info", &CmdInfo, "describe audio files: format, channels, rate, length"},
     {"cat", &CmdCat, "write a file's samples to stdout as raw signed PCM"},
+    {"convert", &CmdConvert, "convert audio files: type, bits, rate, channel layout"},
+    {"overview", &CmdOverview, "compute a file's waveform overview; print it or draw it"},
     {"new", &CmdNew, "write a new audio file from raw signed PCM on stdin"},
     {"regions", &CmdRegions, "list, add or remove the named regions of a file"},
     {"adopt", &CmdAdopt, "give foreign files the system's identity metadata"},
