@@ -30,6 +30,17 @@ void Deinterleave(char const* source, char* const* channels, i32 numChannels, i6
     }
 }
 
+// Stereo, the common case: both channels in one pass over the frames.
+template <int Bytes>
+void DeinterleaveStereo(char const* source, char* left, char* right, i64 frames)
+{
+    for (i64 i = 0; i < frames; ++i)
+    {
+        std::memcpy(left + i * Bytes, source + 2 * i * Bytes, Bytes);
+        std::memcpy(right + i * Bytes, source + (2 * i + 1) * Bytes, Bytes);
+    }
+}
+
 void DeinterleaveAnyWidth(char const* source, char* const* channels, i32 numChannels, i64 frames, i32 bytes)
 {
     i64 const frameSize = static_cast<i64>(bytes) * numChannels;
@@ -201,8 +212,11 @@ void FF_AudioProcessReadFiles::Process(FF_AudioProcessBlock*, FF_AudioProcessBlo
         char* channels[cMaxInterleavedChannels];
         for (i32 c = 0; c < mNumStreams; ++c)
             channels[c] = out->GetChannelData(static_cast<u32>(c));
-        switch (bytesPerSample)
+        switch (mNumStreams == 2 ? -bytesPerSample : bytesPerSample)
         {
+        case -1: DeinterleaveStereo<1>(mInterleavedReadPtr, channels[0], channels[1], take); break;
+        case -2: DeinterleaveStereo<2>(mInterleavedReadPtr, channels[0], channels[1], take); break;
+        case -3: DeinterleaveStereo<3>(mInterleavedReadPtr, channels[0], channels[1], take); break;
         case 1: Deinterleave<1>(mInterleavedReadPtr, channels, mNumStreams, take); break;
         case 2: Deinterleave<2>(mInterleavedReadPtr, channels, mNumStreams, take); break;
         case 3: Deinterleave<3>(mInterleavedReadPtr, channels, mNumStreams, take); break;

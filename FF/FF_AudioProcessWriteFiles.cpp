@@ -19,6 +19,17 @@ void InterleaveChannel(char const* from, char* to, i32 numChannels, i64 frames)
         std::memcpy(to + i * frameSize, from + i * Bytes, Bytes);
 }
 
+// Stereo, the common case: both channels in one pass over the frames.
+template <int Bytes>
+void InterleaveStereo(char const* left, char const* right, char* to, i64 frames)
+{
+    for (i64 i = 0; i < frames; ++i)
+    {
+        std::memcpy(to + 2 * i * Bytes, left + i * Bytes, Bytes);
+        std::memcpy(to + (2 * i + 1) * Bytes, right + i * Bytes, Bytes);
+    }
+}
+
 void InterleaveChannelAnyWidth(char const* from, char* to, i32 numChannels, i64 frames, i32 bytes)
 {
     i64 const frameSize = static_cast<i64>(bytes) * numChannels;
@@ -171,17 +182,31 @@ void FF_AudioProcessWriteFiles::Process(FF_AudioProcessBlock* in, FF_AudioProces
     {
         Require(n <= mInterleaveFrames, "a block holds more samples than a file writer can interleave");
         char* const buffer = mInterleaveBuffer.get();
-        for (i32 c = 0; c < mNumChannels; ++c)
+        if (mNumChannels == 2 && mBytesPerSample <= 3)
         {
-            char const* from = in->GetChannelData(static_cast<u32>(c));
-            char* to = buffer + static_cast<i64>(c) * mBytesPerSample;
+            char const* left = in->GetChannelData(0);
+            char const* right = in->GetChannelData(1);
             switch (mBytesPerSample)
             {
-            case 1: InterleaveChannel<1>(from, to, mNumChannels, n); break;
-            case 2: InterleaveChannel<2>(from, to, mNumChannels, n); break;
-            case 3: InterleaveChannel<3>(from, to, mNumChannels, n); break;
-            case 4: InterleaveChannel<4>(from, to, mNumChannels, n); break;
-            default: InterleaveChannelAnyWidth(from, to, mNumChannels, n, mBytesPerSample); break;
+            case 1: InterleaveStereo<1>(left, right, buffer, n); break;
+            case 2: InterleaveStereo<2>(left, right, buffer, n); break;
+            default: InterleaveStereo<3>(left, right, buffer, n); break;
+            }
+        }
+        else
+        {
+            for (i32 c = 0; c < mNumChannels; ++c)
+            {
+                char const* from = in->GetChannelData(static_cast<u32>(c));
+                char* to = buffer + static_cast<i64>(c) * mBytesPerSample;
+                switch (mBytesPerSample)
+                {
+                case 1: InterleaveChannel<1>(from, to, mNumChannels, n); break;
+                case 2: InterleaveChannel<2>(from, to, mNumChannels, n); break;
+                case 3: InterleaveChannel<3>(from, to, mNumChannels, n); break;
+                case 4: InterleaveChannel<4>(from, to, mNumChannels, n); break;
+                default: InterleaveChannelAnyWidth(from, to, mNumChannels, n, mBytesPerSample); break;
+                }
             }
         }
         mAudioFiles.front()->SampleWrite(buffer, n, FF_AudioFile::eLeaveBufferInFileOrder);
