@@ -65,6 +65,31 @@ if want new; then
   rm -f "$OUT/dd.out" "$OUT/vfl.wav" "$OUT/sox.wav"
 fi
 
+if want convert; then
+  f="$OUT/ten16.wav"
+  [ -f "$f" ] || sox -n -r 44100 -c 2 -b 16 "$f" synth 600 sine 200-8000 sine 300-12000 gain -3
+  f24="$OUT/ten24.wav"
+  [ -f "$f24" ] || sox "$f" -b 24 -t wavpcm "$f24"
+  t_vfl=$(best_of 2 "'$VFL' convert '$f' -o '$OUT/v48.wav' --rate 48000 --bits 24 --quality 4")
+  t_sox=$(best_of 2 "sox '$f' -b 24 '$OUT/s48.wav' rate -v 48k")
+  echo "10 minutes of 44.1 kHz 16-bit stereo to 48 kHz 24-bit (257-tap sinc against sox rate -v), best of 2:"
+  printf "  vfl convert %.3fs   sox %.3fs   vfl/sox = %s\n" "$t_vfl" "$t_sox" "$(ratio "$t_vfl" "$t_sox")"
+  t_vfl=$(best_of 2 "'$VFL' convert '$f24' -o '$OUT/v16.wav' --bits 16")
+  t_sox=$(best_of 2 "sox '$f24' -b 16 '$OUT/s16.wav' dither")
+  echo "10 minutes of 24-bit stereo to 16 bits with dither, best of 2:"
+  printf "  vfl convert %.3fs   sox %.3fs   vfl/sox = %s\n" "$t_vfl" "$t_sox" "$(ratio "$t_vfl" "$t_sox")"
+  rm -f "$OUT/v48.wav" "$OUT/s48.wav" "$OUT/v16.wav" "$OUT/s16.wav"
+fi
+
+if want overview; then
+  f=$(big_wav)
+  cat "$f" >/dev/null
+  t_cat=$(best_of 3 "cat '$f' >/dev/null")
+  t_vfl=$(best_of 3 "'$VFL' overview '$f' --spi 1024 >/dev/null")
+  echo "overview of a 1 GiB 16-bit stereo WAVE against reading it with cat (page cache warm), best of 3:"
+  printf "  cat %.3fs   vfl overview %.3fs   vfl/cat = %s\n" "$t_cat" "$t_vfl" "$(ratio "$t_vfl" "$t_cat")"
+fi
+
 for b in build/release/bench/bench_*; do
   [ -x "$b" ] || continue
   name=$(basename "$b")

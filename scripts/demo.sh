@@ -13,17 +13,25 @@ VFL=build/release/vfl
 DEMO=build/demo
 mkdir -p "$DEMO"
 
-echo "== A one-second stereo test signal made by sox (440 Hz left, 660 Hz right)"
-sox -n -r 44100 -c 2 -b 16 "$DEMO/tone.wav" synth 1 sine 440 sine 660 gain -6
+echo "== A three-second stereo test signal made by sox (440 Hz left, 660 Hz right, fading in and out)"
+sox -n -r 44100 -c 2 -b 16 "$DEMO/tone.wav" synth 3 sine 440 sine 660 gain -6 fade 0.5 3 1
 
 echo "== vfl info"
 "$VFL" info "$DEMO/tone.wav"
 
-echo "== vfl info --json"
-"$VFL" info --json "$DEMO/tone.wav"
-
-echo "== The first four frames through vfl cat (16-bit signed, little endian, L R)"
+echo "== The first four frames through vfl cat (16-bit signed, little endian, L R), and as sox decodes them"
 "$VFL" cat "$DEMO/tone.wav" --frames 4 | od -A d -t d2 -w4
-
-echo "== The same frames as sox decodes them"
 sox "$DEMO/tone.wav" -t raw -e signed -L - trim 0 4s | od -A d -t d2 -w4
+
+echo "== The main job: convert to 48 kHz 24-bit (windowed sinc, 257 taps), and to two mono AIFF files"
+"$VFL" convert "$DEMO/tone.wav" -o "$DEMO/tone48.wav" --rate 48000 --bits 24 --quality 4
+"$VFL" convert "$DEMO/tone.wav" -o "$DEMO/left.aif" "$DEMO/right.aif"
+"$VFL" info "$DEMO/tone48.wav" "$DEMO/left.aif"
+soxi "$DEMO/tone48.wav" | grep -E 'Sample Rate|Precision|Duration'
+
+echo "== Regions and the waveform overview"
+"$VFL" regions "$DEMO/tone48.wav" --add "middle" 48000 96000
+"$VFL" regions "$DEMO/tone48.wav"
+"$VFL" overview "$DEMO/tone48.wav" --spi 24000
+"$VFL" overview "$DEMO/tone48.wav" --png "$DEMO/tone48.png"
+echo "(picture of the waveform: $DEMO/tone48.png)"
