@@ -108,7 +108,7 @@ void FF_AudioProcessDecimateWaveform::Process(FF_AudioProcessBlock* in, FF_Audio
         s = v;
         ++mIntervalPos;
     }
-    if (mUnitsProcessed == mUnitsToProcess && mIntervalPos != 0)
+    if (IsComplete() && mIntervalPos != 0)
     {
         WritePair();
         mMax = -128;

@@ -3,6 +3,8 @@
 #include "Cmn/Cmn_Types.h"
 #include "FF/FF_AudioProcess.h"
 
+#include <atomic>
+
 class FF_AudioProcessBlock;
 
 // Reduces channel 0 of a stream to the maximum and minimum of each interval
@@ -24,9 +26,10 @@ public:
     // With no stage behind it, out is null and the stream ends here.
     void Process(FF_AudioProcessBlock* in, FF_AudioProcessBlock* out) override;
 
-    i64 GetUnitsProcessed() const { return mUnitsProcessed; }
-    i64 GetUnitsToProcess() const { return mUnitsToProcess; }
-    bool IsComplete() const { return mUnitsProcessed == mUnitsToProcess; }
+    // Read by the progress object from other threads.
+    i64 GetUnitsProcessed() const { return mUnitsProcessed.load(std::memory_order_relaxed); }
+    i64 GetUnitsToProcess() const { return mUnitsToProcess.load(std::memory_order_relaxed); }
+    bool IsComplete() const { return GetUnitsProcessed() == GetUnitsToProcess(); }
 
     // The 8-bit value of a sample of the given depth: 8 bits as they are;
     // 16 and 24 bits shifted down by 8 and 16 with the sign put back after,
@@ -41,8 +44,8 @@ private:
 
     i32 mSamplesPerInterval;
     i64 mIntervalPos = 0;
-    i64 mUnitsProcessed = 0;
-    i64 mUnitsToProcess = 0;
+    std::atomic<i64> mUnitsProcessed{0};
+    std::atomic<i64> mUnitsToProcess{0};
     char* mOverview;
     i8 mMax = -128;
     i8 mMin = 127;
