@@ -10,6 +10,7 @@
 #include <cstring>
 #include <filesystem>
 #include <numeric>
+#include <sstream>
 #include <vector>
 
 #include "Sys/Posix/Sys_FilePosixCalls.h"
@@ -358,6 +359,13 @@ TEST_F(SysFileTest, AttributesAreTheSameClosedAndOpen)
     int64 const nowFileTime = std::chrono::duration_cast<std::chrono::nanoseconds>(now).count() / 100 +
                               116444736000000000LL;
     EXPECT_NEAR(static_cast<double>(closed.GetModified()), static_cast<double>(nowFileTime), 600e7);
+}
+
+TEST(SysFileAttrTest, PrintShowsTheLowThirtyTwoBitsOfTheSize)
+{
+    std::ostringstream out;
+    Sys_FileAttr((int64{1} << 32) + 9, true, 130000000000000000LL, -2).Print(out);
+    EXPECT_EQ(out.str(), "Size: 9 bytes\nRead-Only\nCreated: 130000000000000000\nModified: -2\n");
 }
 
 TEST_F(SysFileTest, SetPermissionsTogglesReadOnly)

@@ -32,7 +32,8 @@ TEST_F(SysFileTypeTest, ConstructorsSetKindExtensionAndCode)
     EXPECT_EQ(byCode.GetWin32Extension(), "");
     EXPECT_EQ(byCode.GetMacFileType(), 0x57415645);
     Sys_FileType copy(byCode);
-    copy = copy;
+    Sys_FileType& self = copy;
+    copy = self; // self-assignment changes nothing
     EXPECT_EQ(copy, byCode);
     Sys_FileType const none(Sys_FileType::kTypeNone);
     EXPECT_THROW(none.GetWin32Extension(), std::runtime_error);
