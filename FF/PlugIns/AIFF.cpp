@@ -115,32 +115,9 @@ void AIFF::CreateDefaultChunks(ChunkList& list)
 
 PlugInResult AIFF::ImplementIdentity(ChunkList& list, bool inFrontOfOmfi)
 {
-    bool has[Chunk::kOmfi + 1] = {};
-    for (auto const& c : list)
-        if (c->GetKind() >= Chunk::kUmid && c->GetKind() <= Chunk::kOmfi)
-            has[c->GetKind()] = true;
-    auto at = list.end();
-    if (inFrontOfOmfi)
-    {
-        at = list.begin();
-        while (at != list.end() && (*at)->GetKind() != Chunk::kOmfi)
-            ++at;
-    }
-    if (!has[Chunk::kUmid] && !(inFrontOfOmfi && has[Chunk::kOmfi]))
-        list.insert(at, std::make_unique<UAFUmidChunk>(this, true));
-    if (!has[Chunk::kMinf])
-    {
-        // A foreign file becomes the system's media now: a new modification
-        // record, and no revision of its data yet.
-        SetUTCModDate(Now());
-        SetDataRevision(0);
-        list.insert(at, std::make_unique<UAFMinfChunk>(this));
-    }
-    if (!has[Chunk::kRegn])
-        list.insert(at, std::make_unique<UAFRegnChunk>(this));
-    if (!has[Chunk::kOvwf])
-        list.insert(at, std::make_unique<UAFOvwfChunk>(this));
-    return S_OK;
+    // A foreign file becomes the system's media now: a new modification
+    // record, and no revision of its data yet.
+    return AddIdentityChunks(list, inFrontOfOmfi, true);
 }
 
 PlugInResult AIFF::DoImplement(PlugInGuid const* iid, ChunkList& list)

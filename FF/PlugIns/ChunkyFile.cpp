@@ -1,6 +1,10 @@
 #include "FF/PlugIns/ChunkyFile.h"
 
 #include "FF/PlugIns/IFile.h"
+#include "FF/PlugIns/UAFMinfChunk.h"
+#include "FF/PlugIns/UAFOvwfChunk.h"
+#include "FF/PlugIns/UAFRegnChunk.h"
+#include "FF/PlugIns/UAFUmidChunk.h"
 
 #include <cstring>
 
@@ -266,5 +270,36 @@ PlugInResult ChunkyFile::StampWithUmid()
         for (auto& c : *list)
             c->Restamp();
     mDataRevision = 0;
+    return S_OK;
+}
+
+PlugInResult ChunkyFile::AddIdentityChunks(ChunkList& list, bool inFrontOfOmfi, bool newModificationRecord)
+{
+    bool has[Chunk::kOmfi + 1] = {};
+    for (auto const& c : list)
+        if (c->GetKind() >= Chunk::kUmid && c->GetKind() <= Chunk::kOmfi)
+            has[c->GetKind()] = true;
+    auto at = list.end();
+    if (inFrontOfOmfi)
+    {
+        at = list.begin();
+        while (at != list.end() && (*at)->GetKind() != Chunk::kOmfi)
+            ++at;
+    }
+    if (!has[Chunk::kUmid] && !(inFrontOfOmfi && has[Chunk::kOmfi]))
+        list.insert(at, std::make_unique<UAFUmidChunk>(this, true));
+    if (!has[Chunk::kMinf])
+    {
+        if (newModificationRecord)
+        {
+            SetUTCModDate(Now());
+            SetDataRevision(0);
+        }
+        list.insert(at, std::make_unique<UAFMinfChunk>(this));
+    }
+    if (!has[Chunk::kRegn])
+        list.insert(at, std::make_unique<UAFRegnChunk>(this));
+    if (!has[Chunk::kOvwf])
+        list.insert(at, std::make_unique<UAFOvwfChunk>(this));
     return S_OK;
 }

@@ -61,6 +61,14 @@ protected:
     // kMaxChunks chunks. With `keep` the chunks go to `mChunks`.
     PlugInResult WalkChunks(bool keep, ChunkVisitor const& visit);
 
+    // Adds the chunks that make the identity interface available and that the
+    // list lacks: 'umid' (with a fresh id), 'minf', 'regn', 'ovwf'. With
+    // `inFrontOfOmfi` they go in front of an 'omfi' chunk (and no 'umid' is
+    // made when there is one), else at the end. With
+    // `newModificationRecord` a file that gets its first 'minf' is dated now,
+    // with no revision of its data yet.
+    PlugInResult AddIdentityChunks(ChunkList& list, bool inFrontOfOmfi, bool newModificationRecord);
+
     // True if the list holds a chunk of that kind.
     static bool HasKind(ChunkList const& list, std::int32_t kind);
 

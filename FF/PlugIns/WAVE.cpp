@@ -37,26 +37,9 @@ PlugInResult WAVE::CanImplement(PlugInGuid const* iid)
 
 PlugInResult WAVE::DoImplement(PlugInGuid const* iid, ChunkList& list)
 {
+    // Unlike AIFF, WAVE leaves the modification date and revision as they are.
     if (*iid == IID_IVelmoraAudioFile)
-    {
-        bool has[Chunk::kOmfi + 1] = {};
-        for (auto const& c : list)
-            if (c->GetKind() >= Chunk::kUmid && c->GetKind() <= Chunk::kOmfi)
-                has[c->GetKind()] = true;
-        // Kept in front of an 'omfi' chunk, which in practice means at the end.
-        auto at = list.begin();
-        while (at != list.end() && (*at)->GetKind() != Chunk::kOmfi)
-            ++at;
-        if (!has[Chunk::kUmid] && !has[Chunk::kOmfi])
-            list.insert(at, std::make_unique<UAFUmidChunk>(this, true));
-        if (!has[Chunk::kMinf])
-            list.insert(at, std::make_unique<UAFMinfChunk>(this));
-        if (!has[Chunk::kRegn])
-            list.insert(at, std::make_unique<UAFRegnChunk>(this));
-        if (!has[Chunk::kOvwf])
-            list.insert(at, std::make_unique<UAFOvwfChunk>(this));
-        return S_OK;
-    }
+        return AddIdentityChunks(list, true, false);
     if (*iid == IID_IOrvanelAudioFile)
     {
         if (HasKind(list, Chunk::kInstrument))
