@@ -106,6 +106,13 @@ void FF_AudioProcessChain::Allocate()
 
 Sys_Task::EResult FF_AudioProcessChain::ExecImpl()
 {
+    // Together for the run only: between chains the threads idle, and the
+    // next chain gathers them on whichever processor the system gives it.
+    struct Together
+    {
+        Together() { FF_KeepProcessThreadsTogether(true); }
+        ~Together() { FF_KeepProcessThreadsTogether(false); }
+    } together;
     Process();
     return mWasAborted ? kResultAborted : kResultCompleted;
 }

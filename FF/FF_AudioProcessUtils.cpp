@@ -61,6 +61,13 @@ void FF_InitProcessThreads()
     std::call_once(sInitOnce, &MakeThreads);
 }
 
+void FF_KeepProcessThreadsTogether(bool together)
+{
+    FF_InitProcessThreads();
+    for (auto* thread : {sDriverThread, sProducerThread, sFilterThread, sConsumerThread})
+        (*thread)->StayWithCaller(together);
+}
+
 void FF_ScheduleProcess(FF_AudioProcess::Handle const& process, int32 priority)
 {
     FF_InitProcessThreads();

@@ -65,6 +65,11 @@ void Sys_Thread::SetPriority(EPriority priority)
     mImpl->SetPriority(priority);
 }
 
+void Sys_Thread::StayWithCaller(bool stay)
+{
+    mImpl->StayWithCaller(stay);
+}
+
 Sys_Thread::EStatus Sys_Thread::GetStatus() const
 {
     return mImpl->GetStatus();

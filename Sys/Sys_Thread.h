@@ -66,6 +66,13 @@ public:
     virtual void Suspend();
     virtual void Resume();
     virtual void SetPriority(EPriority priority);
+    // With true, keeps the thread on the processor that the calling thread
+    // runs on now; with false, lets it run on any again. Meant for threads
+    // that hand one piece of work from one to the next and never run at the
+    // same time: a hand-over on one processor is a task switch, while one
+    // to an idle processor is a wake-up across processors, which costs many
+    // times more. A hint only: where the system refuses, nothing changes.
+    virtual void StayWithCaller(bool stay);
 
     EStatus GetStatus() const;
 

@@ -19,6 +19,7 @@ public:
     virtual void Suspend() = 0;
     virtual void Resume() = 0;
     virtual void SetPriority(Sys_Thread::EPriority priority) = 0;
+    virtual void StayWithCaller(bool stay) = 0;
     virtual Sys_Thread::EStatus GetStatus() = 0;
     // Called before and after each round, on the thread. Does nothing by default.
     virtual void RoundHook();

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cxxabi.h>
 #include <pthread.h>
+#include <sched.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <system_error>
@@ -131,6 +132,30 @@ void Sys_ThreadPosix::ApplyPriorityLocked()
     (void)setpriority(PRIO_PROCESS, static_cast<id_t>(mSystemId), nice);
 }
 
+void Sys_ThreadPosix::StayWithCaller(bool stay)
+{
+    int const processor = stay ? sched_getcpu() : -1;
+    std::lock_guard<std::mutex> lock(mLock);
+    mProcessor = processor < 0 ? -1 : processor;
+    if (mSystemId != 0 && !mFinished)
+        ApplyProcessorLocked();
+}
+
+void Sys_ThreadPosix::ApplyProcessorLocked()
+{
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    if (mProcessor >= 0 && mProcessor < CPU_SETSIZE)
+        CPU_SET(mProcessor, &set);
+    // Let go: the thread may run wherever the process's first thread may, so
+    // that a host which restricts itself still restricts its threads.
+    else if (sched_getaffinity(getpid(), sizeof set, &set) != 0)
+        return;
+    // A processor taken away meanwhile refuses the call; the thread then
+    // stays where it may run, which is only slower.
+    (void)sched_setaffinity(static_cast<pid_t>(mSystemId), sizeof set, &set);
+}
+
 Sys_Thread::EStatus Sys_ThreadPosix::GetStatus()
 {
     std::lock_guard<std::mutex> lock(mLock);
@@ -177,6 +202,8 @@ void Sys_ThreadPosix::Run()
         mSystemId = static_cast<int>(syscall(SYS_gettid));
         ApplyNameLocked();
         ApplyPriorityLocked();
+        if (mProcessor >= 0)
+            ApplyProcessorLocked();
     }
 
     auto finish = [this] {

@@ -27,6 +27,7 @@ public:
     void Suspend() override;
     void Resume() override;
     void SetPriority(Sys_Thread::EPriority priority) override;
+    void StayWithCaller(bool stay) override;
     Sys_Thread::EStatus GetStatus() override;
     void Block(Sys_SyncObject::HandleList const& objects, Sys_SyncObject::EWaitForMultipleObjects mode) override;
     void Block(Sys_SyncObject::Handle const& object) override;
@@ -46,6 +47,7 @@ private:
     // Under mLock, on a running platform thread.
     void ApplyPriorityLocked();
     void ApplyNameLocked();
+    void ApplyProcessorLocked();
 
     std::mutex mLock;
     std::condition_variable mWake;
@@ -56,6 +58,7 @@ private:
     Sys_Thread::EStatus mStatus = Sys_Thread::kThreadSuspended;
     Sys_Thread::EPriority mPriority = Sys_Thread::kPriorityNormal;
     int mSystemId = 0; // the kernel's id of the thread, once it runs
+    int mProcessor = -1; // the processor it is kept on, or -1 for any
     std::string mName;
     Sys_SyncObject::HandleList mWaitList;
     Sys_SyncObject::HandleList mWaitingOn; // only touched by the thread itself
