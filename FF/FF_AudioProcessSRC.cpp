@@ -183,6 +183,47 @@ __attribute__((target("avx"))) void PeriodicAvx8(f64 const* lanes, i32 const* of
     if (r < span)
         PeriodicScalar<L>(lanes, offsets + r, phases + r, rows, span - r, span, taps, sums + r);
 }
+
+// Two lanes, for what is left of a block after the wider kernels: four rows
+// at once, one short vector a row.
+void PeriodicSse2(f64 const* lanes, i32 const* offsets, i32 const* phases, f64 const* rows, i64 span, i32 taps,
+                  f64* sums)
+{
+    constexpr int L = 2;
+    i64 r = 0;
+    for (; r + 4 <= span; r += 4)
+    {
+        f64 const* x0 = lanes + static_cast<i64>(offsets[r]) * L;
+        f64 const* x1 = lanes + static_cast<i64>(offsets[r + 1]) * L;
+        f64 const* x2 = lanes + static_cast<i64>(offsets[r + 2]) * L;
+        f64 const* x3 = lanes + static_cast<i64>(offsets[r + 3]) * L;
+        f64 const* w0 = rows + static_cast<i64>(phases[r]) * taps;
+        f64 const* w1 = rows + static_cast<i64>(phases[r + 1]) * taps;
+        f64 const* w2 = rows + static_cast<i64>(phases[r + 2]) * taps;
+        f64 const* w3 = rows + static_cast<i64>(phases[r + 3]) * taps;
+        __m128d a0 = _mm_setzero_pd();
+        __m128d a1 = _mm_setzero_pd();
+        __m128d a2 = _mm_setzero_pd();
+        __m128d a3 = _mm_setzero_pd();
+        for (i32 t = 0; t < taps; ++t)
+        {
+            a0 = _mm_add_pd(a0, _mm_mul_pd(_mm_loadu_pd(x0 + t * L), _mm_set1_pd(w0[t])));
+            a1 = _mm_add_pd(a1, _mm_mul_pd(_mm_loadu_pd(x1 + t * L), _mm_set1_pd(w1[t])));
+            a2 = _mm_add_pd(a2, _mm_mul_pd(_mm_loadu_pd(x2 + t * L), _mm_set1_pd(w2[t])));
+            a3 = _mm_add_pd(a3, _mm_mul_pd(_mm_loadu_pd(x3 + t * L), _mm_set1_pd(w3[t])));
+        }
+        alignas(16) f64 out[4][L];
+        _mm_store_pd(out[0], a0);
+        _mm_store_pd(out[1], a1);
+        _mm_store_pd(out[2], a2);
+        _mm_store_pd(out[3], a3);
+        for (int q = 0; q < 4; ++q)
+            for (int k = 0; k < L; ++k)
+                sums[k * span + r + q] = out[q][k];
+    }
+    if (r < span)
+        PeriodicScalar<L>(lanes, offsets + r, phases + r, rows, span - r, span, taps, sums + r);
+}
 #endif
 } // namespace
 
@@ -396,15 +437,27 @@ i64 FF_AudioProcessSRC::PlanSincOutputs(i64 numIn, bool endOfStream, i64 maxOut)
     i64 const out64 = mOutRate;
     i64 const half = mQuality / 2;
     i64 const blockEnd = mInputPos + numIn;
+    i64 const ringSize = mRingSize;
+
+    // Output m sits at input i = m * in / out, fraction f = m * in % out.
+    // Both are carried from output to output rather than divided out: f is
+    // a multiple of g = gcd(in, out), so f / g runs through one period and
+    // steps by in / g modulo the period.
+    i64 const g = out64 / mPeriod;
+    i64 const X = mOutputPos * in64;
+    i64 i = X / out64;
+    i64 fg = (X % out64) / g;
+    i64 const stepI = in64 / out64;
+    i64 const stepF = (in64 % out64) / g;
+    i64 const stepStart = stepI % ringSize;
+    i64 start = ((ringSize + mRingWrite + i - mInputPos - half) % ringSize + ringSize) % ringSize;
+    bool const phaseIsFraction = mOversample == mPeriod;
+
     i64 j = 0;
     for (;; ++j)
     {
-        i64 const m = mOutputPos + j;
-        if (endOfStream && m == mOutputLength)
+        if (endOfStream && mOutputPos + j == mOutputLength)
             break;
-        i64 const X = m * in64;
-        i64 const i = X / out64;
-        i64 const f = X % out64;
         if (!endOfStream && i + half >= blockEnd)
             break; // the right half of the filter is not in the ring yet
         if (j == maxOut)
@@ -412,8 +465,22 @@ i64 FF_AudioProcessSRC::PlanSincOutputs(i64 numIn, bool endOfStream, i64 maxOut)
             CMN_ASSERT(false); // more outputs than the block was sized for
             break;
         }
-        mPhases[j] = static_cast<i32>(f * mOversample / out64);
-        mStarts[j] = static_cast<i32>((mRingSize + mRingWrite + i - mInputPos - half) % mRingSize);
+        // f * oversample / out, which is f / g when the table has a row for
+        // every phase of the period.
+        mPhases[j] = static_cast<i32>(phaseIsFraction ? fg : fg * mOversample / mPeriod);
+        mStarts[j] = static_cast<i32>(start);
+
+        i += stepI;
+        start += stepStart;
+        fg += stepF;
+        if (fg >= mPeriod)
+        {
+            fg -= mPeriod;
+            ++i;
+            ++start;
+        }
+        if (start >= ringSize)
+            start -= ringSize;
     }
     return j;
 }
@@ -493,13 +560,16 @@ template <int Lanes> i64 FF_AudioProcessSRC::SincSumsPeriodic(f64 const* ring, i
         i64 const used = off[span - 1] + mQuality;
         for (int k = 0; k < Lanes; ++k)
         {
-            i32 pos = mStarts[done + k * span];
-            for (i64 u = 0; u < used; ++u)
-            {
-                lanes[u * Lanes + k] = ring[pos];
-                if (++pos == ringSize)
-                    pos = 0;
-            }
+            // The ring is readable up to mQuality entries past its end (the
+            // copy of its start), so most windows need no wrap at all.
+            i64 const pos = mStarts[done + k * span];
+            i64 const straight = std::min<i64>(used, ringSize + mQuality - pos);
+            f64 const* from = ring + pos;
+            f64* to = lanes + k;
+            for (i64 u = 0; u < straight; ++u)
+                to[u * Lanes] = from[u];
+            for (i64 u = straight; u < used; ++u)
+                to[u * Lanes] = ring[u - (ringSize - pos)];
         }
         i32 const* phases = mPhases.data() + done;
         f64* sums = mSums.data() + done;
@@ -508,8 +578,10 @@ template <int Lanes> i64 FF_AudioProcessSRC::SincSumsPeriodic(f64 const* ring, i
         {
             if constexpr (Lanes == 8)
                 PeriodicAvx8(lanes, off, phases, mRows.data(), span, mQuality, sums);
-            else
+            else if constexpr (Lanes == 4)
                 PeriodicAvx4(lanes, off, phases, mRows.data(), span, mQuality, sums);
+            else
+                PeriodicSse2(lanes, off, phases, mRows.data(), span, mQuality, sums);
             continue;
         }
 #endif
@@ -525,6 +597,7 @@ void FF_AudioProcessSRC::SincSums(f64 const* ring, i64 numOut)
     {
         done = SincSumsPeriodic<8>(ring, done, numOut);
         done = SincSumsPeriodic<4>(ring, done, numOut);
+        done = SincSumsPeriodic<2>(ring, done, numOut);
     }
     SincSumsGeneric(ring, done, numOut);
 }
@@ -536,28 +609,35 @@ void FF_AudioProcessSRC::SincChannel(char const* in, char* out, i64 numIn, bool 
     f64* ring = ringV.data();
     i32 const ringSize = mRingSize;
     i32 const mirror = mQuality;
-    auto const put = [&](i32 pos, f64 v)
-    {
-        ring[pos] = v;
-        if (pos < mirror)
-            ring[pos + ringSize] = v;
-    };
+    // Samples go in, then the zeros after the last one; then the entries
+    // written at the start of the ring are copied behind its end.
     i32 pos = mRingWrite;
-    for (i64 n = 0; n < numIn; ++n)
+    i64 n = 0;
+    while (n < numIn)
     {
-        put(pos, static_cast<f64>(Block::LoadSample<Bytes>(in + n * Bytes)));
+        i64 const run = std::min<i64>(numIn - n, ringSize - pos);
+        f64* to = ring + pos;
+        char const* from = in + n * Bytes;
+        for (i64 u = 0; u < run; ++u)
+            to[u] = static_cast<f64>(Block::LoadSample<Bytes>(from + u * Bytes));
+        n += run;
+        pos = static_cast<i32>((pos + run) % ringSize);
+    }
+    i64 const zeros = endOfStream ? mQuality / 2 : 0;
+    for (i64 z = 0; z < zeros; ++z)
+    {
+        ring[pos] = 0.0;
         if (++pos == ringSize)
             pos = 0;
     }
-    if (endOfStream)
-    {
-        for (i32 z = 0; z < mQuality / 2; ++z)
-        {
-            put(pos, 0.0);
-            if (++pos == ringSize)
-                pos = 0;
-        }
-    }
+    // Written: ringSize entries at most, from mRingWrite on, wrapping. The
+    // mirror copies those of them below mirror.
+    i64 const written = std::min<i64>(numIn + zeros, ringSize);
+    i64 const end = mRingWrite + written;
+    if (mRingWrite < mirror)
+        std::copy(ring + mRingWrite, ring + std::min<i64>(end, mirror), ring + ringSize + mRingWrite);
+    if (end > ringSize)
+        std::copy(ring, ring + std::min<i64>(end - ringSize, mirror), ring + ringSize);
     SincSums(ring, numOut);
     f64 const* sums = mSums.data();
     for (i64 j = 0; j < numOut; ++j)
