@@ -3,6 +3,7 @@
 #include "Cmn/Cmn_Assert.h"
 #include "FF/FF_AudioProcessBlock.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace
@@ -21,8 +22,21 @@ template <int InBytes, int OutBytes, int Shift> void Widen(char const* in, char*
 template <int InBytes, int OutBytes, typename Quantizer>
 void Narrow(Quantizer& quantize, char const* in, char* out, u64 count)
 {
-    for (u64 n = 0; n < count; ++n)
-        Block::StoreSample<OutBytes>(out + n * OutBytes, quantize(Block::LoadSample<InBytes>(in + n * InBytes)));
+    // Results go to a local array first: a store through the output bytes
+    // could alias the quantiser's state, which would then make a round trip
+    // through memory on every sample of a loop that is one long chain.
+    constexpr u64 cRun = 256;
+    i32 results[cRun];
+    for (u64 n = 0; n < count; n += cRun)
+    {
+        u64 const m = std::min(cRun, count - n);
+        char const* from = in + n * InBytes;
+        for (u64 u = 0; u < m; ++u)
+            results[u] = quantize.Quantize(Block::LoadSample<InBytes>(from + u * InBytes));
+        char* to = out + n * OutBytes;
+        for (u64 u = 0; u < m; ++u)
+            Block::StoreSample<OutBytes>(to + u * OutBytes, results[u]);
+    }
 }
 
 template <int InBytes, int OutBytes, int Shift> void ShiftDown(char const* in, char* out, u64 count)

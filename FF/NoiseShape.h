@@ -2,6 +2,8 @@
 
 #include "Cmn/Cmn_Types.h"
 
+#include <algorithm>
+
 // Quantises one sample at a time from mInBits to mOutBits with first-order
 // error feedback. The error of each sample is fed into the next through the
 // one-pole recursion s(n) = e(n-1) - 0.2709 s(n-1). One object serves every
@@ -13,21 +15,41 @@ public:
     virtual ~NoiseShape() = default;
 
     virtual i32 operator()(i32 x);
+    // The same, for callers that know the object's class: inline, so that
+    // a loop over a block keeps the state in registers.
+    i32 Quantize(i32 x)
+    {
+        f64 const v = static_cast<f64>(x) - Feedback();
+        i32 const c = QuantizeAndClip(v * mInverseStep + 0.5);
+        mError = static_cast<f64>(c) * mStepAsDouble - v;
+        return c;
+    }
 
     i32 GetStep() const { return mStep; }
     f64 GetError() const { return mError; }
 
 protected:
-    f64 Feedback();
+    f64 Feedback()
+    {
+        f64 a = mError;
+        a = a + cFeedback[1] * mHistory[1];
+        mHistory[1] = a;
+        return a;
+    }
     // The 0.5 is added before the division's result is truncated toward
-    // zero, then the result is limited to the output range. The double is
-    // bounded first: casting a value outside the integer range is undefined,
-    // and bounding by one step beyond the limits changes nothing after the clamp.
-    i32 QuantizeAndClip(f64 scaled) const;
+    // zero, then the result is limited to the output range. Limiting first
+    // gives the same, the limits being integers, and keeps the cast defined.
+    // The step is a power of two, so multiplying by its inverse is exactly
+    // the division.
+    i32 QuantizeAndClip(f64 scaled) const
+    {
+        return static_cast<i32>(std::clamp(scaled, mMinAsDouble, mMaxAsDouble));
+    }
 
     // Only the second coefficient of each pair is applied: the history has
-    // one tap in use. The second accumulation with cOutput is computed and
-    // dropped; feeding it back would change the sound of every conversion.
+    // one tap in use. The output coefficients shape nothing: their sum would
+    // be dropped, and feeding it back would change the sound of every
+    // conversion, so it is not computed at all.
     static constexpr f64 cFeedback[2] = {0.0, -0.2709};
     static constexpr f64 cOutput[2] = {1.726, -0.7678};
 
@@ -38,4 +60,8 @@ protected:
     i32 mOutBits;
     i32 mMax;
     i32 mMin;
+    f64 mStepAsDouble;
+    f64 mInverseStep;
+    f64 mMaxAsDouble;
+    f64 mMinAsDouble;
 };
