@@ -22,15 +22,69 @@ void FF_AudioProcessDecimateWaveform::Preflight(FF_AudioProcessBlock* block)
     mUnitsToProcess = block->GetTotalSamples();
 }
 
+namespace
+{
+// Reduce for a depth known when compiling, with no branch a vector loop
+// could not take.
+template <int Bits> i32 ReduceTo8(i32 sample)
+{
+    if constexpr (Bits == 8)
+        return sample;
+    else
+    {
+        constexpr int cShift = Bits - 8;
+        i32 const a = sample < 0 ? -sample : sample;
+        i32 const r = a <= (i32{1} << cShift) ? 0 : a >> cShift;
+        return sample < 0 ? -r : r;
+    }
+}
+
+// The smallest and largest reduced value of n samples.
+template <int Width, int Bits>
+[[gnu::always_inline]] inline void MinMaxBody(char const* p, i64 n, i32& lo, i32& hi)
+{
+    i32 l = lo;
+    i32 h = hi;
+    for (i64 u = 0; u < n; ++u)
+    {
+        i32 const v = ReduceTo8<Bits>(FF_AudioProcessBlock::LoadSample<Width>(p + u * Width));
+        l = std::min(l, v);
+        h = std::max(h, v);
+    }
+    lo = l;
+    hi = h;
+}
+
+template <int Width, int Bits> void MinMax(char const* p, i64 n, i32& lo, i32& hi)
+{
+    MinMaxBody<Width, Bits>(p, n, lo, hi);
+}
+
+#if defined(__x86_64__)
+// The same loop where the processor has wide integer vectors with min, max
+// and abs; the baseline instruction set has none of them for 32 bits.
+template <int Width, int Bits> __attribute__((target("avx2"))) void MinMaxAvx2(char const* p, i64 n, i32& lo, i32& hi)
+{
+    MinMaxBody<Width, Bits>(p, n, lo, hi);
+}
+
+bool HaveAvx2()
+{
+    static bool const have = __builtin_cpu_supports("avx2");
+    return have;
+}
+#endif
+} // namespace
+
 i8 FF_AudioProcessDecimateWaveform::Reduce(i32 sample, int bits)
 {
-    i32 const a = sample < 0 ? -sample : sample;
-    i32 const sign = sample < 0 ? -1 : 1;
+    // The reduced values lie in -128..127, -128 coming only from the most
+    // negative sample.
     switch (bits)
     {
-    case 8: return static_cast<i8>(sample);
-    case 16: return static_cast<i8>(a <= 256 ? 0 : sign * (a >> 8));
-    case 24: return static_cast<i8>(a <= 65536 ? 0 : sign * (a >> 16));
+    case 8: return static_cast<i8>(ReduceTo8<8>(sample));
+    case 16: return static_cast<i8>(ReduceTo8<16>(sample));
+    case 24: return static_cast<i8>(ReduceTo8<24>(sample));
     default: CMN_ASSERT(false); return 0;
     }
 }
@@ -73,46 +127,53 @@ void FF_AudioProcessDecimateWaveform::Process(FF_AudioProcessBlock* in, FF_Audio
 
     mUnitsProcessed += n;
     char const* data = in->GetChannelData(0);
-    int const width = in->GetBytesPerSample();
-    i8 s = mMax;
-    for (i64 k = 0; k < n; ++k)
+    switch (bits)
     {
-        if (mIntervalPos >= mSamplesPerInterval)
-        {
-            WritePair();
-            mIntervalPos -= mSamplesPerInterval;
-            // The new interval would begin with the old one's last value,
-            // but the first sample of an interval sets both below: the
-            // pairs of this overview do not overlap.
-            mMax = s;
-            mMin = s;
-        }
-        i32 sample;
-        switch (width)
-        {
-        case 1: sample = FF_AudioProcessBlock::LoadSample<1>(data + k); break;
-        case 2: sample = FF_AudioProcessBlock::LoadSample<2>(data + 2 * k); break;
-        default: sample = FF_AudioProcessBlock::LoadSample<3>(data + 3 * k); break;
-        }
-        i8 const v = Reduce(sample, bits);
-        if (mIntervalPos != 0)
-        {
-            mMin = std::min(mMin, v);
-            mMax = std::max(mMax, v);
-        }
-        else
-        {
-            mMin = v;
-            mMax = v;
-        }
-        s = v;
-        ++mIntervalPos;
+    case 8: Scan<1, 8>(data, n); break;
+    case 16: Scan<2, 16>(data, n); break;
+    default: Scan<3, 24>(data, n); break;
     }
     if (IsComplete() && mIntervalPos != 0)
     {
         WritePair();
         mMax = -128;
         mMin = 127;
+    }
+}
+
+template <int Width, int Bits> void FF_AudioProcessDecimateWaveform::Scan(char const* data, i64 n)
+{
+    // A pair is written when the first sample of the next interval comes,
+    // or when the stream is complete; intervals do not overlap.
+    for (i64 k = 0; k < n;)
+    {
+        if (mIntervalPos >= mSamplesPerInterval)
+        {
+            WritePair();
+            mIntervalPos -= mSamplesPerInterval;
+        }
+        i64 const run = std::min<i64>(n - k, mSamplesPerInterval - mIntervalPos);
+        i32 lo = 127;
+        i32 hi = -128;
+        char const* p = data + k * Width;
+#if defined(__x86_64__)
+        if (HaveAvx2())
+            MinMaxAvx2<Width, Bits>(p, run, lo, hi);
+        else
+#endif
+            MinMax<Width, Bits>(p, run, lo, hi);
+        if (mIntervalPos == 0)
+        {
+            mMin = static_cast<i8>(lo);
+            mMax = static_cast<i8>(hi);
+        }
+        else
+        {
+            mMin = std::min(mMin, static_cast<i8>(lo));
+            mMax = std::max(mMax, static_cast<i8>(hi));
+        }
+        mIntervalPos += run;
+        k += run;
     }
 }
 

@@ -41,6 +41,8 @@ protected:
 
 private:
     void WritePair();
+    // Channel 0 of one block, samples of Width bytes and Bits bits.
+    template <int Width, int Bits> void Scan(char const* data, i64 n);
 
     i32 mSamplesPerInterval;
     i64 mIntervalPos = 0;
