@@ -46,7 +46,25 @@ int ReadProcessNice()
 int const sProcessNice = ReadProcessNice();
 constexpr int kLadderSize = static_cast<int>(sizeof(kPriorityLadder) / sizeof(kPriorityLadder[0]));
 
-thread_local int32 tThreadPriority = 0;
+// What this thread last asked for, and the nice value it had right after:
+// while the nice value is unchanged, the request stands, even one that the
+// system refused (so that a refused boost is undone by one step down, not
+// two). A nice value changed since, by the thread's owner for example, is
+// read back as the nearest priority on the ladder.
+struct PriorityRequest
+{
+    bool made = false;
+    int32 priority = 0;
+    int nice = 0;
+};
+thread_local PriorityRequest tPriorityRequest;
+
+int CurrentThreadNice()
+{
+    errno = 0;
+    int const nice = ::getpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()));
+    return errno != 0 ? sProcessNice : nice;
+}
 
 int LadderIndex(int32 priority)
 {
@@ -426,18 +444,26 @@ void Sys_UtilsPosix::CreateFolder(Sys_FileLoc const& loc)
 
 int32 Sys_UtilsPosix::GetThreadPriority()
 {
-    return tThreadPriority;
+    int const nice = CurrentThreadNice();
+    if (tPriorityRequest.made && tPriorityRequest.nice == nice)
+        return tPriorityRequest.priority;
+    int const offset = nice - sProcessNice;
+    int best = 0;
+    for (int i = 1; i < kLadderSize; ++i)
+        if (std::abs(kNiceOffsetOfPriority[i] - offset) < std::abs(kNiceOffsetOfPriority[best] - offset))
+            best = i;
+    return kPriorityLadder[best];
 }
 
 void Sys_UtilsPosix::SetThreadPriority(int32 priority)
 {
-    tThreadPriority = priority;
     int const index = LadderIndex(priority);
     int const offset = index >= 0 ? kNiceOffsetOfPriority[index] : 0;
     int const nice = std::clamp(sProcessNice + offset, kNiceMin, kNiceMax);
     // Raising a thread above normal needs privileges; without them the
     // thread keeps running as it was.
     ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), nice);
+    tPriorityRequest = {true, priority, CurrentThreadNice()};
 }
 
 void Sys_UtilsPosix::BoostThreadPriority()
