@@ -2,8 +2,12 @@
 
 #include "Cmn/Cmn_Assert.h"
 
+#include <atomic>
+
 namespace {
-constinit Sys_SyncObject::WaitForMultipleObjectsMethod sWaitForMultipleObjectsMethod = nullptr;
+// Atomic: start-up installs the method again while threads made earlier may
+// already be waiting through it.
+constinit std::atomic<Sys_SyncObject::WaitForMultipleObjectsMethod> sWaitForMultipleObjectsMethod{nullptr};
 }
 
 Sys_SyncObject::~Sys_SyncObject() = default;
@@ -12,13 +16,14 @@ Sys_SyncObject::EWaitResult Sys_SyncObject::WaitForMultipleObjects(HandleList co
                                                                    EWaitForMultipleObjects mode, int32 timeLimit)
 {
     CMN_ASSERT(timeLimit >= kWaitForever);
-    CMN_ASSERT(sWaitForMultipleObjectsMethod != nullptr);
-    if (!sWaitForMultipleObjectsMethod)
+    WaitForMultipleObjectsMethod const method = sWaitForMultipleObjectsMethod.load(std::memory_order_acquire);
+    CMN_ASSERT(method != nullptr);
+    if (!method)
         return kWaitTimedOut;
-    return sWaitForMultipleObjectsMethod(objects, mode, timeLimit < kWaitForever ? 0 : timeLimit);
+    return method(objects, mode, timeLimit < kWaitForever ? 0 : timeLimit);
 }
 
 void Sys_SyncObject::SetWaitForMultipleObjectsMethod(WaitForMultipleObjectsMethod method)
 {
-    sWaitForMultipleObjectsMethod = method;
+    sWaitForMultipleObjectsMethod.store(method, std::memory_order_release);
 }
