@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <numeric>
 
@@ -177,6 +178,53 @@ __attribute__((target("avx"))) void PeriodicAvx8(f64 const* lanes, i32 const* of
         _mm256_store_pd(out[3], a3);
         _mm256_store_pd(out[3] + 4, b3);
         for (int q = 0; q < 4; ++q)
+            for (int k = 0; k < L; ++k)
+                sums[k * span + r + q] = out[q][k];
+    }
+    if (r < span)
+        PeriodicScalar<L>(lanes, offsets + r, phases + r, rows, span - r, span, taps, sums + r);
+}
+
+// Sixteen lanes: four vectors a row share one load of the row's entry, two
+// rows at once.
+__attribute__((target("avx"))) void PeriodicAvx16(f64 const* lanes, i32 const* offsets, i32 const* phases,
+                                                  f64 const* rows, i64 span, i32 taps, f64* sums)
+{
+    constexpr int L = 16;
+    i64 r = 0;
+    for (; r + 2 <= span; r += 2)
+    {
+        f64 const* x0 = lanes + static_cast<i64>(offsets[r]) * L;
+        f64 const* x1 = lanes + static_cast<i64>(offsets[r + 1]) * L;
+        f64 const* w0 = rows + static_cast<i64>(phases[r]) * taps;
+        f64 const* w1 = rows + static_cast<i64>(phases[r + 1]) * taps;
+        __m256d a0 = _mm256_setzero_pd(), b0 = _mm256_setzero_pd(), c0 = _mm256_setzero_pd(),
+                d0 = _mm256_setzero_pd();
+        __m256d a1 = _mm256_setzero_pd(), b1 = _mm256_setzero_pd(), c1 = _mm256_setzero_pd(),
+                d1 = _mm256_setzero_pd();
+        for (i32 t = 0; t < taps; ++t)
+        {
+            __m256d const v0 = _mm256_broadcast_sd(w0 + t);
+            __m256d const v1 = _mm256_broadcast_sd(w1 + t);
+            a0 = _mm256_add_pd(a0, _mm256_mul_pd(_mm256_loadu_pd(x0 + t * L), v0));
+            b0 = _mm256_add_pd(b0, _mm256_mul_pd(_mm256_loadu_pd(x0 + t * L + 4), v0));
+            c0 = _mm256_add_pd(c0, _mm256_mul_pd(_mm256_loadu_pd(x0 + t * L + 8), v0));
+            d0 = _mm256_add_pd(d0, _mm256_mul_pd(_mm256_loadu_pd(x0 + t * L + 12), v0));
+            a1 = _mm256_add_pd(a1, _mm256_mul_pd(_mm256_loadu_pd(x1 + t * L), v1));
+            b1 = _mm256_add_pd(b1, _mm256_mul_pd(_mm256_loadu_pd(x1 + t * L + 4), v1));
+            c1 = _mm256_add_pd(c1, _mm256_mul_pd(_mm256_loadu_pd(x1 + t * L + 8), v1));
+            d1 = _mm256_add_pd(d1, _mm256_mul_pd(_mm256_loadu_pd(x1 + t * L + 12), v1));
+        }
+        alignas(32) f64 out[2][L];
+        _mm256_store_pd(out[0], a0);
+        _mm256_store_pd(out[0] + 4, b0);
+        _mm256_store_pd(out[0] + 8, c0);
+        _mm256_store_pd(out[0] + 12, d0);
+        _mm256_store_pd(out[1], a1);
+        _mm256_store_pd(out[1] + 4, b1);
+        _mm256_store_pd(out[1] + 8, c1);
+        _mm256_store_pd(out[1] + 12, d1);
+        for (int q = 0; q < 2; ++q)
             for (int k = 0; k < L; ++k)
                 sums[k * span + r + q] = out[q][k];
     }
@@ -431,7 +479,12 @@ i64 FF_AudioProcessSRC::PlanSincOutputs(i64 numIn, bool endOfStream, i64 maxOut)
     {
         mStarts.resize(static_cast<std::size_t>(maxOut));
         mPhases.resize(static_cast<std::size_t>(maxOut));
-        mSums.resize(static_cast<std::size_t>(maxOut));
+    }
+    std::size_t const channels = std::max<std::size_t>(mRings.size(), 1);
+    if (mSumsStride < maxOut || mSums.size() < channels * static_cast<std::size_t>(maxOut))
+    {
+        mSumsStride = maxOut;
+        mSums.resize(channels * static_cast<std::size_t>(maxOut));
     }
     i64 const in64 = mInRate;
     i64 const out64 = mOutRate;
@@ -485,11 +538,10 @@ i64 FF_AudioProcessSRC::PlanSincOutputs(i64 numIn, bool endOfStream, i64 maxOut)
     return j;
 }
 
-void FF_AudioProcessSRC::SincSumsGeneric(f64 const* ring, i64 first, i64 last)
+void FF_AudioProcessSRC::SincSumsGeneric(f64 const* ring, f64* sums, i64 first, i64 last)
 {
     i32 const taps = mQuality;
     f64 const* rows = mRows.data();
-    f64* sums = mSums.data();
     i64 j = first;
     // Four outputs at once, each summed on its own in tap order.
     for (; j + 4 <= last; j += 4)
@@ -526,87 +578,132 @@ void FF_AudioProcessSRC::SincSumsGeneric(f64 const* ring, i64 first, i64 last)
     }
 }
 
-// Outputs a whole number of phase periods apart have the same phase, and
-// their filter windows lie a whole number of input samples apart. A group of
-// Lanes equal spans of such outputs is summed as the lanes of vectors: each
-// lane reads its own copy of the ring, interleaved with the others, and all
-// lanes read the same row entry. Returns where the outputs it did end.
-template <int Lanes> i64 FF_AudioProcessSRC::SincSumsPeriodic(f64 const* ring, i64 first, i64 numOut)
+// Lanes of vectors, each lane an output of its own: lane k holds a copy of
+// the ring of one channel from where its outputs' windows begin, interleaved
+// with the other lanes, and all lanes of a row read the same row of the
+// table. The lanes are numChannels channels (one or two) times spans equal
+// runs of outputs. Outputs a whole number of phase periods apart have the
+// same phase and windows a whole number of inputs apart, so several spans
+// must each be a whole number of periods long; a single span, every lane
+// being another channel of the same outputs, may be any length. Returns
+// where the outputs it did end.
+template <int Lanes>
+i64 FF_AudioProcessSRC::SincSumsLanes(i32 const* channels, int numChannels, i64 first, i64 numOut)
 {
-    i64 const periods = (cMinLaneSpan + mPeriod - 1) / mPeriod;
-    i64 const span = periods * mPeriod;
-    i64 const spanInputs = periods * mPeriodInputs;
-    i64 const window = spanInputs + mQuality + 1;
-    if (span > (numOut - first) / Lanes || window > mRingSize)
+    i64 const spans = Lanes / numChannels;
+    i64 span = numOut - first;
+    if (spans > 1)
+    {
+        i64 const periods = (cMinLaneSpan + mPeriod - 1) / mPeriod;
+        span = periods * mPeriod;
+        if (span > (numOut - first) / spans || periods * mPeriodInputs + mQuality + 1 > mRingSize)
+            return first;
+    }
+    if (span <= 0)
         return first;
-    if (static_cast<i64>(mLanes.size()) < window * Lanes)
-        mLanes.resize(static_cast<std::size_t>(window * Lanes));
     if (static_cast<i64>(mOffsets.size()) < span)
         mOffsets.resize(static_cast<std::size_t>(span));
-    f64* lanes = mLanes.data();
+    if (static_cast<i64>(mLaneSums.size()) < span * Lanes)
+        mLaneSums.resize(static_cast<std::size_t>(span * Lanes));
     i32* off = mOffsets.data();
-    i32 const ringSize = mRingSize;
+    f64* laneSums = mLaneSums.data();
+    i64 const ringSize = mRingSize;
     i64 done = first;
-    for (; done + Lanes * span <= numOut; done += Lanes * span)
+    for (; done + spans * span <= numOut; done += spans * span)
     {
         i32 const base0 = mStarts[done];
         for (i64 r = 0; r < span; ++r)
         {
             i32 d = mStarts[done + r] - base0;
             if (d < 0)
-                d += ringSize;
+                d += mRingSize;
             off[r] = d;
         }
         i64 const used = off[span - 1] + mQuality;
+        // On a cache line: a row of eight lanes is then one line, and no
+        // vector load of the kernel straddles two.
+        if (static_cast<i64>(mLanes.size()) < used * Lanes + 8)
+            mLanes.resize(static_cast<std::size_t>(used * Lanes + 8));
+        f64* lanes = mLanes.data() + ((64 - reinterpret_cast<std::uintptr_t>(mLanes.data()) % 64) % 64) / sizeof(f64);
         for (int k = 0; k < Lanes; ++k)
         {
             // The ring is readable up to mQuality entries past its end (the
             // copy of its start), so most windows need no wrap at all.
-            i64 const pos = mStarts[done + k * span];
+            f64 const* ring = mRings[static_cast<std::size_t>(channels[k % numChannels])].data();
+            i64 const pos = mStarts[done + (k / numChannels) * span];
             i64 const straight = std::min<i64>(used, ringSize + mQuality - pos);
-            f64 const* from = ring + pos;
             f64* to = lanes + k;
             for (i64 u = 0; u < straight; ++u)
-                to[u * Lanes] = from[u];
+                to[u * Lanes] = ring[pos + u];
             for (i64 u = straight; u < used; ++u)
                 to[u * Lanes] = ring[u - (ringSize - pos)];
         }
         i32 const* phases = mPhases.data() + done;
-        f64* sums = mSums.data() + done;
+        bool vectors = false;
 #ifdef FF_SRC_HAVE_AVX_KERNEL
-        if (sKernelLevel >= kKernelBest && HaveAvx())
+        if (sKernelLevel >= kKernelBest)
         {
-            if constexpr (Lanes == 8)
-                PeriodicAvx8(lanes, off, phases, mRows.data(), span, mQuality, sums);
-            else if constexpr (Lanes == 4)
-                PeriodicAvx4(lanes, off, phases, mRows.data(), span, mQuality, sums);
-            else
-                PeriodicSse2(lanes, off, phases, mRows.data(), span, mQuality, sums);
-            continue;
+            if constexpr (Lanes == 2)
+            {
+                PeriodicSse2(lanes, off, phases, mRows.data(), span, mQuality, laneSums);
+                vectors = true;
+            }
+            else if (HaveAvx())
+            {
+                if constexpr (Lanes == 16)
+                    PeriodicAvx16(lanes, off, phases, mRows.data(), span, mQuality, laneSums);
+                else if constexpr (Lanes == 8)
+                    PeriodicAvx8(lanes, off, phases, mRows.data(), span, mQuality, laneSums);
+                else
+                    PeriodicAvx4(lanes, off, phases, mRows.data(), span, mQuality, laneSums);
+                vectors = true;
+            }
         }
 #endif
-        PeriodicScalar<Lanes>(lanes, off, phases, mRows.data(), span, span, mQuality, sums);
+        if (!vectors)
+            PeriodicScalar<Lanes>(lanes, off, phases, mRows.data(), span, span, mQuality, laneSums);
+        for (int k = 0; k < Lanes; ++k)
+        {
+            f64* sums = mSums.data() + channels[k % numChannels] * mSumsStride + done + (k / numChannels) * span;
+            std::copy(laneSums + k * span, laneSums + (k + 1) * span, sums);
+        }
     }
     return done;
 }
 
-void FF_AudioProcessSRC::SincSums(f64 const* ring, i64 numOut)
+void FF_AudioProcessSRC::SincSums(i32 channels, i64 numOut)
 {
-    i64 done = 0;
+    i32 c = 0;
     if (sKernelLevel >= kKernelPeriodic)
     {
-        done = SincSumsPeriodic<8>(ring, done, numOut);
-        done = SincSumsPeriodic<4>(ring, done, numOut);
-        done = SincSumsPeriodic<2>(ring, done, numOut);
+        // Channels in pairs share the table's rows; a single span of a pair
+        // takes whatever the wider groups leave.
+        for (; c + 1 < channels; c += 2)
+        {
+            i32 const pair[2] = {c, c + 1};
+            i64 done = SincSumsLanes<16>(pair, 2, 0, numOut);
+            done = SincSumsLanes<8>(pair, 2, done, numOut);
+            done = SincSumsLanes<4>(pair, 2, done, numOut);
+            SincSumsLanes<2>(pair, 2, done, numOut);
+        }
     }
-    SincSumsGeneric(ring, done, numOut);
+    for (; c < channels; ++c)
+    {
+        i64 done = 0;
+        if (sKernelLevel >= kKernelPeriodic)
+        {
+            done = SincSumsLanes<16>(&c, 1, done, numOut);
+            done = SincSumsLanes<8>(&c, 1, done, numOut);
+            done = SincSumsLanes<4>(&c, 1, done, numOut);
+            done = SincSumsLanes<2>(&c, 1, done, numOut);
+        }
+        SincSumsGeneric(mRings[static_cast<std::size_t>(c)].data(), mSums.data() + c * mSumsStride, done, numOut);
+    }
 }
 
-template <int Bytes>
-void FF_AudioProcessSRC::SincChannel(char const* in, char* out, i64 numIn, bool endOfStream, i32 channel, i64 numOut)
+template <int Bytes> void FF_AudioProcessSRC::FillRing(char const* in, i64 numIn, bool endOfStream, i32 channel)
 {
-    std::vector<f64>& ringV = mRings[static_cast<std::size_t>(channel)];
-    f64* ring = ringV.data();
+    f64* ring = mRings[static_cast<std::size_t>(channel)].data();
     i32 const ringSize = mRingSize;
     i32 const mirror = mQuality;
     // Samples go in, then the zeros after the last one; then the entries
@@ -638,8 +735,10 @@ void FF_AudioProcessSRC::SincChannel(char const* in, char* out, i64 numIn, bool 
         std::copy(ring + mRingWrite, ring + std::min<i64>(end, mirror), ring + ringSize + mRingWrite);
     if (end > ringSize)
         std::copy(ring, ring + std::min<i64>(end - ringSize, mirror), ring + ringSize);
-    SincSums(ring, numOut);
-    f64 const* sums = mSums.data();
+}
+
+template <int Bytes> void FF_AudioProcessSRC::StoreSums(f64 const* sums, char* out, i64 numOut)
+{
     for (i64 j = 0; j < numOut; ++j)
         Block::StoreSample<Bytes>(out + j * Bytes, RoundToSample<Bytes>(sums[j]));
 }
@@ -661,13 +760,25 @@ void FF_AudioProcessSRC::ProcessSincInterp(FF_AudioProcessBlock* in, FF_AudioPro
     for (i32 ch = 0; ch < channels; ++ch)
     {
         char const* src = in->GetChannelData(static_cast<u32>(ch));
+        switch (bytes)
+        {
+        case 1: FillRing<1>(src, numIn, eos, ch); break;
+        case 2: FillRing<2>(src, numIn, eos, ch); break;
+        case 3: FillRing<3>(src, numIn, eos, ch); break;
+        default: FillRing<4>(src, numIn, eos, ch); break;
+        }
+    }
+    SincSums(channels, numOut);
+    for (i32 ch = 0; ch < channels; ++ch)
+    {
+        f64 const* sums = mSums.data() + ch * mSumsStride;
         char* dst = out->GetChannelData(static_cast<u32>(ch));
         switch (bytes)
         {
-        case 1: SincChannel<1>(src, dst, numIn, eos, ch, numOut); break;
-        case 2: SincChannel<2>(src, dst, numIn, eos, ch, numOut); break;
-        case 3: SincChannel<3>(src, dst, numIn, eos, ch, numOut); break;
-        default: SincChannel<4>(src, dst, numIn, eos, ch, numOut); break;
+        case 1: StoreSums<1>(sums, dst, numOut); break;
+        case 2: StoreSums<2>(sums, dst, numOut); break;
+        case 3: StoreSums<3>(sums, dst, numOut); break;
+        default: StoreSums<4>(sums, dst, numOut); break;
         }
     }
     mRingWrite = static_cast<i32>((mRingWrite + numIn) % mRingSize);

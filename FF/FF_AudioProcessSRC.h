@@ -53,13 +53,18 @@ private:
     void ProcessSincInterp(FF_AudioProcessBlock* in, FF_AudioProcessBlock* out);
     template <int Bytes>
     void LinearChannel(char const* in, char* out, i64 numIn, bool endOfStream, i32 channel, i64 maxOut, i64& produced);
-    template <int Bytes>
-    void SincChannel(char const* in, char* out, i64 numIn, bool endOfStream, i32 channel, i64 numOut);
+    // One channel's samples into its ring (and the zeros after the last
+    // sample at the end of the stream).
+    template <int Bytes> void FillRing(char const* in, i64 numIn, bool endOfStream, i32 channel);
+    template <int Bytes> static void StoreSums(f64 const* sums, char* out, i64 numOut);
     // Positions and phases of this block's outputs, the same for every channel.
     i64 PlanSincOutputs(i64 numIn, bool endOfStream, i64 maxOut);
-    void SincSums(f64 const* ring, i64 numOut);
-    void SincSumsGeneric(f64 const* ring, i64 first, i64 last);
-    template <int Lanes> i64 SincSumsPeriodic(f64 const* ring, i64 first, i64 numOut);
+    // The sums of every output of every channel, channel c's at
+    // mSums[c * mSumsStride]. Each sum is taken in tap order, whichever
+    // kernel takes it.
+    void SincSums(i32 channels, i64 numOut);
+    void SincSumsGeneric(f64 const* ring, f64* sums, i64 first, i64 last);
+    template <int Lanes> i64 SincSumsLanes(i32 const* channels, int numChannels, i64 first, i64 numOut);
 
     i32 mInRate;
     i32 mOutRate;
@@ -90,6 +95,8 @@ private:
     std::vector<i32> mStarts;
     std::vector<i32> mPhases;
     std::vector<f64> mSums;
+    i64 mSumsStride = 0;
+    std::vector<f64> mLaneSums;
     std::vector<i32> mOffsets;
     std::vector<f64> mLanes;
 
