@@ -12,16 +12,16 @@ public:
     Dither(i32 inBits, i32 outBits);
 
     i32 operator()(i32 x) override;
-    // The same, inline for loops over a block.
-    i32 Quantize(i32 x)
+    // The same, inline for loops over a block (see NoiseShape::Quantize).
+    template <bool InFloat = false> i32 Quantize(i32 x)
     {
         f64 const v = static_cast<f64>(x) - Feedback();
         f64 const r = NextRandom();
         f64 const t = v + mStepAsDouble * r;
-        i32 const c = QuantizeAndClip(t * mInverseStep + 0.5);
+        f64 const c = QuantizeAndClip<InFloat>(t * mInverseStep + 0.5);
         // The dither stays in the error, since v does not contain it.
-        mError = static_cast<f64>(c) * mStepAsDouble - v;
-        return c;
+        mError = c * mStepAsDouble - v;
+        return static_cast<i32>(c);
     }
 
     // The next number of the process-wide generator, in [0, 1).

@@ -19,8 +19,8 @@ template <int InBytes, int OutBytes, int Shift> void Widen(char const* in, char*
     }
 }
 
-template <int InBytes, int OutBytes, typename Quantizer>
-void Narrow(Quantizer& quantize, char const* in, char* out, u64 count)
+template <int InBytes, int OutBytes, bool InFloat, typename Quantizer>
+[[gnu::always_inline]] inline void NarrowBody(Quantizer& quantize, char const* in, char* out, u64 count)
 {
     // Results go to a local array first: a store through the output bytes
     // could alias the quantiser's state, which would then make a round trip
@@ -32,11 +32,36 @@ void Narrow(Quantizer& quantize, char const* in, char* out, u64 count)
         u64 const m = std::min(cRun, count - n);
         char const* from = in + n * InBytes;
         for (u64 u = 0; u < m; ++u)
-            results[u] = quantize.Quantize(Block::LoadSample<InBytes>(from + u * InBytes));
+            results[u] = quantize.template Quantize<InFloat>(Block::LoadSample<InBytes>(from + u * InBytes));
         char* to = out + n * OutBytes;
         for (u64 u = 0; u < m; ++u)
             Block::StoreSample<OutBytes>(to + u * OutBytes, results[u]);
     }
+}
+
+#if defined(__x86_64__)
+// Truncation in one instruction takes SSE 4.1.
+template <int InBytes, int OutBytes, typename Quantizer>
+__attribute__((target("sse4.1"))) void NarrowSse41(Quantizer& quantize, char const* in, char* out, u64 count)
+{
+    NarrowBody<InBytes, OutBytes, true>(quantize, in, out, count);
+}
+
+bool HaveSse41()
+{
+    static bool const have = __builtin_cpu_supports("sse4.1");
+    return have;
+}
+#endif
+
+template <int InBytes, int OutBytes, typename Quantizer>
+void Narrow(Quantizer& quantize, char const* in, char* out, u64 count)
+{
+#if defined(__x86_64__)
+    if (HaveSse41())
+        return NarrowSse41<InBytes, OutBytes>(quantize, in, out, count);
+#endif
+    NarrowBody<InBytes, OutBytes, false>(quantize, in, out, count);
 }
 
 template <int InBytes, int OutBytes, int Shift> void ShiftDown(char const* in, char* out, u64 count)

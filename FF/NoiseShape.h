@@ -3,6 +3,7 @@
 #include "Cmn/Cmn_Types.h"
 
 #include <algorithm>
+#include <cmath>
 
 // Quantises one sample at a time from mInBits to mOutBits with first-order
 // error feedback. The error of each sample is fed into the next through the
@@ -16,13 +17,16 @@ public:
 
     virtual i32 operator()(i32 x);
     // The same, for callers that know the object's class: inline, so that
-    // a loop over a block keeps the state in registers.
-    i32 Quantize(i32 x)
+    // a loop over a block keeps the state in registers. With InFloat the
+    // truncation stays in floating point (one rounding instruction where
+    // the processor has it, instead of a trip through an integer register
+    // in the middle of the error feedback); both give the same values.
+    template <bool InFloat = false> i32 Quantize(i32 x)
     {
         f64 const v = static_cast<f64>(x) - Feedback();
-        i32 const c = QuantizeAndClip(v * mInverseStep + 0.5);
-        mError = static_cast<f64>(c) * mStepAsDouble - v;
-        return c;
+        f64 const c = QuantizeAndClip<InFloat>(v * mInverseStep + 0.5);
+        mError = c * mStepAsDouble - v;
+        return static_cast<i32>(c);
     }
 
     i32 GetStep() const { return mStep; }
@@ -41,9 +45,13 @@ protected:
     // gives the same, the limits being integers, and keeps the cast defined.
     // The step is a power of two, so multiplying by its inverse is exactly
     // the division.
-    i32 QuantizeAndClip(f64 scaled) const
+    template <bool InFloat> f64 QuantizeAndClip(f64 scaled) const
     {
-        return static_cast<i32>(std::clamp(scaled, mMinAsDouble, mMaxAsDouble));
+        f64 const bounded = std::clamp(scaled, mMinAsDouble, mMaxAsDouble);
+        if constexpr (InFloat)
+            return std::trunc(bounded);
+        else
+            return static_cast<f64>(static_cast<i32>(bounded));
     }
 
     // Only the second coefficient of each pair is applied: the history has
