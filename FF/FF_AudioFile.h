@@ -144,7 +144,7 @@ public:
 
     Sys_Mutex* GetMutex() const { return mMutex; }
     static void GetSupportedTypes(std::vector<Sys_FileType>* types);
-    std::string GetDescription(EDescriptionType type);
+    virtual std::string GetDescription(EDescriptionType type);
     int64 GetAccessTimeStamp() const { return mAccessTimeStamp; }
     int64 SampleToOffset(int64 sample);
     int64 OffsetToSample(int64 offset);

@@ -3,6 +3,7 @@
 #include "Cmn/Cmn_Assert.h"
 #include "Cmn/Cmn_Exception.h"
 #include "FF/FF_AudioFile.h"
+#include "FF/FF_MP3AudioFile.h"
 #include "FF/FF_AudioProcessDecimateWaveform.h"
 #include "FF/FF_AudioProcessMultimediaSqueezer.h"
 #include "FF/FF_AudioProcessReadFiles.h"
@@ -103,10 +104,10 @@ FF_AudioFileUtils::ChainHandle FF_AudioFileUtils::ConvertAudioFiles(std::vector<
     bool const mp3 = Sys_Utils::AreTypesEquivalent(type, Sys_FileType(std::string("mp3")));
     for (auto const& loc : outputs)
     {
-        // MP3 output needs its writer, which is not part of the library yet.
         if (mp3)
-            throw Cmn_TypedException<Cmn_NullExceptionData>::New(XC_FF_FileTypeNotSupported, Cmn_NullExceptionData());
-        outputFiles.push_back(std::make_unique<FF_AudioFile>(loc));
+            outputFiles.push_back(std::make_unique<FF_MP3AudioFile>(loc));
+        else
+            outputFiles.push_back(std::make_unique<FF_AudioFile>(loc));
         FF_AudioFile& file = *outputFiles.back();
         file.Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite | FF_AudioFile::eOpenCreate);
         file.Format(type, outputChannels, params.samplesPerSec, params.bitsPerSample, outputFrames);

@@ -148,6 +148,8 @@ void FF_AudioProcessWriteFiles::AbortImpl()
             {
                 if (file->Implements(FF_AudioFile::eNativeInterface))
                     file->SetNumSamples(0);
+                else
+                    file->SetEOF(0); // a stream file is emptied by cutting it
             }
             catch (...)
             {

@@ -1,6 +1,8 @@
 #include "Cmn/Cmn_Exception.h"
 #include "FF/FF_AudioFile.h"
 #include "FF/FF_AudioFileUtils.h"
+#include "FF/FF_LameMP3Encoder.h"
+#include "FF/FF_MP3AudioFile.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_Utils.h"
 #include "tools/vfl/Commands.h"
@@ -61,7 +63,7 @@ int CmdConvert(int argc, char** argv)
     std::vector<std::string> inputs, outputs;
     std::string type;
     int64 bits = -1, rate = -1, quality = 4, start = 0, length = -1;
-    bool squeeze = false, toOutputs = false;
+    bool squeeze = false, toOutputs = false, bitsGiven = false;
     for (int i = 1; i < argc; ++i)
     {
         std::string const a = argv[i];
@@ -78,6 +80,7 @@ int CmdConvert(int argc, char** argv)
                                            : nullptr;
         if (number && i + 1 < argc)
         {
+            bitsGiven = bitsGiven || number == &bits;
             if (!vfl::ParseInt64(argv[++i], number))
             {
                 std::fprintf(stderr, "vfl convert: %s needs a whole number, not '%s'\n", a.c_str(), argv[i]);
@@ -168,13 +171,14 @@ int CmdConvert(int argc, char** argv)
     if (type == "mp3")
     {
         // The encoder takes 16-bit samples.
-        if (bits != 16 && bits != attr.GetBitsPerSample())
+        if (bitsGiven && bits != 16)
             std::fprintf(stderr, "vfl convert: mp3 output is encoded from 16-bit samples, not %lld\n",
                          static_cast<long long>(bits));
         bits = 16;
-        if (rate < 8000 || rate > 48000 || outChannels > 2)
+        if (!FF_LameMP3Encoder::IsSupportedRate(static_cast<int32>(rate)) || outChannels > 2)
         {
-            std::fprintf(stderr, "vfl convert: mp3 output takes 8 to 48 kHz and one or two channels\n");
+            std::fprintf(stderr, "vfl convert: mp3 output takes one or two channels at 8000, 11025, 12000, 16000, "
+                                 "22050, 24000, 32000, 44100 or 48000 Hz\n");
             return 1;
         }
     }
@@ -206,6 +210,20 @@ int CmdConvert(int argc, char** argv)
     params.quality = static_cast<uint32>(quality);
     FF_AudioFileUtils::SetConvertAudioFileParams(params);
 
+    // The library's MP3 encoder, at the target rate, titled after the file.
+    static FF_LameMP3Encoder encoder;
+    FF_MP3AudioFile::SetupEncoder(&encoder);
+    MP3EncoderOptions mp3 = FF_MP3AudioFile::GetMP3Options();
+    mp3.field6 = static_cast<int32>(rate);
+    if (type == "mp3")
+    {
+        std::string const& first = outputs.front();
+        std::size_t const slash = first.find_last_of('/');
+        std::string name = slash == std::string::npos ? first : first.substr(slash + 1);
+        mp3.tag1 = name.substr(0, name.find_last_of('.'));
+    }
+    FF_MP3AudioFile::SetupMP3Options(mp3);
+
     vfl::CatchInterrupt();
     bool const showProgress = vfl::StderrIsTerminal();
     FF_AudioFileUtils::ChainHandle chain =
@@ -232,7 +250,24 @@ int CmdConvert(int argc, char** argv)
             DrawProgress(100);
         std::fputc('\n', stderr);
     }
-    switch (chain->GetStatus())
+    Sys_Task::EStatus const status = chain->GetStatus();
+    if (status != Sys_Task::kStatusCompleted)
+    {
+        // The writer has emptied the outputs; whoever started the
+        // conversion removes them.
+        for (auto const& loc : outputLocs)
+        {
+            try
+            {
+                Sys_Utils::DeleteFile(loc);
+            }
+            catch (std::exception const&)
+            {
+                // Already gone, or never made: nothing to remove.
+            }
+        }
+    }
+    switch (status)
     {
     case Sys_Task::kStatusCompleted: return 0;
     case Sys_Task::kStatusAborted: std::fprintf(stderr, "vfl convert: interrupted\n"); return 130;

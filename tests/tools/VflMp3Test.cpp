@@ -1,0 +1,49 @@
+// vfl convert to MP3: the stream made at the target rate, and the layouts
+// the encoder cannot take refused before any file is made.
+#include "support/TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace
+{
+TEST(VflMp3, ConvertsAtTheTargetRateAndRefusesWhatTheEncoderCannotTake)
+{
+    for (char const* tool : {"sox", "ffprobe"})
+        if (!vfltest::HaveProgram(tool))
+            GTEST_SKIP() << tool << " is needed";
+    vfltest::TempDir dir;
+    std::string const vfl = vfltest::ToolPath();
+    std::string const in = dir.File("in.wav");
+    ASSERT_EQ(vfltest::RunCommand("sox -n -r 44100 -c 2 -b 24 -t wavpcm " + in + " synth 2 sine 440 sine 550"), 0);
+
+    std::string err;
+    ASSERT_EQ(vfltest::RunCommand(vfl + " convert " + in + " --rate 48000 --bits 24 -o " + dir.File("o.mp3") +
+                                      " 2>&1 >/dev/null",
+                                  &err),
+              0);
+    EXPECT_NE(err.find("16-bit"), std::string::npos) << err; // the depth asked for is not what mp3 takes
+    std::string probe;
+    ASSERT_EQ(vfltest::RunCommand("ffprobe -v error -show_entries stream=codec_name,sample_rate,channels "
+                                  "-of default=nw=1 " + dir.File("o.mp3"),
+                                  &probe),
+              0);
+    EXPECT_EQ(probe, "codec_name=mp3\nsample_rate=48000\nchannels=2\n");
+
+    struct Case
+    {
+        std::string args;
+    } const refused[] = {{"--rate 44000 " + in + " -o " + dir.File("r.mp3")},
+                         {in + " " + in + " -o " + dir.File("r.mp3")}, // stereo inputs cannot be merged
+                         {"--type mp3 " + dir.File("m.wav") + " " + dir.File("m.wav") + " " + dir.File("m.wav") +
+                          " -o " + dir.File("r.mp3")}};
+    ASSERT_EQ(vfltest::RunCommand("sox -n -r 44100 -c 1 -b 16 " + dir.File("m.wav") + " synth 0.1 sine 300"), 0);
+    for (auto const& c : refused)
+    {
+        SCOPED_TRACE(c.args);
+        EXPECT_EQ(vfltest::RunCommand(vfl + " convert " + c.args + " 2>/dev/null"), 1);
+        EXPECT_FALSE(std::filesystem::exists(dir.File("r.mp3")));
+    }
+}
+} // namespace
