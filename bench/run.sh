@@ -81,6 +81,20 @@ if want convert; then
   rm -f "$OUT/v48.wav" "$OUT/s48.wav" "$OUT/v16.wav" "$OUT/s16.wav"
 fi
 
+if want mp3; then
+  # The encoder's own command line, for the same stream: 128 kb/s constant.
+  command -v lame >/dev/null || DEBIAN_FRONTEND=noninteractive apt-get install -y -qq lame >/dev/null
+  f="$OUT/ten16.wav"
+  [ -f "$f" ] || sox -n -r 44100 -c 2 -b 16 "$f" synth 600 sine 200-8000 sine 300-12000 gain -3
+  t_vfl=$(best_of 2 "'$VFL' convert '$f' -o '$OUT/v.mp3'")
+  t_lame=$(best_of 2 "lame --quiet -b 128 '$f' '$OUT/l.mp3'")
+  t_lame_plain=$(best_of 2 "lame --quiet --noreplaygain -b 128 '$f' '$OUT/l.mp3'")
+  echo "10 minutes of 44.1 kHz 16-bit stereo to MP3 at 128 kb/s, best of 2:"
+  printf "  vfl convert %.3fs   lame %.3fs   lame --noreplaygain %.3fs\n" "$t_vfl" "$t_lame" "$t_lame_plain"
+  echo "  vfl/lame = $(ratio "$t_vfl" "$t_lame")   vfl/lame --noreplaygain = $(ratio "$t_vfl" "$t_lame_plain")"
+  rm -f "$OUT/v.mp3" "$OUT/l.mp3"
+fi
+
 if want overview; then
   f=$(big_wav)
   cat "$f" >/dev/null
