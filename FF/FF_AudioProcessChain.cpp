@@ -120,6 +120,15 @@ Sys_Task::EResult FF_AudioProcessChain::ExecImpl()
 void FF_AudioProcessChain::AbortImpl()
 {
     mAbortEvent->Set();
+    // A chain stopped before the driver took it up never runs its stages, so
+    // they are aborted here: the writer then leaves empty, valid files,
+    // where otherwise the outputs would stay formatted for a stream that
+    // never came, with no header written.
+    if (GetStatus() == kStatusReady)
+    {
+        for (auto const& stage : GetStages())
+            stage->Abort();
+    }
 }
 
 Sys_Task::EStatus FF_AudioProcessChain::SettledHeadStatus(Sys_Event::Handle const& headSettled)

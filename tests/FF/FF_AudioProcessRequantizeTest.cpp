@@ -1,6 +1,7 @@
 #include "FF/FF_AudioProcessRequantize.h"
 
 #include "FF/FF_AudioProcessTestBlocks.h"
+#include "FF/ReferenceModels.h"
 
 #include <gtest/gtest.h>
 
@@ -20,69 +21,6 @@ private:
     i32 mSaved;
 };
 
-i32 Wrap(i64 v)
-{
-    return static_cast<i32>(static_cast<u32>(static_cast<u64>(v)));
-}
-
-// The quantisers written again from their formulas, in 64-bit integers and
-// with products that cannot be fused.
-struct ReferenceQuantizer
-{
-    int inBits, outBits;
-    bool dither;
-    i32& seed;
-    f64 error = 0.0;
-    f64 history = 0.0;
-
-    f64 Random()
-    {
-        i64 const k = seed / 127773;
-        seed = Wrap((seed - k * 127773) * 16807 - k * 2836);
-        if (seed < 0)
-            seed = Wrap(static_cast<i64>(seed) + 2147483647);
-        f64 const r = Mul(static_cast<f64>(seed), 4.656612875245797e-10);
-        seed = Wrap(2 * static_cast<i64>(seed) - 2);
-        return r;
-    }
-
-    i32 operator()(i32 x)
-    {
-        f64 const step = static_cast<f64>(i64{1} << (inBits - outBits));
-        i64 const hi = (i64{1} << (outBits - 1)) - 1;
-        i64 const lo = -hi - 1;
-        f64 a = error;
-        a = a + Mul(-0.2709, history);
-        history = a;
-        f64 const v = static_cast<f64>(x) - a;
-        f64 t = v;
-        if (dither)
-            t = v + Mul(step, Random());
-        i64 q = static_cast<i64>(t / step + 0.5);
-        q = std::clamp(q, lo, hi);
-        error = Mul(static_cast<f64>(q), step) - v;
-        return static_cast<i32>(q);
-    }
-};
-
-// The whole stream through the reference, channel by channel within each
-// block, as the stage's one quantiser sees it.
-Channels Reference(Channels const& input, int inBits, int outBits, i64 blockSize, i32& seed)
-{
-    Channels out(input.size(), std::vector<i32>(input[0].size()));
-    ReferenceQuantizer q{inBits, outBits, outBits == 16, seed};
-    i64 const length = static_cast<i64>(input[0].size());
-    for (i64 pos = 0; pos < length; pos += blockSize)
-        for (std::size_t c = 0; c < input.size(); ++c)
-            for (i64 n = pos; n < std::min(length, pos + blockSize); ++n)
-            {
-                i32 const x = input[c][static_cast<std::size_t>(n)];
-                out[c][static_cast<std::size_t>(n)] = inBits < outBits    ? x * (1 << (outBits - inBits))
-                                                      : inBits == outBits ? x
-                                                                          : q(x);
-            }
-    return out;
-}
 } // namespace
 
 TEST(FF_AudioProcessRequantize, WideningEdgeValues)
@@ -137,7 +75,7 @@ TEST(FF_AudioProcessRequantize, GoldenAgainstTheReferenceAcrossBlockSizes)
                 SCOPED_TRACE(testing::Message() << pair[0] << "x" << pair[1] << ", " << channels
                                                 << " channel(s), blocks of " << blockSize);
                 i32 refSeed = 983040;
-                Channels const expected = Reference(input, pair[0], pair[1], blockSize, refSeed);
+                Channels const expected = ReferenceRequantize(input, pair[0], pair[1], blockSize, refSeed);
                 StSeed seed(983040);
                 FF_AudioProcessRequantize stage(static_cast<u16>(pair[0]), static_cast<u16>(pair[1]));
                 RunResult r = RunStage(stage, input, 44100, pair[0], blockSize);
@@ -179,8 +117,8 @@ TEST(FF_AudioProcessRequantize, SeedGoesOnAcrossConversionsInOneProcess)
 {
     Channels const input = SineRamp(2, 3000, 24, 0.5);
     i32 refSeed = 983040;
-    Channels const first = Reference(input, 24, 16, 512, refSeed);
-    Channels const second = Reference(input, 24, 16, 512, refSeed);
+    Channels const first = ReferenceRequantize(input, 24, 16, 512, refSeed);
+    Channels const second = ReferenceRequantize(input, 24, 16, 512, refSeed);
     ASSERT_NE(first, second); // the same audio dithers differently the second time
     StSeed seed(983040);
     for (Channels const* expected : {&first, &second})

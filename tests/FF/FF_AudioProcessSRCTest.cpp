@@ -1,6 +1,7 @@
 #include "FF/FF_AudioProcessSRC.h"
 
 #include "FF/FF_AudioProcessTestBlocks.h"
+#include "FF/ReferenceModels.h"
 
 #include <gtest/gtest.h>
 
@@ -33,97 +34,6 @@ public:
 private:
     i32 mSaved;
 };
-
-i64 MaxOfBits(int bits)
-{
-    return (i64{1} << (bits - 1)) - 1;
-}
-
-// The windowed-sinc table written again from its formulas.
-std::vector<f64> ReferenceTable(i32 in, i32 out, int taps, i32& oversample)
-{
-    i32 const g = std::gcd(in, out);
-    oversample = std::min(out / g, 512);
-    i64 const L = static_cast<i64>(taps + 2) * oversample;
-    std::vector<f64> table(static_cast<std::size_t>(L % 2 == 0 ? L + 1 : L));
-    f64 const pi = 2.0 * std::asin(1.0);
-    f64 const c = std::min(static_cast<f64>(out) / static_cast<f64>(in), 1.0);
-    i64 const C = L / 2;
-    table[static_cast<std::size_t>(C)] = c;
-    for (i64 k = 1; k <= C; ++k)
-    {
-        f64 const x = Mul(static_cast<f64>(k), pi) / oversample;
-        f64 const y = std::min(Mul(2.0, x) / static_cast<f64>(taps + 2), pi);
-        f64 const w = 0.42 + Mul(0.5, std::cos(y)) + Mul(0.08, std::cos(Mul(2.0, y)));
-        f64 const v = Mul(Mul(std::sin(Mul(c, x)) / Mul(c, x), w), c);
-        table[static_cast<std::size_t>(C - k)] = v;
-        table[static_cast<std::size_t>(C + k)] = v;
-    }
-    return table;
-}
-
-// The sums of output m of one channel of the whole stream at once: zeros
-// before the first sample and after the last, every sum in tap order from 0.
-std::vector<f64> ReferenceSincSums(std::vector<i32> const& input, i32 in, i32 out, int taps)
-{
-    i32 O = 0;
-    std::vector<f64> const table = ReferenceTable(in, out, taps, O);
-    i64 const length = static_cast<i64>(input.size());
-    i64 const outLength = (length * out + in - 1) / in;
-    std::vector<f64> sums;
-    for (i64 m = 0; m < outLength; ++m)
-    {
-        i64 const X = m * in;
-        i64 const i = X / out;
-        i64 const p = X % out * O / out;
-        f64 s = 0.0;
-        for (i64 t = 0; t < taps; ++t)
-        {
-            i64 const n = i - taps / 2 + t;
-            f64 const x = n >= 0 && n < length ? input[static_cast<std::size_t>(n)] : 0.0;
-            s = s + Mul(x, table[static_cast<std::size_t>(O - p + t * O)]);
-        }
-        sums.push_back(s);
-    }
-    return sums;
-}
-
-Channels ReferenceSinc(Channels const& input, i32 in, i32 out, int taps, int bits)
-{
-    i64 const hi = MaxOfBits(bits);
-    Channels result(input.size());
-    for (std::size_t ch = 0; ch < input.size(); ++ch)
-        for (f64 s : ReferenceSincSums(input[ch], in, out, taps))
-        {
-            f64 const v = std::clamp(s + 0.5, static_cast<f64>(-hi - 1), static_cast<f64>(hi));
-            result[ch].push_back(static_cast<i32>(v));
-        }
-    return result;
-}
-
-Channels ReferenceLinear(Channels const& input, i32 in, i32 out)
-{
-    i64 const length = static_cast<i64>(input[0].size());
-    i64 const outLength = (length * out + in - 1) / in;
-    Channels result(input.size());
-    for (std::size_t ch = 0; ch < input.size(); ++ch)
-        for (i64 m = 0; m < outLength; ++m)
-        {
-            i64 const X = m * in;
-            i64 const i = X / out;
-            i64 const f = X % out;
-            i64 const next = f != 0 ? i + 1 : i;
-            i64 const s0 = input[ch][static_cast<std::size_t>(i)];
-            i64 const s1 = next < length ? input[ch][static_cast<std::size_t>(next)] : 0;
-            result[ch].push_back(static_cast<i32>(s0 + ((s1 - s0) * f + out / 2) / out));
-        }
-    return result;
-}
-
-Channels Reference(Channels const& input, i32 in, i32 out, int taps, int bits)
-{
-    return taps == 0 ? ReferenceLinear(input, in, out) : ReferenceSinc(input, in, out, taps, bits);
-}
 
 Q const kQualities[] = {FF_AudioProcessSRC::kQualityLinear, FF_AudioProcessSRC::kQualitySinc17,
                         FF_AudioProcessSRC::kQualitySinc33, FF_AudioProcessSRC::kQualitySinc129,
@@ -242,7 +152,7 @@ TEST(FF_AudioProcessSRC, GoldenAgainstTheReferenceAcrossBlockSizes)
         Channels const input = SineRamp(c.channels, length, c.bits, 1.1, 997.0, c.in);
         for (Q quality : kQualities)
         {
-            Channels const expected = Reference(input, c.in, c.out, quality, c.bits);
+            Channels const expected = ReferenceResample(input, c.in, c.out, quality, c.bits);
             for (i32 level : Access::kLevels)
                 for (i64 blockSize : blockSizes)
                 {

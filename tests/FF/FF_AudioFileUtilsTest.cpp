@@ -1,0 +1,230 @@
+// Whole conversions through the driver: the chain it builds for each pair
+// of formats, outputs equal to the reference models of the stages bit for
+// bit through the reader's real blocks, aborts at any moment, and a disk
+// that fills up.
+#include "FF/FF_AudioFileUtils.h"
+#include "FF/FF_AudioProcessFileTestSupport.h"
+#include "FF/FF_LameMP3Encoder.h"
+#include "FF/FF_MP3AudioFile.h"
+#include "FF/ReferenceModels.h"
+#include "Sys/Sys_OSErrData.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <random>
+#include <thread>
+
+using namespace fffiles;
+using namespace ffproc;
+
+namespace
+{
+constexpr i64 kBlockBytes = 15360; // the reader's process block
+
+class FF_AudioFileUtilsTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        InitFileTypes();
+        FF_MP3AudioFile::SetupEncoder(&mLame);
+    }
+    void TearDown() override { FF_MP3AudioFile::SetupEncoder(nullptr); }
+
+    static std::vector<Sys_FileLoc> Locs(Paths const& paths)
+    {
+        std::vector<Sys_FileLoc> locs;
+        for (auto const& p : paths)
+            locs.emplace_back(p);
+        return locs;
+    }
+    static FF_AudioFileUtils::ChainHandle Convert(Paths const& in, Paths const& out, int bits, int rate,
+                                                  uint32 quality = 4, bool squeeze = false,
+                                                  std::string const& type = "wav")
+    {
+        FF_AudioFileUtils::ConvertAudioFileParams p;
+        p.bitsPerSample = static_cast<int16>(bits);
+        p.samplesPerSec = rate;
+        p.quality = quality;
+        p.squeeze = squeeze;
+        FF_AudioFileUtils::SetConvertAudioFileParams(p);
+        return FF_AudioFileUtils::ConvertAudioFiles(Locs(in), 0, -1, Locs(out), Sys_FileType(type));
+    }
+    // The stream as the library stores it, back in channels.
+    static Samples Deinterleave(Contents const& c)
+    {
+        Samples s(static_cast<std::size_t>(c.channels));
+        int const width = BytesOf(c.bits);
+        for (i64 n = 0; n < c.frames; ++n)
+            for (int ch = 0; ch < c.channels; ++ch)
+            {
+                char const* p = c.data.data() + (n * c.channels + ch) * width;
+                u32 v = 0;
+                for (int k = 0; k < width; ++k)
+                    v |= static_cast<u32>(static_cast<u8>(p[k])) << (8 * k);
+                int const shift = 32 - 8 * width;
+                s[static_cast<std::size_t>(ch)].push_back(static_cast<i32>(v << shift) >> shift);
+            }
+        return s;
+    }
+    vfltest::TempDir mDir;
+    FF_LameMP3Encoder mLame;
+};
+
+TEST_F(FF_AudioFileUtilsTest, EachPairOfFormatsGetsItsChainAndTheExactLength)
+{
+    struct Case
+    {
+        int inBits, outBits, outRate;
+        bool squeeze;
+        std::vector<std::string> stages;
+    } const cases[] = {
+        {16, 16, 44100, false, {"ReadFiles", "WriteFiles"}},
+        {16, 24, 44100, false, {"ReadFiles", "Requantize", "WriteFiles"}},
+        {24, 16, 44100, false, {"ReadFiles", "Requantize", "WriteFiles"}},
+        {16, 16, 48000, false, {"ReadFiles", "SRC", "WriteFiles"}},
+        {16, 24, 48000, false, {"ReadFiles", "Requantize", "SRC", "WriteFiles"}},
+        {24, 16, 48000, false, {"ReadFiles", "SRC", "Requantize", "WriteFiles"}},
+        {24, 16, 48000, true, {"ReadFiles", "MultimediaSqueezer", "SRC", "Requantize", "WriteFiles"}},
+        {16, 24, 48000, true, {"ReadFiles", "Requantize", "MultimediaSqueezer", "SRC", "WriteFiles"}},
+    };
+    i64 const frames = 100;
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(testing::Message() << c.inBits << " to " << c.outBits << " bits, " << c.outRate << " Hz"
+                                        << (c.squeeze ? ", squeezed" : ""));
+        Samples const input = SineRamp(2, frames, c.inBits, 0.8);
+        Paths const in = MakeFiles(mDir, "in", 2, c.inBits, frames, false, &input);
+        Paths const out = {mDir.File("out.wav")};
+        auto chain = Convert(in, out, c.outBits, c.outRate, 4, c.squeeze);
+        std::vector<std::string> names;
+        for (auto const& stage : chain->GetStages())
+            names.push_back(stage->GetName().substr(std::string("FF_AudioProcess").size()));
+        EXPECT_EQ(names, c.stages);
+        ASSERT_EQ(WaitForChain(*chain), Sys_Task::kStatusCompleted) << ExceptionText(*chain);
+        Contents const result = ReadBack(out[0]);
+        EXPECT_EQ(result.channels, 2);
+        EXPECT_EQ(result.bits, c.outBits);
+        // 100 frames at 48 kHz from 44.1 kHz are 108.84, rounded up.
+        EXPECT_EQ(result.frames, c.outRate == 48000 ? 109 : 100);
+        if (c.stages.size() == 2)
+        {
+            EXPECT_EQ(Deinterleave(result), input); // the same format is a copy
+        }
+    }
+}
+
+TEST_F(FF_AudioFileUtilsTest, OutputsEqualTheReferenceModelsThroughTheReadersBlocks)
+{
+    struct Case
+    {
+        int channels, inBits, outBits, outRate;
+        uint32 quality;
+    } const cases[] = {
+        {1, 24, 16, 44100, 4}, {2, 24, 16, 44100, 4}, {1, 16, 8, 44100, 4}, {2, 16, 8, 44100, 4},
+        {1, 16, 16, 48000, 0}, {2, 16, 16, 48000, 0}, {1, 16, 16, 48000, 1}, {2, 16, 16, 48000, 1},
+        {1, 16, 16, 48000, 2}, {2, 16, 16, 48000, 2}, {1, 16, 16, 48000, 3}, {2, 16, 16, 48000, 3},
+        {1, 16, 16, 48000, 4}, {2, 16, 16, 48000, 4}, {2, 16, 16, 22050, 4},
+    };
+    int const kTaps[] = {0, 17, 33, 129, 257};
+    i64 const frames = 20011; // several blocks and a part of one
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(testing::Message() << c.channels << " channel(s), " << c.inBits << " to " << c.outBits
+                                        << " bits, to " << c.outRate << " Hz at quality " << c.quality);
+        Samples const input = SineRamp(c.channels, frames, c.inBits, 1.05); // clips a little
+        Paths const in = MakeFiles(mDir, "in", c.channels, c.inBits, frames, false, &input);
+        Paths const out = {mDir.File("out.wav")};
+        i32 const seed = 4242;
+        DitherTestAccess::SetSeed(seed);
+        auto chain = Convert(in, out, c.outBits, c.outRate, c.quality);
+        ASSERT_EQ(WaitForChain(*chain), Sys_Task::kStatusCompleted) << ExceptionText(*chain);
+
+        Samples expected;
+        if (c.outRate != 44100)
+            expected = ReferenceResample(input, 44100, c.outRate, kTaps[c.quality], c.inBits);
+        else
+        {
+            i32 refSeed = seed;
+            i64 const blockFrames = kBlockBytes / (BytesOf(c.inBits) * c.channels);
+            expected = ReferenceRequantize(input, c.inBits, c.outBits, blockFrames, refSeed);
+        }
+        Samples const got = Deinterleave(ReadBack(out[0]));
+        ASSERT_EQ(got.size(), expected.size());
+        for (std::size_t ch = 0; ch < got.size(); ++ch)
+            EXPECT_TRUE(got[ch] == expected[ch]) << "channel " << ch;
+    }
+}
+
+TEST_F(FF_AudioFileUtilsTest, AnAbortAtAnyMomentEndsCleanlyAndLeavesEmptyOutputs)
+{
+    std::mt19937 random(20261122);
+    for (int round = 0; round < 60; ++round)
+    {
+        i64 const frames = std::uniform_int_distribution<i64>(1, 120000)(random);
+        int const kind = round % 4; // copy, requantize, rate change, MP3
+        auto const delay = std::chrono::microseconds(std::uniform_int_distribution<int>(0, 4000)(random));
+        SCOPED_TRACE(testing::Message() << "round " << round << ": " << frames << " frames, kind " << kind
+                                        << ", abort after " << delay.count() << " us");
+        Samples const input = SineRamp(2, frames, 16, 0.5);
+        Paths const in = MakeFiles(mDir, "in", 2, 16, frames, false, &input);
+        std::string const out = mDir.File(kind == 3 ? "out.mp3" : "out.wav");
+        auto chain = kind == 3   ? Convert(in, {out}, 16, 44100, 4, false, "mp3")
+                     : kind == 2 ? Convert(in, {out}, 16, 48000, 1)
+                                 : Convert(in, {out}, kind == 1 ? 24 : 16, 44100);
+        std::this_thread::sleep_for(delay);
+        chain->Abort();
+        Sys_Task::EStatus const status = WaitForChain(*chain);
+        ASSERT_TRUE(status == Sys_Task::kStatusAborted || status == Sys_Task::kStatusCompleted)
+            << "status " << status << " " << ExceptionText(*chain);
+        // An abort that comes after the writer finished finds the outputs
+        // whole; any other leaves them empty, never partial.
+        if (status == Sys_Task::kStatusCompleted ||
+            chain->GetStages().back()->GetStatus() == Sys_Task::kStatusCompleted)
+            continue;
+        if (kind == 3)
+            EXPECT_EQ(std::filesystem::file_size(out), 0u);
+        else
+        {
+            FF_AudioFile file{Sys_FileLoc(out)};
+            ASSERT_TRUE(file.Implements(FF_AudioFile::eImportExportInterface))
+                << std::filesystem::file_size(out) << " bytes, not a WAVE file any more";
+            EXPECT_EQ(ReadBack(out).frames, 0);
+        }
+        std::filesystem::remove(out);
+    }
+}
+
+TEST_F(FF_AudioFileUtilsTest, AFullDiskFailsTheConversionWithNoSpaceAndLeavesTheInputAlone)
+{
+    std::string const mount = mDir.File("small");
+    std::filesystem::create_directory(mount);
+    if (vfltest::RunCommand("mount -t tmpfs -o size=256k tmpfs " + mount + " 2>/dev/null") != 0)
+        GTEST_SKIP() << "cannot mount a small tmpfs here";
+    i64 const frames = 200000; // 800 KB of 16-bit stereo
+    Samples const input = SineRamp(2, frames, 16, 0.5);
+    Paths const in = MakeFiles(mDir, "in", 2, 16, frames, false, &input);
+    std::vector<std::uint8_t> const before = vfltest::ReadWholeFile(in[0]);
+    auto chain = Convert(in, {mount + "/out.wav"}, 16, 44100);
+    EXPECT_EQ(WaitForChain(*chain), Sys_Task::kStatusFailed);
+    int32 err = 0;
+    try
+    {
+        if (chain->GetException())
+            chain->GetException()->Throw();
+    }
+    catch (Cmn_TypedException<Sys_OSErrData> const& e)
+    {
+        err = e.GetData().GetErr();
+    }
+    catch (...)
+    {
+    }
+    EXPECT_EQ(err, 28) << ExceptionText(*chain); // ENOSPC
+    EXPECT_TRUE(vfltest::ReadWholeFile(in[0]) == before);
+    chain = FF_AudioFileUtils::ChainHandle();
+    vfltest::RunCommand("umount " + mount);
+}
+} // namespace
