@@ -29,6 +29,11 @@ echo "== The main job: convert to 48 kHz 24-bit (windowed sinc, 257 taps), and t
 "$VFL" info "$DEMO/tone48.wav" "$DEMO/left.aif"
 soxi "$DEMO/tone48.wav" | grep -E 'Sample Rate|Precision|Duration'
 
+echo "== To MP3 at 128 kb/s, as ffprobe sees it"
+"$VFL" convert "$DEMO/tone.wav" -o "$DEMO/tone.mp3"
+ffprobe -v error -show_entries stream=codec_name,sample_rate,channels,bit_rate:format_tags=title \
+  -of default=nw=1 "$DEMO/tone.mp3"
+
 echo "== Regions and the waveform overview"
 "$VFL" regions "$DEMO/tone48.wav" --add "middle" 48000 96000
 "$VFL" regions "$DEMO/tone48.wav"
