@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <regex>
 
 using vfltest::RunCommand;
@@ -156,5 +157,18 @@ TEST_F(VflConvert, OverviewAgreesWithAReferenceFromTheSamples)
     auto const png = vfltest::ReadWholeFile(F("o.png"));
     ASSERT_GT(png.size(), 8u);
     EXPECT_EQ(png[1], 'P');
+}
+TEST_F(VflConvert, CtrlCAbortsExitsWith130AndLeavesNoOutput)
+{
+    Out("sox -n -r 44100 -c 2 -b 16 " + F("long.wav") + " synth 120 sine 300");
+    for (char const* out : {"int.wav", "int.mp3"})
+    {
+        SCOPED_TRACE(out);
+        // vfl takes SIGINT itself, even in the background of a shell.
+        std::string const status = Out("sh -c '" + Vfl("convert " + F("long.wav") + " --rate 48000 -o " + F(out)) +
+                                       " 2>/dev/null & p=$!; sleep 0.3; kill -INT $p; wait $p; echo $?'");
+        EXPECT_EQ(status, "130\n");
+        EXPECT_FALSE(std::filesystem::exists(F(out)));
+    }
 }
 } // namespace
