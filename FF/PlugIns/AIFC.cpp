@@ -5,10 +5,7 @@
 
 PlugInResult AIFC::Create(void** object)
 {
-    auto* handler = new AIFC;
-    handler->AddRef();
-    *object = static_cast<IAudioFile*>(handler);
-    return S_OK;
+    return HandOut(new AIFC, object);
 }
 
 PlugInResult AIFC::GetFileTypeName(std::int32_t size, char* buffer)

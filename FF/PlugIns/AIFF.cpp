@@ -22,10 +22,7 @@ std::uint16_t BigEndian16(std::uint8_t const* p)
 
 PlugInResult AIFF::Create(void** object)
 {
-    auto* handler = new AIFF;
-    handler->AddRef();
-    *object = static_cast<IAudioFile*>(handler);
-    return S_OK;
+    return HandOut(new AIFF, object);
 }
 
 PlugInResult AIFF::GetFileTypeName(std::int32_t size, char* buffer)
@@ -37,11 +34,6 @@ PlugInResult AIFF::GetByteOrder(std::int32_t* order)
 {
     *order = 0;
     return S_OK;
-}
-
-PlugInResult AIFF::CanImplement(PlugInGuid const* iid)
-{
-    return (*iid == IID_IVelmoraAudioFile || *iid == IID_IOrvanelAudioFile) ? S_OK : S_FALSE;
 }
 
 PlugInResult AIFF::DoOpen()

@@ -28,7 +28,6 @@ public:
 
     PlugInResult GetFileTypeName(std::int32_t size, char* buffer) override;
     PlugInResult GetByteOrder(std::int32_t* order) override;
-    PlugInResult CanImplement(PlugInGuid const* iid) override;
 
     bool IsBigEndian() override { return true; }
     bool IsUnsigned8Bit() override { return false; }

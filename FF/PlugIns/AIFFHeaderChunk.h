@@ -1,22 +1,13 @@
-// 'FORM' with form type "AIFF". Not a container for this code: its body is
-// the 4-byte form type, and the chunks behind it are its siblings.
+// 'FORM' with form type "AIFF".
 #pragma once
 
-#include "FF/PlugIns/Chunk.h"
+#include "FF/PlugIns/FormHeaderChunk.h"
 
-class AIFFHeaderChunk : public Chunk
+class AIFFHeaderChunk : public FormHeaderChunk
 {
 public:
-    explicit AIFFHeaderChunk(ChunkyFile* owner) : AIFFHeaderChunk(owner, kChunkId_AIFF) {}
-    bool IsObsolete() override { return false; }
-    PlugInResult Read(std::uint32_t size, std::int64_t bodyPosition) override;
-    PlugInResult Write(std::uint32_t size, std::int64_t bodyPosition) override;
-    PlugInResult Print(std::ostream& out, std::uint32_t size, std::int64_t bodyPosition) override;
-    std::int64_t GetSize(std::int32_t nominal) override;
+    explicit AIFFHeaderChunk(ChunkyFile* owner) : FormHeaderChunk(owner, kChunkId_FORM, kChunkId_AIFF) {}
 
 protected:
-    AIFFHeaderChunk(ChunkyFile* owner, ChunkId formType);
-
-private:
-    ChunkId mFormType;
+    AIFFHeaderChunk(ChunkyFile* owner, ChunkId formType) : FormHeaderChunk(owner, kChunkId_FORM, formType) {}
 };

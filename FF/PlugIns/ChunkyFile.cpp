@@ -303,3 +303,8 @@ PlugInResult ChunkyFile::AddIdentityChunks(ChunkList& list, bool inFrontOfOmfi, 
         list.insert(at, std::make_unique<UAFOvwfChunk>(this));
     return S_OK;
 }
+
+PlugInResult ChunkyFile::CanImplement(PlugInGuid const* iid)
+{
+    return (*iid == IID_IVelmoraAudioFile || *iid == IID_IOrvanelAudioFile) ? S_OK : S_FALSE;
+}

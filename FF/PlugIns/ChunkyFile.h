@@ -28,6 +28,17 @@ public:
     // the next flush gives them their room.
     PlugInResult DoImplement(PlugInGuid const* iid) override { return DoImplement(iid, mChunks); }
     virtual PlugInResult DoImplement(PlugInGuid const* iid, ChunkList& list) = 0;
+    // Files of chunks can take identity and instrument data.
+    PlugInResult CanImplement(PlugInGuid const* iid) override;
+
+    // Hands out a new handler with one reference, as the handler table
+    // gives them.
+    static PlugInResult HandOut(ChunkyFile* handler, void** object)
+    {
+        handler->AddRef();
+        *object = static_cast<IAudioFile*>(handler);
+        return S_OK;
+    }
 
     // The object of the right class for an id, or a plain unknown chunk.
     virtual std::unique_ptr<Chunk> CreateChunk(ChunkId id) = 0;

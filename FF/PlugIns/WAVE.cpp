@@ -13,10 +13,7 @@
 
 PlugInResult WAVE::Create(void** object)
 {
-    auto* handler = new WAVE;
-    handler->AddRef();
-    *object = static_cast<IAudioFile*>(handler);
-    return S_OK;
+    return HandOut(new WAVE, object);
 }
 
 PlugInResult WAVE::GetFileTypeName(std::int32_t size, char* buffer)
@@ -28,11 +25,6 @@ PlugInResult WAVE::GetByteOrder(std::int32_t* order)
 {
     *order = 1;
     return S_OK;
-}
-
-PlugInResult WAVE::CanImplement(PlugInGuid const* iid)
-{
-    return (*iid == IID_IVelmoraAudioFile || *iid == IID_IOrvanelAudioFile) ? S_OK : S_FALSE;
 }
 
 PlugInResult WAVE::DoImplement(PlugInGuid const* iid, ChunkList& list)

@@ -11,7 +11,6 @@ public:
 
     PlugInResult GetFileTypeName(std::int32_t size, char* buffer) override;
     PlugInResult GetByteOrder(std::int32_t* order) override;
-    PlugInResult CanImplement(PlugInGuid const* iid) override;
 
     bool IsBigEndian() override { return false; }
     bool IsUnsigned8Bit() override { return mBitsPerSample == 8; }

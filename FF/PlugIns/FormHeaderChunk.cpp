@@ -1,0 +1,40 @@
+#include "FF/PlugIns/FormHeaderChunk.h"
+
+#include "FF/PlugIns/ChunkyFile.h"
+
+#include <ostream>
+
+FormHeaderChunk::FormHeaderChunk(ChunkyFile* owner, ChunkId headerId, ChunkId formType)
+    : Chunk(owner, headerId, kFileHeader), mFormType(formType)
+{
+}
+
+PlugInResult FormHeaderChunk::Read(std::uint32_t, std::int64_t)
+{
+    ChunkId form = 0;
+    PlugInResult const r = ReadExact(&form, 4);
+    return r == S_OK && form == mFormType ? S_OK : kAudioFile_BadParameter;
+}
+
+PlugInResult FormHeaderChunk::Write(std::uint32_t, std::int64_t)
+{
+    return WriteExact(&mFormType, 4);
+}
+
+PlugInResult FormHeaderChunk::Print(std::ostream& out, std::uint32_t, std::int64_t)
+{
+    ChunkId form = 0;
+    PlugInResult const r = ReadExact(&form, 4);
+    if (r != S_OK)
+        return r;
+    out << "\tFormat Type: " << ChunkIdToText(form) << "\n";
+    return S_OK;
+}
+
+std::int64_t FormHeaderChunk::GetSize(std::int32_t nominal)
+{
+    // The nominal 0 case must not ask for the total: that sum asks here.
+    if (nominal == 0)
+        return 4;
+    return mOwner->GetTotalFileSize() - 8;
+}
