@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <cxxabi.h>
 #include <pthread.h>
 #include <sched.h>
@@ -143,17 +144,29 @@ void Sys_ThreadPosix::StayWithCaller(bool stay)
 
 void Sys_ThreadPosix::ApplyProcessorLocked()
 {
+    auto const tid = static_cast<pid_t>(mSystemId);
     cpu_set_t set;
-    CPU_ZERO(&set);
     if (mProcessor >= 0 && mProcessor < CPU_SETSIZE)
+    {
+        // What the thread may use before it is first kept, to give back: a
+        // host that restricted the thread that made ours restricted ours too.
+        if (mFreeMask.empty() && sched_getaffinity(tid, sizeof set, &set) == 0)
+        {
+            auto const* bytes = reinterpret_cast<unsigned char const*>(&set);
+            mFreeMask.assign(bytes, bytes + sizeof set);
+        }
+        CPU_ZERO(&set);
         CPU_SET(mProcessor, &set);
-    // Let go: the thread may run wherever the process's first thread may, so
-    // that a host which restricts itself still restricts its threads.
-    else if (sched_getaffinity(getpid(), sizeof set, &set) != 0)
-        return;
+    }
+    else
+    {
+        if (mFreeMask.size() != sizeof set)
+            return; // never kept: nothing to give back
+        std::memcpy(&set, mFreeMask.data(), sizeof set);
+    }
     // A processor taken away meanwhile refuses the call; the thread then
     // stays where it may run, which is only slower.
-    (void)sched_setaffinity(static_cast<pid_t>(mSystemId), sizeof set, &set);
+    (void)sched_setaffinity(tid, sizeof set, &set);
 }
 
 Sys_Thread::EStatus Sys_ThreadPosix::GetStatus()

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 // Sys_Thread on pthreads.
 //
@@ -59,6 +60,7 @@ private:
     Sys_Thread::EPriority mPriority = Sys_Thread::kPriorityNormal;
     int mSystemId = 0; // the kernel's id of the thread, once it runs
     int mProcessor = -1; // the processor it is kept on, or -1 for any
+    std::vector<unsigned char> mFreeMask; // its processors before it was first kept
     std::string mName;
     Sys_SyncObject::HandleList mWaitList;
     Sys_SyncObject::HandleList mWaitingOn; // only touched by the thread itself
