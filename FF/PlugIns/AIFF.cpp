@@ -69,18 +69,8 @@ std::unique_ptr<Chunk> AIFF::CreateChunk(ChunkId id)
         return NewCommChunk();
     if (id == kChunkId_SSND)
         return std::make_unique<AIFFSsndChunk>(this);
-    if (id == kChunkId_bext)
-        return std::make_unique<UAFEbuChunk>(this, false);
-    if (id == kChunkId_umid)
-        return std::make_unique<UAFUmidChunk>(this, false);
-    if (id == kChunkId_minf)
-        return std::make_unique<UAFMinfChunk>(this);
-    if (id == kChunkId_regn)
-        return std::make_unique<UAFRegnChunk>(this);
-    if (id == kChunkId_ovwf)
-        return std::make_unique<UAFOvwfChunk>(this);
-    if (id == kChunkId_Elmo)
-        return std::make_unique<PadChunk>(this);
+    if (auto common = CreateCommonChunk(id))
+        return common;
     if (id == kChunkId_INST)
         return std::make_unique<AIFFInstInfoChunk>(this);
     if (id == kChunkId_MARK)

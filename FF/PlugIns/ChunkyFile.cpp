@@ -1,6 +1,8 @@
 #include "FF/PlugIns/ChunkyFile.h"
 
 #include "FF/PlugIns/IFile.h"
+#include "FF/PlugIns/PadChunk.h"
+#include "FF/PlugIns/UAFEbuChunk.h"
 #include "FF/PlugIns/UAFMinfChunk.h"
 #include "FF/PlugIns/UAFOvwfChunk.h"
 #include "FF/PlugIns/UAFRegnChunk.h"
@@ -307,4 +309,21 @@ PlugInResult ChunkyFile::AddIdentityChunks(ChunkList& list, bool inFrontOfOmfi, 
 PlugInResult ChunkyFile::CanImplement(PlugInGuid const* iid)
 {
     return (*iid == IID_IVelmoraAudioFile || *iid == IID_IOrvanelAudioFile) ? S_OK : S_FALSE;
+}
+
+std::unique_ptr<Chunk> ChunkyFile::CreateCommonChunk(ChunkId id)
+{
+    if (id == kChunkId_bext)
+        return std::make_unique<UAFEbuChunk>(this, false);
+    if (id == kChunkId_umid)
+        return std::make_unique<UAFUmidChunk>(this, false);
+    if (id == kChunkId_minf)
+        return std::make_unique<UAFMinfChunk>(this);
+    if (id == kChunkId_regn)
+        return std::make_unique<UAFRegnChunk>(this);
+    if (id == kChunkId_ovwf)
+        return std::make_unique<UAFOvwfChunk>(this);
+    if (id == kChunkId_Elmo)
+        return std::make_unique<PadChunk>(this);
+    return nullptr;
 }

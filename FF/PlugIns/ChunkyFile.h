@@ -42,6 +42,9 @@ public:
 
     // The object of the right class for an id, or a plain unknown chunk.
     virtual std::unique_ptr<Chunk> CreateChunk(ChunkId id) = 0;
+    // The chunks every file of chunks may carry whatever its format: the
+    // broadcast extension, the identity chunks and the pad; null for others.
+    std::unique_ptr<Chunk> CreateCommonChunk(ChunkId id);
     virtual void CreateDefaultChunks(ChunkList& list) = 0;
     // Bytes between the start of the audio chunk and its first audio byte.
     virtual std::int32_t DataChunkHeaderSize() = 0;

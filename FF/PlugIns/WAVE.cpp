@@ -55,18 +55,8 @@ std::unique_ptr<Chunk> WAVE::CreateChunk(ChunkId id)
         return std::make_unique<WAVEFmtChunk>(this);
     if (id == kChunkId_data)
         return std::make_unique<WAVEDataChunk>(this);
-    if (id == kChunkId_bext)
-        return std::make_unique<UAFEbuChunk>(this, false);
-    if (id == kChunkId_umid)
-        return std::make_unique<UAFUmidChunk>(this, false);
-    if (id == kChunkId_minf)
-        return std::make_unique<UAFMinfChunk>(this);
-    if (id == kChunkId_regn)
-        return std::make_unique<UAFRegnChunk>(this);
-    if (id == kChunkId_ovwf)
-        return std::make_unique<UAFOvwfChunk>(this);
-    if (id == kChunkId_Elmo)
-        return std::make_unique<PadChunk>(this);
+    if (auto common = CreateCommonChunk(id))
+        return common;
     if (id == kChunkId_smpl)
         return std::make_unique<WAVESamplerChunk>(this);
     return std::make_unique<Chunk>(this, id, Chunk::kUnknown);
