@@ -1,6 +1,5 @@
-// Files written by vfl read back by independent tools: sox, Python's wave,
-// ffprobe and sndfile-info; identity added to a foreign file without
-// touching a sample; regions that survive reopening.
+// WAVE files written by vfl read back by independent tools: sox, Python's
+// wave, ffprobe and sndfile-info.
 #include "support/TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -78,56 +77,5 @@ TEST_F(VflWrite, NewFilesReadBackByOtherTools)
         EXPECT_EQ(walk.find("rror"), std::string::npos) << walk;
         EXPECT_NE(walk.find("Frames      : " + std::to_string(frames)), std::string::npos) << walk;
     }
-}
-
-TEST_F(VflWrite, FirstAudioByteOnASectorBoundary)
-{
-    std::string const wav = mDir.File("s.wav");
-    Out("sox -n -r 44100 -c 2 -b 16 -e signed -t raw - synth 0.01 sine 440 | " +
-        Vfl("new " + wav + " --rate 44100 --bits 16 --channels 2"));
-    std::string const print = Out(Vfl("print " + wav));
-    EXPECT_NE(print.find("Chunk Position: 1016\nChunk ID: data"), std::string::npos) << print;
-    EXPECT_NE(print.find("Chunk ID: Elmo\nChunk size (nominal): 350"), std::string::npos) << print;
-}
-
-TEST_F(VflWrite, AdoptAddsIdentityBehindTheAudio)
-{
-    std::string const wav = mDir.File("foreign.wav");
-    Out("sox -n -r 44100 -c 2 -b 16 " + wav + " synth 0.3 sine 440 sine 550");
-    std::string const before = Out("sox " + wav + " -t raw -e signed -L -");
-    std::string const sizeBefore = Out("stat -c %s " + wav);
-    std::string info = Out(Vfl("info --json " + wav));
-    EXPECT_EQ(info.find("\"umid\""), std::string::npos);
-
-    EXPECT_NE(Out(Vfl("adopt " + wav)).find("adopted"), std::string::npos);
-    EXPECT_EQ(Out("sox " + wav + " -t raw -e signed -L -"), before);
-    EXPECT_GT(std::stoll(Out("stat -c %s " + wav)), std::stoll(sizeBefore));
-    info = Out(Vfl("info --json " + wav));
-    std::smatch m;
-    ASSERT_TRUE(std::regex_search(info, m, std::regex("\"umid\":\"([A-Za-z0-9#!]{14})\""))) << info;
-    std::string const umid = m[1];
-    // A second adoption changes nothing.
-    EXPECT_NE(Out(Vfl("adopt " + wav)).find("already"), std::string::npos);
-    EXPECT_NE(Out(Vfl("info --json " + wav)).find(umid), std::string::npos);
-}
-
-TEST_F(VflWrite, RegionsSurviveReopening)
-{
-    std::string const wav = mDir.File("r.wav");
-    Out("sox -n -r 8000 -c 1 -b 16 " + wav + " synth 1 sine 440"); // 8000 frames, foreign
-    Out(Vfl("regions " + wav + " --add intro 0 1000 --sync 10"));
-    Out(Vfl("regions " + wav + " --add outro 7000 8000"));
-    std::string list = Out(Vfl("regions --json " + wav));
-    EXPECT_NE(list.find("{\"name\":\"intro\",\"start\":0,\"stop\":1000,\"sync\":10"), std::string::npos) << list;
-    EXPECT_NE(list.find("{\"name\":\"outro\",\"start\":7000,\"stop\":8000"), std::string::npos) << list;
-
-    Out(Vfl("regions " + wav + " --remove intro"));
-    list = Out(Vfl("regions --json " + wav));
-    EXPECT_EQ(list.find("intro"), std::string::npos) << list;
-    EXPECT_NE(list.find("outro"), std::string::npos) << list;
-
-    EXPECT_NE(RunCommand(Vfl("regions " + wav + " --add late 7000 8001 2>/dev/null")), 0);
-    EXPECT_NE(RunCommand(Vfl("regions " + wav + " --add " + std::string(32, 'n') + " 0 10 2>/dev/null")), 0);
-    EXPECT_NE(RunCommand(Vfl("regions " + wav + " --remove nothing 2>/dev/null")), 0);
 }
 } // namespace
