@@ -10,6 +10,7 @@
 #include "FF/PlugIns/IOmfiAudioFile.h"
 #include "FF/PlugIns/IOrvanelAudioFile.h"
 #include "FF/PlugIns/IVelmoraAudioFile.h"
+#include "FF/PlugIns/PlugIn.h"
 #include "FF/PlugIns/PlugInInstrument.h"
 #include "FF/PlugIns/PlugInRegion.h"
 #include "FF/PlugIns/PlugInTable.h"
@@ -55,12 +56,14 @@ template <class I> void ReleaseAndClear(I*& p)
 
 // ------------------------------------------------------------------ StOpen
 
-FF_AudioFile::StOpen::StOpen(FF_AudioFile* file, int32 mode) : mFile(file), mMode(mode)
+FF_AudioFile::StOpen::StOpen(FF_AudioFile* file, int32 mode)
+    : mFile(file), mMode(mode), mUncaught(std::uncaught_exceptions())
 {
     mFile->Open(mMode);
 }
 
-FF_AudioFile::StOpen::StOpen(StOpen const& other) : mFile(other.mFile), mMode(other.mMode)
+FF_AudioFile::StOpen::StOpen(StOpen const& other)
+    : mFile(other.mFile), mMode(other.mMode), mUncaught(std::uncaught_exceptions())
 {
     mFile->Open(mMode);
 }
@@ -73,17 +76,20 @@ FF_AudioFile::StOpen& FF_AudioFile::StOpen::operator=(StOpen const& other)
     return *this;
 }
 
-FF_AudioFile::StOpen::~StOpen()
+FF_AudioFile::StOpen::~StOpen() noexcept(false)
 {
+    if (std::uncaught_exceptions() == mUncaught)
+    {
+        mFile->Close();
+        return;
+    }
     try
     {
         mFile->Close();
     }
     catch (...)
     {
-        // A failed write-back at the last level must not end the process
-        // from a destructor; the caller that needs the result closes
-        // explicitly.
+        // The exception already on its way is the one the caller sees.
     }
 }
 
@@ -132,8 +138,10 @@ void FF_AudioFile::ReleaseInterfaces()
 }
 
 template <class I, class Call>
-void FF_AudioFile::ChangeThrough(EInterface which, I* iface, void (*check)(PlugInResult), Call&& call)
+void FF_AudioFile::ChangeThrough(EInterface which, I* const& iface, void (*check)(PlugInResult), Call&& call)
 {
+    // The interface is read only after the assertion has probed the file:
+    // on a file not yet probed it is still null.
     CMN_ASSERT(Implements(which));
     if (!iface)
         return;
@@ -193,13 +201,18 @@ void FF_AudioFile::InitInterfaces()
             mAudioFile = audioFile;
             break;
         }
-        // A handler refuses a file in another format: go on with the next one.
+        // A handler refuses a file in another format: go on with the next
+        // one, remembering the first reason a handler gave.
+        if (auto const* handler = dynamic_cast<PlugIn*>(audioFile); handler && mUnknownReason.empty())
+            mUnknownReason = handler->RefusalReason();
         ReleaseAndClear(mImportExport);
         audioFile->Release();
     }
 
     if (!mAudioFile)
     {
+        if (mUnknownReason.empty())
+            mUnknownReason = DescribeUnknownHeader();
         mInterfaceMask = eNoAudioInterface;
         mFileType = Sys_FileType(Sys_FileType::kTypeUnknown);
         return;
@@ -225,6 +238,46 @@ void FF_AudioFile::InitInterfaces()
         mInterfaceMask |= eOrvanelInterface;
     if (!(mInterfaceMask & eImportExportInterface))
         mInterfaceMask = eNoAudioInterface;
+}
+
+std::string FF_AudioFile::DescribeUnknownHeader()
+{
+    unsigned char head[12] = {};
+    Sys_File::SetPosition(kFromStart, 0);
+    int64 const got = Sys_File::Read(head, sizeof head);
+    if (got == 0)
+        return "empty file";
+    auto text = [&](int at) { return std::string(reinterpret_cast<char const*>(head + at), 4); };
+    std::string const id = text(0);
+    bool const riff = id == "RIFF" || id == "RF64" || id == "BW64";
+    if (got < 12 && (riff || id == "FORM"))
+        return "file too short for its " + id + " header";
+    if (riff)
+        return text(8) == "WAVE" ? "WAVE file without a usable 'fmt ' and 'data' chunk"
+                                 : id + " form '" + text(8) + "' is not WAVE";
+    if (id == "FORM")
+        return text(8) == "AIFF" || text(8) == "AIFC" ? "AIFF file without a usable 'COMM' and 'SSND' chunk"
+                                                      : "FORM type '" + text(8) + "' is not AIFF";
+    return "no RIFF or FORM header";
+}
+
+std::string FF_AudioFile::GetUnknownReason()
+{
+    if (!mInterfacesInitialised)
+        InitInterfaces();
+    return mAudioFile ? std::string() : mUnknownReason;
+}
+
+bool FF_AudioFile::IsHeaderIncomplete()
+{
+    auto const* handler = Implements(eImportExportInterface) ? dynamic_cast<PlugIn*>(mAudioFile) : nullptr;
+    return handler && handler->IsHeaderIncomplete();
+}
+
+uint32 FF_AudioFile::GetChannelMask()
+{
+    auto const* handler = Implements(eImportExportInterface) ? dynamic_cast<PlugIn*>(mAudioFile) : nullptr;
+    return handler ? handler->ChannelMask() : 0;
 }
 
 void FF_AudioFile::GetSupportedTypes(std::vector<Sys_FileType>* types)

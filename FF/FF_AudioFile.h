@@ -73,11 +73,15 @@ public:
         StOpen(StOpen const& other);
         // Adopts the other's file and mode and opens; what was held stays open.
         StOpen& operator=(StOpen const& other);
-        ~StOpen();
+        // Closes one level. A failed write-back of the last level throws,
+        // after the file is closed, unless the guard is left by another
+        // exception: a full disk must reach the caller, not vanish.
+        ~StOpen() noexcept(false);
 
     private:
         FF_AudioFile* mFile;
         int32 mMode;
+        int mUncaught;
     };
 
     explicit FF_AudioFile(Sys_FileLoc const& loc);
@@ -137,6 +141,15 @@ public:
     void PrintFile(std::ostream& out);
     void PrintCache(std::ostream& out);
 
+    // What a host shows beside the attributes: why no handler took the file
+    // (empty when one did), whether the length came from the file's size
+    // because the header never said it (a recording that stopped, a stream),
+    // and the speaker positions of the channels (a WAVE channel mask; 0 when
+    // the file names none).
+    std::string GetUnknownReason();
+    bool IsHeaderIncomplete();
+    uint32 GetChannelMask();
+
     // Stamps Macintosh type and creator codes on a new file. Replaceable;
     // nothing is stamped until a platform installs a method.
     using SetFileAndCreatorTypeMethod = void (*)(Sys_FileLoc const& loc, uint32 macType, uint32 macCreator);
@@ -170,6 +183,9 @@ protected:
     void SwapBufferData(char* buffer, int64 length, int32 size);
 
     IAudioFile* mAudioFile = nullptr;
+    std::string mUnknownReason;
+    // Why no handler took the file, from its first bytes.
+    std::string DescribeUnknownHeader();
     IImportExportAudioFile* mImportExport = nullptr;
     INativeAudioFile* mNative = nullptr;
     IVelmoraAudioFile* mVelmora = nullptr;
@@ -194,7 +210,7 @@ private:
     // One changing call on the plug-in, under an open level for writing,
     // checked, and the file marked for write-back.
     template <class I, class Call>
-    void ChangeThrough(EInterface which, I* iface, void (*check)(PlugInResult), Call&& call);
+    void ChangeThrough(EInterface which, I* const& iface, void (*check)(PlugInResult), Call&& call);
 
     // Overview blocks handed to the plug-in, which keeps pointing at them
     // for later flushes: they live as long as the plug-in that holds them.

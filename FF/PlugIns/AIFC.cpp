@@ -2,6 +2,7 @@
 
 #include "FF/PlugIns/AIFCExtCommChunk.h"
 #include "FF/PlugIns/AIFCHeaderChunk.h"
+#include "FF/PlugIns/AIFCVersionChunk.h"
 
 PlugInResult AIFC::Create(void** object)
 {
@@ -11,6 +12,11 @@ PlugInResult AIFC::Create(void** object)
 PlugInResult AIFC::GetFileTypeName(std::int32_t size, char* buffer)
 {
     return CopyTypeName(size, buffer, "AIFC");
+}
+
+void AIFC::AddVersionChunk(ChunkList& list)
+{
+    list.push_back(std::make_unique<AIFCVersionChunk>(this));
 }
 
 std::unique_ptr<Chunk> AIFC::NewHeaderChunk()

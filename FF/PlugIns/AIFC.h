@@ -15,6 +15,8 @@ public:
 
 protected:
     AIFC() = default;
+    // The format version chunk that every AIFF-C file carries.
+    void AddVersionChunk(ChunkList& list) override;
     std::unique_ptr<Chunk> NewHeaderChunk() override;
     std::unique_ptr<Chunk> NewCommChunk() override;
 };

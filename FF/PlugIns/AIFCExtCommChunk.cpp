@@ -15,7 +15,7 @@ constexpr std::int64_t kMaxNameBytes = 255;
 
 AIFCExtCommChunk::AIFCExtCommChunk(ChunkyFile* owner) : AIFFCommChunk(owner) {}
 
-PlugInResult AIFCExtCommChunk::ReadName(std::uint32_t size, std::string* name)
+PlugInResult AIFCExtCommChunk::ReadName(std::int64_t size, std::string* name)
 {
     std::int64_t const rest = static_cast<std::int64_t>(size) - kFixedSize;
     std::int64_t const bytes = rest < kMaxNameBytes ? rest : kMaxNameBytes;
@@ -40,7 +40,7 @@ PlugInResult AIFCExtCommChunk::ReadName(std::uint32_t size, std::string* name)
     return S_OK;
 }
 
-PlugInResult AIFCExtCommChunk::Read(std::uint32_t size, std::int64_t)
+PlugInResult AIFCExtCommChunk::Read(std::int64_t size, std::int64_t)
 {
     if (size < kFixedSize)
         return kAudioFile_Unimplemented;
@@ -51,13 +51,42 @@ PlugInResult AIFCExtCommChunk::Read(std::uint32_t size, std::int64_t)
     r = ReadName(size, &mCompressionName);
     if (r != S_OK)
         return r;
-    // Compressed audio is not for this handler: the chunk stays unknown,
-    // the facts unset, and the file is refused.
+    // Compressed and floating-point audio are not for this handler: the
+    // chunk stays unknown, the facts unset, and the file is refused.
     ChunkId type;
     std::memcpy(&type, body + kSize, 4);
-    if (type != kCompression_NONE)
+    bool littleEndian = false;
+    int bytes = 0; // the sample width a type fixes, 0 for any
+    if (type == ChunkIdFromText("sowt"))
+        littleEndian = true;
+    else if (type == ChunkIdFromText("in24") || type == ChunkIdFromText("42ni"))
+    {
+        bytes = 3;
+        littleEndian = type != ChunkIdFromText("in24");
+    }
+    else if (type == ChunkIdFromText("in32") || type == ChunkIdFromText("23ni"))
+    {
+        bytes = 4;
+        littleEndian = type != ChunkIdFromText("in32");
+    }
+    else if (type != kCompression_NONE && type != ChunkIdFromText("twos"))
+    {
+        mOwner->SetRefusalReason("AIFF-C compression '" + ChunkIdToText(type) + "'");
         return kAudioFile_Unimplemented;
-    return SetFacts(body);
+    }
+    // The type fixes the width where the word length does not agree with it.
+    if (bytes != 0 && (((body[6] << 8) | body[7]) + 7) / 8 != bytes)
+    {
+        body[6] = 0;
+        body[7] = static_cast<std::uint8_t>(bytes * 8);
+    }
+    r = SetFacts(body);
+    if (r == S_OK)
+    {
+        mCompressionType = type;
+        mOwner->SetLittleEndianAudio(littleEndian);
+    }
+    return r;
 }
 
 std::int64_t AIFCExtCommChunk::NameBufferSize() const
@@ -70,17 +99,17 @@ std::int64_t AIFCExtCommChunk::GetSize(std::int32_t)
     return kFixedSize + NameBufferSize();
 }
 
-PlugInResult AIFCExtCommChunk::Write(std::uint32_t, std::int64_t)
+PlugInResult AIFCExtCommChunk::Write(std::int64_t, std::int64_t)
 {
     std::vector<std::uint8_t> body(static_cast<std::size_t>(kFixedSize + NameBufferSize()), 0);
     FillBody(body.data());
-    std::memcpy(body.data() + kSize, &kCompression_NONE, 4);
+    std::memcpy(body.data() + kSize, &mCompressionType, 4);
     body[kFixedSize] = static_cast<std::uint8_t>(mCompressionName.size() & 0xFF);
     std::memcpy(body.data() + kFixedSize + 1, mCompressionName.data(), mCompressionName.size());
     return WriteExact(body.data(), static_cast<std::int64_t>(body.size()));
 }
 
-PlugInResult AIFCExtCommChunk::Print(std::ostream& out, std::uint32_t size, std::int64_t)
+PlugInResult AIFCExtCommChunk::Print(std::ostream& out, std::int64_t size, std::int64_t)
 {
     // A plain AIFF 'COMM' prints its four facts through this class too.
     if (size < kSize)

@@ -1,5 +1,7 @@
 #include "FF/PlugIns/AIFF.h"
 
+#include <algorithm>
+
 #include "FF/PlugIns/AIFFCommChunk.h"
 #include "FF/PlugIns/AIFFHeaderChunk.h"
 #include "FF/PlugIns/AIFFInstInfoChunk.h"
@@ -32,7 +34,7 @@ PlugInResult AIFF::GetFileTypeName(std::int32_t size, char* buffer)
 
 PlugInResult AIFF::GetByteOrder(std::int32_t* order)
 {
-    *order = 0;
+    *order = IsLittleEndianAudio() ? 1 : 0;
     return S_OK;
 }
 
@@ -83,6 +85,7 @@ void AIFF::CreateDefaultChunks(ChunkList& list)
     // Everything that can change in size stands behind the audio; 'MARK'
     // goes at the first flush unless an instrument has a loop.
     list.push_back(NewHeaderChunk());
+    AddVersionChunk(list);
     list.push_back(std::make_unique<UAFEbuChunk>(this, true));
     list.push_back(NewCommChunk());
     list.push_back(std::make_unique<PadChunk>(this));
@@ -191,4 +194,32 @@ void AIFF::ResolveLoops()
         instrument.loop2Type = releaseMode == 2 ? 2 : 1;
     }
     StoreInstrument(instrument);
+}
+
+std::vector<AIFF::Marker> AIFF::OtherMarkers() const
+{
+    std::vector<std::int16_t> loopIds;
+    if (mInstInfo)
+    {
+        std::uint8_t const* inst = mInstInfo->data();
+        if (BigEndian16(inst + 8) != 0)
+            loopIds.insert(loopIds.end(), {static_cast<std::int16_t>(BigEndian16(inst + 10)),
+                                           static_cast<std::int16_t>(BigEndian16(inst + 12))});
+        if (BigEndian16(inst + 14) != 0)
+            loopIds.insert(loopIds.end(), {static_cast<std::int16_t>(BigEndian16(inst + 16)),
+                                           static_cast<std::int16_t>(BigEndian16(inst + 18))});
+    }
+    std::vector<Marker> others;
+    for (auto const& m : mMarkers)
+        if (std::find(loopIds.begin(), loopIds.end(), m.id) == loopIds.end())
+            others.push_back(m);
+    return others;
+}
+
+std::int32_t AIFF::LoopMarkerBase() const
+{
+    std::int32_t base = 0;
+    for (auto const& m : OtherMarkers())
+        base = std::max<std::int32_t>(base, m.id + 1);
+    return base;
 }

@@ -51,6 +51,13 @@ public:
     void AddMarkers(std::vector<Marker> const& markers);
     // The 'INST' body as read; loops are resolved against the markers.
     void SetInstInfo(InstInfo const& body);
+    InstInfo const* GetInstInfo() const { return mInstInfo.get(); }
+    // Markers that no loop of the 'INST' chunk read with them uses: cue
+    // points of other tools, kept through every rewrite.
+    std::vector<Marker> OtherMarkers() const;
+    // The id of the first of the four loop markers a rewrite writes: past
+    // every id the other markers take.
+    std::int32_t LoopMarkerBase() const;
     // Sets the instrument's loops from the 'INST' copy and the markers, once
     // all three exist: called after either chunk is read, so that their
     // order in the file does not matter.
@@ -60,6 +67,7 @@ protected:
     AIFF() = default;
 
     // The classes that differ between AIFF and AIFF-C.
+    virtual void AddVersionChunk(ChunkList&) {}
     virtual std::unique_ptr<Chunk> NewHeaderChunk();
     virtual std::unique_ptr<Chunk> NewCommChunk();
     // Adds the identity chunks. `inFrontOfOmfi` places them in front of an

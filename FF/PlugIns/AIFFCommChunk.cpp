@@ -43,7 +43,7 @@ PlugInResult AIFFCommChunk::SetFacts(std::uint8_t const* body)
     return S_OK;
 }
 
-PlugInResult AIFFCommChunk::Read(std::uint32_t size, std::int64_t)
+PlugInResult AIFFCommChunk::Read(std::int64_t size, std::int64_t)
 {
     if (size < kSize)
         return kAudioFile_Unimplemented;
@@ -67,7 +67,7 @@ void AIFFCommChunk::FillBody(std::uint8_t* body)
     dtox80(&rate, body + 8);
 }
 
-PlugInResult AIFFCommChunk::Write(std::uint32_t, std::int64_t)
+PlugInResult AIFFCommChunk::Write(std::int64_t, std::int64_t)
 {
     std::uint8_t body[kSize];
     FillBody(body);
@@ -82,7 +82,7 @@ void AIFFCommChunk::PrintFacts(std::ostream& out, std::uint8_t const* body)
         << "\tnumSampleFrames: " << BigEndian(body + 2, 4) << "\n";
 }
 
-PlugInResult AIFFCommChunk::Print(std::ostream& out, std::uint32_t size, std::int64_t)
+PlugInResult AIFFCommChunk::Print(std::ostream& out, std::int64_t size, std::int64_t)
 {
     if (size < kSize)
     {

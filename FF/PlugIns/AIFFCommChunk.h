@@ -3,6 +3,7 @@
 #pragma once
 
 #include "FF/PlugIns/Chunk.h"
+#include "FF/PlugIns/PlugIn.h"
 
 class AIFFCommChunk : public Chunk
 {
@@ -11,10 +12,15 @@ public:
 
     explicit AIFFCommChunk(ChunkyFile* owner);
     bool IsObsolete() override { return false; }
-    PlugInResult Read(std::uint32_t size, std::int64_t bodyPosition) override;
-    PlugInResult Write(std::uint32_t size, std::int64_t bodyPosition) override;
-    PlugInResult Print(std::ostream& out, std::uint32_t size, std::int64_t bodyPosition) override;
+    PlugInResult Read(std::int64_t size, std::int64_t bodyPosition) override;
+    PlugInResult Write(std::int64_t size, std::int64_t bodyPosition) override;
+    PlugInResult Print(std::ostream& out, std::int64_t size, std::int64_t bodyPosition) override;
     std::int64_t GetSize(std::int32_t) override { return kSize; }
+    std::uint64_t ValueBits() const override
+    {
+        return PlugIn::kValidChannels | PlugIn::kValidSampleRate | PlugIn::kValidBitsPerSample |
+               PlugIn::kValidNumSamples;
+    }
 
 protected:
     // Takes the four facts from the 18 bytes, or refuses them.

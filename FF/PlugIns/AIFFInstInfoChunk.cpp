@@ -2,6 +2,8 @@
 
 #include "FF/PlugIns/AIFF.h"
 
+#include <cstring>
+
 namespace
 {
 // Play modes of a loop.
@@ -27,7 +29,7 @@ AIFFInstInfoChunk::AIFFInstInfoChunk(AIFF* owner) : Chunk(owner, kChunkId_INST, 
     owner->SetValidBits(PlugIn::kValidInstrument);
 }
 
-PlugInResult AIFFInstInfoChunk::Read(std::uint32_t size, std::int64_t)
+PlugInResult AIFFInstInfoChunk::Read(std::int64_t size, std::int64_t)
 {
     // A shorter body is of no known shape; a longer one keeps its tail unread.
     if (size < kSize)
@@ -49,26 +51,33 @@ PlugInResult AIFFInstInfoChunk::Read(std::uint32_t size, std::int64_t)
     return S_OK;
 }
 
-PlugInResult AIFFInstInfoChunk::Write(std::uint32_t, std::int64_t)
+PlugInResult AIFFInstInfoChunk::Write(std::int64_t, std::int64_t)
 {
-    std::uint8_t body[kSize] = {60, 0, 0, 127, 0, 127, 0x7F, 0xFF};
+    // Note ranges, velocities and a gain of 0 dB, or what the file had:
+    // the record does not carry them, and a rewrite must not reset them.
+    std::uint8_t body[kSize] = {60, 0, 0, 127, 0, 127, 0, 0};
+    if (AIFF::InstInfo const* old = mAiff->GetInstInfo())
+        std::memcpy(body, old->data(), kSize);
     if (mAiff->HasInstrument())
     {
         PlugInInstrument const& i = mAiff->Instrument();
         body[0] = i.rootMIDINote;
         body[1] = static_cast<std::uint8_t>(i.fineTuneCents);
-        // Sustain loop on markers 0 and 1, release loop on 2 and 3.
+        // Sustain loop on the first pair of loop markers, release loop on
+        // the second; a loop left out plays no markers.
+        auto const ids = static_cast<std::uint16_t>(mAiff->LoopMarkerBase());
+        std::memset(body + 8, 0, kSize - 8);
         if (i.loop1Type != 0)
         {
             PutBigEndian16(body + 8, PlayMode(i.loop1Type));
-            PutBigEndian16(body + 10, 0);
-            PutBigEndian16(body + 12, 1);
+            PutBigEndian16(body + 10, ids);
+            PutBigEndian16(body + 12, static_cast<std::uint16_t>(ids + 1));
         }
         if (i.loop2Type != 0)
         {
             PutBigEndian16(body + 14, PlayMode(i.loop2Type));
-            PutBigEndian16(body + 16, 2);
-            PutBigEndian16(body + 18, 3);
+            PutBigEndian16(body + 16, static_cast<std::uint16_t>(ids + 2));
+            PutBigEndian16(body + 18, static_cast<std::uint16_t>(ids + 3));
         }
     }
     static_assert(kNoLooping == 0, "a loop left out keeps the zeros of the body");

@@ -7,7 +7,7 @@
 
 namespace
 {
-constexpr std::int64_t kRecordSize = 16; // a written marker: 7 bytes, the 8-character name and a pad byte
+constexpr std::int64_t kRecordSize = 16;   // a written marker: 7 bytes, the 8-character name and a pad byte
 constexpr std::int64_t kMinRecordSize = 7; // id, position and the length byte
 // The most that 65535 markers can take: names of 255 characters and pads.
 constexpr std::int64_t kMaxBody = 2 + 65535 * (kMinRecordSize + 255 + 1);
@@ -33,15 +33,21 @@ std::int32_t AIFFMarkerChunk::LoopsToWrite() const
 
 bool AIFFMarkerChunk::IsObsolete()
 {
-    return LoopsToWrite() == 0;
+    return LoopsToWrite() == 0 && !KeepsItsBytes() && mAiff->OtherMarkers().empty();
 }
 
 std::int64_t AIFFMarkerChunk::GetSize(std::int32_t)
 {
-    return 2 + 2 * kRecordSize * LoopsToWrite();
+    std::int64_t size = 2 + 2 * kRecordSize * LoopsToWrite();
+    for (auto const& m : mAiff->OtherMarkers())
+    {
+        std::int64_t const record = kMinRecordSize + static_cast<std::int64_t>(m.name.size());
+        size += record + (record & 1);
+    }
+    return size;
 }
 
-PlugInResult AIFFMarkerChunk::Read(std::uint32_t size, std::int64_t)
+PlugInResult AIFFMarkerChunk::Read(std::int64_t size, std::int64_t)
 {
     if (size < 2)
         return E_FAIL;
@@ -89,16 +95,16 @@ PlugInResult AIFFMarkerChunk::Read(std::uint32_t size, std::int64_t)
     return S_OK;
 }
 
-PlugInResult AIFFMarkerChunk::Write(std::uint32_t, std::int64_t)
+PlugInResult AIFFMarkerChunk::Write(std::int64_t, std::int64_t)
 {
     std::int32_t const loops = LoopsToWrite();
-    std::vector<std::uint8_t> body(static_cast<std::size_t>(2 + 2 * kRecordSize * loops), 0);
-    body[0] = 0;
-    body[1] = static_cast<std::uint8_t>(2 * loops);
+    std::vector<AIFF::Marker> const others = mAiff->OtherMarkers();
+    std::vector<std::uint8_t> body(static_cast<std::size_t>(GetSize(0)), 0);
+    auto const count = static_cast<std::uint16_t>(others.size() + 2 * static_cast<std::size_t>(loops));
+    body[0] = static_cast<std::uint8_t>(count >> 8);
+    body[1] = static_cast<std::uint8_t>(count);
     std::size_t at = 2;
-    // Ids stay 0 and 1 for loop 1 and 2 and 3 for loop 2, whether or not
-    // the other loop is written.
-    auto put = [&](std::uint16_t id, std::int64_t position, char const* name)
+    auto put = [&](std::int32_t id, std::int64_t position, std::string const& name)
     {
         auto const frame = static_cast<std::uint32_t>(position);
         std::uint8_t* p = body.data() + at;
@@ -108,22 +114,28 @@ PlugInResult AIFFMarkerChunk::Write(std::uint32_t, std::int64_t)
         p[3] = static_cast<std::uint8_t>(frame >> 16);
         p[4] = static_cast<std::uint8_t>(frame >> 8);
         p[5] = static_cast<std::uint8_t>(frame);
-        p[6] = static_cast<std::uint8_t>(std::strlen(name));
-        std::memcpy(p + kMinRecordSize, name, std::strlen(name));
-        at += kRecordSize;
+        p[6] = static_cast<std::uint8_t>(name.size());
+        std::memcpy(p + kMinRecordSize, name.data(), name.size());
+        at += static_cast<std::size_t>(kMinRecordSize) + name.size();
+        at += at & 1;
     };
+    for (auto const& m : others)
+        put(m.id, m.position, m.name);
+    // Loop 1 on the first two ids past the others, loop 2 on the next two,
+    // whether or not the other loop is written.
+    std::int32_t const base = mAiff->LoopMarkerBase();
     if (loops > 0)
     {
         PlugInInstrument const& i = mAiff->Instrument();
         if (i.loop1Type != 0)
         {
-            put(0, i.loop1Start, kBegin);
-            put(1, i.loop1Stop, kEnd);
+            put(base, i.loop1Start, kBegin);
+            put(base + 1, i.loop1Stop, kEnd);
         }
         if (i.loop2Type != 0)
         {
-            put(2, i.loop2Start, kBegin);
-            put(3, i.loop2Stop, kEnd);
+            put(base + 2, i.loop2Start, kBegin);
+            put(base + 3, i.loop2Stop, kEnd);
         }
     }
     return WriteExact(body.data(), static_cast<std::int64_t>(body.size()));

@@ -30,7 +30,7 @@ std::int64_t RoundUpToEven(std::int64_t n)
 
 AIFFSsndChunk::AIFFSsndChunk(ChunkyFile* owner) : Chunk(owner, kChunkId_SSND, kAudioData) {}
 
-PlugInResult AIFFSsndChunk::Read(std::uint32_t size, std::int64_t bodyPosition)
+PlugInResult AIFFSsndChunk::Read(std::int64_t size, std::int64_t bodyPosition)
 {
     // A body without room for its own two fields is damaged.
     if (size < kHeaderSize)
@@ -40,7 +40,9 @@ PlugInResult AIFFSsndChunk::Read(std::uint32_t size, std::int64_t bodyPosition)
     if (r != S_OK)
         return r;
     mOffset = BigEndian32(body);
+    mOffsetField = mOffset;
     mBlockSize = BigEndian32(body + 4);
+    mBlockSizeField = mBlockSize;
     // Some writers put the absolute file position of the audio here.
     if (static_cast<std::int64_t>(mOffset) == bodyPosition + kHeaderSize)
         mOffset = 0;
@@ -51,21 +53,27 @@ PlugInResult AIFFSsndChunk::Read(std::uint32_t size, std::int64_t bodyPosition)
     if (static_cast<std::int64_t>(mOffset) > static_cast<std::int64_t>(size) - kHeaderSize)
         return kAudioFile_BadParameter;
     mOwner->SetDataOffset(bodyPosition + mOffset + kHeaderSize);
-    // The frame count stays what 'COMM' says, before or behind this chunk.
-    return Skip(RoundUpToEven(static_cast<std::int64_t>(size) - kHeaderSize));
+    // The frame count is what 'COMM' says, before or behind this chunk, up
+    // to what the chunk holds.
+    mDiskBytes = size;
+    mOwner->SetAudioBytes(size - kHeaderSize - mOffset);
+    return S_OK;
 }
 
 std::int64_t AIFFSsndChunk::GetSize(std::int32_t nominal)
 {
-    std::int64_t const bytes = mOffset + kHeaderSize + mOwner->NumSamples() * mOwner->FrameSize();
+    std::int64_t const frameSize = mOwner->FrameSize();
+    bool const asRead =
+        mDiskBytes >= 0 && frameSize > 0 && mOwner->NumSamples() == (mDiskBytes - kHeaderSize - mOffset) / frameSize;
+    std::int64_t const bytes = asRead ? mDiskBytes : mOffset + kHeaderSize + mOwner->NumSamples() * frameSize;
     return nominal ? bytes : RoundUpToEven(bytes);
 }
 
-PlugInResult AIFFSsndChunk::Write(std::uint32_t size, std::int64_t bodyPosition)
+PlugInResult AIFFSsndChunk::Write(std::int64_t size, std::int64_t bodyPosition)
 {
     std::uint8_t body[kHeaderSize];
-    PutBigEndian32(body, mOffset);
-    PutBigEndian32(body + 4, mBlockSize);
+    PutBigEndian32(body, mOffsetField);
+    PutBigEndian32(body + 4, mBlockSizeField);
     PlugInResult r = WriteExact(body, kHeaderSize);
     if (r != S_OK)
         return r;
@@ -73,7 +81,7 @@ PlugInResult AIFFSsndChunk::Write(std::uint32_t size, std::int64_t bodyPosition)
     return Skip(RoundUpToEven(static_cast<std::int64_t>(size) - kHeaderSize));
 }
 
-PlugInResult AIFFSsndChunk::Print(std::ostream& out, std::uint32_t size, std::int64_t)
+PlugInResult AIFFSsndChunk::Print(std::ostream& out, std::int64_t size, std::int64_t)
 {
     if (size < kHeaderSize)
     {
@@ -88,5 +96,5 @@ PlugInResult AIFFSsndChunk::Print(std::ostream& out, std::uint32_t size, std::in
     out << "\t" << offset << " byte offset to audio data\n"
         << "\tBlock size: " << BigEndian32(body + 4) << "\n"
         << "\t" << static_cast<std::int64_t>(size) - kHeaderSize - offset << " bytes of audio data\n";
-    return Skip(RoundUpToEven(static_cast<std::int64_t>(size) - kHeaderSize));
+    return S_OK;
 }

@@ -11,11 +11,11 @@ public:
     explicit AIFFSsndChunk(ChunkyFile* owner);
     std::int64_t GetFileSize() override { return GetSize(0) + 8; }
     bool IsObsolete() override { return false; }
-    PlugInResult Read(std::uint32_t size, std::int64_t bodyPosition) override;
+    PlugInResult Read(std::int64_t size, std::int64_t bodyPosition) override;
     // Sets the data offset and passes over the audio, which is written
     // straight into the file, never through here.
-    PlugInResult Write(std::uint32_t size, std::int64_t bodyPosition) override;
-    PlugInResult Print(std::ostream& out, std::uint32_t size, std::int64_t bodyPosition) override;
+    PlugInResult Write(std::int64_t size, std::int64_t bodyPosition) override;
+    PlugInResult Print(std::ostream& out, std::int64_t size, std::int64_t bodyPosition) override;
     std::int64_t GetSize(std::int32_t nominal) override;
 
     std::uint32_t GetOffset() const { return mOffset; }
@@ -24,4 +24,11 @@ public:
 private:
     std::uint32_t mOffset = 0;
     std::uint32_t mBlockSize = 0;
+    // The offset field as the file has it (some writers put an absolute
+    // position there), written back as it was.
+    std::uint32_t mOffsetField = 0;
+    std::uint32_t mBlockSizeField = 0;
+    // The body as the file held it: while the length is unchanged a rewrite
+    // keeps every byte of it.
+    std::int64_t mDiskBytes = -1;
 };

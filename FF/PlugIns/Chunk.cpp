@@ -25,19 +25,19 @@ bool Chunk::IsObsolete()
     return false;
 }
 
-PlugInResult Chunk::Read(std::uint32_t, std::int64_t)
+PlugInResult Chunk::Read(std::int64_t, std::int64_t)
 {
     CMN_ASSERT(false);
     return E_FAIL;
 }
 
-PlugInResult Chunk::Write(std::uint32_t, std::int64_t)
+PlugInResult Chunk::Write(std::int64_t, std::int64_t)
 {
     CMN_ASSERT(false);
     return E_FAIL;
 }
 
-PlugInResult Chunk::Print(std::ostream&, std::uint32_t, std::int64_t)
+PlugInResult Chunk::Print(std::ostream&, std::int64_t, std::int64_t)
 {
     CMN_ASSERT(false);
     return E_FAIL;
@@ -51,9 +51,36 @@ std::int64_t Chunk::GetSize(std::int32_t)
 
 std::int64_t Chunk::GetTotalSize(std::int32_t nominal)
 {
-    if (mKind == kUnknown)
-        return GetFileSize();
+    if (KeepsItsBytes())
+        return mHeld.empty() ? GetFileSize() : static_cast<std::int64_t>(mHeld.size());
     return GetSize(nominal) + 8;
+}
+
+bool Chunk::KeepsItsBytes()
+{
+    if (mKind == kUnknown)
+        return true;
+    if (mKind == kCorrupt || (mFileSize == 0 && mHeld.empty()))
+        return false;
+    std::uint64_t const bits = ValueBits();
+    return bits != kAlwaysWritten && (bits & mOwner->ChangedMask()) == 0;
+}
+
+PlugInResult Chunk::HoldBytes(std::int64_t position)
+{
+    if (mFileSize == 0 || !mHeld.empty())
+        return S_OK;
+    // Bounded by what the file really holds, and by a limit: a rewrite that
+    // would have to keep more in memory fails rather than drop it.
+    if (mFileSize > kMaxHeldBytes)
+        return E_FAIL;
+    mHeld.resize(static_cast<std::size_t>(mFileSize));
+    PlugInResult r = mOwner->GetFile()->SetPosition(0, position);
+    if (r == S_OK)
+        r = ReadExact(mHeld.data(), mFileSize);
+    if (r != S_OK)
+        mHeld.clear();
+    return r;
 }
 
 bool Chunk::ShouldDiscard()
@@ -61,22 +88,28 @@ bool Chunk::ShouldDiscard()
     if (mKind == kCorrupt)
         return true;
     // Unknown chunks may hold sample positions: once the audio was cut below
-    // the length they were loaded with, they go.
+    // the length they were loaded with, they go. Bytes behind the form are
+    // no chunk and hold none.
     if (mKind == kUnknown)
-        return mSamplesAtCreation > mOwner->NumSamples();
+        return !mTrailing && mSamplesAtCreation > mOwner->NumSamples();
     return IsObsolete();
 }
 
-PlugInResult Chunk::ReadChunk(ChunkId, std::uint32_t size, std::int64_t position, std::int64_t fileEOF)
+PlugInResult Chunk::ReadChunk(ChunkId, std::int64_t size, std::int64_t position, std::int64_t fileEOF)
 {
+    std::int64_t const body = position + 8;
+    // An audio chunk may not say how long it is (a recorder that stopped,
+    // a stream): its handler knows how much of it there is.
+    if (mKind == kAudioData)
+        size = mOwner->AudioBodySize(size, body, fileEOF);
     // A file header's size may be wrong and the file still usable.
-    if (mKind != kFileHeader && position + 8 + static_cast<std::int64_t>(size) > fileEOF)
+    else if (mKind != kFileHeader && body + size > fileEOF)
         mKind = kCorrupt;
 
     PlugInResult result = S_OK;
     if (mKind != kUnknown && mKind != kCorrupt)
     {
-        result = Read(size, position + 8);
+        result = Read(size, body);
         if (result == kAudioFile_Unimplemented)
         {
             mKind = kUnknown;
@@ -88,30 +121,37 @@ PlugInResult Chunk::ReadChunk(ChunkId, std::uint32_t size, std::int64_t position
             result = S_OK;
         }
     }
-    // The size is deliberately not rounded up to even here: an odd unknown
-    // chunk leaves the walk a byte short, and the next header usually reads
-    // as corrupt, which ends the parse.
-    if (result == S_OK && mKind == kUnknown)
-        result = mOwner->GetFile()->SetPosition(0, position + 8 + static_cast<std::int64_t>(size));
+    // Every chunk but the header ends at its size rounded up to even: the
+    // formats pad odd bodies with a byte that the size leaves out. Walking
+    // by the bare size would lose every chunk behind an odd one.
+    if (result == S_OK && mKind != kCorrupt && mKind != kFileHeader)
+        result = mOwner->GetFile()->SetPosition(0, mOwner->ChunkEnd(body + size, fileEOF));
     return result;
 }
 
 PlugInResult Chunk::WriteChunk(std::int64_t position)
 {
     CMN_ASSERT(mKind != kCorrupt);
+    if (KeepsItsBytes())
+    {
+        if (mHeld.empty())
+            return Skip(GetFileSize());
+        PlugInResult const r = WriteExact(mHeld.data(), static_cast<std::int64_t>(mHeld.size()));
+        if (r == S_OK)
+            std::vector<std::uint8_t>().swap(mHeld);
+        return r;
+    }
     unsigned char header[8];
     std::memcpy(header, &mId, 4);
-    std::uint32_t const size = Swap32(static_cast<std::uint32_t>(GetTotalSize(1) - 8));
+    std::uint32_t const size = Swap32(mOwner->SizeField(*this, GetTotalSize(1) - 8));
     std::memcpy(header + 4, &size, 4);
     PlugInResult r = WriteExact(header, 8);
-    if (r != S_OK)
-        return r;
-    // An unknown chunk's bytes stay as they lie on disk. One that lost its
-    // place (file size 0) leaves only its header, which the next chunk
-    // overwrites.
-    if (mKind == kUnknown)
-        return Skip(GetFileSize() - 8);
-    return Write(static_cast<std::uint32_t>(GetSize(0)), position + 8);
+    if (r == S_OK)
+        r = Write(GetSize(0), position + 8);
+    // A body made afresh from changed values no longer needs its old bytes.
+    if (r == S_OK)
+        std::vector<std::uint8_t>().swap(mHeld);
+    return r;
 }
 
 PlugInResult Chunk::PrintChunk(std::ostream& out, std::int64_t position, std::int64_t fileEOF)
@@ -123,7 +163,10 @@ PlugInResult Chunk::PrintChunk(std::ostream& out, std::int64_t position, std::in
     std::uint32_t size;
     std::memcpy(&size, header + 4, 4);
     size = Swap32(size);
-    if (mKind != kFileHeader && position + 8 + static_cast<std::int64_t>(size) > fileEOF)
+    std::int64_t extent = size;
+    if (mKind == kAudioData)
+        extent = mOwner->AudioBodySize(size, position + 8, fileEOF);
+    else if (mKind != kFileHeader && position + 8 + static_cast<std::int64_t>(size) > fileEOF)
         mKind = kCorrupt;
     out << "Chunk Position: " << position << "\n"
         << "Chunk ID: " << std::string(reinterpret_cast<char const*>(header), 4) << "\n"
@@ -135,11 +178,12 @@ PlugInResult Chunk::PrintChunk(std::ostream& out, std::int64_t position, std::in
         return S_OK;
     }
     if (mKind == kUnknown)
-    {
         out << "\t** Contents Unknown **\n";
-        return Skip(size);
-    }
-    return Print(out, size, position + 8);
+    else
+        r = Print(out, extent, position + 8);
+    if (r != S_OK || mKind == kFileHeader)
+        return r;
+    return mOwner->GetFile()->SetPosition(0, mOwner->ChunkEnd(position + 8 + extent, fileEOF));
 }
 
 PlugInResult Chunk::WriteExact(void const* buffer, std::int64_t count)

@@ -20,3 +20,7 @@ const ChunkId kChunkId_SSND = ChunkIdFromText("SSND");
 const ChunkId kChunkId_INST = ChunkIdFromText("INST");
 const ChunkId kChunkId_MARK = ChunkIdFromText("MARK");
 const ChunkId kCompression_NONE = ChunkIdFromText("NONE");
+const ChunkId kChunkId_RF64 = ChunkIdFromText("RF64");
+const ChunkId kChunkId_BW64 = ChunkIdFromText("BW64");
+const ChunkId kChunkId_ds64 = ChunkIdFromText("ds64");
+const ChunkId kChunkId_FVER = ChunkIdFromText("FVER");

@@ -8,6 +8,7 @@
 #include "FF/PlugIns/UAFRegnChunk.h"
 #include "FF/PlugIns/UAFUmidChunk.h"
 
+#include <algorithm>
 #include <cstring>
 
 ChunkyFile::~ChunkyFile() = default;
@@ -25,11 +26,23 @@ PlugInResult ChunkyFile::WalkChunks(bool keep, ChunkVisitor const& visit)
         return r;
 
     std::int64_t pos = 0;
+    // Whatever the walk does not take as chunks stays in the file, behind them.
+    auto keepTheRest = [&]
+    {
+        if (keep && pos < fileEOF)
+        {
+            auto tail = std::make_unique<Chunk>(this, 0, Chunk::kUnknown);
+            tail->SetTrailing();
+            tail->SetFileSize(fileEOF - pos);
+            mChunks.push_back(std::move(tail));
+        }
+        return S_OK;
+    };
     for (std::size_t walked = 0; pos < fileEOF; ++walked)
     {
-        // More than this many chunks: the rest of the file is ignored.
+        // More than this many chunks: the rest of the file is not parsed.
         if (walked > kMaxChunks)
-            return S_OK;
+            return keepTheRest();
         unsigned char header[8];
         std::int64_t got = 8;
         r = mFile->Read(header, &got);
@@ -38,7 +51,7 @@ PlugInResult ChunkyFile::WalkChunks(bool keep, ChunkVisitor const& visit)
         // A header cut by the end of the file is a chunk running past the end:
         // the walk ends there, and what came before stands.
         if (got != 8)
-            return S_OK;
+            return keepTheRest();
         ChunkId id;
         std::uint32_t size;
         std::memcpy(&id, header, 4);
@@ -50,13 +63,13 @@ PlugInResult ChunkyFile::WalkChunks(bool keep, ChunkVisitor const& visit)
             return r;
         // A corrupt chunk ends the file for the walk; what came before stands.
         if (chunk->GetKind() == Chunk::kCorrupt)
-            return S_OK;
+            return keepTheRest();
         std::int64_t tell = 0;
         r = mFile->GetPosition(&tell);
         if (r != S_OK)
             return r;
         if (tell <= pos)
-            return S_OK;
+            return keepTheRest();
         if (keep)
         {
             chunk->SetFileSize(tell - pos);
@@ -67,11 +80,87 @@ PlugInResult ChunkyFile::WalkChunks(bool keep, ChunkVisitor const& visit)
     return S_OK;
 }
 
+bool ChunkyFile::PlausibleHeaderAt(std::int64_t pos, std::int64_t fileEOF)
+{
+    if (pos + 8 > fileEOF)
+        return false;
+    std::int64_t saved = 0;
+    if (mFile->GetPosition(&saved) != S_OK || mFile->SetPosition(0, pos) != S_OK)
+        return false;
+    unsigned char header[8];
+    std::int64_t got = 8;
+    bool const read = mFile->Read(header, &got) == S_OK && got == 8;
+    mFile->SetPosition(0, saved);
+    if (!read)
+        return false;
+    for (int i = 0; i < 4; ++i)
+        if (header[i] < 0x20 || header[i] > 0x7E)
+            return false;
+    std::uint32_t size;
+    std::memcpy(&size, header + 4, 4);
+    return pos + 8 + static_cast<std::int64_t>(Swap32(size)) <= fileEOF;
+}
+
+std::int64_t ChunkyFile::ChunkEnd(std::int64_t bodyEnd, std::int64_t fileEOF)
+{
+    if ((bodyEnd & 1) == 0 || bodyEnd >= fileEOF)
+        return bodyEnd;
+    if (bodyEnd + 1 == fileEOF)
+        return fileEOF;
+    if (!PlausibleHeaderAt(bodyEnd + 1, fileEOF) && PlausibleHeaderAt(bodyEnd, fileEOF))
+        return bodyEnd;
+    return bodyEnd + 1;
+}
+
+std::int64_t ChunkyFile::AudioBodySize(std::int64_t size, std::int64_t body, std::int64_t fileEOF)
+{
+    std::int64_t const there = fileEOF > body ? fileEOF - body : 0;
+    if (size == 0xFFFFFFFF && mLongAudioSize >= 0)
+        size = mLongAudioSize;
+    // A size of 0 with bytes behind it that are no chunk is a header that
+    // was written before the audio and never finished.
+    bool const unfinished =
+        size > there || size == 0xFFFFFFFF || (size == 0 && there > 0 && !PlausibleHeaderAt(body, fileEOF));
+    if (!unfinished)
+        return size;
+    SetHeaderIncomplete();
+    return there;
+}
+
+std::uint32_t ChunkyFile::SizeField(Chunk&, std::int64_t size)
+{
+    return size > 0xFFFFFFFF ? 0xFFFFFFFFu : static_cast<std::uint32_t>(size);
+}
+
+std::int64_t ChunkyFile::GetFormSize()
+{
+    std::int64_t behind = 0;
+    for (ChunkList* list : {&mNewChunks, &mChunks})
+        for (auto it = list->rbegin(); it != list->rend() && (*it)->IsTrailing(); ++it)
+            behind += (*it)->GetTotalSize(0);
+    return GetTotalFileSize() - behind;
+}
+
 PlugInResult ChunkyFile::DoOpen()
 {
     mChunks.clear();
-    return WalkChunks(true, [](Chunk& chunk, ChunkId id, std::uint32_t size, std::int64_t pos, std::int64_t eof)
-                      { return chunk.ReadChunk(id, size, pos, eof); });
+    mNewChunks.clear();
+    mLongAudioSize = -1;
+    mAudioBytes = -1;
+    mLittleEndianAudio.reset();
+    PlugInResult const r = WalkChunks(true, [](Chunk& chunk, ChunkId id, std::int64_t size, std::int64_t pos,
+                                               std::int64_t eof) { return chunk.ReadChunk(id, size, pos, eof); });
+    // The frames are those the audio chunk holds in full, whatever a header
+    // claims: a count beyond them would read past the audio.
+    std::int64_t const frameSize = FrameSize();
+    if (r == S_OK && mAudioBytes >= 0 && frameSize > 0 && (GetValidMask() & kValidNumSamples) &&
+        (IsHeaderIncomplete() || NumSamples() > mAudioBytes / frameSize))
+    {
+        if (NumSamples() > mAudioBytes / frameSize)
+            SetHeaderIncomplete();
+        SetNumSamplesValue(mAudioBytes / frameSize);
+    }
+    return r;
 }
 
 std::int64_t ChunkyFile::GetTotalFileSize()
@@ -96,6 +185,9 @@ PlugInResult ChunkyFile::DoFormat()
 {
     mChunks.clear();
     mNewChunks.clear();
+    mLongAudioSize = -1;
+    mAudioBytes = -1;
+    mLittleEndianAudio.reset();
     CreateDefaultChunks(mNewChunks);
     PlugInResult r = mFile->SetEOF(GetTotalFileSize());
     if (r != S_OK)
@@ -124,6 +216,10 @@ PlugInResult ChunkyFile::DoSetNumSamples(std::int64_t frames)
         StampWithUmid();
     if (!mChunks.empty())
     {
+        // A file that cannot keep the bytes behind its audio is not changed.
+        PlugInResult const held = BeforeAudioGrows();
+        if (held != S_OK)
+            return held;
         // Whatever stood behind the audio waits in the new list, so that the
         // audio chunk is last in the file and free to grow.
         while (!mChunks.empty() && mChunks.back()->GetKind() != Chunk::kAudioData)
@@ -136,6 +232,36 @@ PlugInResult ChunkyFile::DoSetNumSamples(std::int64_t frames)
     }
     SetNumSamplesValue(frames);
     return mFile->SetEOF(GetTotalFileSize());
+}
+
+PlugInResult ChunkyFile::DoImplement(PlugInGuid const* iid)
+{
+    PlugInResult const r = DoImplement(iid, mChunks);
+    // Chunks added at the end of the list join the form, in front of the
+    // bytes that stand behind it.
+    std::stable_partition(mChunks.begin(), mChunks.end(), [](auto const& c) { return !c->IsTrailing(); });
+    return r;
+}
+
+PlugInResult ChunkyFile::BeforeAudioGrows()
+{
+    // Chunks behind the audio keep their bytes in memory while the audio
+    // grows over their place.
+    std::int64_t pos = 0;
+    bool behind = false;
+    for (auto& c : mChunks)
+    {
+        if (c->GetKind() == Chunk::kAudioData)
+            behind = true;
+        else if (behind && c->KeepsItsBytes())
+        {
+            PlugInResult const r = c->HoldBytes(pos);
+            if (r != S_OK)
+                return r;
+        }
+        pos += c->GetFileSize();
+    }
+    return S_OK;
 }
 
 PlugInResult ChunkyFile::DoFlush()
@@ -152,9 +278,11 @@ PlugInResult ChunkyFile::DoFlush()
         bool const discard = c.ShouldDiscard();
         std::int64_t const fileSize = c.GetFileSize();
         std::int64_t const delta = discard ? -fileSize : c.GetTotalSize(0) - fileSize;
-        // The result is that of the position restore: a failed move is not
-        // reported here, and the chunk writes below find what they find.
-        MoveBytes(pos + fileSize, sum - (pos + fileSize), delta);
+        // A failed move is reported: the chunks written below would land on
+        // bytes that are not where they should be.
+        PlugInResult const moved = MoveBytes(pos + fileSize, sum - (pos + fileSize), delta);
+        if (moved != S_OK)
+            return moved;
         sum += delta;
         if (discard)
             it = mChunks.erase(it);
@@ -172,6 +300,18 @@ PlugInResult ChunkyFile::DoFlush()
     if (r != S_OK)
         return r;
 
+    // Bytes behind the form stay behind it, after the chunks that join it.
+    ChunkList trailing;
+    while (!mChunks.empty() && mChunks.back()->IsTrailing())
+    {
+        trailing.push_front(std::move(mChunks.back()));
+        mChunks.pop_back();
+    }
+    while (!mNewChunks.empty() && mNewChunks.back()->IsTrailing())
+    {
+        trailing.push_front(std::move(mNewChunks.back()));
+        mNewChunks.pop_back();
+    }
     while (!mNewChunks.empty())
     {
         std::unique_ptr<Chunk> c = std::move(mNewChunks.front());
@@ -179,6 +319,7 @@ PlugInResult ChunkyFile::DoFlush()
         if (!c->ShouldDiscard())
             mChunks.push_back(std::move(c));
     }
+    mChunks.splice(mChunks.end(), trailing);
 
     pos = 0;
     for (auto& c : mChunks)
@@ -271,6 +412,7 @@ PlugInResult ChunkyFile::StampWithUmid()
     for (ChunkList* list : {&mChunks, &mNewChunks})
         for (auto& c : *list)
             c->Restamp();
+    MarkChanged(kValidUmid);
     mDataRevision = 0;
     return S_OK;
 }

@@ -9,6 +9,7 @@
 #include <functional>
 #include <list>
 #include <memory>
+#include <optional>
 
 class ChunkyFile : public PlugIn
 {
@@ -24,9 +25,12 @@ public:
     PlugInResult DoSetNumSamples(std::int64_t frames) override;
     PlugInResult PrintFile(std::ostream& out) override;
     PlugInResult StampWithUmid() override;
+    // Chunks behind the audio keep their bytes in memory before samples
+    // are written over their place.
+    PlugInResult BeforeAudioGrows() override;
     // Adding an interface adds its chunks to those on disk, with file size 0:
     // the next flush gives them their room.
-    PlugInResult DoImplement(PlugInGuid const* iid) override { return DoImplement(iid, mChunks); }
+    PlugInResult DoImplement(PlugInGuid const* iid) override;
     virtual PlugInResult DoImplement(PlugInGuid const* iid, ChunkList& list) = 0;
     // Files of chunks can take identity and instrument data.
     PlugInResult CanImplement(PlugInGuid const* iid) override;
@@ -49,6 +53,28 @@ public:
     // Bytes between the start of the audio chunk and its first audio byte.
     virtual std::int32_t DataChunkHeaderSize() = 0;
 
+    // Where the next chunk starts behind a body that ends at `bodyEnd`: the
+    // size rounded up to even, as the formats pad odd bodies. A writer that
+    // forgot the pad is recognised by a plausible chunk header at the odd
+    // position where the even one has none.
+    std::int64_t ChunkEnd(std::int64_t bodyEnd, std::int64_t fileEOF);
+    // The bytes of an audio chunk whose header says `size`, with its body at
+    // `body`: a size of 0 or 0xFFFFFFFF, or one that runs past the end, is a
+    // header that was never finished (a recorder that stopped, a file written
+    // to a pipe, a copy cut short), and the audio runs to the end of the file.
+    std::int64_t AudioBodySize(std::int64_t size, std::int64_t body, std::int64_t fileEOF);
+    // The bytes of audio proper that the parse found in the audio chunk.
+    void SetAudioBytes(std::int64_t bytes) { mAudioBytes = bytes; }
+    // Audio bytes in the other order than the chunks' numbers (AIFF-C 'sowt').
+    void SetLittleEndianAudio(bool little) { mLittleEndianAudio = little; }
+    bool IsLittleEndianAudio() override { return mLittleEndianAudio.value_or(!IsBigEndian()); }
+    // The audio chunk's size as a 'ds64' chunk gives it, -1 while none did.
+    void SetLongAudioSize(std::int64_t size) { mLongAudioSize = size; }
+    // The value of a chunk's size field for a body of `size` bytes.
+    virtual std::uint32_t SizeField(Chunk& chunk, std::int64_t size);
+    // The bytes of the form: the file without what stands behind it.
+    std::int64_t GetFormSize();
+
     ChunkList const& GetChunks() const { return mChunks; }
     ChunkList const& GetNewChunks() const { return mNewChunks; }
     // The sum of the total sizes of both lists: what the file's length must be.
@@ -68,11 +94,12 @@ protected:
 
     // Handles the chunk at `pos` (the file stands behind its header) and
     // leaves the file behind it.
-    using ChunkVisitor = std::function<PlugInResult(Chunk& chunk, ChunkId id, std::uint32_t size, std::int64_t pos,
+    using ChunkVisitor = std::function<PlugInResult(Chunk& chunk, ChunkId id, std::int64_t size, std::int64_t pos,
                                                     std::int64_t fileEOF)>;
     // Walks the chunks from the start of the file: to its end, a header cut
     // short, a corrupt chunk, a chunk that does not move the walk forward, or
-    // kMaxChunks chunks. With `keep` the chunks go to `mChunks`.
+    // kMaxChunks chunks. With `keep` the chunks go to `mChunks`, and whatever
+    // stands behind the last of them is kept as trailing bytes.
     PlugInResult WalkChunks(bool keep, ChunkVisitor const& visit);
 
     // Adds the chunks that make the identity interface available and that the
@@ -86,6 +113,14 @@ protected:
     // True if the list holds a chunk of that kind.
     static bool HasKind(ChunkList const& list, std::int32_t kind);
 
+    // True if a plausible chunk header stands at `pos`; the file position is
+    // kept.
+    bool PlausibleHeaderAt(std::int64_t pos, std::int64_t fileEOF);
+
+    std::int64_t mLongAudioSize = -1;
+    std::optional<bool> mLittleEndianAudio;
+    // Body bytes of the audio chunk as the parse found them, -1 for none.
+    std::int64_t mAudioBytes = -1;
     ChunkList mChunks;    // on disk, in file order
     ChunkList mNewChunks; // to be written behind them at the next flush
 };

@@ -9,19 +9,19 @@ FormHeaderChunk::FormHeaderChunk(ChunkyFile* owner, ChunkId headerId, ChunkId fo
 {
 }
 
-PlugInResult FormHeaderChunk::Read(std::uint32_t, std::int64_t)
+PlugInResult FormHeaderChunk::Read(std::int64_t, std::int64_t)
 {
     ChunkId form = 0;
     PlugInResult const r = ReadExact(&form, 4);
     return r == S_OK && form == mFormType ? S_OK : kAudioFile_BadParameter;
 }
 
-PlugInResult FormHeaderChunk::Write(std::uint32_t, std::int64_t)
+PlugInResult FormHeaderChunk::Write(std::int64_t, std::int64_t)
 {
     return WriteExact(&mFormType, 4);
 }
 
-PlugInResult FormHeaderChunk::Print(std::ostream& out, std::uint32_t, std::int64_t)
+PlugInResult FormHeaderChunk::Print(std::ostream& out, std::int64_t, std::int64_t)
 {
     ChunkId form = 0;
     PlugInResult const r = ReadExact(&form, 4);
@@ -36,5 +36,5 @@ std::int64_t FormHeaderChunk::GetSize(std::int32_t nominal)
     // The nominal 0 case must not ask for the total: that sum asks here.
     if (nominal == 0)
         return 4;
-    return mOwner->GetTotalFileSize() - 8;
+    return mOwner->GetFormSize() - 8;
 }

@@ -11,9 +11,9 @@ public:
     bool IsObsolete() override { return false; }
     // A header without this form type, or too short to hold one, refuses
     // the file: it belongs to another handler or to none.
-    PlugInResult Read(std::uint32_t size, std::int64_t bodyPosition) override;
-    PlugInResult Write(std::uint32_t size, std::int64_t bodyPosition) override;
-    PlugInResult Print(std::ostream& out, std::uint32_t size, std::int64_t bodyPosition) override;
+    PlugInResult Read(std::int64_t size, std::int64_t bodyPosition) override;
+    PlugInResult Write(std::int64_t size, std::int64_t bodyPosition) override;
+    PlugInResult Print(std::ostream& out, std::int64_t size, std::int64_t bodyPosition) override;
     std::int64_t GetSize(std::int32_t nominal) override;
 
 protected:

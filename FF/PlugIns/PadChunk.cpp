@@ -36,17 +36,17 @@ PadChunk::PadChunk(ChunkyFile* owner) : Chunk(owner, kChunkId_Elmo, kPad)
     }
 }
 
-PlugInResult PadChunk::Read(std::uint32_t size, std::int64_t)
+PlugInResult PadChunk::Read(std::int64_t size, std::int64_t)
 {
     return Skip(size);
 }
 
-PlugInResult PadChunk::Write(std::uint32_t size, std::int64_t)
+PlugInResult PadChunk::Write(std::int64_t size, std::int64_t)
 {
     return Skip(size);
 }
 
-PlugInResult PadChunk::Print(std::ostream& out, std::uint32_t size, std::int64_t)
+PlugInResult PadChunk::Print(std::ostream& out, std::int64_t size, std::int64_t)
 {
     out << "\t** Padding to sector boundary **\n";
     return Skip(size);

@@ -61,6 +61,10 @@ void PlugIn::Reset()
     mDropFrame = true;
     mHasInstrument = false;
     mInstrument = PlugInInstrument{};
+    mChangedMask = 0;
+    mRefusalReason.clear();
+    mHeaderIncomplete = false;
+    mChannelMask = 0;
 }
 
 void PlugIn::DisposeOverviews()
@@ -201,6 +205,7 @@ PlugInResult PlugIn::Format(std::uint16_t channels, std::int32_t samplesPerSec, 
     SetBitsPerSample(bitsPerSample);
     SetNumSamplesValue(numSamples);
     mUTCModDate = Now();
+    mChangedMask = ~std::uint64_t{0};
     return DoFormat();
 }
 
@@ -209,6 +214,9 @@ PlugInResult PlugIn::Open()
     Reset();
     PlugInResult r = DoOpen();
     mCommittedSamples = mNumSamples;
+    // What the parse put in the cache is what the chunks already say; only
+    // a header that did not give the length must be written anew.
+    mChangedMask = mHeaderIncomplete ? kValidNumSamples : 0;
     return r;
 }
 
@@ -220,8 +228,11 @@ PlugInResult PlugIn::Flush()
         mAudioDirty = false;
     }
     mUTCModDate = Now();
+    mChangedMask |= kValidModification;
     PlugInResult r = DoFlush();
     mCommittedSamples = mNumSamples;
+    if (r == S_OK)
+        mChangedMask = 0;
     return r;
 }
 
@@ -332,7 +343,7 @@ PlugInResult PlugIn::SampleRead(void* buffer, std::int64_t frames)
 {
     // A missing file is remembered, but the range test still speaks first.
     PlugInResult result = mFile ? S_OK : E_UNEXPECTED;
-    if (static_cast<std::uint64_t>(frames) + static_cast<std::uint64_t>(static_cast<std::int64_t>(mPosition)) >
+    if (static_cast<std::uint64_t>(frames) + static_cast<std::uint64_t>(mPosition) >
         static_cast<std::uint64_t>(mNumSamples))
         return kImportExport_BadParameter;
     if (frames == 0 || result != S_OK)
@@ -340,7 +351,7 @@ PlugInResult PlugIn::SampleRead(void* buffer, std::int64_t frames)
 
     std::int64_t const frameSize = FrameSize();
     std::int64_t const bytes = frames * frameSize;
-    result = mFile->SetPosition(0, mDataOffset + static_cast<std::int64_t>(mPosition) * frameSize);
+    result = mFile->SetPosition(0, mDataOffset + mPosition * frameSize);
     if (result != S_OK)
         return result;
     std::int64_t got = bytes;
@@ -349,7 +360,7 @@ PlugInResult PlugIn::SampleRead(void* buffer, std::int64_t frames)
         return result;
     if (got != bytes)
         return E_UNEXPECTED;
-    mPosition = static_cast<std::int32_t>(mPosition + frames);
+    mPosition += frames;
     if (IsUnsigned8Bit())
     {
         auto* p = static_cast<std::uint8_t*>(buffer);
@@ -367,6 +378,12 @@ PlugInResult PlugIn::SampleWrite(void* buffer, std::int64_t frames)
         return S_OK;
     std::int64_t const frameSize = FrameSize();
     std::int64_t const bytes = frames * frameSize;
+    if (mPosition + frames > mNumSamples)
+    {
+        PlugInResult const r = BeforeAudioGrows();
+        if (r != S_OK)
+            return r;
+    }
     if (IsUnsigned8Bit())
     {
         // The caller's buffer stays flipped: the format keeps 8-bit audio unsigned.
@@ -374,7 +391,7 @@ PlugInResult PlugIn::SampleWrite(void* buffer, std::int64_t frames)
         for (std::int64_t i = 0; i < bytes; ++i)
             p[i] ^= 0x80;
     }
-    PlugInResult r = mFile->SetPosition(0, mDataOffset + static_cast<std::int64_t>(mPosition) * frameSize);
+    PlugInResult r = mFile->SetPosition(0, mDataOffset + mPosition * frameSize);
     if (r != S_OK)
         return r;
     std::int64_t put = bytes;
@@ -383,7 +400,7 @@ PlugInResult PlugIn::SampleWrite(void* buffer, std::int64_t frames)
         return r;
     if (put != bytes)
         return E_UNEXPECTED;
-    mPosition = static_cast<std::int32_t>(mPosition + frames);
+    mPosition += frames;
     mAudioDirty = true;
     return S_OK;
 }
@@ -395,11 +412,11 @@ PlugInResult PlugIn::SampleSetPosition(std::int32_t from, std::int64_t frames)
     switch (from)
     {
     case 0: mPosition = static_cast<std::int32_t>(frames); break;
-    case 1: mPosition = static_cast<std::int32_t>(mPosition + frames); break;
+    case 1: mPosition += frames; break;
     case 2: mPosition = static_cast<std::int32_t>(mNumSamples - frames); break;
     default: return kImportExport_BadParameter;
     }
-    return mFile->SetPosition(0, mDataOffset + static_cast<std::int64_t>(mPosition) * FrameSize());
+    return mFile->SetPosition(0, mDataOffset + mPosition * FrameSize());
 }
 
 PlugInResult PlugIn::SampleGetPosition(std::int64_t* frames)
@@ -453,6 +470,7 @@ PlugInResult PlugIn::SetNumSamples(std::int64_t frames)
     {
         mAudioDirty = true;
     }
+    mChangedMask |= kValidNumSamples | kValidOverviews;
     PlugInResult r = DoSetNumSamples(frames);
     // Overviews describe the old length; none survives a change of it.
     DisposeOverviews();
@@ -465,6 +483,7 @@ PlugInResult PlugIn::AddRegion(PlugInRegion* region)
     Sys_Umid const umid = Sys_Umid::Create();
     std::memcpy(region->umid, &umid, 16);
     mRegions.push_back(*region);
+    mChangedMask |= kValidRegions;
     return S_OK;
 }
 
@@ -472,6 +491,7 @@ PlugInResult PlugIn::RemoveRegion(std::uint8_t const* umid)
 {
     std::size_t before = mRegions.size();
     std::erase_if(mRegions, [&](PlugInRegion const& r) { return std::memcmp(r.umid, umid, 16) == 0; });
+    mChangedMask |= kValidRegions;
     return mRegions.size() == before ? E_FAIL : S_OK;
 }
 
@@ -502,6 +522,7 @@ PlugInResult PlugIn::GetOverview(char*** data, std::int32_t spi, std::int32_t bp
 
 PlugInResult PlugIn::SetOverview(char** data, std::int32_t spi, std::int32_t bpi, std::int32_t numIntervals)
 {
+    mChangedMask |= kValidOverviews;
     auto const size = static_cast<std::uint32_t>((static_cast<std::int64_t>(numIntervals) * bpi * 2) / 8 + 24);
     for (auto& o : mOverviews)
     {
@@ -558,6 +579,7 @@ PlugInResult PlugIn::GetDataRevision(std::uint64_t* revision)
 
 PlugInResult PlugIn::SetStartTimeCode(char const* timeCode)
 {
+    mChangedMask |= kValidOmfi;
     mStartTimeCode = timeCode ? timeCode : "";
     return S_OK;
 }
@@ -568,16 +590,19 @@ PlugInResult PlugIn::GetStartTimeCode(char* buffer)
 }
 PlugInResult PlugIn::SetMasterMobName(char const* name)
 {
+    mChangedMask |= kValidOmfi;
     mMasterMobName = name ? name : "";
     return S_OK;
 }
 PlugInResult PlugIn::SetTapeMobName(char const* name)
 {
+    mChangedMask |= kValidOmfi;
     mTapeMobName = name ? name : "";
     return S_OK;
 }
 PlugInResult PlugIn::SetEditRate(float rate, bool dropFrame)
 {
+    mChangedMask |= kValidOmfi;
     mEditRate = rate;
     mDropFrame = dropFrame;
     return S_OK;
@@ -592,6 +617,7 @@ PlugInResult PlugIn::GetSMPTETimeStamp(std::int64_t* stamp)
 }
 PlugInResult PlugIn::SetSMPTETimeStamp(std::int64_t stamp)
 {
+    mChangedMask |= kValidEbu;
     mSMPTETimeStamp = stamp;
     return S_OK;
 }
@@ -609,6 +635,7 @@ PlugInResult PlugIn::GetInstrumentAttr(PlugInInstrument* instrument)
 }
 PlugInResult PlugIn::SetInstrumentAttr(PlugInInstrument* instrument)
 {
+    mChangedMask |= kValidInstrument;
     mInstrument = *instrument;
     mHasInstrument = true;
     return S_OK;

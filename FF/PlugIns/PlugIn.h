@@ -124,6 +124,9 @@ public:
     virtual ~PlugIn();
     virtual bool IsUnsigned8Bit() { return false; }
     virtual PlugInResult DoImplement(PlugInGuid const* iid) = 0;
+    // Called before samples are written past the end of the audio, over
+    // whatever stands behind it on disk.
+    virtual PlugInResult BeforeAudioGrows() { return S_OK; }
 
     // The cache, as chunk classes fill and read it.
     std::uint64_t GetValidMask() const { return mValidMask; }
@@ -135,8 +138,11 @@ public:
     std::int64_t NumSamples() const { return mNumSamples; }
     std::int64_t CommittedSamples() const { return mCommittedSamples; }
     std::int64_t DataOffset() const { return mDataOffset; }
-    // Bytes of one frame, all channels together, in integer division as the formats have it.
-    std::int64_t FrameSize() const { return (static_cast<std::int64_t>(mBitsPerSample) * mChannels) / 8; }
+    // Bytes of one frame: each sample takes whole bytes, so 12-bit samples
+    // stand in 2 bytes and 20-bit ones in 3, as every writer of such files
+    // stores them (integer division of bits times channels would make frames
+    // that straddle samples).
+    std::int64_t FrameSize() const { return static_cast<std::int64_t>((mBitsPerSample + 7) / 8) * mChannels; }
     void SetChannels(std::uint16_t channels);
     void SetSampleRate(std::int32_t rate);
     void SetBitsPerSample(std::uint16_t bits);
@@ -157,6 +163,31 @@ public:
     bool HasInstrument() const { return mHasInstrument; }
     PlugInInstrument const& Instrument() const { return mInstrument; }
 
+    // The values a caller changed since the file was opened or last
+    // flushed, as valid-mask bits. A flush rewrites only the chunks made from
+    // them; every other chunk keeps its bytes, since another tool may have
+    // written more into it than this handler understands.
+    std::uint64_t ChangedMask() const { return mChangedMask; }
+    void MarkChanged(std::uint64_t bits) { mChangedMask |= bits; }
+    void ClearChanged() { mChangedMask = 0; }
+
+    // Facts about the file beyond the interfaces' values, for a host that
+    // describes files: why a handler refused it, whether the length came
+    // from the file's size because the header did not say it, the speaker
+    // positions of the channels (a WAVE channel mask, 0 when none), and
+    // whether the audio bytes are little-endian.
+    std::string const& RefusalReason() const { return mRefusalReason; }
+    void SetRefusalReason(std::string reason)
+    {
+        if (mRefusalReason.empty())
+            mRefusalReason = std::move(reason);
+    }
+    bool IsHeaderIncomplete() const { return mHeaderIncomplete; }
+    void SetHeaderIncomplete() { mHeaderIncomplete = true; }
+    std::uint32_t ChannelMask() const { return mChannelMask; }
+    void SetChannelMask(std::uint32_t mask) { mChannelMask = mask; }
+    virtual bool IsLittleEndianAudio() { return !IsBigEndian(); }
+
 protected:
     PlugIn();
 
@@ -176,8 +207,7 @@ protected:
     std::uint16_t mBitsPerSample = 0;
     std::int64_t mNumSamples = 0;
     std::int64_t mCommittedSamples = 0;
-    // Signed 32 bits: files beyond 2^31 frames are not addressable.
-    std::int32_t mPosition = 0;
+    std::int64_t mPosition = 0;
     std::int64_t mDataOffset = 0;
     std::vector<PlugInRegion> mRegions;
     std::vector<PlugInOverview> mOverviews;
@@ -195,4 +225,8 @@ protected:
     bool mDropFrame = true;
     bool mHasInstrument = false;
     PlugInInstrument mInstrument;
+    std::uint64_t mChangedMask = 0;
+    std::string mRefusalReason;
+    bool mHeaderIncomplete = false;
+    std::uint32_t mChannelMask = 0;
 };

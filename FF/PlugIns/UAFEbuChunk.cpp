@@ -1,6 +1,7 @@
 #include "FF/PlugIns/UAFEbuChunk.h"
 
 #include "FF/PlugIns/ChunkyFile.h"
+#include "FF/PlugIns/IFile.h"
 #include "Sys/Sys_Umid.h"
 
 #include <cstring>
@@ -46,12 +47,18 @@ UAFEbuChunk::UAFEbuChunk(ChunkyFile* owner, bool writeDefaults)
 
 void UAFEbuChunk::Restamp()
 {
-    mWriteDefaults = true;
-    mCodingHistoryLength = kCodingHistoryLength;
+    mRestamped = true;
+    // Broadcast data another tool wrote (its description, originator, history)
+    // is the user's, and stays; a chunk with no bytes yet starts afresh.
+    if (GetFileSize() == 0 && !HoldsBytes())
+    {
+        mWriteDefaults = true;
+        mCodingHistoryLength = kCodingHistoryLength;
+    }
     mOwner->SetHasEbuData();
 }
 
-PlugInResult UAFEbuChunk::Read(std::uint32_t size, std::int64_t)
+PlugInResult UAFEbuChunk::Read(std::int64_t size, std::int64_t)
 {
     if (size < kFixedSize)
         return kAudioFile_Unimplemented;
@@ -72,21 +79,8 @@ PlugInResult UAFEbuChunk::Read(std::uint32_t size, std::int64_t)
     return S_OK;
 }
 
-PlugInResult UAFEbuChunk::Write(std::uint32_t, std::int64_t)
+void UAFEbuChunk::StampIdentity(unsigned char* body)
 {
-    // A chunk read from a file keeps its bytes where they lie; one that lost
-    // its place behind a moved audio chunk has no bytes left to keep and is
-    // written afresh.
-    if (!mWriteDefaults && GetFileSize() != 0)
-        return Skip(kFixedSize + mCodingHistoryLength);
-    if (!mWriteDefaults)
-        mCodingHistoryLength = kCodingHistoryLength;
-
-    // Zeros behind every string, so that the same file is written the same.
-    unsigned char body[kFixedSize] = {};
-    std::memcpy(body + kDescriptionAt, kDescription, sizeof kDescription);
-    std::memcpy(body + kOriginatorAt, kOriginator, sizeof kOriginator);
-
     Sys_Umid umid;
     std::memcpy(&umid, mOwner->UmidBytes(), 16);
     umid.SwapIfWin32();
@@ -105,11 +99,61 @@ PlugInResult UAFEbuChunk::Write(std::uint32_t, std::int64_t)
     std::memcpy(body + kDateAt, text, 10);
     std::strftime(text, sizeof text, "%H-%M-%S", &now);
     std::memcpy(body + kTimeAt, text, 8);
+}
 
+namespace
+{
+void PutTimeReference(unsigned char* body, std::int64_t stamp)
+{
     // Low word first in every format, with no swap.
-    auto const stamp = static_cast<std::uint64_t>(mOwner->SMPTETimeStamp());
     for (int i = 0; i < 8; ++i)
-        body[kTimeReferenceAt + i] = static_cast<unsigned char>(stamp >> (8 * i));
+        body[kTimeReferenceAt + i] = static_cast<unsigned char>(static_cast<std::uint64_t>(stamp) >> (8 * i));
+}
+} // namespace
+
+PlugInResult UAFEbuChunk::Patch(std::int64_t bodyPosition)
+{
+    unsigned char body[kFixedSize];
+    std::int64_t const rest = GetSize(0) - kFixedSize;
+    PlugInResult r = S_OK;
+    if (HoldsBytes())
+        std::memcpy(body, HeldBytes().data() + 8, kFixedSize);
+    else
+    {
+        r = ReadExact(body, kFixedSize);
+        if (r == S_OK)
+            r = mOwner->GetFile()->SetPosition(0, bodyPosition);
+        if (r != S_OK)
+            return r;
+    }
+    PutTimeReference(body, mOwner->SMPTETimeStamp());
+    if (mRestamped && Field(body, kOriginatorAt, 32) == kOriginator)
+        StampIdentity(body);
+    r = WriteExact(body, kFixedSize);
+    if (r != S_OK)
+        return r;
+    if (!HoldsBytes())
+        return Skip(rest);
+    // The held bytes lack the pad where the file did.
+    std::int64_t const held = static_cast<std::int64_t>(HeldBytes().size()) - 8 - kFixedSize;
+    std::int64_t const kept = held < rest ? held : rest;
+    r = WriteExact(HeldBytes().data() + 8 + kFixedSize, kept);
+    unsigned char const pad = 0;
+    return r == S_OK && kept < rest ? WriteExact(&pad, rest - kept) : r;
+}
+
+PlugInResult UAFEbuChunk::Write(std::int64_t, std::int64_t bodyPosition)
+{
+    if (!mWriteDefaults && (GetFileSize() != 0 || HoldsBytes()))
+        return Patch(bodyPosition);
+    mCodingHistoryLength = kCodingHistoryLength;
+
+    // Zeros behind every string, so that the same file is written the same.
+    unsigned char body[kFixedSize] = {};
+    std::memcpy(body + kDescriptionAt, kDescription, sizeof kDescription);
+    std::memcpy(body + kOriginatorAt, kOriginator, sizeof kOriginator);
+    StampIdentity(body);
+    PutTimeReference(body, mOwner->SMPTETimeStamp());
     body[kVersionAt] = 0;
     body[kVersionAt + 1] = 0;
 
@@ -117,11 +161,14 @@ PlugInResult UAFEbuChunk::Write(std::uint32_t, std::int64_t)
     if (r == S_OK)
         r = WriteExact(kCodingHistory, kCodingHistoryLength);
     if (r == S_OK)
+    {
         mWriteDefaults = false;
+        mRestamped = false;
+    }
     return r;
 }
 
-PlugInResult UAFEbuChunk::Print(std::ostream& out, std::uint32_t size, std::int64_t)
+PlugInResult UAFEbuChunk::Print(std::ostream& out, std::int64_t size, std::int64_t)
 {
     if (size < kFixedSize)
     {

@@ -12,7 +12,7 @@ UAFMinfChunk::UAFMinfChunk(ChunkyFile* owner) : Chunk(owner, kChunkId_minf, kMin
     owner->SetValidBits(PlugIn::kValidModification);
 }
 
-PlugInResult UAFMinfChunk::Read(std::uint32_t size, std::int64_t)
+PlugInResult UAFMinfChunk::Read(std::int64_t size, std::int64_t)
 {
     if (size != 16)
         return kAudioFile_Unimplemented;
@@ -25,13 +25,13 @@ PlugInResult UAFMinfChunk::Read(std::uint32_t size, std::int64_t)
     return S_OK;
 }
 
-PlugInResult UAFMinfChunk::Write(std::uint32_t, std::int64_t)
+PlugInResult UAFMinfChunk::Write(std::int64_t, std::int64_t)
 {
     std::uint64_t const body[2] = {Swap64(mOwner->UTCModDate()), Swap64(mOwner->DataRevision())};
     return WriteExact(body, 16);
 }
 
-PlugInResult UAFMinfChunk::Print(std::ostream& out, std::uint32_t size, std::int64_t)
+PlugInResult UAFMinfChunk::Print(std::ostream& out, std::int64_t size, std::int64_t)
 {
     if (size != 16)
     {

@@ -44,7 +44,7 @@ char** UAFOvwfChunk::NewBlock(std::int64_t payloadBytes, std::uint32_t samplesPe
     return block;
 }
 
-PlugInResult UAFOvwfChunk::Read(std::uint32_t size, std::int64_t)
+PlugInResult UAFOvwfChunk::Read(std::int64_t size, std::int64_t)
 {
     std::int64_t eof = 0;
     PlugInResult r = mOwner->GetFile()->GetEOF(&eof);
@@ -117,7 +117,7 @@ PlugInResult UAFOvwfChunk::Read(std::uint32_t size, std::int64_t)
     return S_OK;
 }
 
-PlugInResult UAFOvwfChunk::Write(std::uint32_t, std::int64_t)
+PlugInResult UAFOvwfChunk::Write(std::int64_t, std::int64_t)
 {
     auto const& overviews = mOwner->Overviews();
     std::uint32_t const count = Swap32(static_cast<std::uint32_t>(overviews.size()));
@@ -142,7 +142,7 @@ PlugInResult UAFOvwfChunk::Write(std::uint32_t, std::int64_t)
     return r;
 }
 
-PlugInResult UAFOvwfChunk::Print(std::ostream& out, std::uint32_t size, std::int64_t bodyPosition)
+PlugInResult UAFOvwfChunk::Print(std::ostream& out, std::int64_t size, std::int64_t bodyPosition)
 {
     std::uint32_t count;
     PlugInResult r = ReadExact(&count, 4);

@@ -13,9 +13,9 @@ public:
 
     explicit UAFOvwfChunk(ChunkyFile* owner);
     bool IsObsolete() override { return false; }
-    PlugInResult Read(std::uint32_t size, std::int64_t bodyPosition) override;
-    PlugInResult Write(std::uint32_t size, std::int64_t bodyPosition) override;
-    PlugInResult Print(std::ostream& out, std::uint32_t size, std::int64_t bodyPosition) override;
+    PlugInResult Read(std::int64_t size, std::int64_t bodyPosition) override;
+    PlugInResult Write(std::int64_t size, std::int64_t bodyPosition) override;
+    PlugInResult Print(std::ostream& out, std::int64_t size, std::int64_t bodyPosition) override;
     std::int64_t GetSize(std::int32_t) override;
 
     // A new block for `payloadBytes` bytes of overview, its header filled.

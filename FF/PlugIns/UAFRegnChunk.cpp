@@ -26,7 +26,7 @@ void UAFRegnChunk::SwapRecord(PlugInRegion& region) const
     region.originalTimeStamp = Swap64(region.originalTimeStamp);
 }
 
-PlugInResult UAFRegnChunk::Read(std::uint32_t size, std::int64_t)
+PlugInResult UAFRegnChunk::Read(std::int64_t size, std::int64_t)
 {
     if (size < 4)
         return kAudioFile_Unimplemented;
@@ -53,7 +53,7 @@ PlugInResult UAFRegnChunk::Read(std::uint32_t size, std::int64_t)
     return S_OK;
 }
 
-PlugInResult UAFRegnChunk::Write(std::uint32_t, std::int64_t)
+PlugInResult UAFRegnChunk::Write(std::int64_t, std::int64_t)
 {
     auto const& regions = mOwner->Regions();
     std::uint32_t const count = Swap32(static_cast<std::uint32_t>(regions.size()));
@@ -67,7 +67,7 @@ PlugInResult UAFRegnChunk::Write(std::uint32_t, std::int64_t)
     return r;
 }
 
-PlugInResult UAFRegnChunk::Print(std::ostream& out, std::uint32_t size, std::int64_t)
+PlugInResult UAFRegnChunk::Print(std::ostream& out, std::int64_t size, std::int64_t)
 {
     std::uint32_t count = 0;
     if (size < 4)

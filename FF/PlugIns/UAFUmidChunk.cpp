@@ -27,7 +27,7 @@ void UAFUmidChunk::Restamp()
     GiveNewUmid(mOwner);
 }
 
-PlugInResult UAFUmidChunk::Read(std::uint32_t size, std::int64_t)
+PlugInResult UAFUmidChunk::Read(std::int64_t size, std::int64_t)
 {
     if (size != 24)
         return kAudioFile_Unimplemented;
@@ -42,7 +42,7 @@ PlugInResult UAFUmidChunk::Read(std::uint32_t size, std::int64_t)
     return S_OK;
 }
 
-PlugInResult UAFUmidChunk::Write(std::uint32_t, std::int64_t)
+PlugInResult UAFUmidChunk::Write(std::int64_t, std::int64_t)
 {
     Sys_Umid umid;
     std::memcpy(&umid, mOwner->UmidBytes(), 16);
@@ -52,7 +52,7 @@ PlugInResult UAFUmidChunk::Write(std::uint32_t, std::int64_t)
     return WriteExact(body, 24);
 }
 
-PlugInResult UAFUmidChunk::Print(std::ostream& out, std::uint32_t size, std::int64_t)
+PlugInResult UAFUmidChunk::Print(std::ostream& out, std::int64_t size, std::int64_t)
 {
     if (size != 24)
     {

@@ -7,6 +7,7 @@
 #include "FF/PlugIns/UAFRegnChunk.h"
 #include "FF/PlugIns/UAFUmidChunk.h"
 #include "FF/PlugIns/WAVEDataChunk.h"
+#include "FF/PlugIns/WAVEDs64Chunk.h"
 #include "FF/PlugIns/WAVEFmtChunk.h"
 #include "FF/PlugIns/WAVEHeaderChunk.h"
 #include "FF/PlugIns/WAVESamplerChunk.h"
@@ -49,8 +50,10 @@ PlugInResult WAVE::DoImplement(PlugInGuid const* iid, ChunkList& list)
 
 std::unique_ptr<Chunk> WAVE::CreateChunk(ChunkId id)
 {
-    if (id == kChunkId_RIFF)
-        return std::make_unique<WAVEHeaderChunk>(this);
+    if (id == kChunkId_RIFF || id == kChunkId_RF64 || id == kChunkId_BW64)
+        return std::make_unique<WAVEHeaderChunk>(this, id);
+    if (id == kChunkId_ds64)
+        return std::make_unique<WAVEDs64Chunk>(this);
     if (id == kChunkId_fmt)
         return std::make_unique<WAVEFmtChunk>(this);
     if (id == kChunkId_data)
@@ -65,7 +68,8 @@ std::unique_ptr<Chunk> WAVE::CreateChunk(ChunkId id)
 void WAVE::CreateDefaultChunks(ChunkList& list)
 {
     // Everything that can change in size stands behind the audio.
-    list.push_back(std::make_unique<WAVEHeaderChunk>(this));
+    mLongForm = false;
+    list.push_back(std::make_unique<WAVEHeaderChunk>(this, kChunkId_RIFF));
     list.push_back(std::make_unique<UAFEbuChunk>(this, true));
     list.push_back(std::make_unique<WAVEFmtChunk>(this));
     list.push_back(std::make_unique<PadChunk>(this));
@@ -75,4 +79,45 @@ void WAVE::CreateDefaultChunks(ChunkList& list)
     list.push_back(std::make_unique<UAFRegnChunk>(this));
     list.push_back(std::make_unique<UAFOvwfChunk>(this));
     list.push_back(std::make_unique<WAVESamplerChunk>(this));
+    if (NeedsLongForm())
+        GoLong(list);
+}
+
+bool WAVE::NeedsLongForm()
+{
+    // Room for the metadata that follows the audio at the first flush.
+    constexpr std::int64_t kMargin = std::int64_t{1} << 20;
+    return NumSamples() * FrameSize() + kMargin > 0xFFFFFFFFll || GetFormSize() - 8 > 0xFFFFFFFFll;
+}
+
+void WAVE::GoLong(ChunkList& list)
+{
+    mLongForm = true;
+    if (list.empty() || list.front()->GetKind() != Chunk::kFileHeader)
+        return;
+    list.front()->SetId(kChunkId_RF64);
+    list.insert(std::next(list.begin()), std::make_unique<WAVEDs64Chunk>(this));
+}
+
+PlugInResult WAVE::DoFlush()
+{
+    if (!mLongForm && NeedsLongForm())
+        GoLong(mChunks.empty() ? mNewChunks : mChunks);
+    return ChunkyFile::DoFlush();
+}
+
+std::uint32_t WAVE::SizeField(Chunk& chunk, std::int64_t size)
+{
+    if (mLongForm && (chunk.GetKind() == Chunk::kFileHeader || chunk.GetKind() == Chunk::kAudioData))
+        return 0xFFFFFFFFu;
+    return ChunkyFile::SizeField(chunk, size);
+}
+
+std::int64_t WAVE::AudioChunkBytes()
+{
+    for (ChunkList* list : {&mChunks, &mNewChunks})
+        for (auto& c : *list)
+            if (c->GetKind() == Chunk::kAudioData)
+                return c->GetSize(1);
+    return 0;
 }

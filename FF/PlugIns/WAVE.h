@@ -19,7 +19,24 @@ public:
     std::unique_ptr<Chunk> CreateChunk(ChunkId id) override;
     void CreateDefaultChunks(ChunkList& list) override;
     std::int32_t DataChunkHeaderSize() override { return 8; }
+    PlugInResult DoFlush() override;
+    std::uint32_t SizeField(Chunk& chunk, std::int64_t size) override;
+
+    // A file past 4 GiB: 'RF64' header, sizes in 'ds64'.
+    void SetLongForm() { mLongForm = true; }
+    // The audio chunk's body bytes, as its size field would give them.
+    std::int64_t AudioChunkBytes();
 
 protected:
     WAVE() = default;
+
+private:
+    // Makes the file one whose sizes do not fit 32 bits: the header becomes
+    // 'RF64' and a 'ds64' chunk goes right behind it, taking room from the
+    // pad in front of the audio where there is room, as the 64-bit WAVE
+    // forms expect of a placeholder.
+    void GoLong(ChunkList& list);
+    bool NeedsLongForm();
+
+    bool mLongForm = false;
 };

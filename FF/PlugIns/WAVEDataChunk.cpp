@@ -6,31 +6,35 @@
 
 WAVEDataChunk::WAVEDataChunk(ChunkyFile* owner) : Chunk(owner, kChunkId_data, kAudioData) {}
 
-PlugInResult WAVEDataChunk::Read(std::uint32_t size, std::int64_t bodyPosition)
+PlugInResult WAVEDataChunk::Read(std::int64_t size, std::int64_t bodyPosition)
 {
     std::int64_t const frameSize = mOwner->FrameSize();
     // 'fmt ' must come first.
     if (frameSize == 0)
         return E_UNEXPECTED;
-    mOwner->SetNumSamplesValue(static_cast<std::int64_t>(size) / frameSize);
+    mDiskBytes = size;
+    mOwner->SetNumSamplesValue(size / frameSize);
     mOwner->SetDataOffset(bodyPosition);
-    return Skip((static_cast<std::int64_t>(size) + 1) & ~std::int64_t{1});
+    mOwner->SetAudioBytes(size);
+    return S_OK;
 }
 
 std::int64_t WAVEDataChunk::GetSize(std::int32_t nominal)
 {
-    std::int64_t const bytes = mOwner->NumSamples() * mOwner->FrameSize();
+    std::int64_t const frameSize = mOwner->FrameSize();
+    bool const asRead = mDiskBytes >= 0 && frameSize > 0 && mOwner->NumSamples() == mDiskBytes / frameSize;
+    std::int64_t const bytes = asRead ? mDiskBytes : mOwner->NumSamples() * frameSize;
     return nominal ? bytes : (bytes + 1) & ~std::int64_t{1};
 }
 
-PlugInResult WAVEDataChunk::Write(std::uint32_t size, std::int64_t bodyPosition)
+PlugInResult WAVEDataChunk::Write(std::int64_t size, std::int64_t bodyPosition)
 {
     mOwner->SetDataOffset(bodyPosition);
     return Skip(size);
 }
 
-PlugInResult WAVEDataChunk::Print(std::ostream& out, std::uint32_t size, std::int64_t)
+PlugInResult WAVEDataChunk::Print(std::ostream& out, std::int64_t size, std::int64_t)
 {
     out << "\t" << size << " bytes of audio data\n";
-    return Skip((static_cast<std::int64_t>(size) + 1) & ~std::int64_t{1});
+    return S_OK;
 }

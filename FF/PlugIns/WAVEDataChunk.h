@@ -10,10 +10,15 @@ public:
     explicit WAVEDataChunk(ChunkyFile* owner);
     std::int64_t GetFileSize() override { return GetSize(0) + 8; }
     bool IsObsolete() override { return false; }
-    PlugInResult Read(std::uint32_t size, std::int64_t bodyPosition) override;
+    PlugInResult Read(std::int64_t size, std::int64_t bodyPosition) override;
     // Sets the data offset and passes over the audio: samples are written
     // straight into the file, never through here.
-    PlugInResult Write(std::uint32_t size, std::int64_t bodyPosition) override;
-    PlugInResult Print(std::ostream& out, std::uint32_t size, std::int64_t bodyPosition) override;
+    PlugInResult Write(std::int64_t size, std::int64_t bodyPosition) override;
+    PlugInResult Print(std::ostream& out, std::int64_t size, std::int64_t bodyPosition) override;
     std::int64_t GetSize(std::int32_t nominal) override;
+
+private:
+    // The body as the file held it: while the length is unchanged a rewrite
+    // keeps every byte of it, a partial last frame too.
+    std::int64_t mDiskBytes = -1;
 };

@@ -4,42 +4,78 @@
 
 #include <cstring>
 #include <ostream>
+#include <string>
 
 WAVEFmtChunk::WAVEFmtChunk(ChunkyFile* owner) : Chunk(owner, kChunkId_fmt, kFmt) {}
 
-PlugInResult WAVEFmtChunk::Read(std::uint32_t size, std::int64_t)
+PlugInResult WAVEFmtChunk::Read(std::int64_t size, std::int64_t)
 {
-    unsigned char body[16];
-    PlugInResult r = ReadExact(body, 16);
-    if (r != S_OK)
-        return r;
-    // Anything behind the 16 bytes (cbSize and extensions) is skipped, not kept.
-    r = Skip(static_cast<std::int64_t>(size) - 16);
+    if (size < 16)
+        return kAudioFile_Unimplemented;
+    // The extensible form carries 24 more bytes: valid bits, the speaker
+    // mask and the sub-format, whose first two bytes are a format tag.
+    unsigned char body[40] = {};
+    std::int64_t const bytes = size < 40 ? size : 40;
+    PlugInResult r = ReadExact(body, bytes);
     if (r != S_OK)
         return r;
 
-    std::uint16_t formatTag, channels, bits;
-    std::uint32_t rate;
+    std::uint16_t formatTag, channels, bits, validBits = 0;
+    std::uint32_t rate, mask = 0;
     std::memcpy(&formatTag, body + 0, 2);
     std::memcpy(&channels, body + 2, 2);
     std::memcpy(&rate, body + 4, 4);
     std::memcpy(&bits, body + 14, 2);
-    // Compressed and extensible formats stay unknown, and the file is refused.
-    if (Swap16(formatTag) != kFormatPCM)
+    formatTag = Swap16(formatTag);
+    bits = Swap16(bits);
+    if (formatTag == kFormatExtensible)
+    {
+        // Sub-format GUID xxxxxxxx-0000-0010-8000-00aa00389b71, tag in front.
+        static unsigned char const kGuidTail[14] = {0x00, 0x00, 0x00, 0x00, 0x10, 0x00, 0x80,
+                                                    0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71};
+        if (bytes < 40 || std::memcmp(body + 26, kGuidTail, 14) != 0)
+        {
+            mOwner->SetRefusalReason("WAVE extensible format with an unknown sub-format");
+            return kAudioFile_Unimplemented;
+        }
+        std::memcpy(&validBits, body + 18, 2);
+        std::memcpy(&mask, body + 20, 4);
+        std::memcpy(&formatTag, body + 24, 2);
+        validBits = Swap16(validBits);
+        mask = Swap32(mask);
+    }
+    if (formatTag != kFormatPCM)
+    {
+        std::string reason = "WAVE format tag " + std::to_string(formatTag);
+        if (formatTag == 3)
+            reason += " (" + std::to_string(bits) + "-bit float)";
+        mOwner->SetRefusalReason(reason + " is not supported");
         return kAudioFile_Unimplemented;
-
+    }
+    if (bits < 8 || Swap16(channels) == 0)
+    {
+        mOwner->SetRefusalReason("WAVE PCM of " + std::to_string(bits) + " bits in " +
+                                 std::to_string(Swap16(channels)) + " channels");
+        return kAudioFile_Unimplemented;
+    }
+    // Fewer valid bits than the container holds count as the word length
+    // where the samples still take the container's bytes; otherwise the
+    // container is the word length, its low bits zero.
+    if (validBits != 0 && validBits < bits && (validBits + 7) / 8 == (bits + 7) / 8)
+        bits = validBits;
     mOwner->SetChannels(Swap16(channels));
-    mOwner->SetBitsPerSample(Swap16(bits));
+    mOwner->SetBitsPerSample(bits);
     mOwner->SetSampleRate(static_cast<std::int32_t>(Swap32(rate)));
+    mOwner->SetChannelMask(mask);
     return S_OK;
 }
 
-PlugInResult WAVEFmtChunk::Write(std::uint32_t, std::int64_t)
+PlugInResult WAVEFmtChunk::Write(std::int64_t, std::int64_t)
 {
     std::uint16_t const channels = mOwner->Channels();
     std::uint16_t const bits = mOwner->BitsPerSample();
     auto const rate = static_cast<std::uint32_t>(mOwner->SampleRate());
-    auto const blockAlign = static_cast<std::uint16_t>((bits * channels) / 8);
+    auto const blockAlign = static_cast<std::uint16_t>(((bits + 7) / 8) * channels);
     unsigned char body[16];
     auto put16 = [&](int at, std::uint16_t v)
     {
@@ -60,7 +96,7 @@ PlugInResult WAVEFmtChunk::Write(std::uint32_t, std::int64_t)
     return WriteExact(body, 16);
 }
 
-PlugInResult WAVEFmtChunk::Print(std::ostream& out, std::uint32_t size, std::int64_t)
+PlugInResult WAVEFmtChunk::Print(std::ostream& out, std::int64_t size, std::int64_t)
 {
     if (size < 16)
         return Skip(size);

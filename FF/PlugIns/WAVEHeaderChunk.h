@@ -1,4 +1,4 @@
-// 'RIFF' with form type "WAVE".
+// 'RIFF' with form type "WAVE", or its 64-bit forms 'RF64' and 'BW64'.
 #pragma once
 
 #include "FF/PlugIns/FormHeaderChunk.h"
@@ -6,5 +6,5 @@
 class WAVEHeaderChunk : public FormHeaderChunk
 {
 public:
-    explicit WAVEHeaderChunk(ChunkyFile* owner) : FormHeaderChunk(owner, kChunkId_RIFF, kChunkId_WAVE) {}
+    WAVEHeaderChunk(ChunkyFile* owner, ChunkId id) : FormHeaderChunk(owner, id, kChunkId_WAVE) {}
 };

@@ -51,7 +51,7 @@ std::int64_t WAVESamplerChunk::GetSize(std::int32_t)
     return kHeaderSize + kLoopSize * LoopsToWrite();
 }
 
-PlugInResult WAVESamplerChunk::Read(std::uint32_t size, std::int64_t)
+PlugInResult WAVESamplerChunk::Read(std::int64_t size, std::int64_t)
 {
     if (size < kHeaderSize)
         return kAudioFile_Unimplemented;
@@ -103,7 +103,7 @@ PlugInResult WAVESamplerChunk::Read(std::uint32_t size, std::int64_t)
     return mOwner->SetInstrumentAttr(&instrument);
 }
 
-PlugInResult WAVESamplerChunk::Write(std::uint32_t, std::int64_t)
+PlugInResult WAVESamplerChunk::Write(std::int64_t, std::int64_t)
 {
     std::int32_t const loops = LoopsToWrite();
     SamplerHeader h = {};
@@ -112,7 +112,11 @@ PlugInResult WAVESamplerChunk::Write(std::uint32_t, std::int64_t)
     h.numLoops = static_cast<std::uint32_t>(loops);
     SampleLoop out[2] = {};
     if (!mOwner->HasInstrument())
+    {
+        // Middle C as the unity note: a sampler maps the file where a player expects it.
         h.samplerData = 60;
+        h.unityNote = 60;
+    }
     else
     {
         PlugInInstrument const i = mOwner->Instrument();
@@ -154,7 +158,7 @@ PlugInResult WAVESamplerChunk::Write(std::uint32_t, std::int64_t)
     return r;
 }
 
-PlugInResult WAVESamplerChunk::Print(std::ostream&, std::uint32_t size, std::int64_t)
+PlugInResult WAVESamplerChunk::Print(std::ostream&, std::int64_t size, std::int64_t)
 {
     // Decoded as on reading, and nothing printed.
     return Skip(size);

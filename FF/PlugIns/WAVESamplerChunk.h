@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FF/PlugIns/Chunk.h"
+#include "FF/PlugIns/PlugIn.h"
 
 // 'smpl', the RIFF sampler chunk, mapped onto the instrument record. In
 // files written here the sampler data field privately holds the root note
@@ -13,10 +14,13 @@ public:
 
     explicit WAVESamplerChunk(ChunkyFile* owner);
     bool IsObsolete() override { return false; }
-    PlugInResult Read(std::uint32_t size, std::int64_t bodyPosition) override;
-    PlugInResult Write(std::uint32_t size, std::int64_t bodyPosition) override;
-    PlugInResult Print(std::ostream& out, std::uint32_t size, std::int64_t bodyPosition) override;
+    PlugInResult Read(std::int64_t size, std::int64_t bodyPosition) override;
+    PlugInResult Write(std::int64_t size, std::int64_t bodyPosition) override;
+    PlugInResult Print(std::ostream& out, std::int64_t size, std::int64_t bodyPosition) override;
     std::int64_t GetSize(std::int32_t) override;
+    // A sampler chunk of another tool keeps its bytes (sample period, every
+    // loop, its sampler data) until the instrument is changed.
+    std::uint64_t ValueBits() const override { return PlugIn::kValidInstrument; }
 
 private:
     std::int32_t LoopsToWrite() const;

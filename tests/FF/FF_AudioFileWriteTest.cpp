@@ -249,14 +249,16 @@ TEST_F(FF_AudioFileWrite, AFullDiskThrowsAndKeepsWhatIsOnDisk)
         EXPECT_NO_THROW(file.Close());
     }
     {
-        // The samples are not part of the file until its length is set, and
-        // what stands in front of the audio is as the format wrote it.
-        // (Identity chunks behind the audio are rewritten only by a flush
-        // that follows a change of length.)
+        // What stands in front of the audio is as the format wrote it; the
+        // header never got the length, and every whole frame that reached
+        // the disk is read, as from a recorder that stopped.
         FF_AudioFile file((Sys_FileLoc(path)));
         EXPECT_TRUE(file.Implements(FF_AudioFile::eImportExportInterface));
         EXPECT_TRUE(file.Implements(FF_AudioFile::eEbuInterface));
-        EXPECT_EQ(file.GetAudioFileAttr().GetNumSamples(), 0);
+        EXPECT_TRUE(file.IsHeaderIncomplete());
+        auto const size = static_cast<int64>(std::filesystem::file_size(path));
+        EXPECT_GT(file.GetAudioFileAttr().GetNumSamples(), 0);
+        EXPECT_EQ(file.GetAudioFileAttr().GetNumSamples(), (size - 1024) / 4);
         EXPECT_EQ(file.GetAudioFileAttr().GetNumChannels(), 2);
     }
     vfltest::RunCommand("umount " + mount);

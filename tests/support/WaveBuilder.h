@@ -42,6 +42,16 @@ public:
         mBytes.resize(mBytes.size() + extra, 0);
         return *this;
     }
+    // WAVE_FORMAT_EXTENSIBLE: valid bits, speaker mask and a sub-format
+    // GUID whose first two bytes are `subTag` (1 for integer PCM).
+    WaveBuilder& Extensible(std::uint16_t channels, std::uint32_t rate, std::uint16_t bits, std::uint16_t validBits,
+                            std::uint32_t mask, std::uint16_t subTag = 1)
+    {
+        std::uint16_t const align = static_cast<std::uint16_t>((bits + 7) / 8 * channels);
+        Id("fmt ").U32(40).U16(0xFFFE).U16(channels).U32(rate).U32(rate * align).U16(align).U16(bits);
+        U16(22).U16(validBits).U32(mask).U16(subTag);
+        return Raw({0x00, 0x00, 0x00, 0x00, 0x10, 0x00, 0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71});
+    }
     WaveBuilder& Data(std::vector<std::uint8_t> const& audio, bool pad = true)
     {
         Chunk("data", audio);

@@ -36,18 +36,20 @@ TEST_F(VflFormats, NewFilesPutTheFirstAudioByteOnASectorBoundary)
     {
         char const* type;
         std::vector<std::string> printed; // in the printout of the chunks
-        std::string at1024;              // the four bytes written, as stored
+        std::string at1024;               // the four bytes written, as stored
     } const cases[] = {
         {"wav",
          {"Chunk ID: Elmo\nChunk size (nominal): 350\n", "Chunk Position: 1016\nChunk ID: data"},
          "\001\002\003\004"},
         {"aif",
          {"Chunk ID: COMM\nChunk size (nominal): 18\n", "Chunk ID: Elmo\nChunk size (nominal): 340\n",
-          "Chunk Position: 1008\nChunk ID: SSND", "\t0 byte offset to audio data\n\tBlock size: 0\n\t4 bytes of audio data"},
+          "Chunk Position: 1008\nChunk ID: SSND",
+          "\t0 byte offset to audio data\n\tBlock size: 0\n\t4 bytes of audio data"},
          "\002\001\004\003"},
         {"aifc",
-         {"Chunk ID: COMM\nChunk size (nominal): 38\n", "Chunk ID: Elmo\nChunk size (nominal): 320\n",
-          "Chunk Position: 1008\nChunk ID: SSND", "\t0 byte offset to audio data\n\tBlock size: 0\n\t4 bytes of audio data"},
+         {"Chunk ID: COMM\nChunk size (nominal): 38\n", "Chunk ID: Elmo\nChunk size (nominal): 308\n",
+          "Chunk Position: 1008\nChunk ID: SSND",
+          "\t0 byte offset to audio data\n\tBlock size: 0\n\t4 bytes of audio data"},
          "\002\001\004\003"},
     };
     for (auto const& c : cases)

@@ -34,8 +34,7 @@ protected:
     void SetUp() override { Sys_Init::Init(); }
 
     // A new file written and flushed.
-    static void MakeNew(Handler& h, std::uint16_t channels, std::uint16_t bits, std::int64_t frames,
-                        Bytes const& audio)
+    static void MakeNew(Handler& h, std::uint16_t channels, std::uint16_t bits, std::int64_t frames, Bytes const& audio)
     {
         ASSERT_EQ(h.mAudio->Format(channels, 44100, bits, frames), S_OK);
         Bytes copy = audio;
@@ -60,18 +59,53 @@ TEST_F(AIFFWrite, NewFileLayout)
         std::int64_t frames;
         std::vector<Expected> chunks;
     } const cases[] = {
-        // FORM 12, 'bext' 622 and COMM 26 (AIFF) or 46 (AIFF-C) in front of
-        // the pad; with its header and SSND's 16 bytes, the audio is at 1024.
-        {false, 2, 16, 1000,
-         {{"FORM", 0, 5124}, {"bext", 12, 614}, {"COMM", 634, 18}, {"Elmo", 660, 340}, {"SSND", 1008, 4008},
-          {"umid", 5024, 24}, {"minf", 5056, 16}, {"regn", 5080, 4}, {"ovwf", 5092, 4}, {"INST", 5104, 20}}},
-        {true, 2, 16, 1000,
-         {{"FORM", 0, 5124}, {"bext", 12, 614}, {"COMM", 634, 38}, {"Elmo", 680, 320}, {"SSND", 1008, 4008},
-          {"umid", 5024, 24}, {"minf", 5056, 16}, {"regn", 5080, 4}, {"ovwf", 5092, 4}, {"INST", 5104, 20}}},
+        // FORM 12, 'bext' 622 and COMM 26 (AIFF) or FVER 12 and COMM 46
+        // (AIFF-C) in front of the pad; with its header and SSND's 16 bytes,
+        // the audio is at 1024.
+        {false,
+         2,
+         16,
+         1000,
+         {{"FORM", 0, 5124},
+          {"bext", 12, 614},
+          {"COMM", 634, 18},
+          {"Elmo", 660, 340},
+          {"SSND", 1008, 4008},
+          {"umid", 5024, 24},
+          {"minf", 5056, 16},
+          {"regn", 5080, 4},
+          {"ovwf", 5092, 4},
+          {"INST", 5104, 20}}},
+        {true,
+         2,
+         16,
+         1000,
+         {{"FORM", 0, 5124},
+          {"FVER", 12, 4},
+          {"bext", 24, 614},
+          {"COMM", 646, 38},
+          {"Elmo", 692, 308},
+          {"SSND", 1008, 4008},
+          {"umid", 5024, 24},
+          {"minf", 5056, 16},
+          {"regn", 5080, 4},
+          {"ovwf", 5092, 4},
+          {"INST", 5104, 20}}},
         // An odd amount of audio takes a pad byte that its size leaves out.
-        {false, 1, 8, 1001,
-         {{"FORM", 0, 2126}, {"bext", 12, 614}, {"COMM", 634, 18}, {"Elmo", 660, 340}, {"SSND", 1008, 1009},
-          {"umid", 2026, 24}, {"minf", 2058, 16}, {"regn", 2082, 4}, {"ovwf", 2094, 4}, {"INST", 2106, 20}}},
+        {false,
+         1,
+         8,
+         1001,
+         {{"FORM", 0, 2126},
+          {"bext", 12, 614},
+          {"COMM", 634, 18},
+          {"Elmo", 660, 340},
+          {"SSND", 1008, 1009},
+          {"umid", 2026, 24},
+          {"minf", 2058, 16},
+          {"regn", 2082, 4},
+          {"ovwf", 2094, 4},
+          {"INST", 2106, 20}}},
     };
     for (auto const& c : cases)
     {
@@ -98,20 +132,23 @@ TEST_F(AIFFWrite, NewFileLayout)
         EXPECT_EQ(BigEndian(b, 1020, 4), 0u);
         EXPECT_EQ(Bytes(b.begin() + 1024, b.begin() + 1024 + bytes), audio);
         // COMM: channels, frames, bits, and 44100 as an 80-bit float.
-        Bytes const comm(b.begin() + 642, b.begin() + 660);
+        std::int64_t const commAt = Find(b, "COMM").at + 8;
+        Bytes const comm(b.begin() + commAt, b.begin() + commAt + 18);
         WaveBuilder expected(true);
         expected.U16(c.channels).U32(static_cast<std::uint32_t>(c.frames)).U16(c.bits);
         expected.Raw({0x40, 0x0E, 0xAC, 0x44, 0, 0, 0, 0, 0, 0});
         EXPECT_EQ(comm, expected.Bytes());
         if (c.aifc)
         {
-            std::string const tail(b.begin() + 660, b.begin() + 680);
+            std::string const tail(b.begin() + commAt + 18, b.begin() + commAt + 38);
             EXPECT_EQ(tail, std::string("NONE\x0eNot Compressed\0", 20));
+            // The format version every AIFF-C reader expects.
+            EXPECT_EQ(BigEndian(b, 20, 4), 0xA2805140u);
         }
-        // INST with the defaults of a file without instrument data.
+        // INST with the defaults of a file without instrument data: a gain of 0 dB.
         std::int64_t const inst = c.chunks.back().at + 8;
         EXPECT_EQ(Bytes(b.begin() + inst, b.begin() + inst + 20),
-                  (Bytes{60, 0, 0, 127, 0, 127, 0x7F, 0xFF, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+                  (Bytes{60, 0, 0, 127, 0, 127, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
 
         // Read back by the same handler, and refused by the other one.
         Handler again(b, c.aifc);
@@ -141,19 +178,31 @@ TEST_F(AIFFWrite, LoopsAsInstAndMark)
     {
         char const* name;
         PlugInInstrument in;
-        std::uint16_t modes[2]; // sustain and release play modes in 'INST'
+        std::uint16_t modes[2];      // sustain and release play modes in 'INST'
         std::vector<Record> markers; // empty: no 'MARK' chunk at all
         PlugInInstrument back;
     } const cases[] = {
-        {"both loops", {1, 100, 200, 2, 300, 400, 62, -5}, {1, 2}, {{0, 100}, {1, 200}, {2, 300}, {3, 400}},
+        {"both loops",
+         {1, 100, 200, 2, 300, 400, 62, -5},
+         {1, 2},
+         {{0, 100}, {1, 200}, {2, 300}, {3, 400}},
          {1, 100, 200, 2, 300, 400, 62, -5}},
         {"loop 1 only", {2, 10, 20, 0, 0, 0, 60, 0}, {2, 0}, {{0, 10}, {1, 20}}, {2, 10, 20, 0, 0, 0, 60, 0}},
-        {"loop 2 only keeps ids 2 and 3", {0, 0, 0, 1, 30, 40, 60, 0}, {0, 1}, {{2, 30}, {3, 40}},
+        {"loop 2 only keeps ids 2 and 3",
+         {0, 0, 0, 1, 30, 40, 60, 0},
+         {0, 1},
+         {{2, 30}, {3, 40}},
          {0, 0, 0, 1, 30, 40, 60, 0}},
-        {"a backward loop plays forward", {3, 5, 6, 0, 0, 0, 48, 99}, {1, 0}, {{0, 5}, {1, 6}},
+        {"a backward loop plays forward",
+         {3, 5, 6, 0, 0, 0, 48, 99},
+         {1, 0},
+         {{0, 5}, {1, 6}},
          {1, 5, 6, 0, 0, 0, 48, 99}},
-        {"positions beyond 32 bits keep their low word", {1, 0x100000007ll, 0x100000009ll, 0, 0, 0, 60, 0}, {1, 0},
-         {{0, 7}, {1, 9}}, {1, 7, 9, 0, 0, 0, 60, 0}},
+        {"positions beyond 32 bits keep their low word",
+         {1, 0x100000007ll, 0x100000009ll, 0, 0, 0, 60, 0},
+         {1, 0},
+         {{0, 7}, {1, 9}},
+         {1, 7, 9, 0, 0, 0, 60, 0}},
         {"no loops: no MARK", {0, 1, 2, 0, 3, 4, 70, 1}, {0, 0}, {}, {0, 0, 0, 0, 0, 0, 70, 1}},
     };
     for (auto const& c : cases)
@@ -171,7 +220,7 @@ TEST_F(AIFFWrite, LoopsAsInstAndMark)
         std::int64_t const i = inst.at + 8;
         EXPECT_EQ(b[i], c.in.rootMIDINote);
         EXPECT_EQ(static_cast<std::int8_t>(b[i + 1]), c.in.fineTuneCents);
-        EXPECT_EQ(Bytes(b.begin() + i + 2, b.begin() + i + 8), (Bytes{0, 127, 0, 127, 0x7F, 0xFF}));
+        EXPECT_EQ(Bytes(b.begin() + i + 2, b.begin() + i + 8), (Bytes{0, 127, 0, 127, 0, 0}));
         WaveBuilder loops(true);
         loops.U16(c.modes[0]).U16(c.modes[0] ? 0 : 0).U16(c.modes[0] ? 1 : 0);
         loops.U16(c.modes[1]).U16(c.modes[1] ? 2 : 0).U16(c.modes[1] ? 3 : 0);
@@ -321,7 +370,9 @@ TEST_F(AIFFWrite, InstrumentAddedInFrontOfTheAudio)
     EXPECT_EQ(again.mFile.Bytes(), b);
 }
 
-TEST_F(AIFFWrite, CorruptMarkBehindTheAudioIsCutAtTheNextFlush)
+// A chunk no reader can take ends the walk, but its bytes and all behind
+// them stay, behind the form.
+TEST_F(AIFFWrite, CorruptMarkBehindTheAudioIsKeptBehindTheForm)
 {
     Bytes const audio = Noise(400, 7);
     AiffBuilder b;
@@ -335,44 +386,54 @@ TEST_F(AIFFWrite, CorruptMarkBehindTheAudioIsCutAtTheNextFlush)
     ASSERT_EQ(h.IE()->Implement(&IID_IVelmoraAudioFile), S_OK);
     ASSERT_EQ(h.mAudio->Flush(), S_OK);
     Bytes const& out = h.mFile.Bytes();
-    EXPECT_EQ(Ids(out), (std::vector<std::string>{"FORM", "COMM", "SSND", "ANNO", "umid", "minf", "regn", "ovwf"}));
+    EXPECT_EQ(Ids(out), (std::vector<std::string>{"FORM", "COMM", "SSND", "ANNO", "umid", "minf", "regn", "ovwf",
+                                                  "MARK", "APPL"}));
     EXPECT_TRUE(std::equal(file.begin() + 8, file.begin() + static_cast<std::ptrdiff_t>(kept), out.begin() + 8));
+    EXPECT_TRUE(std::equal(file.begin() + static_cast<std::ptrdiff_t>(kept), file.end(),
+                           out.end() - static_cast<std::ptrdiff_t>(file.size() - kept)));
 }
 
-TEST_F(AIFFWrite, ForeignFieldsWrittenBack)
+// Another tool's COMM (its compression name, whatever its bytes) and SSND
+// fields (offset, block size) stay as they were when identity is added.
+TEST_F(AIFFWrite, ForeignFieldsKept)
 {
     struct
     {
         char const* name;
         Bytes file;
-        std::string commTail; // behind the 18 fixed bytes of COMM after the flush
         std::uint32_t ssndOffset;
     } const cases[] = {
-        {"AIFF-C name of even length", AiffBuilder().Form("AIFC").CommC(1, 4, 16, 8000, "NONE", "raw").Ssnd(Ramp(8))
-             .Done(), std::string("NONE\3raw", 8), 0},
         {"AIFF-C name of odd length",
-         AiffBuilder().Form("AIFC").CommC(1, 4, 16, 8000, "NONE", "none").Ssnd(Ramp(8)).Done(),
-         std::string("NONE\4none\0", 10), 0},
-        {"AIFF-C name longer than its bytes: the raw text",
-         AiffBuilder().Form("AIFC").Chunk("COMM", [] {
-             WaveBuilder w(true);
-             X80 const r = Rate(8000);
-             w.U16(1).U32(4).U16(16).Raw(Bytes(r.begin(), r.end())).Id("NONE").Raw({20, 'a', 'b', 'c'});
-             return w.Bytes();
-         }()).Ssnd(Ramp(8)).Done(),
-         std::string("NONE\4\x14" "abc\0", 10), 0},
-        {"AIFF-C name of 200 characters: the raw text",
-         AiffBuilder().Form("AIFC").CommC(1, 4, 16, 8000, "NONE", std::string(200, 'n')).Ssnd(Ramp(8)).Done(),
-         std::string("NONE\xC9\xC8", 6) + std::string(200, 'n'), 0},
-        {"SSND offset kept", AiffBuilder().Form().Comm(1, 4, 16, 8000).Ssnd(Ramp(8), 8, 0).Done(), "", 8},
-        {"SSND block size of one frame written as 0", AiffBuilder().Form().Comm(1, 4, 16, 8000).Ssnd(Ramp(8), 0, 2)
-             .Done(), "", 0},
-        {"SSND absolute offset written as 0",
-         AiffBuilder().Form().Comm(1, 4, 16, 8000).Chunk("SSND", [] {
-             WaveBuilder w(true);
-             w.U32(54).U32(0).Raw(Ramp(8));
-             return w.Bytes();
-         }()).Done(), "", 0},
+         AiffBuilder().Form("AIFC").CommC(1, 4, 16, 8000, "NONE", "none").Ssnd(Ramp(8)).Done(), 0},
+        {"AIFF-C name longer than its bytes",
+         AiffBuilder()
+             .Form("AIFC")
+             .Chunk("COMM",
+                    []
+                    {
+                        WaveBuilder w(true);
+                        X80 const r = Rate(8000);
+                        w.U16(1).U32(4).U16(16).Raw(Bytes(r.begin(), r.end())).Id("NONE").Raw({20, 'a', 'b', 'c'});
+                        return w.Bytes();
+                    }())
+             .Ssnd(Ramp(8))
+             .Done(),
+         0},
+        {"SSND offset", AiffBuilder().Form().Comm(1, 4, 16, 8000).Ssnd(Ramp(8), 8, 0).Done(), 8},
+        {"SSND block size of one frame", AiffBuilder().Form().Comm(1, 4, 16, 8000).Ssnd(Ramp(8), 0, 2).Done(), 0},
+        {"SSND absolute offset",
+         AiffBuilder()
+             .Form()
+             .Comm(1, 4, 16, 8000)
+             .Chunk("SSND",
+                    []
+                    {
+                        WaveBuilder w(true);
+                        w.U32(54).U32(0).Raw(Ramp(8));
+                        return w.Bytes();
+                    }())
+             .Done(),
+         0},
     };
     for (auto const& c : cases)
     {
@@ -383,15 +444,16 @@ TEST_F(AIFFWrite, ForeignFieldsWrittenBack)
         ASSERT_EQ(h.IE()->Implement(&IID_IVelmoraAudioFile), S_OK);
         ASSERT_EQ(h.mAudio->Flush(), S_OK);
         Bytes const& b = h.mFile.Bytes();
-        RawChunk const comm = Find(b, "COMM");
-        ASSERT_EQ(comm.size, 18 + c.commTail.size());
-        EXPECT_EQ(std::string(b.begin() + comm.at + 26, b.begin() + comm.at + 26 + c.commTail.size()), c.commTail);
-        RawChunk const ssnd = Find(b, "SSND");
-        EXPECT_EQ(BigEndian(b, ssnd.at + 8, 4), c.ssndOffset);
-        EXPECT_EQ(BigEndian(b, ssnd.at + 12, 4), 0u);
-        Bytes const audio = Ramp(8);
-        std::int64_t const audioAt = ssnd.at + 16 + c.ssndOffset;
-        EXPECT_EQ(Bytes(b.begin() + audioAt, b.begin() + audioAt + 8), audio);
+        for (char const* id : {"COMM", "SSND"})
+        {
+            RawChunk const before = Find(c.file, id), after = Find(b, id);
+            ASSERT_EQ(before.size, after.size) << id;
+            std::int64_t const n = 8 + (std::string(id) == "SSND" ? 8 : before.size);
+            EXPECT_TRUE(std::equal(c.file.begin() + before.at, c.file.begin() + before.at + n, b.begin() + after.at))
+                << id;
+        }
+        std::int64_t const audioAt = Find(b, "SSND").at + 16 + c.ssndOffset;
+        EXPECT_EQ(Bytes(b.begin() + audioAt, b.begin() + audioAt + 8), Ramp(8));
         Handler again(b, aifc);
         ASSERT_EQ(again.mAudio->Open(), S_OK);
         EXPECT_EQ(again.DataOffset(), audioAt);

@@ -41,7 +41,7 @@ std::vector<RawChunk> Walk(Bytes const& b)
         if (out.back().id == "RIFF")
             pos += 12;
         else
-            pos += 8 + size + ((out.back().id == "data") ? (size & 1) : 0);
+            pos += 8 + size + (size & 1);
     }
     return out;
 }
@@ -200,19 +200,21 @@ TEST_F(ChunkRewrite, MetadataGrowingBehindTheAudioMovesNoAudio)
     EXPECT_EQ(Find(b, "regn").size, 4u + 88 * 50);
 }
 
-// A foreign file whose 'bext' has a coding history of `history` bytes;
-// stamping it with a new identity replaces the 'bext' with a default one,
-// which changes its size and moves the audio behind it in place.
+// A foreign file whose 'bext' has a coding history of `history` bytes: a
+// new identity leaves that 'bext' as the other tool wrote it, and a sampler
+// chunk in front of the audio that grows and shrinks moves the audio in
+// place, both ways.
 TEST_F(ChunkRewrite, ChunkInFrontOfTheAudioMovesItBothWays)
 {
     for (std::uint32_t history : {100u, 0u, 11u})
     {
         SCOPED_TRACE(history);
         Bytes const audio = Noise(3 << 20, history);
-        Bytes bext(602 + history, 0);
+        Bytes bext = Noise(602 + history, history + 1);
         Bytes const file = WaveBuilder()
                                .RiffHeader()
                                .Chunk("bext", bext)
+                               .Raw(Bytes(history & 1, 0))
                                .Fmt(2, 48000, 16)
                                .Data(audio)
                                .Chunk("LIST", Bytes{'I', 'N', 'F', 'O'})
@@ -222,19 +224,27 @@ TEST_F(ChunkRewrite, ChunkInFrontOfTheAudioMovesItBothWays)
         Handler h(file);
         ASSERT_EQ(h.mAudio->Open(), S_OK);
         ASSERT_EQ(h.IE()->Implement(&IID_IVelmoraAudioFile), S_OK);
-        ASSERT_NE(h.Velmora(), nullptr);
         ASSERT_EQ(h.Velmora()->StampWithUmid(), S_OK);
-        ASSERT_EQ(h.mAudio->Flush(), S_OK);
+        ASSERT_EQ(h.IE()->Implement(&IID_IOrvanelAudioFile), S_OK);
+        PlugInInstrument twoLoops{1, 10, 20, 2, 30, 40, 60, 0};
+        PlugInInstrument noLoops{0, 0, 0, 0, 0, 0, 60, 0};
+        // Sampler chunk of 36 bytes, then 84 with two loops, then 36 again.
+        for (auto [instrument, growth] : {std::pair{&noLoops, 44}, {&twoLoops, 92}, {&noLoops, 44}})
+        {
+            h.Orvanel()->SetInstrumentAttr(instrument);
+            ASSERT_EQ(h.mAudio->Flush(), S_OK);
+            Bytes const& b = h.mFile.Bytes();
+            std::int64_t const newOffset = Find(b, "data").at + 8;
+            EXPECT_EQ(newOffset - oldOffset, growth);
+            EXPECT_EQ(Bytes(b.begin() + Find(b, "bext").at + 8, b.begin() + Find(b, "bext").at + 8 + 602 + history),
+                      bext);
+            EXPECT_EQ(Bytes(b.begin() + newOffset, b.begin() + newOffset + static_cast<std::int64_t>(audio.size())),
+                      audio);
+            EXPECT_NE(Find(b, "LIST").at, -1);
+            EXPECT_EQ(At<std::uint32_t>(b, 4), b.size() - 8);
+        }
 
-        Bytes const& b = h.mFile.Bytes();
-        std::int64_t const newOffset = Find(b, "data").at + 8;
-        EXPECT_EQ(newOffset - oldOffset, 614 - static_cast<std::int64_t>(602 + history));
-        EXPECT_EQ(Find(b, "bext").size, 614u);
-        EXPECT_EQ(Bytes(b.begin() + newOffset, b.begin() + newOffset + static_cast<std::int64_t>(audio.size())), audio);
-        EXPECT_NE(Find(b, "LIST").at, -1);
-        EXPECT_EQ(At<std::uint32_t>(b, 4), b.size() - 8);
-
-        Handler again(b);
+        Handler again(h.mFile.Bytes());
         ASSERT_EQ(again.mAudio->Open(), S_OK);
         ASSERT_NE(again.Velmora(), nullptr);
         std::int64_t frames = 0;
@@ -332,7 +342,9 @@ TEST_F(ChunkRewrite, OverviewsSurviveAFlushAndOnlyTheMatchingLengthIsRead)
     RelocatableBlock::Dispose(stale);
 }
 
-TEST_F(ChunkRewrite, ACorruptTailIsCutAtTheNextFlush)
+// What follows the last good chunk is no chunk of the form, but it is the
+// user's: it stays behind the form, and the chunks a flush adds go in front.
+TEST_F(ChunkRewrite, ACorruptTailIsKeptBehindTheForm)
 {
     Bytes file = WaveBuilder().RiffHeader().Fmt(1, 8000, 16).Data(Noise(100, 6)).Bytes();
     std::size_t const good = file.size();
@@ -343,8 +355,10 @@ TEST_F(ChunkRewrite, ACorruptTailIsCutAtTheNextFlush)
     ASSERT_EQ(h.mAudio->Open(), S_OK);
     ASSERT_EQ(h.IE()->Implement(&IID_IVelmoraAudioFile), S_OK);
     ASSERT_EQ(h.mAudio->Flush(), S_OK);
-    EXPECT_EQ(Find(h.mFile.Bytes(), "junk").at, -1);
-    EXPECT_EQ(Find(h.mFile.Bytes(), "umid").at, static_cast<std::int64_t>(good));
+    Bytes const& b = h.mFile.Bytes();
+    EXPECT_EQ(Find(b, "umid").at, static_cast<std::int64_t>(good));
+    EXPECT_TRUE(std::equal(tail.Bytes().begin(), tail.Bytes().end(), b.end() - 18));
+    EXPECT_EQ(At<std::uint32_t>(b, 4), b.size() - 8 - 18);
 }
 
 TEST_F(ChunkRewrite, RegionsOnDiskAndBack)

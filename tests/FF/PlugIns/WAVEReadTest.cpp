@@ -101,11 +101,38 @@ std::vector<Case> Cases()
                          return b;
                      }(),
                      false, 0});
+    // Unfinished headers: the audio runs to the end of the file.
     cases.push_back({"data cut by the end of the file",
-                     WaveBuilder().RiffHeader().Fmt(2, 44100, 16).Chunk("data", 44, Ramp(40)).Bytes(), false, 0});
+                     WaveBuilder().RiffHeader().Fmt(2, 44100, 16).Chunk("data", 44, Ramp(40)).Bytes(), true, 10});
     cases.push_back({"data size 0xFFFFFFFF",
                      WaveBuilder().RiffHeader(0xFFFFFFFF).Fmt(2, 44100, 16).Chunk("data", 0xFFFFFFFF, Ramp(40)).Bytes(),
-                     false, 0});
+                     true, 10});
+    cases.push_back({"RIFF and data sizes 0, audio behind",
+                     WaveBuilder().RiffHeader(0).Fmt(2, 44100, 16).Chunk("data", 0, Ramp(42)).Bytes(), true, 10});
+    cases.push_back({"empty data chunk with a chunk behind it",
+                     WaveBuilder().RiffHeader().Fmt(2, 44100, 16).Data({}).Chunk("LIST", Ramp(4)).Bytes(), true, 0});
+    cases.push_back({"RF64 with its sizes in ds64",
+                     WaveBuilder()
+                         .Id("RF64")
+                         .U32(0xFFFFFFFF)
+                         .Id("WAVE")
+                         .Id("ds64")
+                         .U32(28)
+                         .U32(0)
+                         .U32(0)
+                         .U32(36)
+                         .U32(0)
+                         .U32(9)
+                         .U32(0)
+                         .U32(0)
+                         .Fmt(2, 44100, 16)
+                         .Chunk("data", 0xFFFFFFFF, Ramp(36))
+                         .Chunk("LIST", Ramp(4))
+                         .Bytes(),
+                     true, 9});
+    cases.push_back({"12 bits in 2 bytes", WaveBuilder().RiffHeader().Fmt(1, 8000, 12).Data(Ramp(8)).Bytes(), true, 4});
+    cases.push_back(
+        {"20 bits in 3 bytes", WaveBuilder().RiffHeader().Fmt(2, 8000, 20).Data(Ramp(12)).Bytes(), true, 2});
     cases.push_back({"data before fmt", WaveBuilder().RiffHeader().Data(Ramp(8)).Fmt(1, 8000, 16).Bytes(), false, 0});
     cases.push_back({"zero channels", WaveBuilder().RiffHeader().Fmt(0, 8000, 16).Data(Ramp(8)).Bytes(), false, 0});
     cases.push_back({"zero bits", WaveBuilder().RiffHeader().Fmt(2, 8000, 0).Data(Ramp(8)).Bytes(), false, 0});
@@ -113,11 +140,18 @@ std::vector<Case> Cases()
         {"frame of less than a byte", WaveBuilder().RiffHeader().Fmt(1, 8000, 4).Data(Ramp(8)).Bytes(), false, 0});
     cases.push_back(
         {"float format tag", WaveBuilder().RiffHeader().Fmt(1, 8000, 32, 3).Data(Ramp(8)).Bytes(), false, 0});
-    cases.push_back({"extensible format tag",
-                     WaveBuilder().RiffHeader().Fmt(2, 48000, 24, 0xFFFE, 24).Data(Ramp(12)).Bytes(), false, 0});
-    cases.push_back({"odd unknown chunk derails the walk before data",
+    cases.push_back({"extensible of unknown sub-format",
+                     WaveBuilder().RiffHeader().Extensible(2, 48000, 24, 24, 3, 3).Data(Ramp(12)).Bytes(), false, 0});
+    cases.push_back(
+        {"extensible PCM", WaveBuilder().RiffHeader().Extensible(2, 48000, 24, 24, 3).Data(Ramp(12)).Bytes(), true, 2});
+    cases.push_back({"extensible with 20 valid bits of 24",
+                     WaveBuilder().RiffHeader().Extensible(6, 48000, 24, 20, 0x3F).Data(Ramp(36)).Bytes(), true, 2});
+    cases.push_back({"odd unknown chunk with its pad before data",
                      WaveBuilder().RiffHeader().Fmt(1, 8000, 16).Chunk("odd ", Ramp(3)).Raw({0}).Data(Ramp(8)).Bytes(),
-                     false, 0});
+                     true, 4});
+    cases.push_back({"odd unknown chunk whose writer forgot the pad",
+                     WaveBuilder().RiffHeader().Fmt(1, 8000, 16).Chunk("odd ", Ramp(3)).Data(Ramp(8)).Bytes(), true,
+                     4});
     cases.push_back({"more than 1000 chunks before data",
                      []
                      {

@@ -1,0 +1,169 @@
+// Failures of the disk at every write of the operations that write a file:
+// a full disk, a file-size limit and an I/O error each end in an exception,
+// and a rewrite of a foreign file in place never touches its audio or the
+// chunks another tool wrote.
+#include "Cmn/Cmn_Exception.h"
+#include "FF/FF_AudioFile.h"
+#include "Sys/Posix/Sys_FilePosixCalls.h"
+#include "Sys/Sys_FileLoc.h"
+#include "Sys/Sys_Init.h"
+#include "Sys/Sys_Utils.h"
+#include "support/TestSupport.h"
+#include "support/WaveBuilder.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <numeric>
+
+namespace
+{
+using Bytes = std::vector<std::uint8_t>;
+
+// The calls a failing disk lets through before it fails, with an errno.
+int sAllowed = 0;
+int sErrno = 0;
+
+int64 FailingPwrite(int fd, void const* buffer, uint64 count, int64 offset)
+{
+    if (sAllowed-- <= 0)
+    {
+        errno = sErrno;
+        return -1;
+    }
+    return Sys_FilePosixCalls::System().pwrite(fd, buffer, count, offset);
+}
+
+int FailingFtruncate(int fd, int64 length)
+{
+    if (sAllowed-- <= 0)
+    {
+        errno = sErrno;
+        return -1;
+    }
+    return Sys_FilePosixCalls::System().ftruncate(fd, length);
+}
+
+class FF_AudioFileFault : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        Sys_Init::Init();
+        std::vector<Sys_FileType> types = {Sys_FileType(std::string("wav"))};
+        std::vector<std::string> descriptions = {"WAVE audio"};
+        Sys_Utils::RegisterKnownTypes(types, descriptions);
+    }
+    void TearDown() override { Sys_FilePosixCalls::Current() = Sys_FilePosixCalls::System(); }
+
+    vfltest::TempDir mDir;
+};
+
+Bytes Audio()
+{
+    Bytes audio(4000);
+    std::iota(audio.begin(), audio.end(), std::uint8_t{1});
+    return audio;
+}
+
+// A foreign file with chunks of another tool on both sides of the audio,
+// one of them odd with its pad, and a tag behind the form.
+Bytes ForeignFile()
+{
+    Bytes b = WaveBuilder()
+                  .RiffHeader()
+                  .Fmt(2, 44100, 16)
+                  .Chunk("LIST", Bytes(27, 'a'))
+                  .Raw({0})
+                  .Data(Audio())
+                  .Chunk("smpl", Bytes(60, 3))
+                  .FixRiffSize()
+                  .Bytes();
+    Bytes const tag(128, 'T');
+    b.insert(b.end(), tag.begin(), tag.end());
+    return b;
+}
+
+TEST_F(FF_AudioFileFault, EveryFailedWriteIsReportedAndForeignBytesSurvive)
+{
+    using Run = std::function<void(FF_AudioFile&)>;
+    struct
+    {
+        char const* name;
+        bool foreign; // rewrites ForeignFile() in place; otherwise makes a new file
+        Run run;
+    } const ops[] = {
+        {"adopt", true,
+         [](FF_AudioFile& f)
+         {
+             FF_AudioFile::StOpen open(&f, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+             f.Implement(FF_AudioFile::eVelmoraInterface);
+         }},
+        {"add a region", true,
+         [](FF_AudioFile& f)
+         {
+             f.Implement(FF_AudioFile::eVelmoraInterface);
+             FF_AudioFile::StOpen open(&f, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+             f.AddRegion("take", 10, 20, 10, 0, 0);
+         }},
+        {"write a new file", false,
+         [](FF_AudioFile& f)
+         {
+             f.Format(Sys_FileType(std::string("wav")), 2, 44100, 16, 0);
+             FF_AudioFile::StOpen open(&f, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+             Bytes audio = Audio();
+             f.SampleWrite(audio.data(), 1000);
+             f.SetNumSamples(1000);
+         }},
+    };
+    Bytes const original = ForeignFile();
+    Bytes const audio = Audio();
+    for (auto const& op : ops)
+        for (int err : {28 /* ENOSPC */, 27 /* EFBIG */, 5 /* EIO */})
+        {
+            bool failed = true;
+            for (int allowed = 0; failed && allowed < 100; ++allowed)
+            {
+                SCOPED_TRACE(std::string(op.name) + ", errno " + std::to_string(err) + " after " +
+                             std::to_string(allowed) + " writes");
+                std::string const path = mDir.File("f.wav");
+                std::filesystem::remove(path);
+                if (op.foreign)
+                    vfltest::WriteWholeFile(path, original);
+                sAllowed = allowed;
+                sErrno = err;
+                Sys_FilePosixCalls::Current().pwrite = &FailingPwrite;
+                Sys_FilePosixCalls::Current().ftruncate = &FailingFtruncate;
+                bool threw = false;
+                try
+                {
+                    FF_AudioFile file((Sys_FileLoc(path)));
+                    op.run(file);
+                }
+                catch (Cmn_Exception const&)
+                {
+                    threw = true;
+                }
+                Sys_FilePosixCalls::Current() = Sys_FilePosixCalls::System();
+                failed = sAllowed < 0;
+                EXPECT_EQ(threw, failed) << "a failed write must reach the caller";
+                if (!op.foreign)
+                    continue;
+                // The audio and every chunk of the other tool are where they
+                // were, whatever the rewrite got to.
+                Bytes const after = vfltest::ReadWholeFile(path);
+                std::size_t const chunksEnd = original.size() - 128;
+                ASSERT_GE(after.size(), chunksEnd);
+                EXPECT_TRUE(std::equal(original.begin() + 12, original.begin() + chunksEnd, after.begin() + 12));
+                FF_AudioFile again((Sys_FileLoc(path)));
+                ASSERT_TRUE(again.Implements(FF_AudioFile::eImportExportInterface));
+                EXPECT_EQ(again.GetAudioFileAttr().GetNumSamples(), 1000);
+                if (failed)
+                    continue;
+                // Done: the tag still ends the file.
+                EXPECT_TRUE(std::equal(original.end() - 128, original.end(), after.end() - 128));
+            }
+            EXPECT_FALSE(failed) << op.name << ": more than 100 writes";
+        }
+}
+} // namespace
