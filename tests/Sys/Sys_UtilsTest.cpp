@@ -245,7 +245,6 @@ TEST_F(SysUtilsTest, SpaceToCopyCountsTheResourceForkBesideTheFile)
     Case const cases[] = {
         {"plain", 1, -1, unit + unit / 30},
         {"Take 1.WAV", 1, unit + 1, 3 * unit + 3 * unit / 30},
-        {"empty fork", 1, 0, unit + unit / 30},
         {"only a fork", 0, 10, unit + unit / 30},
     };
     for (Case const& c : cases)
