@@ -13,8 +13,10 @@ public:
     // Installs handler (null restores the default) and returns the previous one.
     static Handler SetHandler(Handler handler) noexcept;
 
-    // Call sites reach this only when their condition failed. Without a
-    // handler it throws std::runtime_error("Assertion in \"FILE\", line N").
+    // Call sites reach this only when their condition failed. The file is
+    // named from the top of the source tree ("Sys/Sys_Task.cpp"), for the
+    // handler too. Without a handler it throws
+    // std::runtime_error("Assertion in \"FILE\", line N").
     static void HandleAssert(bool test, char const* file, int line);
 
 private:
@@ -22,9 +24,9 @@ private:
     static std::atomic<Handler> sHandlerP;
 };
 
-#define CMN_ASSERT(cond)                                          \
-    do                                                            \
-    {                                                             \
-        if (!(cond))                                              \
-            ::Cmn_Assert::HandleAssert(false, __FILE__, __LINE__); \
+#define CMN_ASSERT(cond)                                                                                               \
+    do                                                                                                                 \
+    {                                                                                                                  \
+        if (!(cond))                                                                                                   \
+            ::Cmn_Assert::HandleAssert(false, __FILE__, __LINE__);                                                     \
     } while (0)

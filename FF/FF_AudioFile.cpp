@@ -313,8 +313,10 @@ bool FF_AudioFile::Implement(EInterface which)
     bool answer = false;
     StOpen open(this, eOpenRead | eOpenWrite);
     PlugInResult r = mImportExport->Implement(&IID_IVelmoraAudioFile);
-    mDirty = true;
+    // Dirty only once the result has passed the check: a handler that
+    // failed has added nothing to write back.
     CheckImportExportResult(r);
+    mDirty = true;
     if (r == S_OK)
     {
         Query(mAudioFile, IID_IVelmoraAudioFile, &mVelmora);
@@ -652,7 +654,6 @@ void FF_AudioFile::Format(Sys_FileType const& type, int32 channels, int32 sample
             mInterfaceMask |= eEbuInterface;
         if (mOrvanel)
             mInterfaceMask |= eOrvanelInterface;
-        mInterfaceMask &= ~static_cast<uint32>(eNoAudioInterface);
         mInterfacesInitialised = true;
         CMN_ASSERT(mImportExport != nullptr);
         mFileType = type;

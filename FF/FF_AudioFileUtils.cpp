@@ -3,7 +3,6 @@
 #include "Cmn/Cmn_Assert.h"
 #include "Cmn/Cmn_Exception.h"
 #include "FF/FF_AudioFile.h"
-#include "FF/FF_MP3AudioFile.h"
 #include "FF/FF_AudioProcessDecimateWaveform.h"
 #include "FF/FF_AudioProcessMultimediaSqueezer.h"
 #include "FF/FF_AudioProcessReadFiles.h"
@@ -11,6 +10,7 @@
 #include "FF/FF_AudioProcessSRC.h"
 #include "FF/FF_AudioProcessUtils.h"
 #include "FF/FF_AudioProcessWriteFiles.h"
+#include "FF/FF_MP3AudioFile.h"
 #include "Sys/Sys_Utils.h"
 
 #include <memory>
@@ -135,6 +135,10 @@ FF_AudioFileUtils::ChainHandle FF_AudioFileUtils::ConvertAudioFiles(std::vector<
     chain->Append(FF_AudioProcess::Handle(writer));
     // Progress is counted at the writer, in output frames.
     chain->SetGetPercentCompletedObject(new FF_AudioProcessChain::UnitsProcessed<FF_AudioProcessWriteFiles>(writer));
+    // Allocating lets the reader check, before the chain runs, that every
+    // input holds the stretch to convert. A stretch beyond an input's end is
+    // refused here on purpose, as an exception of this call, rather than
+    // found short by the reader in the middle of the run.
     chain->Allocate();
     FF_ScheduleChain(chain);
     return chain;

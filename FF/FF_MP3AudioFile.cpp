@@ -91,8 +91,8 @@ bool FF_MP3AudioFile::WriteOut(u8 const* bytes, int32 count)
 void FF_MP3AudioFile::WriteStartTag()
 {
     MP3EncoderOptions const& o = sOptions;
-    int32 const size = spEncoderIF->GetTagSize(o.tagMode, o.tag1, o.tag2, o.tag3, o.tag4, o.tagValue1, o.tagValue2,
-                                               o.tagValue3);
+    int32 const size =
+        spEncoderIF->GetTagSize(o.tagMode, o.tag1, o.tag2, o.tag3, o.tag4, o.tagValue1, o.tagValue2, o.tagValue3);
     if (size <= 0)
         return;
     std::unique_ptr<u8[]> tag(new u8[static_cast<std::size_t>(size)]);
@@ -107,7 +107,9 @@ void FF_MP3AudioFile::Format(Sys_FileType const& type, int32 channels, int32 sam
 {
     CMN_ASSERT(mEncoderStarted == 0 && GetOpenMode() != 0);
     // The encoders take 16-bit samples, one or two channels; anything else
-    // would be read as the wrong samples.
+    // would be read as the wrong samples. It is refused here, on purpose,
+    // with a clear error before anything is written, rather than met by an
+    // assertion later in the middle of a conversion.
     if (bitsPerSample != 16 || channels < 1 || channels > 2)
         ThrowNotSupported();
     mSamplesWritten = 0;
@@ -118,14 +120,14 @@ void FF_MP3AudioFile::Format(Sys_FileType const& type, int32 channels, int32 sam
     mBitsPerSample = bitsPerSample;
     mNumSamples = numSamples;
     // Host order: the byte swap of the sample path never applies.
-    mAttributes = FF_AudioFileAttr(type, FF_AudioFileAttr::eLittleEndian, static_cast<int16>(channels), samplesPerSec,
-                                   static_cast<int16>(bitsPerSample), static_cast<int16>((bitsPerSample + 7) / 8),
-                                   numSamples);
+    mAttributes =
+        FF_AudioFileAttr(type, FF_AudioFileAttr::eLittleEndian, static_cast<int16>(channels), samplesPerSec,
+                         static_cast<int16>(bitsPerSample), static_cast<int16>((bitsPerSample + 7) / 8), numSamples);
     if (!spEncoderIF)
         return;
     MP3EncoderOptions const& o = sOptions;
-    if (spEncoderIF->StartEncoding(samplesPerSec, channels, o.field5, o.field6, o.field2, o.field3, o.field4,
-                                   o.field12, o.field10, o.field11, o.field7, o.field8, o.field9) != 0)
+    if (spEncoderIF->StartEncoding(samplesPerSec, channels, o.field5, o.field6, o.field2, o.field3, o.field4, o.field12,
+                                   o.field10, o.field11, o.field7, o.field8, o.field9) != 0)
         return;
     mEncoderStarted = 1;
     if (!mOutput)

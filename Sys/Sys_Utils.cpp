@@ -34,13 +34,14 @@ Sys_Utils::ExitMethod Sys_Utils::sExit = nullptr;
 Sys_Utils::BoostThreadPriorityMethod Sys_Utils::sBoostThreadPriority = nullptr;
 Sys_Utils::LowerThreadPriorityMethod Sys_Utils::sLowerThreadPriority = nullptr;
 Sys_Utils::MicrosecondsMethod Sys_Utils::sMicroseconds = nullptr;
+Sys_Utils::GetResourceForkLocMethod Sys_Utils::sGetResourceForkLoc = nullptr;
 
-namespace {
+namespace
+{
 
 // A service used before Sys_Init::Init() installed it is a programming
 // error, reported as an assertion rather than a jump through null.
-template <class Method>
-Method Installed(Method method)
+template <class Method> Method Installed(Method method)
 {
     CMN_ASSERT(method != nullptr);
     return method;
@@ -61,6 +62,16 @@ Registry& GetRegistry()
 int64 RoundUp(int64 size, int64 unit)
 {
     return unit > 0 ? (size + unit - 1) / unit * unit : size;
+}
+
+// The last name of a location as it stands on disk, not as the type
+// registry would spell its extension.
+std::string NameOnDisk(Sys_FileLoc const& loc)
+{
+    std::string path = loc.GetFullPath();
+    if (!path.empty() && path.back() == '/')
+        path.pop_back();
+    return path.substr(path.rfind('/') + 1);
 }
 
 } // namespace
@@ -187,6 +198,11 @@ int64 Sys_Utils::Microseconds()
     return Installed(sMicroseconds)();
 }
 
+Sys_FileLoc Sys_Utils::GetResourceForkLoc(Sys_FileLoc const& loc)
+{
+    return Installed(sGetResourceForkLoc)(loc);
+}
+
 // ---------------------------------------------------------------- copying
 
 int64 Sys_Utils::GetSpaceRequiredToCopyFile(Sys_FileLoc const& loc, Sys_Volume const& volume)
@@ -196,11 +212,15 @@ int64 Sys_Utils::GetSpaceRequiredToCopyFile(Sys_FileLoc const& loc, Sys_Volume c
     int64 const size = Sys_File(loc).GetFileAttr().GetSize();
     if (size != 0)
         total = RoundUp(size, unit);
-    // The resource stream of a file shared with Macintosh clients. The two
-    // stream names differ in case, and each is spelt as it is used.
-    Sys_File resource(Sys_FileLoc(loc.GetFullPath() + ":Afp_Resource"));
-    if (resource.IsOnline())
-        total += RoundUp(resource.GetFileAttr().GetSize(), unit);
+    // The resource fork of a file that came from a Macintosh, where the
+    // platform keeps it.
+    Sys_FileLoc const fork = GetResourceForkLoc(loc);
+    if (fork)
+    {
+        Sys_File resource(fork);
+        if (resource.IsOnline())
+            total += RoundUp(resource.GetFileAttr().GetSize(), unit);
+    }
     total += total / 30;
     return total;
 }
@@ -209,12 +229,17 @@ int64 Sys_Utils::GetSpaceRequiredToCopyFolder(Sys_FileLoc const& loc, Sys_Volume
 {
     std::vector<Sys_FileType> files(1, Sys_FileType(Sys_FileType::kTypeFile));
     int64 total = 0;
-    for (Sys_FileLocIterator it(loc, files, recursive ? Sys_FileLocIterator::kIterateSubfolders : Sys_FileLocIterator::kIterateFolderOnly);
+    for (Sys_FileLocIterator it(
+             loc, files, recursive ? Sys_FileLocIterator::kIterateSubfolders : Sys_FileLocIterator::kIterateFolderOnly);
          it; ++it)
         total += GetSpaceRequiredToCopyFile(*it, volume);
     return total;
 }
 
+// Each entry is copied under its name as it stands on disk. The name with
+// the registry's spelling of its extension (TAKE.wav for TAKE.WAV) would
+// do only where names ignore case; here it would rename the copy, and two
+// names that differ only in case would be copied onto one file.
 void Sys_Utils::CopyFolder(Sys_FileLoc const& from, Sys_FileLoc const& to, ECopyFolderMethod method)
 {
     CreateFolder(to);
@@ -223,12 +248,11 @@ void Sys_Utils::CopyFolder(Sys_FileLoc const& from, Sys_FileLoc const& to, ECopy
     {
         std::vector<Sys_FileType> folders(1, Sys_FileType(Sys_FileType::kTypeFolder));
         for (Sys_FileLocIterator it(from, folders, Sys_FileLocIterator::kIterateFolderOnly); it; ++it)
-            CopyFolder(*it, Sys_FileLoc(volume, to, (*it).GetFileName(Sys_FileLoc::kNameWithExtension), ""),
-                       kCopyFolderTree);
+            CopyFolder(*it, Sys_FileLoc(volume, to, NameOnDisk(*it), ""), kCopyFolderTree);
     }
     std::vector<Sys_FileType> files(1, Sys_FileType(Sys_FileType::kTypeFile));
     for (Sys_FileLocIterator it(from, files, Sys_FileLocIterator::kIterateFolderOnly); it; ++it)
-        CopyFile(*it, Sys_FileLoc(volume, to, (*it).GetFileName(Sys_FileLoc::kNameWithExtension), ""));
+        CopyFile(*it, Sys_FileLoc(volume, to, NameOnDisk(*it), ""));
 }
 
 // ---------------------------------------------------------------- the type registry

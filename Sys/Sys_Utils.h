@@ -25,8 +25,8 @@ class Sys_Utils
 public:
     enum ECopyFolderMethod
     {
-        kCopyFolderTree = 0,      // the folder and every folder below it
-        kCopyFolderFilesOnly = 1  // any other value: only the files directly in it
+        kCopyFolderTree = 0,     // the folder and every folder below it
+        kCopyFolderFilesOnly = 1 // any other value: only the files directly in it
     };
 
     using ThreadSafeIncrementMethod = int32 (*)(volatile int32& value);
@@ -53,6 +53,7 @@ public:
     using BoostThreadPriorityMethod = void (*)();
     using LowerThreadPriorityMethod = void (*)();
     using MicrosecondsMethod = int64 (*)();
+    using GetResourceForkLocMethod = Sys_FileLoc (*)(Sys_FileLoc const& loc);
 
     // ---- platform services
     // Atomic counters; each returns the new value.
@@ -84,12 +85,19 @@ public:
     static void LowerThreadPriority();
     // A steady count of microseconds, not tied to the wall clock.
     static int64 Microseconds();
+    // Where the platform keeps the resource fork of a file that came from a
+    // Macintosh, whether or not there is one; an empty location for a
+    // location that can have none (a volume root).
+    static Sys_FileLoc GetResourceForkLoc(Sys_FileLoc const& loc);
 
     static void SetThreadSafeIncrementMethod(ThreadSafeIncrementMethod method) { sThreadSafeIncrement = method; }
     static void SetThreadSafeDecrementMethod(ThreadSafeDecrementMethod method) { sThreadSafeDecrement = method; }
     static void SetSleepMethod(SleepMethod method) { sSleep = method; }
     static void SetGetFileTypeMethod(GetFileTypeMethod method) { sGetFileType = method; }
-    static void SetGetVolumeRootFolderLocMethod(GetVolumeRootFolderLocMethod method) { sGetVolumeRootFolderLoc = method; }
+    static void SetGetVolumeRootFolderLocMethod(GetVolumeRootFolderLocMethod method)
+    {
+        sGetVolumeRootFolderLoc = method;
+    }
     static void SetGetUTCMethod(GetUTCMethod method) { sGetUTC = method; }
     static void SetUTC2StringMethod(UTC2StringMethod method) { sUTC2String = method; }
     static void SetGetTempFolderLocMethod(GetTempFolderLocMethod method) { sGetTempFolderLoc = method; }
@@ -100,19 +108,30 @@ public:
     static void SetDeleteFileMethod(DeleteFileMethod method) { sDeleteFile = method; }
     static void SetDeleteFolderMethod(DeleteFolderMethod method) { sDeleteFolder = method; }
     static void SetCreateFolderMethod(CreateFolderMethod method) { sCreateFolder = method; }
-    static void SetGetNewExceptionLogFileLocMethod(GetNewExceptionLogFileLocMethod method) { sGetNewExceptionLogFileLoc = method; }
+    static void SetGetNewExceptionLogFileLocMethod(GetNewExceptionLogFileLocMethod method)
+    {
+        sGetNewExceptionLogFileLoc = method;
+    }
     static void SetWriteExceptionLogFileMethod(WriteExceptionLogFileMethod method) { sWriteExceptionLogFile = method; }
-    static void SetDisplayExceptionLogFileMethod(DisplayExceptionLogFileMethod method) { sDisplayExceptionLogFile = method; }
-    static void SetPostFatalExceptionDialogMethod(PostFatalExceptionDialogMethod method) { sPostFatalExceptionDialog = method; }
+    static void SetDisplayExceptionLogFileMethod(DisplayExceptionLogFileMethod method)
+    {
+        sDisplayExceptionLogFile = method;
+    }
+    static void SetPostFatalExceptionDialogMethod(PostFatalExceptionDialogMethod method)
+    {
+        sPostFatalExceptionDialog = method;
+    }
     static void SetHandleFatalExceptionsMethod(HandleFatalExceptionsMethod method) { sHandleFatalExceptions = method; }
     static void SetExitMethod(ExitMethod method) { sExit = method; }
     static void SetBoostThreadPriorityMethod(BoostThreadPriorityMethod method) { sBoostThreadPriority = method; }
     static void SetLowerThreadPriorityMethod(LowerThreadPriorityMethod method) { sLowerThreadPriority = method; }
     static void SetMicrosecondsMethod(MicrosecondsMethod method) { sMicroseconds = method; }
+    static void SetGetResourceForkLocMethod(GetResourceForkLocMethod method) { sGetResourceForkLoc = method; }
 
     // ---- portable services
-    // Bytes that a copy of the file takes on the volume: data rounded up to
-    // the volume's allocation unit, plus a thirtieth as a margin.
+    // Bytes that a copy of the file takes on the volume: data and resource
+    // fork, each rounded up to the volume's allocation unit, plus a
+    // thirtieth as a margin.
     static int64 GetSpaceRequiredToCopyFile(Sys_FileLoc const& loc, Sys_Volume const& volume);
     static int64 GetSpaceRequiredToCopyFolder(Sys_FileLoc const& loc, Sys_Volume const& volume, bool recursive);
     static void CopyFolder(Sys_FileLoc const& from, Sys_FileLoc const& to, ECopyFolderMethod method);
@@ -162,4 +181,5 @@ private:
     static BoostThreadPriorityMethod sBoostThreadPriority;
     static LowerThreadPriorityMethod sLowerThreadPriority;
     static MicrosecondsMethod sMicroseconds;
+    static GetResourceForkLocMethod sGetResourceForkLoc;
 };

@@ -12,7 +12,8 @@
 #include "Sys/Sys_StAcquireMutex.h"
 #include "Sys/Sys_Utils.h"
 
-namespace {
+namespace
+{
 
 // How many entries of a folder are read between two looks at Abort.
 constexpr size_t kAbortCheckInterval = 256;
@@ -135,6 +136,10 @@ bool Sys_FileLocIteratorPosix::ListFolder(std::string const& folder, std::string
         if (++seen % kAbortCheckInterval == 0 && mAborted.load())
             break;
         std::string const name = d->d_name;
+        // "." and ".." are never handed out, with a filter or without: they
+        // name this folder and its parent, not entries of it, and every
+        // walk over a tree (a copy, a search, a sum of sizes) would only
+        // have to skip them.
         if (name == "." || name == "..")
             continue;
         if (!MatchesPattern(pattern, name))
@@ -158,10 +163,12 @@ bool Sys_FileLocIteratorPosix::ListFolder(std::string const& folder, std::string
         entries->push_back(std::move(entry));
     }
     ::closedir(dir);
-    std::sort(entries->begin(), entries->end(), [](Entry const& a, Entry const& b) {
-        std::string const la = ToLowerClassic(a.name), lb = ToLowerClassic(b.name);
-        return la != lb ? la < lb : a.name < b.name;
-    });
+    std::sort(entries->begin(), entries->end(),
+              [](Entry const& a, Entry const& b)
+              {
+                  std::string const la = ToLowerClassic(a.name), lb = ToLowerClassic(b.name);
+                  return la != lb ? la < lb : a.name < b.name;
+              });
     return !entries->empty();
 }
 

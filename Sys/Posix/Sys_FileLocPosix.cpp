@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <cstdlib>
 #include <ostream>
 #include <vector>
 
@@ -11,7 +12,8 @@
 #include "Sys/Sys_FileType.h"
 #include "Sys/Sys_VolumeAttr.h"
 
-namespace {
+namespace
+{
 
 constexpr char kUnmountedRoot[] = "*:";
 
@@ -27,6 +29,34 @@ bool IsFolderOnDisk(std::string const& path)
 {
     struct stat st;
     return ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+// The longest run of the first `count` names that the kernel can resolve,
+// resolved: *parts becomes the names of that folder as the kernel reaches
+// it, without links, "." or "..". Returns how many names were taken.
+size_t ResolveExistingFolders(std::vector<std::string> const& names, size_t count, std::vector<std::string>* parts)
+{
+    parts->clear();
+    for (size_t taken = count; taken > 0; --taken)
+    {
+        std::string path;
+        for (size_t i = 0; i < taken; ++i)
+            path += "/" + names[i];
+        char* const real = ::realpath(path.c_str(), nullptr);
+        if (real == nullptr)
+            continue;
+        std::string const resolved = real;
+        std::free(real);
+        for (size_t start = 1; start < resolved.size();)
+        {
+            size_t const slash = resolved.find('/', start);
+            size_t const end = slash == std::string::npos ? resolved.size() : slash;
+            parts->push_back(resolved.substr(start, end - start));
+            start = end + 1;
+        }
+        return taken;
+    }
+    return 0;
 }
 
 std::string RootStringOf(Sys_Volume const& volume)
@@ -97,28 +127,45 @@ bool Sys_FileLocPosix::CanonicalizePath(std::string* path)
     else
         return false; // relative paths have no place here
 
-    std::vector<std::string> parts;
+    // The names of the path, without the empty ones and ".", but with "..".
+    std::vector<std::string> names;
     bool endsAsFolder = false;
     size_t start = 0;
-    while (start <= rest.size())
+    for (;;)
     {
         size_t const slash = rest.find('/', start);
         size_t const end = slash == std::string::npos ? rest.size() : slash;
-        std::string const part = rest.substr(start, end - start);
-        bool const last = slash == std::string::npos;
-        if (part == "..")
+        std::string const name = rest.substr(start, end - start);
+        if (!name.empty() && name != ".")
+            names.push_back(name);
+        if (slash == std::string::npos)
         {
-            if (!parts.empty())
-                parts.pop_back();
-        }
-        else if (!part.empty() && part != ".")
-            parts.push_back(part);
-        if (last)
-            endsAsFolder = part.empty() || part == "." || part == "..";
-        if (last)
+            endsAsFolder = name.empty() || name == "." || name == "..";
             break;
+        }
         start = slash + 1;
     }
+
+    // The folders above the last name are resolved as the kernel resolves
+    // them, so that ".." behind a symbolic link leads where the kernel
+    // goes; only what does not exist yet is tidied as text. The last name
+    // stays as written, link or not: it is an entry of that folder, and
+    // removing or copying it acts on that entry. A path on a volume that is
+    // not mounted is never looked up (it would be relative).
+    size_t const folders = (!names.empty() && names.back() != "..") ? names.size() - 1 : names.size();
+    std::vector<std::string> parts;
+    size_t resolved = 0;
+    if (prefix.empty())
+        resolved = ResolveExistingFolders(names, folders, &parts);
+    for (size_t i = resolved; i < folders; ++i)
+    {
+        if (names[i] != "..")
+            parts.push_back(names[i]);
+        else if (!parts.empty())
+            parts.pop_back();
+    }
+    if (folders < names.size())
+        parts.push_back(names.back());
 
     std::string result = prefix + "/";
     for (size_t i = 0; i < parts.size(); ++i)
@@ -130,8 +177,7 @@ bool Sys_FileLocPosix::CanonicalizePath(std::string* path)
     if (!parts.empty())
     {
         // Only the disk can tell that a path without a trailing '/' is a
-        // folder, and only at this moment; a path on a volume that is not
-        // mounted is never looked up (it would be relative).
+        // folder, and only at this moment.
         if (endsAsFolder || (prefix.empty() && IsFolderOnDisk(result)))
             result += '/';
     }

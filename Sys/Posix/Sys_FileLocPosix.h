@@ -8,7 +8,8 @@
 
 // A location on Linux. The path is kept as given until the first question;
 // then it is made canonical (absolute, '/'-separated, no "." or ".." or
-// doubled '/', and a trailing '/' if it names a folder that exists at that
+// doubled '/', the folders that exist resolved as the kernel resolves
+// them, and a trailing '/' if it names a folder that exists at that
 // moment), and at the next question beyond the path the volume, parent,
 // name and extension are worked out and kept. Only SetFullPath forgets
 // them. The root of a location is the mount point of its volume.

@@ -17,7 +17,8 @@
 
 static_assert(sizeof(off_t) == 8, "file offsets must be 64-bit");
 
-namespace {
+namespace
+{
 
 // Linux moves at most this much in one read or write call.
 constexpr uint64 kMaxTransfer = 0x7FFFF000;
@@ -171,6 +172,13 @@ void Sys_FilePosix::Open(int32 openMode)
     else if (!existing)
         ThrowErrno(EINVAL); // no disposition at all: the system refuses it
 
+    // Neither read nor write: a handle that names the file and gives no
+    // access, so that Read, Write and SetEOF fail. One that need not create
+    // the file is a path handle, which needs no permission to read it.
+    bool const noAccess = !read && !write;
+    if (noAccess && !create)
+        flags = O_PATH;
+
     std::string const path = mFileLoc.GetFullPath();
     // Not blocking while opening, so that a FIFO cannot hang the caller.
     int const fd = Sys_FilePosixCalls::Current().open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0666);
@@ -183,7 +191,7 @@ void Sys_FilePosix::Open(int32 openMode)
         err = errno;
     else if (S_ISDIR(st.st_mode))
         err = EISDIR;
-    else if (::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK) != 0)
+    else if (!(flags & O_PATH) && ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK) != 0)
         err = errno;
     if (err != 0)
     {
@@ -225,9 +233,16 @@ void Sys_FilePosix::ThrowIfClosed() const
         ThrowErrno(EBADF);
 }
 
-void Sys_FilePosix::SetEOF(int64 size)
+void Sys_FilePosix::ThrowIfNoAccess() const
 {
     ThrowIfClosed();
+    if ((mOpenMode & (Sys_File::kOpenRead | Sys_File::kOpenWrite)) == 0)
+        ThrowErrno(EBADF);
+}
+
+void Sys_FilePosix::SetEOF(int64 size)
+{
+    ThrowIfNoAccess();
     if (Sys_FilePosixCalls::Current().ftruncate(mHandle, size) != 0)
         ThrowErrno(errno);
     Sys_FilePosixCalls::Current().fsync(mHandle);
@@ -249,21 +264,15 @@ void Sys_FilePosix::SetPosition(Sys_File::EOffsetFrom from, int64 offset)
     int64 base = 0;
     switch (from)
     {
-    case Sys_File::kFromStart:
-        base = 0;
-        break;
-    case Sys_File::kFromCurrent:
-        base = static_cast<int64>(mPosition);
-        break;
+    case Sys_File::kFromStart: base = 0; break;
+    case Sys_File::kFromCurrent: base = static_cast<int64>(mPosition); break;
     case Sys_File::kFromEnd:
         base = static_cast<int64>(GetEOF());
         if (offset == std::numeric_limits<int64>::min())
             ThrowErrno(EINVAL);
         offset = -offset;
         break;
-    default:
-        CMN_ASSERT(false);
-        return;
+    default: CMN_ASSERT(false); return;
     }
     int64 position = 0;
     if (__builtin_add_overflow(base, offset, &position) || position < 0)
@@ -278,7 +287,7 @@ uint64 Sys_FilePosix::GetPosition()
 
 int64 Sys_FilePosix::Read(void* buffer, int64 count)
 {
-    ThrowIfClosed();
+    ThrowIfNoAccess();
     // One transfer is at most 4 GiB - 1 bytes: the count above 32 bits is dropped.
     uint64 const wanted = static_cast<uint64>(count) & 0xFFFFFFFFu;
     char* const bytes = static_cast<char*>(buffer);
@@ -286,8 +295,8 @@ int64 Sys_FilePosix::Read(void* buffer, int64 count)
     while (done < wanted)
     {
         uint64 const chunk = std::min(wanted - done, kMaxTransfer);
-        int64 const got = Sys_FilePosixCalls::Current().pread(mHandle, bytes + done, chunk,
-                                                             static_cast<int64>(mPosition + done));
+        int64 const got =
+            Sys_FilePosixCalls::Current().pread(mHandle, bytes + done, chunk, static_cast<int64>(mPosition + done));
         if (got < 0)
         {
             int const err = errno;
@@ -306,15 +315,15 @@ int64 Sys_FilePosix::Read(void* buffer, int64 count)
 
 int64 Sys_FilePosix::Write(void const* buffer, int64 count)
 {
-    ThrowIfClosed();
+    ThrowIfNoAccess();
     uint64 const wanted = static_cast<uint64>(count) & 0xFFFFFFFFu;
     char const* const bytes = static_cast<char const*>(buffer);
     uint64 done = 0;
     while (done < wanted)
     {
         uint64 const chunk = std::min(wanted - done, kMaxTransfer);
-        int64 const put = Sys_FilePosixCalls::Current().pwrite(mHandle, bytes + done, chunk,
-                                                              static_cast<int64>(mPosition + done));
+        int64 const put =
+            Sys_FilePosixCalls::Current().pwrite(mHandle, bytes + done, chunk, static_cast<int64>(mPosition + done));
         int err = 0;
         if (put < 0)
             err = errno;

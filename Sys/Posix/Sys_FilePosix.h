@@ -8,8 +8,10 @@
 // Sys_File on Linux: a file descriptor and a position kept in user space,
 // moved by pread and pwrite. Share modes have no meaning here and are
 // ignored; write-through is O_DSYNC; delete-on-close unlinks the file when
-// it is closed. Every call to the file system goes through
-// Sys_FilePosixCalls, so that tests can make it fail.
+// it is closed. A mode with neither read nor write gives a handle without
+// access: the file is there to be asked about, not to be read or written.
+// Every call to the file system goes through Sys_FilePosixCalls, so that
+// tests can make it fail.
 class Sys_FilePosix : public Sys_FileImpl
 {
 public:
@@ -47,6 +49,8 @@ private:
     static Sys_FileImpl* Create(Sys_FileLoc const& loc);
 
     void ThrowIfClosed() const;
+    // Also refuses a handle opened with neither read nor write access.
+    void ThrowIfNoAccess() const;
     void LearnBytesPerSector();
 
     Sys_FileLoc mFileLoc;

@@ -1,5 +1,6 @@
 #include "Sys/Sys_Init.h"
 
+#include "Sys/Posix/Sys_DLLPosix.h"
 #include "Sys/Posix/Sys_EventPosix.h"
 #include "Sys/Posix/Sys_FileLocIteratorPosix.h"
 #include "Sys/Posix/Sys_FileLocPosix.h"
@@ -25,5 +26,6 @@ void Sys_Init::PlatformInit()
     Sys_FilePosix::SetPlatformDependentMethods();
     Sys_UtilsPosix::SetPlatformDependentMethods();
     Sys_FileLocIteratorPosix::SetPlatformDependentMethods();
+    Sys_DLLPosix::SetPlatformDependentMethods();
     Sys_TimerEventPosix::SetPlatformDependentMethods();
 }

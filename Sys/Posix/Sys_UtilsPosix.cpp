@@ -22,7 +22,8 @@
 #include "Sys/Sys_Utils.h"
 #include "Sys/Sys_Volume.h"
 
-namespace {
+namespace
+{
 
 constexpr int64 kFileTimeOfUnixEpoch = 116444736000000000LL; // 100 ns units from 1601 to 1970
 constexpr int64 kFileTimeUnitsPerSecond = 10000000LL;
@@ -242,6 +243,7 @@ void Sys_UtilsPosix::SetPlatformDependentMethods()
     Sys_Utils::SetBoostThreadPriorityMethod(&BoostThreadPriority);
     Sys_Utils::SetLowerThreadPriorityMethod(&LowerThreadPriority);
     Sys_Utils::SetMicrosecondsMethod(&Microseconds);
+    Sys_Utils::SetGetResourceForkLocMethod(&GetResourceForkLoc);
 }
 
 int32 Sys_UtilsPosix::ThreadSafeIncrement(volatile int32& value)
@@ -324,8 +326,8 @@ std::string Sys_UtilsPosix::UTC2String(int64 utc)
     if (::localtime_r(&seconds, &local) == nullptr)
         return "N/A";
     char text[64];
-    int const n = std::snprintf(text, sizeof(text), "%02d/%02d/%04d %02d:%02d:%02d", local.tm_mon + 1,
-                                local.tm_mday, local.tm_year + 1900, local.tm_hour, local.tm_min, local.tm_sec);
+    int const n = std::snprintf(text, sizeof(text), "%02d/%02d/%04d %02d:%02d:%02d", local.tm_mon + 1, local.tm_mday,
+                                local.tm_year + 1900, local.tm_hour, local.tm_min, local.tm_sec);
     if (n <= 0 || n >= static_cast<int>(sizeof(text)))
         return "N/A";
     return text;
@@ -376,6 +378,17 @@ void Sys_UtilsPosix::GetAppModuleLoc(Sys_FileLoc* loc)
 }
 
 // ---------------------------------------------------------------- file operations
+
+Sys_FileLoc Sys_UtilsPosix::GetResourceForkLoc(Sys_FileLoc const& loc)
+{
+    if (loc.IsVolumeRoot())
+        return Sys_FileLoc();
+    std::string path = loc.GetFullPath();
+    if (path.back() == '/')
+        path.pop_back();
+    size_t const slash = path.rfind('/');
+    return Sys_FileLoc(path.substr(0, slash + 1) + "Resource.FRK/" + path.substr(slash + 1));
+}
 
 void Sys_UtilsPosix::CopyFileA(Sys_FileLoc const& from, Sys_FileLoc const& to)
 {
@@ -511,7 +524,8 @@ void Sys_UtilsPosix::MakeFilterPairsString(std::vector<Sys_FileType>* types, cha
     int64 count = 0;
     int64 written = 0;
     std::string patterns;
-    auto put = [&](std::string const& text) {
+    auto put = [&](std::string const& text)
+    {
         std::memcpy(buffer + written, text.c_str(), text.size() + 1);
         written += static_cast<int64>(text.size() + 1);
     };

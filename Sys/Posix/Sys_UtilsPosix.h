@@ -42,6 +42,11 @@ public:
     static Sys_FileLoc GetDesktopFolderLoc();
     static void GetAppModuleLoc(Sys_FileLoc* loc);
 
+    // The fork of parent/NAME is parent/Resource.FRK/NAME, under the name as
+    // it stands on disk: forks are kept in files, since a file system's
+    // extended attributes are too small for one (ext4 takes about 4 KB).
+    static Sys_FileLoc GetResourceForkLoc(Sys_FileLoc const& loc);
+
     // Quiet: failures are not reported.
     static void CopyFileA(Sys_FileLoc const& from, Sys_FileLoc const& to);
     // Never replaces an existing destination.

@@ -11,7 +11,8 @@
 #include "Sys/Posix/Sys_VolumePosixProbe.h"
 #include "Sys/Sys_ThrowIfOSErr.h"
 
-namespace {
+namespace
+{
 
 using ImplPtr = Sys_Volume::ImplPtr;
 
@@ -31,10 +32,11 @@ bool IsOneOf(std::string const& name, std::initializer_list<std::string_view> na
 // Kernel interfaces mounted like file systems; they hold no files of a user.
 bool IsPseudoFileSystem(std::string const& fsType)
 {
-    return IsOneOf(fsType, {"proc", "sysfs", "devtmpfs", "devpts", "cgroup", "cgroup2", "securityfs", "debugfs",
-                            "tracefs", "pstore", "bpf", "mqueue", "hugetlbfs", "configfs", "fusectl", "binfmt_misc",
-                            "autofs", "efivarfs", "selinuxfs", "rpc_pipefs", "nsfs", "nfsd", "sockfs", "pipefs",
-                            "rootfs", "ramfs_internal", "fuse.gvfsd-fuse", "fuse.portal"});
+    return IsOneOf(
+        fsType, {"proc",    "sysfs",       "devtmpfs", "devpts",   "cgroup",         "cgroup2",         "securityfs",
+                 "debugfs", "tracefs",     "pstore",   "bpf",      "mqueue",         "hugetlbfs",       "configfs",
+                 "fusectl", "binfmt_misc", "autofs",   "efivarfs", "selinuxfs",      "rpc_pipefs",      "nsfs",
+                 "nfsd",    "sockfs",      "pipefs",   "rootfs",   "ramfs_internal", "fuse.gvfsd-fuse", "fuse.portal"});
 }
 
 bool IsNetworkFileSystem(std::string const& fsType)
@@ -78,8 +80,7 @@ Sys_Volume::EVolumeType VolumeTypeOf(Sys_VolumePosix::Mount const& mount,
 constexpr uint32 kHFSMagic = 0x4244;
 constexpr uint32 kHFSPlusMagic = 0x482B;
 
-Sys_Volume::EFileSystemType FileSystemTypeOf(std::string const& fsType,
-                                             Sys_VolumePosixProbe::DeviceInfo const& device)
+Sys_Volume::EFileSystemType FileSystemTypeOf(std::string const& fsType, Sys_VolumePosixProbe::DeviceInfo const& device)
 {
     std::string const name = ToLower(fsType);
     if (name.empty())
@@ -401,17 +402,12 @@ ImplPtr Sys_VolumePosix::CreateByNameOrSerialNumber(std::string const* name, uin
         switch (volume->GetVolumeType())
         {
         case Sys_Volume::kVolumeTypeFixed:
-        case Sys_Volume::kVolumeTypeRemovable:
-            first.push_back(volume);
-            break;
+        case Sys_Volume::kVolumeTypeRemovable: first.push_back(volume); break;
         case Sys_Volume::kVolumeTypeUnknown:
         case Sys_Volume::kVolumeTypeFloppy:
         case Sys_Volume::kVolumeTypeNetwork:
-        case Sys_Volume::kVolumeTypeCDROM:
-            second.push_back(volume);
-            break;
-        default:
-            break;
+        case Sys_Volume::kVolumeTypeCDROM: second.push_back(volume); break;
+        default: break;
         }
     }
     first.insert(first.end(), second.begin(), second.end());
@@ -559,10 +555,20 @@ int32 Sys_VolumePosix::GetMaxFileNameComponentLength() const
     return mMaxNameLength;
 }
 
+void Sys_VolumePosix::AssertMountedOrThrow() const
+{
+    bool const mounted = IsMountedLocked();
+    CMN_ASSERT(mounted);
+    // The device of a medium that has gone cannot be asked, and the empty
+    // mount point would answer for the file system it stands on.
+    if (!mounted)
+        Sys_ThrowIfOSErr(ENOMEDIUM);
+}
+
 int32 Sys_VolumePosix::GetBytesPerSector() const
 {
     std::lock_guard<std::recursive_mutex> lock(mMutex);
-    CMN_ASSERT(IsMountedLocked());
+    AssertMountedOrThrow();
     if (mBytesPerSector == 0)
     {
         Sys_VolumePosixProbe::DeviceInfo device;
@@ -578,7 +584,7 @@ int32 Sys_VolumePosix::GetBytesPerSector() const
 int32 Sys_VolumePosix::GetMinimumAllocationSize() const
 {
     std::lock_guard<std::recursive_mutex> lock(mMutex);
-    CMN_ASSERT(IsMountedLocked());
+    AssertMountedOrThrow();
     if (mMinimumAllocationSize == 0)
     {
         Sys_VolumePosixProbe::FsInfo fs;
@@ -603,7 +609,7 @@ std::string Sys_VolumePosix::GetLabel() const
 Sys_VolumeAttr Sys_VolumePosix::GetAttr() const
 {
     std::lock_guard<std::recursive_mutex> lock(mMutex);
-    CMN_ASSERT(IsMountedLocked());
+    AssertMountedOrThrow();
     Sys_VolumePosixProbe::FsInfo fs;
     if (!Sys_VolumePosixProbe::Current().statFs(mRootPath, &fs))
         Sys_ThrowIfOSErr(errno != 0 ? errno : EIO);
@@ -622,5 +628,7 @@ bool Sys_VolumePosix::operator==(Sys_VolumeImpl const& other) const
     Sys_VolumePosix const* const posix = dynamic_cast<Sys_VolumePosix const*>(&other);
     if (!posix || !IsMounted() || !posix->IsMounted())
         return false;
-    return EqualIgnoringCase(mRootPath, posix->mRootPath);
+    // Names on Linux are case-sensitive: /mnt/Case and /mnt/case are two
+    // mount points, and so two volumes.
+    return mRootPath == posix->mRootPath;
 }

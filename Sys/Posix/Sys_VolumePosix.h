@@ -78,6 +78,9 @@ private:
     static Sys_Volume::ImplPtr CreateByNameOrSerialNumber(std::string const* name, uint32 const* serialNumber);
 
     bool IsMountedLocked() const;
+    // The questions that go to the device: an assertion when the volume is
+    // not mounted, and then ENOMEDIUM rather than an answer about nothing.
+    void AssertMountedOrThrow() const;
     bool FindMount(Mount* mount) const;
 
     mutable std::recursive_mutex mMutex;

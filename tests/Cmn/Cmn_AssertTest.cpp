@@ -57,6 +57,19 @@ TEST(Cmn_Assert, WithoutHandlerThrowsRuntimeErrorNamingFileAndLine)
     EXPECT_EQ(AssertText("Sys/Sys_File.cpp", 42), "Assertion in \"Sys/Sys_File.cpp\", line 42");
     EXPECT_EQ(AssertText("", -1), "Assertion in \"\", line -1");
     EXPECT_THROW(CMN_ASSERT(1 + 1 == 3), std::runtime_error);
+
+    // An assertion in the library names its source as the tree has it.
+    auto e = Cmn_TypedException<Cmn_NullExceptionData>::New(XC_Cmn_EndOfFile, Cmn_NullExceptionData());
+    try
+    {
+        e.AddContext(nullptr);
+        FAIL() << "no assertion";
+    }
+    catch (std::runtime_error const& failed)
+    {
+        EXPECT_EQ(std::string(failed.what()).rfind("Assertion in \"Cmn/Cmn_Exception.cpp\", line ", 0), 0u)
+            << failed.what();
+    }
 }
 
 TEST(Cmn_Assert, InstalledHandlerIsCalledAndTheCodeAfterGoesOn)
@@ -70,7 +83,8 @@ TEST(Cmn_Assert, InstalledHandlerIsCalledAndTheCodeAfterGoesOn)
     EXPECT_EQ(evaluated, 1) << "the condition is evaluated once";
     EXPECT_EQ(sSeen.calls, 1);
     EXPECT_FALSE(sSeen.test);
-    EXPECT_EQ(sSeen.file, __FILE__);
+    // Named from the top of the source tree, wherever the tree was built.
+    EXPECT_EQ(sSeen.file, "tests/Cmn/Cmn_AssertTest.cpp");
     EXPECT_EQ(sSeen.line, line);
 
     CMN_ASSERT(evaluated == 1);
@@ -80,6 +94,7 @@ TEST(Cmn_Assert, InstalledHandlerIsCalledAndTheCodeAfterGoesOn)
     auto e = Cmn_TypedException<Cmn_NullExceptionData>::New(XC_Cmn_EndOfFile, Cmn_NullExceptionData());
     e.AddContext(nullptr);
     EXPECT_EQ(sSeen.calls, 2);
+    EXPECT_EQ(sSeen.file, "Cmn/Cmn_Exception.cpp");
     EXPECT_TRUE(e.GetContextListBegin() == e.GetContextListEnd());
 
     EXPECT_EQ(Cmn_Assert::SetHandler(&Throwing), &Record);

@@ -238,6 +238,50 @@ TEST_F(FF_AudioFileContract, WriteBackHappensAtTheLastClose)
     EXPECT_EQ(mFake->flushes, 1); // clean now
 }
 
+// Implement marks the file dirty once the handler has answered, whatever
+// it answered; a failure is thrown before that, and leaves nothing to write.
+TEST_F(FF_AudioFileContract, ImplementMarksDirtyOnlyAfterTheHandlerAnswered)
+{
+    struct
+    {
+        char const* name;
+        PlugInResult result;
+        bool answer;
+        bool throws;
+        int flushes;
+    } const cases[] = {
+        {"added", S_OK, true, false, 1},
+        {"not added", S_FALSE, false, false, 1},
+        {"failed", E_FAIL, false, true, 0},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        auto* fake = FakePlugIn::Make();
+        fake->Facts(2, 16, 8);
+        fake->implementResult = c.result;
+        {
+            TestAudioFile file(Sys_FileLoc(mPath), fake);
+            file.Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+            bool answer = false;
+            bool threw = false;
+            try
+            {
+                answer = file.Implement(FF_AudioFile::eVelmoraInterface);
+            }
+            catch (Cmn_Exception const&)
+            {
+                threw = true;
+            }
+            EXPECT_EQ(answer, c.answer);
+            EXPECT_EQ(threw, c.throws);
+            file.Close();
+            EXPECT_EQ(fake->flushes, c.flushes);
+        }
+        fake->Release();
+    }
+}
+
 TEST_F(FF_AudioFileContract, FailedWriteBackThrowsWithTheFileClosed)
 {
     mFake->flushResult = 0x80070005;
@@ -320,6 +364,35 @@ TEST(FF_AudioFileOnDisk, UnknownFileIsClosedAgainAndNotAnError)
         EXPECT_EQ(file.GetFileType().GetFileType(), Sys_FileType::kTypeUnknown);
         EXPECT_FALSE(file.IsOpen());
         EXPECT_EQ(file.GetOpenMode(), 0);
+    }
+}
+
+// Format keeps the bits of the mask it finds and only adds to them: a
+// location probed as unknown still says so after it has been formatted.
+TEST(FF_AudioFileOnDisk, FormatAddsToTheMaskItFinds)
+{
+    Sys_Init::Init();
+    vfltest::TempDir dir;
+    struct
+    {
+        char const* name;
+        bool probedFirst;
+        bool noAudioAfter;
+    } const cases[] = {{"probed as unknown", true, true}, {"never probed", false, false}};
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        std::string const path = dir.File(std::string(c.name) + ".wav");
+        vfltest::WriteWholeFile(path, {'a', 'b', 'c'});
+        FF_AudioFile file((Sys_FileLoc(path)));
+        if (c.probedFirst)
+        {
+            ASSERT_TRUE(file.Implements(FF_AudioFile::eNoAudioInterface));
+        }
+        file.Format(Sys_FileType(std::string("wav")), 2, 44100, 16, 0);
+        EXPECT_TRUE(file.Implements(FF_AudioFile::eImportExportInterface));
+        EXPECT_TRUE(file.Implements(FF_AudioFile::eNativeInterface));
+        EXPECT_EQ(file.Implements(FF_AudioFile::eNoAudioInterface), c.noAudioAfter);
     }
 }
 

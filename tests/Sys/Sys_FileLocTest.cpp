@@ -76,6 +76,48 @@ TEST_F(SysFileLocTest, AFolderOnDiskGainsItsSlashAndAFileDoesNot)
     EXPECT_EQ(Sys_FileLoc(Dir() + "audio/take.wav/").GetFullPath(), Dir() + "audio/take.wav/");
 }
 
+// The part of a path that exists is resolved as the kernel resolves it, so
+// that ".." behind a symbolic link leads where the kernel goes; only the
+// part that does not exist yet is tidied as text. The last name stays as
+// it is written: a link is an entry of its own folder.
+TEST_F(SysFileLocTest, DotDotBehindALinkGoesWhereTheKernelGoes)
+{
+    namespace fs = std::filesystem;
+    fs::create_directories(mDir.Path() / "real/sub");
+    fs::create_directories(mDir.Path() / "a");
+    fs::create_directory_symlink(Dir() + "real/sub", mDir.Path() / "a/link");
+    fs::create_symlink(Dir() + "real/f", mDir.Path() / "a/filelink");
+    vfltest::WriteWholeFile(Dir() + "real/f", {'K'});
+    vfltest::WriteWholeFile(Dir() + "a/f", {'T'}); // where ".." as text would lead
+    struct Case
+    {
+        char const* raw;
+        char const* canonical;
+    };
+    Case const cases[] = {
+        {"a/link/../f", "real/f"},
+        {"a/link/..", "real/"},
+        {"a/link/../../a/f", "a/f"},
+        {"a/link/new/../g", "real/sub/g"},
+        {"a/link/new/../../f", "real/f"},
+        {"a/missing/../f", "a/f"},
+        {"a/./link//x.wav", "real/sub/x.wav"},
+        {"a/link", "a/link/"},
+        {"a/filelink", "a/filelink"},
+    };
+    for (Case const& c : cases)
+    {
+        SCOPED_TRACE(c.raw);
+        Sys_FileLoc const loc(Dir() + c.raw);
+        EXPECT_EQ(loc.GetFullPath(), Dir() + c.canonical);
+    }
+    Sys_File file(Sys_FileLoc(Dir() + "a/link/../f"));
+    Sys_File::StOpen open(&file, Sys_File::kOpenRead | Sys_File::kOpenExisting);
+    char got = 0;
+    EXPECT_EQ(file.Read(&got, 1), 1);
+    EXPECT_EQ(got, 'K');
+}
+
 TEST_F(SysFileLocTest, ARelativePathIsAnAssertion)
 {
     Sys_FileLoc const loc(std::string("relative/take.wav"));
@@ -155,7 +197,7 @@ TEST_F(SysFileLocTest, ComparisonIgnoresCase)
         EXPECT_EQ(a == b, c.order == 0);
         EXPECT_EQ(a != b, c.order != 0);
         EXPECT_EQ(a < b, c.order < 0);
-        EXPECT_EQ(b < a, c.order > 0);
+        EXPECT_EQ(b<a, c.order> 0);
     }
 }
 

@@ -54,9 +54,9 @@ struct OpenCase
 {
     char const* name;
     int32 mode;
-    bool exists;      // the file is there before the open
-    int openErrno;    // 0: the open works
-    int64 sizeAfter;  // -1: no file afterwards
+    bool exists;     // the file is there before the open
+    int openErrno;   // 0: the open works
+    int64 sizeAfter; // -1: no file afterwards
     bool canRead;
     bool canWrite;
 };
@@ -77,6 +77,11 @@ TEST_F(SysFileTest, OpenModesFollowTheDispositionAndAccessBits)
         {"delete on close keeps no file", 0x1103, true, 0, -1, true, true},
         {"neither existing nor create", 0x003, true, EINVAL, 10, false, false},
         {"neither, file missing", 0x002, false, EINVAL, -1, false, false},
+        // Neither read nor write: a handle that names the file and gives no access.
+        {"no access to existing", 0x100, true, 0, 10, false, false},
+        {"no access, create over existing", 0x200, true, 0, 0, false, false},
+        {"no access, open or create missing", 0x300, false, 0, 0, false, false},
+        {"no access, delete on close", 0x1100, true, 0, -1, false, false},
     };
     for (OpenCase const& c : cases)
     {
@@ -93,19 +98,32 @@ TEST_F(SysFileTest, OpenModesFollowTheDispositionAndAccessBits)
         {
             char buffer[4];
             int const readErr = SystemErrorOf([&] { file.Read(buffer, 1); });
-            EXPECT_EQ(readErr == 0, c.canRead) << "read errno " << readErr;
+            EXPECT_EQ(readErr, c.canRead ? 0 : EBADF);
             int const writeErr = SystemErrorOf([&] { file.Write("x", 0); });
             (void)writeErr; // a write of nothing says nothing about access
             file.SetPosition(Sys_File::kFromEnd, 0);
-            int const writeSome = SystemErrorOf([&] { file.Write("", 0); file.Write("y", 1); });
-            EXPECT_EQ(writeSome == 0, c.canWrite) << "write errno " << writeSome;
+            int const writeSome = SystemErrorOf(
+                [&]
+                {
+                    file.Write("", 0);
+                    file.Write("y", 1);
+                });
+            EXPECT_EQ(writeSome, c.canWrite ? 0 : EBADF);
             if (c.canWrite)
+            {
                 file.SetEOF(c.sizeAfter < 0 ? 10 : c.sizeAfter);
+            }
+            else if (!c.canRead)
+            {
+                EXPECT_EQ(SystemErrorOf([&] { file.SetEOF(0); }), EBADF);
+            }
+            EXPECT_EQ(file.GetEOF(), c.sizeAfter < 0 ? 10 : c.sizeAfter);
             file.Close();
         }
         EXPECT_FALSE(file.IsOpen());
         std::error_code ec;
-        int64 const size = std::filesystem::exists(path) ? static_cast<int64>(std::filesystem::file_size(path, ec)) : -1;
+        int64 const size =
+            std::filesystem::exists(path) ? static_cast<int64>(std::filesystem::file_size(path, ec)) : -1;
         EXPECT_EQ(size, c.sizeAfter);
     }
 }
@@ -116,8 +134,8 @@ TEST_F(SysFileTest, OpeningTwiceThrowsAndLeavesTheFirstOpen)
     Sys_File file(LocOf("a.bin"));
     file.Open(Sys_File::kOpenRead | Sys_File::kOpenExisting);
     file.SetPosition(Sys_File::kFromStart, 40);
-    EXPECT_TRUE(vfltest::ThrowsCode([&] { file.Open(Sys_File::kOpenRead | Sys_File::kOpenExisting); },
-                                    XC_Sys_FileAlreadyOpen));
+    EXPECT_TRUE(
+        vfltest::ThrowsCode([&] { file.Open(Sys_File::kOpenRead | Sys_File::kOpenExisting); }, XC_Sys_FileAlreadyOpen));
     EXPECT_TRUE(file.IsOpen());
     EXPECT_EQ(file.GetPosition(), 40);
     char c = 0;
@@ -159,9 +177,9 @@ TEST_F(SysFileTest, SetPositionCountsFromStartCurrentAndEnd)
         int64 expected; // -1: EINVAL
     };
     Case const cases[] = {
-        {Sys_File::kFromStart, 10, 10},   {Sys_File::kFromCurrent, 5, 35},  {Sys_File::kFromCurrent, -30, 0},
-        {Sys_File::kFromEnd, 10, 90},     {Sys_File::kFromEnd, 0, 100},     {Sys_File::kFromEnd, -20, 120},
-        {Sys_File::kFromStart, 5000, 5000}, {Sys_File::kFromStart, -1, -1}, {Sys_File::kFromCurrent, -31, -1},
+        {Sys_File::kFromStart, 10, 10},     {Sys_File::kFromCurrent, 5, 35}, {Sys_File::kFromCurrent, -30, 0},
+        {Sys_File::kFromEnd, 10, 90},       {Sys_File::kFromEnd, 0, 100},    {Sys_File::kFromEnd, -20, 120},
+        {Sys_File::kFromStart, 5000, 5000}, {Sys_File::kFromStart, -1, -1},  {Sys_File::kFromCurrent, -31, -1},
         {Sys_File::kFromEnd, 101, -1},
     };
     vfltest::WriteWholeFile(PathOf("p.bin"), Pattern(100));
@@ -298,15 +316,15 @@ TEST_F(SysFileTest, MoveBlockMatchesACopyInBothDirections)
         int64 start, size, moveBy;
     };
     Case const cases[] = {
-        {0, 100000, 1},          // overlapping, towards the end, grows the file
-        {1, 99999, -1},          // overlapping, towards the start
-        {1000, 70000, 40000},    // overlap larger than one buffer
-        {30000, 70000, -29000},  // the same towards the start
-        {10, 32768, 32768},      // exactly one buffer, adjacent
-        {40000, 32769, -39999},  // one buffer and a byte
-        {0, 5, 150000},          // far past the end
-        {300, 0, 17},            // nothing to move
-        {99990, 10, -99990},     // the tail to the head
+        {0, 100000, 1},         // overlapping, towards the end, grows the file
+        {1, 99999, -1},         // overlapping, towards the start
+        {1000, 70000, 40000},   // overlap larger than one buffer
+        {30000, 70000, -29000}, // the same towards the start
+        {10, 32768, 32768},     // exactly one buffer, adjacent
+        {40000, 32769, -39999}, // one buffer and a byte
+        {0, 5, 150000},         // far past the end
+        {300, 0, 17},           // nothing to move
+        {99990, 10, -99990},    // the tail to the head
     };
     Bytes const original = Pattern(100000, 3);
     for (Case const& c : cases)
@@ -356,8 +374,8 @@ TEST_F(SysFileTest, AttributesAreTheSameClosedAndOpen)
     EXPECT_LE(closed.GetCreated(), closed.GetModified());
     // A file written a moment ago, in 100 ns units since 1601.
     auto const now = std::chrono::system_clock::now().time_since_epoch();
-    int64 const nowFileTime = std::chrono::duration_cast<std::chrono::nanoseconds>(now).count() / 100 +
-                              116444736000000000LL;
+    int64 const nowFileTime =
+        std::chrono::duration_cast<std::chrono::nanoseconds>(now).count() / 100 + 116444736000000000LL;
     EXPECT_NEAR(static_cast<double>(closed.GetModified()), static_cast<double>(nowFileTime), 600e7);
 }
 
@@ -502,7 +520,8 @@ TEST_F(SysFileTest, InjectedFailuresSurfaceWithTheirErrno)
         int err;
         int64 failAfter;
     };
-    Case const cases[] = {{"EIO at once", EIO, 0}, {"ENOSPC after 100 bytes", ENOSPC, 100}, {"EIO after 4097", EIO, 4097}};
+    Case const cases[] = {
+        {"EIO at once", EIO, 0}, {"ENOSPC after 100 bytes", ENOSPC, 100}, {"EIO after 4097", EIO, 4097}};
     Bytes const data = Pattern(10000);
     for (Case const& c : cases)
     {

@@ -47,25 +47,28 @@ TEST_F(SysUtilsTest, ThePriorityLadder)
         int32 to;
     };
     Case const cases[] = {
-        {0, true, 1},    {0, false, -1},  {2, true, 15},   {15, false, 2},  {-15, true, -2},
-        {15, true, 15},  {-15, false, -15}, {-2, false, -15}, {1, false, 0}, {7, true, 7}, {7, false, 7},
+        {0, true, 1},      {0, false, -1},   {2, true, 15}, {15, false, 2}, {-15, true, -2}, {15, true, 15},
+        {-15, false, -15}, {-2, false, -15}, {1, false, 0}, {7, true, 7},   {7, false, 7},
     };
     // On a thread of its own: the test thread keeps its priority.
-    std::thread([&] {
-        for (Case const& c : cases)
+    std::thread(
+        [&]
         {
-            SCOPED_TRACE(testing::Message() << c.from << (c.boost ? " boost" : " lower"));
-            Sys_UtilsPosix::SetThreadPriority(c.from);
-            c.boost ? Sys_Utils::BoostThreadPriority() : Sys_Utils::LowerThreadPriority();
-            EXPECT_EQ(Sys_UtilsPosix::GetThreadPriority(), c.to);
-        }
-        Sys_UtilsPosix::SetThreadPriority(0);
-        {
-            Sys_StBoostThreadPriority boost;
-            EXPECT_EQ(Sys_UtilsPosix::GetThreadPriority(), 1);
-        }
-        EXPECT_EQ(Sys_UtilsPosix::GetThreadPriority(), 0);
-    }).join();
+            for (Case const& c : cases)
+            {
+                SCOPED_TRACE(testing::Message() << c.from << (c.boost ? " boost" : " lower"));
+                Sys_UtilsPosix::SetThreadPriority(c.from);
+                c.boost ? Sys_Utils::BoostThreadPriority() : Sys_Utils::LowerThreadPriority();
+                EXPECT_EQ(Sys_UtilsPosix::GetThreadPriority(), c.to);
+            }
+            Sys_UtilsPosix::SetThreadPriority(0);
+            {
+                Sys_StBoostThreadPriority boost;
+                EXPECT_EQ(Sys_UtilsPosix::GetThreadPriority(), 1);
+            }
+            EXPECT_EQ(Sys_UtilsPosix::GetThreadPriority(), 0);
+        })
+        .join();
 }
 
 TEST_F(SysUtilsTest, CountersReturnTheNewValue)
@@ -79,16 +82,16 @@ TEST_F(SysUtilsTest, CountersReturnTheNewValue)
 TEST_F(SysUtilsTest, ClocksAreInFileTimeUnitsAndSteady)
 {
     auto const now = std::chrono::system_clock::now().time_since_epoch();
-    int64 const expected = std::chrono::duration_cast<std::chrono::nanoseconds>(now).count() / 100 +
-                           116444736000000000LL;
+    int64 const expected =
+        std::chrono::duration_cast<std::chrono::nanoseconds>(now).count() / 100 + 116444736000000000LL;
     EXPECT_NEAR(static_cast<double>(Sys_Utils::GetUTC()), static_cast<double>(expected), 600e7);
     int64 const a = Sys_Utils::Microseconds();
     int64 const b = Sys_Utils::Microseconds();
     EXPECT_LE(a, b);
     EXPECT_EQ(Sys_Utils::UTC2String(-1), "N/A");
     EXPECT_EQ(Sys_Utils::UTC2String(INT64_MIN), "N/A");
-    EXPECT_TRUE(std::regex_match(Sys_Utils::UTC2String(Sys_Utils::GetUTC()),
-                                 std::regex(R"(\d\d/\d\d/\d{4} \d\d:\d\d:\d\d)")));
+    EXPECT_TRUE(
+        std::regex_match(Sys_Utils::UTC2String(Sys_Utils::GetUTC()), std::regex(R"(\d\d/\d\d/\d{4} \d\d:\d\d:\d\d)")));
     EXPECT_NE(Sys_Utils::UTC2String(INT64_MAX), ""); // far in the future, but not a crash
 }
 
@@ -172,16 +175,34 @@ TEST_F(SysUtilsTest, DeleteFolderOfTheCurrentFolderMovesToItsParent)
 
 TEST_F(SysUtilsTest, CopyFolderWithOrWithoutItsSubfolders)
 {
+    // Names differing only in case are different files here, and each is
+    // copied under its own name.
+    struct Entry
+    {
+        char const* name;
+        Bytes bytes;
+        bool inSubfolder;
+    };
+    Entry const entries[] = {
+        {"a.wav", {1}, false}, {"notes", {2}, false},   {"sub/b.wav", {3}, true},     {"x.WAV", {4}, false},
+        {"x.wav", {5}, false}, {"Mix.Wav", {6}, false}, {"Sub.AIF/c.Aif", {7}, true},
+    };
     fs::create_directories(Dir() + "from/sub");
-    vfltest::WriteWholeFile(Dir() + "from/a.wav", {1});
-    vfltest::WriteWholeFile(Dir() + "from/notes", {2});
-    vfltest::WriteWholeFile(Dir() + "from/sub/b.wav", {3});
+    fs::create_directories(Dir() + "from/Sub.AIF");
+    for (Entry const& e : entries)
+        vfltest::WriteWholeFile(Dir() + "from/" + e.name, e.bytes);
     Sys_Utils::CopyFolder(Loc("from"), Loc("tree"), Sys_Utils::kCopyFolderTree);
-    EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "tree/a.wav"), (Bytes{1}));
-    EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "tree/notes"), (Bytes{2}));
-    EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "tree/sub/b.wav"), (Bytes{3}));
     Sys_Utils::CopyFolder(Loc("from"), Loc("flat"), Sys_Utils::kCopyFolderFilesOnly);
-    EXPECT_TRUE(fs::exists(Dir() + "flat/a.wav"));
+    for (Entry const& e : entries)
+    {
+        SCOPED_TRACE(e.name);
+        EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "tree/" + e.name), e.bytes);
+        EXPECT_EQ(fs::exists(Dir() + "flat/" + e.name), !e.inSubfolder);
+    }
+    size_t files = 0;
+    for (auto const& entry : fs::recursive_directory_iterator(Dir() + "tree"))
+        files += entry.is_regular_file() ? 1 : 0;
+    EXPECT_EQ(files, std::size(entries));
     EXPECT_FALSE(fs::exists(Dir() + "flat/sub"));
 }
 
@@ -203,6 +224,42 @@ TEST_F(SysUtilsTest, SpaceToCopyRoundsToTheAllocationUnitAndAddsAThirtieth)
     int64 const tree = Sys_Utils::GetSpaceRequiredToCopyFolder(Loc(""), volume, true);
     EXPECT_EQ(flat, (unit + unit / 30) + (2 * unit + 2 * unit / 30));
     EXPECT_EQ(tree, flat + unit + unit / 30);
+}
+
+// A resource fork lives in the folder Resource.FRK beside the file, under
+// the file's own name; a file whose name merely ends in ":Afp_Resource" is
+// an ordinary file of its own.
+TEST_F(SysUtilsTest, SpaceToCopyCountsTheResourceForkBesideTheFile)
+{
+    Sys_Volume const volume = Loc("").GetVolume();
+    int64 const unit = volume.GetMinimumAllocationSize();
+    ASSERT_GT(unit, 0);
+    fs::create_directories(Dir() + "mac/Resource.FRK");
+    struct Case
+    {
+        char const* name;
+        size_t dataSize;
+        int64 forkSize; // -1: no fork
+        int64 expected;
+    };
+    Case const cases[] = {
+        {"plain", 1, -1, unit + unit / 30},
+        {"Take 1.WAV", 1, unit + 1, 3 * unit + 3 * unit / 30},
+        {"only a fork", 0, 10, unit + unit / 30},
+    };
+    for (Case const& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        std::string const path = Dir() + "mac/" + c.name;
+        vfltest::WriteWholeFile(path, Bytes(c.dataSize, 1));
+        vfltest::WriteWholeFile(path + ":Afp_Resource", Bytes(static_cast<size_t>(5 * unit), 2));
+        if (c.forkSize >= 0)
+            vfltest::WriteWholeFile(Dir() + "mac/Resource.FRK/" + c.name, Bytes(static_cast<size_t>(c.forkSize), 3));
+        EXPECT_EQ(Sys_Utils::GetSpaceRequiredToCopyFile(Sys_FileLoc(path), volume), c.expected);
+    }
+    // The rule is the platform's, and this is where the fork of a file lies.
+    EXPECT_EQ(Sys_Utils::GetResourceForkLoc(Loc("mac/TAKE.WAV")).GetFullPath(), Dir() + "mac/Resource.FRK/TAKE.WAV");
+    EXPECT_FALSE(Sys_Utils::GetResourceForkLoc(Sys_FileLoc(std::string("/"))));
 }
 
 TEST_F(SysUtilsTest, AFailedServiceIsReplaceable)
