@@ -17,8 +17,7 @@ constexpr int32 kProducerPassOnPriority = 0;
 
 // Splits frames of Bytes-byte samples into one buffer per channel. One pass
 // per channel, so that each inner loop is a plain strided copy.
-template <int Bytes>
-void Deinterleave(char const* source, char* const* channels, i32 numChannels, i64 frames)
+template <int Bytes> void Deinterleave(char const* source, char* const* channels, i32 numChannels, i64 frames)
 {
     i64 const frameSize = static_cast<i64>(Bytes) * numChannels;
     for (i32 c = 0; c < numChannels; ++c)
@@ -31,8 +30,7 @@ void Deinterleave(char const* source, char* const* channels, i32 numChannels, i6
 }
 
 // Stereo, the common case: both channels in one pass over the frames.
-template <int Bytes>
-void DeinterleaveStereo(char const* source, char* left, char* right, i64 frames)
+template <int Bytes> void DeinterleaveStereo(char const* source, char* left, char* right, i64 frames)
 {
     for (i64 i = 0; i < frames; ++i)
     {
@@ -56,10 +54,9 @@ void DeinterleaveAnyWidth(char const* source, char* const* channels, i32 numChan
 } // namespace
 
 FF_AudioProcessReadFiles::FF_AudioProcessReadFiles(std::vector<std::unique_ptr<FF_AudioFile>> audioFiles,
-                                                   i64 startSample, i64 length, i32 processBlockSize,
-                                                   i32 readBlockSize)
-    : mAudioFiles(std::move(audioFiles)), mMutex(Sys_Mutex::Create(Sys_Mutex::kMutexPlain)),
-      mStartSample(startSample), mLength(length), mReadBlockSize(readBlockSize), mProcessBlockSize(processBlockSize)
+                                                   i64 startSample, i64 length, i32 processBlockSize, i32 readBlockSize)
+    : mAudioFiles(std::move(audioFiles)), mMutex(Sys_Mutex::Create(Sys_Mutex::kMutexPlain)), mStartSample(startSample),
+      mLength(length), mReadBlockSize(readBlockSize), mProcessBlockSize(processBlockSize)
 {
     Require(processBlockSize > 0 && readBlockSize > 0, "the block sizes of a file reader must be positive");
     Require(readBlockSize % processBlockSize == 0,
@@ -107,12 +104,19 @@ void FF_AudioProcessReadFiles::Preflight(FF_AudioProcessBlock* prototype)
     Require(bytesPerSample >= 1 && channels >= 1, "a file to read has no samples of any width");
 
     mFrameSize = bytesPerSample * channels;
-    Require(mReadBlockSize % mFrameSize == 0, "the read block size of a file reader holds no whole number of frames");
     Require(mProcessBlockSize >= mFrameSize, "the process block size of a file reader holds no whole frame");
+    // Frames of 9, 14, 18, 21 or 36 bytes (24 bits in 3, 6, 7 or 12
+    // channels, 16 bits in 7) do not divide the block sizes: both shrink to
+    // whole frames, a read still being a whole number of blocks. Where the
+    // frame divides the process block, the sizes stay as they are.
+    i32 const blocksPerRead = mReadBlockSize / mProcessBlockSize;
+    mProcessBlockSize -= mProcessBlockSize % mFrameSize;
+    mReadBlockSize = mProcessBlockSize * blocksPerRead;
     if (channels < 2)
     {
         mNumStreams = static_cast<i32>(mAudioFiles.size());
-        mReadBuffer = std::make_unique<char[]>(static_cast<std::size_t>(static_cast<i64>(mReadBlockSize) * mNumStreams));
+        mReadBuffer =
+            std::make_unique<char[]>(static_cast<std::size_t>(static_cast<i64>(mReadBlockSize) * mNumStreams));
         mChannelReadPtrs = std::make_unique<char*[]>(static_cast<std::size_t>(mNumStreams));
     }
     else

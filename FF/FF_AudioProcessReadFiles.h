@@ -18,7 +18,8 @@ class FF_AudioProcessReadFiles : public FF_AudioProcess
 {
 public:
     // Divisible by the frame sizes 1, 2, 3, 4, 6 and 8, so that a block of 1
-    // or 2 channels of 1, 2 or 3 bytes holds whole frames.
+    // or 2 channels of 1, 2 or 3 bytes holds whole frames. A reader rounds
+    // both sizes down to whole frames of any other size.
     static constexpr i32 cDefaultProcessBlockSize = 15360;
     // 16 blocks: the read head makes a long move only once per read.
     static constexpr i32 cDefaultReadBlockSize = 245760;

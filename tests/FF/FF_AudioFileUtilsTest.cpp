@@ -123,7 +123,7 @@ TEST_F(FF_AudioFileUtilsTest, OutputsEqualTheReferenceModelsThroughTheReadersBlo
         int channels, inBits, outBits, outRate;
         uint32 quality;
     } const cases[] = {
-        {1, 24, 16, 44100, 4}, {2, 24, 16, 44100, 4}, {1, 16, 8, 44100, 4}, {2, 16, 8, 44100, 4},
+        {1, 24, 16, 44100, 4}, {2, 24, 16, 44100, 4}, {1, 16, 8, 44100, 4},  {2, 16, 8, 44100, 4},
         {1, 16, 16, 48000, 0}, {2, 16, 16, 48000, 0}, {1, 16, 16, 48000, 1}, {2, 16, 16, 48000, 1},
         {1, 16, 16, 48000, 2}, {2, 16, 16, 48000, 2}, {1, 16, 16, 48000, 3}, {2, 16, 16, 48000, 3},
         {1, 16, 16, 48000, 4}, {2, 16, 16, 48000, 4}, {2, 16, 16, 22050, 4},
@@ -160,6 +160,62 @@ TEST_F(FF_AudioFileUtilsTest, OutputsEqualTheReferenceModelsThroughTheReadersBlo
         ASSERT_EQ(got.size(), expected.size());
         for (std::size_t ch = 0; ch < got.size(); ++ch)
             EXPECT_TRUE(got[ch] == expected[ch]) << "channel " << ch;
+    }
+}
+
+TEST_F(FF_AudioFileUtilsTest, FramesThatDoNotDivideTheBlocksConvertWhole)
+{
+    struct Case
+    {
+        int channels, bits;
+    } const cases[] = {{3, 24}, {5, 24}, {6, 24}, {7, 24}, {12, 24}, {7, 16}};
+    i64 const frames = 30011; // more than one read of every one of these frame sizes
+    for (auto const& c : cases)
+    {
+        i64 const frameBytes = BytesOf(c.bits) * c.channels;
+        i64 const blockFrames = kBlockBytes / frameBytes; // the block rounded down to whole frames
+        Samples const input = SineRamp(c.channels, frames, c.bits, 0.9);
+        Paths const in = MakeFiles(mDir, "in", c.channels, c.bits, frames, false, &input);
+        Paths mono;
+        for (int ch = 0; ch < c.channels; ++ch)
+            mono.push_back(mDir.File("mono" + std::to_string(ch) + ".wav"));
+        int const otherBits = c.bits == 24 ? 16 : 24;
+        struct Step
+        {
+            char const* what;
+            Paths from, to;
+            int bits, rate;
+            Samples expected;
+        };
+        i32 seed = 77;
+        Samples const requantized = ReferenceRequantize(input, c.bits, otherBits, blockFrames, seed);
+        Step const steps[] = {
+            {"copy", in, {mDir.File("copy.wav")}, c.bits, 44100, input},
+            {"requantize", in, {mDir.File("req.wav")}, otherBits, 44100, requantized},
+            {"rate", in, {mDir.File("rate.wav")}, c.bits, 48000, ReferenceResample(input, 44100, 48000, 17, c.bits)},
+            {"split", in, mono, c.bits, 44100, input},
+            {"join", mono, {mDir.File("join.wav")}, c.bits, 44100, input},
+        };
+        for (Step const& step : steps)
+        {
+            SCOPED_TRACE(testing::Message() << c.channels << " channels of " << c.bits << " bits: " << step.what);
+            i32 const savedSeed = DitherTestAccess::GetSeed();
+            DitherTestAccess::SetSeed(77);
+            auto chain = Convert(step.from, step.to, step.bits, step.rate, 1);
+            Sys_Task::EStatus const status = WaitForChain(*chain);
+            DitherTestAccess::SetSeed(savedSeed);
+            ASSERT_EQ(status, Sys_Task::kStatusCompleted) << ExceptionText(*chain);
+            bool const oneFile = step.to.size() == 1;
+            for (std::size_t i = 0; i < step.to.size(); ++i)
+            {
+                Contents const result = ReadBack(step.to[i]);
+                EXPECT_EQ(result.channels, oneFile ? c.channels : 1);
+                EXPECT_EQ(result.bits, step.bits);
+                EXPECT_EQ(result.frames, FF_AudioFileUtils::OutputFrames(frames, 44100, step.rate));
+                EXPECT_TRUE(Deinterleave(result) == (oneFile ? step.expected : Samples{step.expected[i]}))
+                    << "file " << i;
+            }
+        }
     }
 }
 

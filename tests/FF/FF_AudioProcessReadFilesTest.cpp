@@ -30,6 +30,10 @@ TEST_F(FF_AudioProcessReadFiles_, TheDefaultSizesCutTheStreamIntoTheWorkedBlocks
         {2, 24, false, 100000, 0, 100000, 2560, {40960, 40960, 18080}},
         {1, 8, false, 300000, 0, 300000, 15360, {245760, 54240}},
         {2, 16, true, 130000, 1000, 125000, 7680, {122880, 2120}},
+        // Frames of 9 and 14 bytes: blocks of 15354 and 15358 bytes, reads of
+        // 16 of them.
+        {3, 24, false, 60000, 0, 60000, 1706, {27296, 27296, 5408}},
+        {7, 16, false, 40000, 5, 39990, 1097, {17552, 17552, 4886}},
     };
     for (Case const& k : cases)
     {
@@ -88,13 +92,13 @@ TEST_F(FF_AudioProcessReadFiles_, BadSizesAndFilesAreRefused)
         {"two files of several channels", {stereo[0], stereo[0]}, 0, 10, 15360, 245760},
         {"more channels than can be split", many, 0, 1, 65 * 64, 65 * 64},
         {"a stretch past the end", mono16, 50, 51, 15360, 245760},
-        {"a read block of no whole frames", stereo, 0, 10, 6, 30},
         {"a process block smaller than a frame", stereo, 0, 10, 2, 8},
     };
     for (Case const& k : cases)
     {
         SCOPED_TRACE(k.what);
-        auto const preflight = [&] {
+        auto const preflight = [&]
+        {
             FF_AudioProcessReadFiles reader(Open(k.files), k.start, k.length, k.processBlock, k.readBlock);
             FF_AudioProcessBlock prototype;
             reader.Preflight(&prototype);
