@@ -274,6 +274,12 @@ bool FF_AudioFile::IsHeaderIncomplete()
     return handler && handler->IsHeaderIncomplete();
 }
 
+std::vector<std::pair<std::string, std::string>> FF_AudioFile::GetBroadcastFields()
+{
+    auto const* handler = Implements(eImportExportInterface) ? dynamic_cast<PlugIn*>(mAudioFile) : nullptr;
+    return handler ? handler->BroadcastFields() : PlugIn::TextFields{};
+}
+
 uint32 FF_AudioFile::GetChannelMask()
 {
     auto const* handler = Implements(eImportExportInterface) ? dynamic_cast<PlugIn*>(mAudioFile) : nullptr;

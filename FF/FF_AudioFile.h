@@ -149,6 +149,11 @@ public:
     std::string GetUnknownReason();
     bool IsHeaderIncomplete();
     uint32 GetChannelMask();
+    // The text fields of the broadcast extension, named as the extension
+    // names them (description, originator, originatorReference,
+    // originationDate, originationTime, codingHistory), as the file holds
+    // them: any bytes, often Latin-1.
+    std::vector<std::pair<std::string, std::string>> GetBroadcastFields();
 
     // Stamps Macintosh type and creator codes on a new file. Replaceable;
     // nothing is stamped until a platform installs a method.

@@ -59,7 +59,8 @@ PlugInResult AIFCExtCommChunk::Read(std::int64_t size, std::int64_t)
     int bytes = 0; // the sample width a type fixes, 0 for any
     if (type == ChunkIdFromText("sowt"))
         littleEndian = true;
-    else if (type == ChunkIdFromText("in24") || type == ChunkIdFromText("42ni"))
+    // '42n1' is how some writers spell the little-endian 24-bit type.
+    else if (type == ChunkIdFromText("in24") || type == ChunkIdFromText("42ni") || type == ChunkIdFromText("42n1"))
     {
         bytes = 3;
         littleEndian = type != ChunkIdFromText("in24");
@@ -71,7 +72,10 @@ PlugInResult AIFCExtCommChunk::Read(std::int64_t size, std::int64_t)
     }
     else if (type != kCompression_NONE && type != ChunkIdFromText("twos"))
     {
-        mOwner->SetRefusalReason("AIFF-C compression '" + ChunkIdToText(type) + "'");
+        std::string const name = ChunkIdToText(type);
+        bool const floating = name == "fl32" || name == "FL32" || name == "fl64" || name == "FL64";
+        mOwner->SetRefusalReason("AIFF-C compression '" + name + "'" +
+                                 (floating ? std::string(" (") + name.substr(2) + "-bit float)" : ""));
         return kAudioFile_Unimplemented;
     }
     // The type fixes the width where the word length does not agree with it.

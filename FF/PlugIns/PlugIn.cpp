@@ -65,6 +65,7 @@ void PlugIn::Reset()
     mRefusalReason.clear();
     mHeaderIncomplete = false;
     mChannelMask = 0;
+    mBroadcastFields.clear();
 }
 
 void PlugIn::DisposeOverviews()

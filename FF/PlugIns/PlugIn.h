@@ -18,6 +18,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 class PlugIn : public IAudioFile,
@@ -185,6 +186,10 @@ public:
     bool IsHeaderIncomplete() const { return mHeaderIncomplete; }
     void SetHeaderIncomplete() { mHeaderIncomplete = true; }
     std::uint32_t ChannelMask() const { return mChannelMask; }
+    // The text fields of a broadcast extension as the file holds them.
+    using TextFields = std::vector<std::pair<std::string, std::string>>;
+    TextFields const& BroadcastFields() const { return mBroadcastFields; }
+    void SetBroadcastFields(TextFields fields) { mBroadcastFields = std::move(fields); }
     void SetChannelMask(std::uint32_t mask) { mChannelMask = mask; }
     virtual bool IsLittleEndianAudio() { return !IsBigEndian(); }
 
@@ -229,4 +234,5 @@ protected:
     std::string mRefusalReason;
     bool mHeaderIncomplete = false;
     std::uint32_t mChannelMask = 0;
+    TextFields mBroadcastFields;
 };

@@ -4,6 +4,7 @@
 #include "FF/PlugIns/IFile.h"
 #include "Sys/Sys_Umid.h"
 
+#include <algorithm>
 #include <cstring>
 #include <ctime>
 #include <mutex>
@@ -71,9 +72,18 @@ PlugInResult UAFEbuChunk::Read(std::int64_t size, std::int64_t)
     std::uint64_t timeReference;
     std::memcpy(&timeReference, body + kTimeReferenceAt, 8);
     mCodingHistoryLength = static_cast<std::int32_t>(size - kFixedSize);
-    r = Skip(mCodingHistoryLength);
+    // The history is text for people; a longer one is not kept in memory.
+    std::string history(static_cast<std::size_t>(std::min<std::int64_t>(mCodingHistoryLength, 4096)), '\0');
+    r = ReadExact(history.data(), static_cast<std::int64_t>(history.size()));
     if (r != S_OK)
         return r;
+    history.resize(strnlen(history.c_str(), history.size()));
+    mOwner->SetBroadcastFields({{"description", Field(body, kDescriptionAt, 256)},
+                                {"originator", Field(body, kOriginatorAt, 32)},
+                                {"originatorReference", Field(body, kOriginatorRefAt, 32)},
+                                {"originationDate", Field(body, kDateAt, 10)},
+                                {"originationTime", Field(body, kTimeAt, 8)},
+                                {"codingHistory", history}});
     mOwner->SetHasEbuData();
     mOwner->SetSMPTETimeStamp(static_cast<std::int64_t>(timeReference));
     return S_OK;

@@ -135,9 +135,10 @@ TEST_F(VflRead, UnknownAndMissingFiles)
     vfltest::WriteWholeFile(empty, {});
 
     std::string out;
-    EXPECT_EQ(RunCommand(Vfl("info --json " + text + " " + empty), &out), 0);
-    EXPECT_EQ(out,
-              "{\"path\":\"" + text + "\",\"type\":\"unknown\"}\n{\"path\":\"" + empty + "\",\"type\":\"unknown\"}\n");
+    EXPECT_EQ(RunCommand(Vfl("info --json " + text + " " + empty), &out), 1);
+    EXPECT_EQ(out, "{\"path\":\"" + text +
+                       "\",\"type\":\"unknown\",\"unknown\":\"no RIFF or FORM header\"}\n{\"path\":\"" + empty +
+                       "\",\"type\":\"unknown\",\"unknown\":\"empty file\"}\n");
 
     std::string err;
     EXPECT_EQ(RunCommand(Vfl("info --json " + missing + " " + good + " 2>" + mDir.File("err.txt")), &out), 1);

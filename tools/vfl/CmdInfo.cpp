@@ -41,13 +41,16 @@ struct Facts
     bool broadcast = false;
     int64 timeReference = 0;
     std::vector<std::pair<std::string, std::string>> bext; // fields as the file holds them
+    std::string unknownReason;
+    bool headerIncomplete = false;
+    uint32 channelMask = 0;
     std::vector<FF_ImportAudioRegion> regions;
     std::vector<Overview> overviews;
     bool instrument = false;
     FF_AudioInstrumentAttr instrumentAttr;
 };
 
-// The 'bext' fields and the overviews, from the file's own chunk walk.
+// The overviews, from the file's own chunk walk.
 void ReadChunkDetails(FF_AudioFile& file, Facts& f)
 {
     std::ostringstream dump;
@@ -70,18 +73,7 @@ void ReadChunkDetails(FF_AudioFile& file, Facts& f)
             return true;
         };
         std::string value;
-        if (chunk == "bext")
-        {
-            static char const* const labels[][2] = {{"\tDescription: ", "description"},
-                                                    {"\tOriginator: ", "originator"},
-                                                    {"\tOriginatorRef: ", "originatorReference"},
-                                                    {"\tOriginationDate: ", "originationDate"},
-                                                    {"\tOriginationTime: ", "originationTime"}};
-            for (auto const& l : labels)
-                if (field(l[0], &value))
-                    f.bext.emplace_back(l[1], value);
-        }
-        else if (chunk == "ovwf")
+        if (chunk == "ovwf")
         {
             if (field("\t\tsamplesPerInterval ", &value))
                 f.overviews.push_back({value, "", ""});
@@ -107,8 +99,16 @@ Facts Gather(FF_AudioFile& file, Sys_FileLoc const& loc)
     f.type = vfl::TypeName(file);
     f.known = file.Implements(FF_AudioFile::eImportExportInterface);
     if (!f.known)
+    {
+        f.unknownReason = file.GetUnknownReason();
         return f;
+    }
     f.attr = file.GetAudioFileAttr();
+    f.headerIncomplete = file.IsHeaderIncomplete();
+    f.channelMask = file.GetChannelMask();
+    for (auto const& [key, value] : file.GetBroadcastFields())
+        if (!value.empty())
+            f.bext.emplace_back(key, value);
     f.identity = file.Implements(FF_AudioFile::eVelmoraInterface);
     if (f.identity)
     {
@@ -127,6 +127,19 @@ Facts Gather(FF_AudioFile& file, Sys_FileLoc const& loc)
     return f;
 }
 
+// The speaker positions of a WAVE channel mask, in bit order.
+std::string SpeakerNames(uint32 mask)
+{
+    static char const* const kNames[] = {"FL", "FR", "FC", "LFE", "BL",  "BR",  "FLC", "FRC", "BC",
+                                         "SL", "SR", "TC", "TFL", "TFC", "TFR", "TBL", "TBC", "TBR"};
+    std::string names;
+    for (std::size_t bit = 0; bit < 32; ++bit)
+        if (mask & (uint32{1} << bit))
+            names += (names.empty() ? "" : " ") +
+                     (bit < std::size(kNames) ? std::string(kNames[bit]) : "bit" + std::to_string(bit));
+    return names;
+}
+
 char const* LoopName(int type)
 {
     switch (type)
@@ -142,12 +155,19 @@ void PrintText(Facts const& f)
 {
     std::printf("%s\n  type: %s\n", f.path.c_str(), f.type.c_str());
     if (!f.known)
+    {
+        std::printf("  unknown: %s\n", f.unknownReason.c_str());
         return;
+    }
     FF_AudioFileAttr const& a = f.attr;
     std::printf("  byte order: %s\n", a.GetByteOrder() == FF_AudioFileAttr::eLittleEndian ? "little" : "big");
     std::printf("  channels: %d\n  sample rate: %d\n  bits: %d\n  bytes per sample: %d\n", a.GetNumChannels(),
                 a.GetSamplesPerSec(), a.GetBitsPerSample(), a.GetBytesPerSample());
     std::printf("  frames: %" PRId64 "\n", a.GetNumSamples());
+    if (f.headerIncomplete)
+        std::printf("  header incomplete: length from the file size\n");
+    if (f.channelMask)
+        std::printf("  channel mask: 0x%" PRIX32 " (%s)\n", f.channelMask, SpeakerNames(f.channelMask).c_str());
     if (a.GetSamplesPerSec() > 0)
         std::printf("  duration: %.6f s\n", static_cast<double>(a.GetNumSamples()) / a.GetSamplesPerSec());
     if (!f.volume.empty())
@@ -159,7 +179,19 @@ void PrintText(Facts const& f)
     {
         std::printf("  broadcast time reference: %" PRId64 "\n", f.timeReference);
         for (auto const& [key, value] : f.bext)
-            std::printf("  broadcast %s: %s\n", key.c_str(), value.c_str());
+        {
+            // Multi-line fields (key=value lines of recorders) keep their lines, indented.
+            std::string text = vfl::ToUtf8(value);
+            for (std::size_t at = 0; (at = text.find_first_of("\r\n", at)) != std::string::npos;)
+            {
+                std::size_t const end = text.find_first_not_of("\r\n", at);
+                text.replace(at, end == std::string::npos ? std::string::npos : end - at, "\n    ");
+                at += 5;
+            }
+            while (!text.empty() && (text.back() == ' ' || text.back() == '\n'))
+                text.pop_back();
+            std::printf("  broadcast %s: %s\n", key.c_str(), text.c_str());
+        }
     }
     for (auto const& r : f.regions)
         std::printf("  region: %s %" PRIu64 "..%" PRIu64 " sync %" PRIu64 "%s\n", r.GetName().c_str(),
@@ -184,6 +216,8 @@ void PrintText(Facts const& f)
 void PrintJson(Facts const& f)
 {
     std::string line = "{\"path\":" + vfl::JsonString(f.path) + ",\"type\":" + vfl::JsonString(f.type);
+    if (!f.known)
+        line += ",\"unknown\":" + vfl::JsonString(f.unknownReason);
     if (f.known)
     {
         FF_AudioFileAttr const& a = f.attr;
@@ -195,6 +229,10 @@ void PrintJson(Facts const& f)
                       a.GetSamplesPerSec(), a.GetBitsPerSample(), a.GetBytesPerSample(), a.GetNumSamples(),
                       a.GetSamplesPerSec() > 0 ? static_cast<double>(a.GetNumSamples()) / a.GetSamplesPerSec() : 0.0);
         line += buffer;
+        if (f.headerIncomplete)
+            line += ",\"headerIncomplete\":true";
+        if (f.channelMask)
+            line += ",\"channelMask\":" + std::to_string(f.channelMask);
         if (!f.volume.empty())
             line += ",\"volume\":" + vfl::JsonString(f.volume);
         if (f.identity)
@@ -284,6 +322,9 @@ int CmdInfo(int argc, char** argv)
             FF_AudioFile file(loc);
             Facts const f = Gather(file, loc);
             json ? PrintJson(f) : PrintText(f);
+            // As soxi does: a file that could not be read fails the command.
+            if (!f.known)
+                status = 1;
         }
         catch (std::exception const& e)
         {

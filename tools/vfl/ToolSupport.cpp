@@ -81,8 +81,45 @@ void ReportError(std::string const& context, std::string const& text)
     std::fprintf(stderr, "%s\n", line.c_str());
 }
 
-std::string JsonString(std::string const& text)
+std::string ToUtf8(std::string const& text)
 {
+    // Valid UTF-8 stays as it is; anything else is taken as Latin-1, the
+    // usual text of broadcast fields written by recorders.
+    auto valid = [&]
+    {
+        for (std::size_t i = 0; i < text.size();)
+        {
+            auto const c = static_cast<unsigned char>(text[i]);
+            int const more = c < 0x80 ? 0 : (c >> 5) == 6 ? 1 : (c >> 4) == 14 ? 2 : (c >> 3) == 30 ? 3 : -1;
+            bool const cut = i + static_cast<std::size_t>(more) >= text.size();
+            if (more < 0 || (more > 0 && (c < 0xC2 || cut)))
+                return false;
+            for (int k = 1; k <= more; ++k)
+                if ((static_cast<unsigned char>(text[i + static_cast<std::size_t>(k)]) >> 6) != 2)
+                    return false;
+            i += static_cast<std::size_t>(more) + 1;
+        }
+        return true;
+    };
+    if (valid())
+        return text;
+    std::string out;
+    for (unsigned char c : text)
+    {
+        if (c < 0x80)
+            out += static_cast<char>(c);
+        else
+        {
+            out += static_cast<char>(0xC0 | (c >> 6));
+            out += static_cast<char>(0x80 | (c & 0x3F));
+        }
+    }
+    return out;
+}
+
+std::string JsonString(std::string const& raw)
+{
+    std::string const text = ToUtf8(raw);
     std::string out = "\"";
     for (unsigned char c : text)
     {

@@ -34,6 +34,10 @@ std::string ExceptionText(std::exception const& e);
 // Prints "vfl: <context>: <text>" on stderr.
 void ReportError(std::string const& context, std::string const& text);
 
+// Text as UTF-8: valid UTF-8 as it is, anything else read as Latin-1.
+std::string ToUtf8(std::string const& text);
+
+// A JSON string literal of the text, always valid UTF-8.
 std::string JsonString(std::string const& text);
 
 // Parses a whole non-negative decimal number; false if it is not one.
