@@ -92,7 +92,8 @@ void FF_AudioProcessRequantize::SetRequantizeFn()
     {
     case 808:
     case 1616:
-    case 2424: mRequantizeFn = &F::RequantizeNoOp; break;
+    case 2424:
+    case 3232: mRequantizeFn = &F::RequantizeNoOp; break;
     case 816: mRequantizeFn = &F::Requantize8x16; break;
     case 824: mRequantizeFn = &F::Requantize8x24; break;
     case 832: mRequantizeFn = &F::Requantize8x32; break;
@@ -102,6 +103,12 @@ void FF_AudioProcessRequantize::SetRequantizeFn()
     case 2408: mRequantizeFn = &F::Requantize24x8; break;
     case 2416: mRequantizeFn = &F::Requantize24x16; break;
     case 2432: mRequantizeFn = &F::Requantize24x32; break;
+    // 32-bit integer files are common (every tool writes them), and they
+    // must narrow like the others: dither to 16 bits, error feedback alone
+    // to 8 and to 24 bits.
+    case 3208: mRequantizeFn = &F::Requantize32x8; break;
+    case 3216: mRequantizeFn = &F::Requantize32x16; break;
+    case 3224: mRequantizeFn = &F::Requantize32x24; break;
     default: break;
     }
     CMN_ASSERT(mRequantizeFn != nullptr);
@@ -176,6 +183,21 @@ void FF_AudioProcessRequantize::Requantize24x8(char const* in, char* out, u64 co
         Narrow<3, 1>(*mNoiseShape, in, out, count);
     else
         ShiftDown<3, 1, 16>(in, out, count);
+}
+
+void FF_AudioProcessRequantize::Requantize32x8(char const* in, char* out, u64 count)
+{
+    Narrow<4, 1>(*mNoiseShape, in, out, count);
+}
+
+void FF_AudioProcessRequantize::Requantize32x16(char const* in, char* out, u64 count)
+{
+    Narrow<4, 2>(*mDither, in, out, count);
+}
+
+void FF_AudioProcessRequantize::Requantize32x24(char const* in, char* out, u64 count)
+{
+    Narrow<4, 3>(*mNoiseShape, in, out, count);
 }
 
 void FF_AudioProcessRequantize::Requantize24x16(char const* in, char* out, u64 count)

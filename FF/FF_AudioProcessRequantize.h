@@ -37,6 +37,9 @@ public:
     void Requantize16x8(char const* in, char* out, u64 count);
     void Requantize24x8(char const* in, char* out, u64 count);
     void Requantize24x16(char const* in, char* out, u64 count);
+    void Requantize32x8(char const* in, char* out, u64 count);
+    void Requantize32x16(char const* in, char* out, u64 count);
+    void Requantize32x24(char const* in, char* out, u64 count);
 
 private:
     using RequantizeFn = void (FF_AudioProcessRequantize::*)(char const*, char*, u64);

@@ -62,8 +62,8 @@ TEST(FF_AudioProcessRequantize, Requantize8x16OfMinusOneStoresFF00)
 // running from the same seed.
 TEST(FF_AudioProcessRequantize, GoldenAgainstTheReferenceAcrossBlockSizes)
 {
-    int const pairs[][2] = {{8, 8},   {8, 16},  {8, 24}, {8, 32},  {16, 8},  {16, 16},
-                            {16, 24}, {16, 32}, {24, 8}, {24, 16}, {24, 24}, {24, 32}};
+    int const pairs[][2] = {{8, 8},   {8, 16},  {8, 24},  {8, 32},  {16, 8},  {16, 16}, {16, 24}, {16, 32},
+                            {24, 8},  {24, 16}, {24, 24}, {24, 32}, {32, 8},  {32, 16}, {32, 24}, {32, 32}};
     i64 const blockSizes[] = {1, 7, 256, 4096, 5000};
     for (auto const& pair : pairs)
         for (int channels : {1, 2})
@@ -130,7 +130,7 @@ TEST(FF_AudioProcessRequantize, SeedGoesOnAcrossConversionsInOneProcess)
 
 TEST(FF_AudioProcessRequantize, UnsupportedPairsAreAssertionsAtPreflight)
 {
-    int const pairs[][2] = {{32, 16}, {32, 32}, {32, 8}, {12, 8}, {16, 20}, {8, 12}};
+    int const pairs[][2] = {{12, 8}, {16, 20}, {8, 12}, {32, 12}};
     for (auto const& pair : pairs)
     {
         SCOPED_TRACE(testing::Message() << pair[0] << "x" << pair[1]);
