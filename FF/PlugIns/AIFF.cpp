@@ -46,8 +46,27 @@ PlugInResult AIFF::DoOpen()
     return ChunkyFile::DoOpen();
 }
 
+namespace
+{
+bool FitsThirtyTwoBits(std::int64_t frames, std::int64_t frameSize)
+{
+    // Room for the metadata around the audio.
+    constexpr std::int64_t kMargin = std::int64_t{1} << 20;
+    return frames >= 0 && frames <= (0xFFFFFFFFll - kMargin) / (frameSize > 0 ? frameSize : 1);
+}
+} // namespace
+
+PlugInResult AIFF::DoSetNumSamples(std::int64_t frames)
+{
+    if (!FitsThirtyTwoBits(frames, FrameSize()))
+        return kAudioFile_BadParameter;
+    return ChunkyFile::DoSetNumSamples(frames);
+}
+
 PlugInResult AIFF::DoFormat()
 {
+    if (!FitsThirtyTwoBits(NumSamples(), FrameSize()))
+        return kAudioFile_BadParameter;
     mMarkers.clear();
     mInstInfo.reset();
     return ChunkyFile::DoFormat();

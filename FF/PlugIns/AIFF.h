@@ -33,6 +33,9 @@ public:
     bool IsUnsigned8Bit() override { return false; }
     PlugInResult DoOpen() override;
     PlugInResult DoFormat() override;
+    // The format's sizes are 32 bits: a file that would pass them is
+    // refused rather than written with sizes that wrap.
+    PlugInResult DoSetNumSamples(std::int64_t frames) override;
     using ChunkyFile::DoImplement;
     PlugInResult DoImplement(PlugInGuid const* iid, ChunkList& list) override;
     std::unique_ptr<Chunk> CreateChunk(ChunkId id) override;

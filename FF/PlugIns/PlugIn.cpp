@@ -412,9 +412,9 @@ PlugInResult PlugIn::SampleSetPosition(std::int32_t from, std::int64_t frames)
         return E_UNEXPECTED;
     switch (from)
     {
-    case 0: mPosition = static_cast<std::int32_t>(frames); break;
+    case 0: mPosition = frames; break;
     case 1: mPosition += frames; break;
-    case 2: mPosition = static_cast<std::int32_t>(mNumSamples - frames); break;
+    case 2: mPosition = mNumSamples - frames; break;
     default: return kImportExport_BadParameter;
     }
     return mFile->SetPosition(0, mDataOffset + mPosition * FrameSize());

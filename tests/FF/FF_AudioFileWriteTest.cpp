@@ -13,6 +13,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <numeric>
 #include <optional>
@@ -156,6 +157,55 @@ TEST_F(FF_AudioFileWrite, FormatStampsTypeAndCreator)
     EXPECT_EQ(stamps[0].second, 0x4E75766Fu); // "Nuvo"
     FF_AudioFile again((Sys_FileLoc(path)));
     EXPECT_EQ(again.GetAudioFileAttr().GetBitsPerSample(), 24);
+}
+
+// A file past 4 GiB takes the 64-bit WAVE form: 'RF64' header, sizes in
+// a 'ds64' chunk right behind it, 0xFFFFFFFF in the 32-bit fields; its
+// frames and last samples read back. The file is sparse: only its ends
+// are written.
+TEST_F(FF_AudioFileWrite, PastFourGigabytesTheFileBecomesRF64)
+{
+    std::string const path = mDir.File("long.wav");
+    int64 const frames = (int64{1} << 31) + 1000; // 16-bit mono: 4 GiB and 2000 bytes
+    std::vector<std::int16_t> tail(1000);
+    std::iota(tail.begin(), tail.end(), std::int16_t{-500});
+    {
+        FF_AudioFile file((Sys_FileLoc(path)));
+        file.Format(Sys_FileType(std::string("wav")), 1, 48000, 16, frames);
+        FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+        file.SampleSetPosition(Sys_File::kFromStart, frames - 1000);
+        std::vector<std::int16_t> copy = tail;
+        file.SampleWrite(copy.data(), 1000);
+    }
+    std::ifstream in(path, std::ios::binary);
+    char head[48] = {};
+    in.read(head, sizeof head);
+    EXPECT_EQ(std::string(head, 4), "RF64");
+    EXPECT_EQ(std::string(head + 12, 4), "ds64");
+    std::uint32_t riffSize;
+    std::uint64_t dataSize, sampleCount;
+    std::memcpy(&riffSize, head + 4, 4);
+    std::memcpy(&dataSize, head + 28, 8);
+    std::memcpy(&sampleCount, head + 36, 8);
+    EXPECT_EQ(riffSize, 0xFFFFFFFFu);
+    EXPECT_EQ(dataSize, static_cast<std::uint64_t>(frames) * 2);
+    EXPECT_EQ(sampleCount, static_cast<std::uint64_t>(frames));
+
+    FF_AudioFile file((Sys_FileLoc(path)));
+    ASSERT_TRUE(file.Implements(FF_AudioFile::eImportExportInterface));
+    EXPECT_EQ(file.GetAudioFileAttr().GetNumSamples(), frames);
+    EXPECT_FALSE(file.IsHeaderIncomplete());
+    FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead);
+    std::vector<std::int16_t> back(1000);
+    file.SampleSetPosition(Sys_File::kFromStart, frames - 1000);
+    file.SampleRead(back.data(), 1000);
+    EXPECT_EQ(back, tail);
+    if (vfltest::HaveProgram("ffprobe"))
+    {
+        std::string out;
+        vfltest::RunCommand("ffprobe -v error -show_entries stream=duration_ts -of csv=p=0 " + path, &out);
+        EXPECT_EQ(out, std::to_string(frames) + "\n");
+    }
 }
 
 TEST_F(FF_AudioFileWrite, SampleWriteLeavesTheBufferAsAsked)

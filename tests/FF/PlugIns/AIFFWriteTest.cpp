@@ -476,4 +476,13 @@ TEST_F(AIFFWrite, TimeReferenceLowWordFirstAndBack)
     EXPECT_EQ(stamp, 0x0102030405060708ll);
 }
 
+// Sizes are 32 bits in this format: a file that would pass them is refused,
+// not written with sizes that wrap.
+TEST_F(AIFFWrite, PastFourGigabytesIsRefused)
+{
+    Handler h;
+    EXPECT_EQ(h.mAudio->Format(1, 48000, 16, std::int64_t{1} << 31), kAudioFile_BadParameter);
+    ASSERT_EQ(h.mAudio->Format(1, 48000, 16, 10), S_OK);
+    EXPECT_EQ(h.Native()->SetNumSamples(std::int64_t{1} << 31), kAudioFile_BadParameter);
+}
 } // namespace
