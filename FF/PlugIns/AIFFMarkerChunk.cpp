@@ -62,7 +62,9 @@ PlugInResult AIFFMarkerChunk::Read(std::int64_t size, std::int64_t)
 
     // Computed signed: no markers need 2 bytes, not a wrapped count.
     std::int64_t const count = BigEndian16(body.data());
-    if (static_cast<std::int64_t>(size) < (count - 1) * kRecordSize + 18)
+    // Each marker takes at least 8 bytes (its fields, the length byte and
+    // a pad); names shorter than this system's own are common.
+    if (static_cast<std::int64_t>(size) < 2 + count * (kMinRecordSize + 1))
         return kAudioFile_BadParameter;
 
     std::vector<AIFF::Marker> markers;

@@ -36,20 +36,15 @@ void List(FF_AudioFile& file, bool json)
 }
 
 // A removal alone does not mark the file for write-back. A change that does
-// takes it to the disk: the same time stamp or instrument again, or else a
-// region added and taken away at once, which leaves no trace.
+// takes it to the disk: the same time stamp again (written into the
+// broadcast chunk's own bytes), or else a region added and taken away at
+// once, which leaves no trace. Not the instrument: setting it rewrites a
+// sampler chunk another tool wrote.
 bool ForceWriteBack(FF_AudioFile& file)
 {
     if (file.Implements(FF_AudioFile::eEbuInterface))
     {
         file.SetSMPTETimeStamp(file.GetSMPTETimeStamp());
-        return true;
-    }
-    if (file.Implements(FF_AudioFile::eOrvanelInterface))
-    {
-        FF_AudioInstrumentAttr attr;
-        file.GetInstrumentAttr(&attr);
-        file.SetInstrumentAttr(attr);
         return true;
     }
     // A region of one frame would be the whole-file region of a file of one frame.

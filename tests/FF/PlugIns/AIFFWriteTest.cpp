@@ -378,7 +378,7 @@ TEST_F(AIFFWrite, CorruptMarkBehindTheAudioIsKeptBehindTheForm)
     AiffBuilder b;
     b.Form().Comm(2, 100, 16, 44100).Ssnd(audio).Chunk("ANNO", Bytes{'o', 'k'});
     std::size_t const kept = b.AsIs().size();
-    b.Mark({{1, 10, "a"}, {2, 20, "b"}}).Chunk("APPL", Bytes(6, 1));
+    b.Chunk("MARK", Bytes{0, 9, 0, 1}).Chunk("APPL", Bytes(6, 1)); // nine markers in four bytes
     Bytes const file = b.Done();
 
     Handler h(file);
