@@ -3,6 +3,7 @@
 // mapping, and the byte swap on the sample path.
 #include "FF/FF_AudioFile.h"
 #include "Cmn/Cmn_Exception.h"
+#include "FF/FF_AudioInstrumentAttr.h"
 #include "FF/PlugIns/PlugIn.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_Init.h"
@@ -11,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 #include <numeric>
 #include <optional>
 
@@ -409,6 +411,52 @@ TEST(FF_AudioFileOnDisk, MissingFileThrowsTheSystemError)
     catch (Cmn_TypedException<Sys_OSErrData> const& e)
     {
         EXPECT_EQ(e.GetData().GetErr(), 2);
+    }
+}
+
+// The first change made on a file not yet probed reaches the file: the
+// interface is looked up after the probe, not before.
+TEST(FF_AudioFileOnDisk, TheFirstSetterOnAFreshObjectIsKept)
+{
+    Sys_Init::Init();
+    vfltest::TempDir dir;
+    std::string const path = dir.File("set.wav");
+    {
+        FF_AudioFile file((Sys_FileLoc(path)));
+        file.Format(Sys_FileType(std::string("wav")), 1, 8000, 16, 10);
+    }
+    using Set = std::function<void(FF_AudioFile&)>;
+    using Check = std::function<bool(FF_AudioFile&)>;
+    struct
+    {
+        char const* name;
+        Set set;
+        Check check;
+    } const cases[] = {
+        {"time stamp", [](FF_AudioFile& f) { f.SetSMPTETimeStamp(4242); },
+         [](FF_AudioFile& f) { return f.GetSMPTETimeStamp() == 4242; }},
+        {"instrument",
+         [](FF_AudioFile& f)
+         {
+             f.SetInstrumentAttr(FF_AudioInstrumentAttr(61, 0, FF_AudioInstrumentAttr::kLoopNone, 0, 0,
+                                                        FF_AudioInstrumentAttr::kLoopNone, 0, 0));
+         },
+         [](FF_AudioFile& f)
+         {
+             FF_AudioInstrumentAttr a;
+             f.GetInstrumentAttr(&a);
+             return a.GetRootMIDINote() == 61;
+         }},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        {
+            FF_AudioFile fresh((Sys_FileLoc(path)));
+            c.set(fresh);
+        }
+        FF_AudioFile again((Sys_FileLoc(path)));
+        EXPECT_TRUE(c.check(again));
     }
 }
 } // namespace
