@@ -88,6 +88,9 @@ public:
     std::int32_t GetKind() const { return mKind; }
     ChunkId GetId() const { return mId; }
     void SetFileSize(std::int64_t size) { mFileSize = size; }
+    // The bytes the chunk took on disk at the last parse or flush, whatever
+    // its class computes.
+    std::int64_t StoredFileSize() const { return mFileSize; }
     std::int64_t GetSamplesAtCreation() const { return mSamplesAtCreation; }
     ChunkyFile* GetOwner() const { return mOwner; }
 

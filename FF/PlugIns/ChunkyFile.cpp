@@ -73,6 +73,16 @@ PlugInResult ChunkyFile::WalkChunks(bool keep, ChunkVisitor const& visit)
         if (keep)
         {
             chunk->SetFileSize(tell - pos);
+            // A further audio chunk overrides the one before, which becomes
+            // bytes kept as they are: there is one audio chunk to grow.
+            if (chunk->GetKind() == Chunk::kAudioData)
+                for (auto& earlier : mChunks)
+                    if (earlier->GetKind() == Chunk::kAudioData)
+                    {
+                        auto kept = std::make_unique<Chunk>(this, earlier->GetId(), Chunk::kUnknown);
+                        kept->SetFileSize(earlier->StoredFileSize());
+                        earlier = std::move(kept);
+                    }
             mChunks.push_back(std::move(chunk));
         }
         pos = tell;
