@@ -60,11 +60,21 @@ PlugInResult AIFFSsndChunk::Read(std::int64_t size, std::int64_t bodyPosition)
     return S_OK;
 }
 
+bool AIFFSsndChunk::AsRead() const
+{
+    std::int64_t const frameSize = mOwner->FrameSize();
+    return mDiskBytes >= 0 && frameSize > 0 && mOwner->NumSamples() == (mDiskBytes - kHeaderSize - mOffset) / frameSize;
+}
+
+std::int64_t AIFFSsndChunk::GetFileSize()
+{
+    return AsRead() && StoredFileSize() > 0 ? StoredFileSize() : GetSize(0) + 8;
+}
+
 std::int64_t AIFFSsndChunk::GetSize(std::int32_t nominal)
 {
     std::int64_t const frameSize = mOwner->FrameSize();
-    bool const asRead =
-        mDiskBytes >= 0 && frameSize > 0 && mOwner->NumSamples() == (mDiskBytes - kHeaderSize - mOffset) / frameSize;
+    bool const asRead = AsRead();
     std::int64_t const bytes = asRead ? mDiskBytes : mOffset + kHeaderSize + mOwner->NumSamples() * frameSize;
     return nominal ? bytes : RoundUpToEven(bytes);
 }

@@ -9,7 +9,9 @@ class AIFFSsndChunk : public Chunk
 {
 public:
     explicit AIFFSsndChunk(ChunkyFile* owner);
-    std::int64_t GetFileSize() override { return GetSize(0) + 8; }
+    // While the length is the one read, the bytes the chunk really takes
+    // (a writer may have left out the pad); else what the length makes.
+    std::int64_t GetFileSize() override;
     bool IsObsolete() override { return false; }
     PlugInResult Read(std::int64_t size, std::int64_t bodyPosition) override;
     // Sets the data offset and passes over the audio, which is written
@@ -22,6 +24,8 @@ public:
     std::uint32_t GetBlockSize() const { return mBlockSize; }
 
 private:
+    bool AsRead() const;
+
     std::uint32_t mOffset = 0;
     std::uint32_t mBlockSize = 0;
     // The offset field as the file has it (some writers put an absolute

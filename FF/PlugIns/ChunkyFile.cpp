@@ -58,6 +58,10 @@ PlugInResult ChunkyFile::WalkChunks(bool keep, ChunkVisitor const& visit)
         std::memcpy(&size, header + 4, 4);
 
         std::unique_ptr<Chunk> chunk = CreateChunk(id);
+        // The form's header stands first; the same id further on is a chunk
+        // like any other, kept as it is.
+        if (pos != 0 && chunk->GetKind() == Chunk::kFileHeader)
+            chunk = std::make_unique<Chunk>(this, id, Chunk::kUnknown);
         r = visit(*chunk, id, Swap32(size), pos, fileEOF);
         if (r != S_OK)
             return r;
@@ -356,6 +360,14 @@ PlugInResult ChunkyFile::MoveBytes(std::int64_t start, std::int64_t length, std:
     PlugInResult r = mFile->GetPosition(&saved);
     if (r != S_OK)
         return r;
+    // Only the bytes the file holds move: an audio chunk of an unfinished
+    // file may be counted a pad byte longer than it is.
+    std::int64_t eof = 0;
+    r = mFile->GetEOF(&eof);
+    if (r != S_OK)
+        return r;
+    if (start + length > eof)
+        length = eof > start ? eof - start : 0;
 
     constexpr std::int64_t kBlock = 0x8000;
     char buffer[kBlock];
@@ -380,14 +392,15 @@ PlugInResult ChunkyFile::MoveBytes(std::int64_t start, std::int64_t length, std:
         return put == count ? S_OK : E_UNEXPECTED;
     };
 
+    // A failed copy is the answer: the chunks written next would land on
+    // bytes that are not where they should be.
     if (delta < 0)
     {
         // Towards the start: copy from the head so that overlaps survive.
-        for (std::int64_t source = start, remaining = length; remaining > 0;)
+        for (std::int64_t source = start, remaining = length; remaining > 0 && r == S_OK;)
         {
             std::int64_t const block = remaining < kBlock ? remaining : kBlock;
-            if (copy(source, block) != S_OK)
-                break;
+            r = copy(source, block);
             source += block;
             remaining -= block;
         }
@@ -395,16 +408,16 @@ PlugInResult ChunkyFile::MoveBytes(std::int64_t start, std::int64_t length, std:
     else
     {
         // Towards the end: copy from the tail.
-        for (std::int64_t cursor = start + length, remaining = length; remaining > 0;)
+        for (std::int64_t cursor = start + length, remaining = length; remaining > 0 && r == S_OK;)
         {
             std::int64_t const block = remaining < kBlock ? remaining : kBlock;
             cursor -= block;
-            if (copy(cursor, block) != S_OK)
-                break;
+            r = copy(cursor, block);
             remaining -= block;
         }
     }
-    return mFile->SetPosition(0, saved);
+    PlugInResult const restored = mFile->SetPosition(0, saved);
+    return r != S_OK ? r : restored;
 }
 
 PlugInResult ChunkyFile::PrintFile(std::ostream& out)

@@ -79,8 +79,9 @@ public:
     ChunkList const& GetNewChunks() const { return mNewChunks; }
     // The sum of the total sizes of both lists: what the file's length must be.
     std::int64_t GetTotalFileSize();
-    // Moves `length` bytes at `start` by `delta` in place. The position is
-    // restored at the end, and the result of that restore is the answer.
+    // Moves `length` bytes at `start` by `delta` in place, no further than
+    // the end of the file. The position is restored at the end; a failed
+    // copy is the answer.
     PlugInResult MoveBytes(std::int64_t start, std::int64_t length, std::int64_t delta);
 
     // Swaps of on-disk numbers: they act only for a big-endian format.

@@ -19,10 +19,21 @@ PlugInResult WAVEDataChunk::Read(std::int64_t size, std::int64_t bodyPosition)
     return S_OK;
 }
 
+bool WAVEDataChunk::AsRead() const
+{
+    std::int64_t const frameSize = mOwner->FrameSize();
+    return mDiskBytes >= 0 && frameSize > 0 && mOwner->NumSamples() == mDiskBytes / frameSize;
+}
+
+std::int64_t WAVEDataChunk::GetFileSize()
+{
+    return AsRead() && StoredFileSize() > 0 ? StoredFileSize() : GetSize(0) + 8;
+}
+
 std::int64_t WAVEDataChunk::GetSize(std::int32_t nominal)
 {
     std::int64_t const frameSize = mOwner->FrameSize();
-    bool const asRead = mDiskBytes >= 0 && frameSize > 0 && mOwner->NumSamples() == mDiskBytes / frameSize;
+    bool const asRead = AsRead();
     std::int64_t const bytes = asRead ? mDiskBytes : mOwner->NumSamples() * frameSize;
     return nominal ? bytes : (bytes + 1) & ~std::int64_t{1};
 }

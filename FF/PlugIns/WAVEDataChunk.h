@@ -8,7 +8,9 @@ class WAVEDataChunk : public Chunk
 {
 public:
     explicit WAVEDataChunk(ChunkyFile* owner);
-    std::int64_t GetFileSize() override { return GetSize(0) + 8; }
+    // While the length is the one read, the bytes the chunk really takes
+    // (a writer may have left out the pad); else what the length makes.
+    std::int64_t GetFileSize() override;
     bool IsObsolete() override { return false; }
     PlugInResult Read(std::int64_t size, std::int64_t bodyPosition) override;
     // Sets the data offset and passes over the audio: samples are written
@@ -18,6 +20,8 @@ public:
     std::int64_t GetSize(std::int32_t nominal) override;
 
 private:
+    bool AsRead() const;
+
     // The body as the file held it: while the length is unchanged a rewrite
     // keeps every byte of it, a partial last frame too.
     std::int64_t mDiskBytes = -1;
