@@ -3,7 +3,6 @@
 #include "Cmn/Cmn_Assert.h"
 #include "Cmn/Cmn_Exception.h"
 #include "FF/FF_AudioFile.h"
-#include "FF/FF_MP3AudioFile.h"
 #include "FF/FF_AudioProcessDecimateWaveform.h"
 #include "FF/FF_AudioProcessMultimediaSqueezer.h"
 #include "FF/FF_AudioProcessReadFiles.h"
@@ -11,9 +10,13 @@
 #include "FF/FF_AudioProcessSRC.h"
 #include "FF/FF_AudioProcessUtils.h"
 #include "FF/FF_AudioProcessWriteFiles.h"
+#include "FF/FF_MP3AudioFile.h"
+#include "Sys/Sys_ThrowIfOSErr.h"
 #include "Sys/Sys_Utils.h"
 
+#include <cerrno>
 #include <memory>
+#include <string>
 
 FF_AudioFileUtils::ConvertAudioFileParams FF_AudioFileUtils::sConvertAudioFileParams;
 
@@ -26,6 +29,38 @@ FF_AudioProcessSRC::EQuality QualityFromIndex(uint32 index)
         FF_AudioProcessSRC::kQualitySinc129, FF_AudioProcessSRC::kQualitySinc257};
     CMN_ASSERT(index < 5);
     return table[index < 5 ? index : 4];
+}
+
+// Refuses a conversion that names one file twice: an output that is also
+// an input would be emptied before it is read, and two outputs that are one
+// file would each overwrite the other. Files are compared on disk, however
+// they are spelt.
+void RefuseFilesNamedTwice(std::vector<Sys_FileLoc> const& inputs, std::vector<Sys_FileLoc> const& outputs)
+{
+    auto refuse = [](std::string const& text)
+    {
+        try
+        {
+            Sys_ThrowIfOSErr(EINVAL);
+        }
+        catch (Cmn_Exception& e)
+        {
+            Cmn_AddExceptionContext(
+                &e, new Cmn_TypedExceptionContext<Cmn_TStringXData>(XC_Cmn_ExceptionContext, Cmn_TStringXData(text)));
+            throw;
+        }
+    };
+    for (std::size_t i = 0; i < outputs.size(); ++i)
+    {
+        for (auto const& input : inputs)
+            if (Sys_Utils::IsSameFile(outputs[i], input))
+                refuse("The output " + outputs[i].GetFullPath() + " is the same file as the input " +
+                       input.GetFullPath() + ".");
+        for (std::size_t k = 0; k < i; ++k)
+            if (Sys_Utils::IsSameFile(outputs[i], outputs[k]))
+                refuse("The output " + outputs[i].GetFullPath() + " is the same file as the output " +
+                       outputs[k].GetFullPath() + ".");
+    }
 }
 
 // A stage made on the heap and held through the chain's kind of handle.
@@ -55,6 +90,16 @@ FF_AudioFileUtils::ChainHandle FF_AudioFileUtils::ConvertAudioFiles(std::vector<
                                                                     int64 length, std::vector<Sys_FileLoc> outputs,
                                                                     Sys_FileType const& type)
 {
+    std::vector<Sys_FileType> const types(outputs.size(), type);
+    return ConvertAudioFiles(std::move(inputs), start, length, std::move(outputs), types);
+}
+
+FF_AudioFileUtils::ChainHandle FF_AudioFileUtils::ConvertAudioFiles(std::vector<Sys_FileLoc> inputs, int64 start,
+                                                                    int64 length, std::vector<Sys_FileLoc> outputs,
+                                                                    std::vector<Sys_FileType> const& types)
+{
+    CMN_ASSERT(types.size() == outputs.size());
+    RefuseFilesNamedTwice(inputs, outputs);
     ConvertAudioFileParams const params = sConvertAudioFileParams;
     FF_AudioProcessSRC::EQuality const quality = QualityFromIndex(params.quality);
 
@@ -101,10 +146,11 @@ FF_AudioFileUtils::ChainHandle FF_AudioFileUtils::ConvertAudioFiles(std::vector<
     int64 const outputFrames = OutputFrames(frames, attr.GetSamplesPerSec(), params.samplesPerSec);
 
     std::vector<std::unique_ptr<FF_AudioFile>> outputFiles;
-    bool const mp3 = Sys_Utils::AreTypesEquivalent(type, Sys_FileType(std::string("mp3")));
-    for (auto const& loc : outputs)
+    for (std::size_t i = 0; i < outputs.size(); ++i)
     {
-        if (mp3)
+        Sys_FileLoc const& loc = outputs[i];
+        Sys_FileType const& type = types[i < types.size() ? i : 0];
+        if (Sys_Utils::AreTypesEquivalent(type, Sys_FileType(std::string("mp3"))))
             outputFiles.push_back(std::make_unique<FF_MP3AudioFile>(loc));
         else
             outputFiles.push_back(std::make_unique<FF_AudioFile>(loc));

@@ -35,8 +35,14 @@ public:
     // One interleaved input or several mono inputs of equal format, from
     // `start` for `length` frames (-1: all); one interleaved output or one
     // mono output per channel, of `type` in the target format.
+    // An output that is the same file as an input or as another output is
+    // refused (XC_Sys_SystemError, EINVAL, with the two names) before any
+    // file is opened for writing.
     static ChainHandle ConvertAudioFiles(std::vector<Sys_FileLoc> inputs, int64 start, int64 length,
                                          std::vector<Sys_FileLoc> outputs, Sys_FileType const& type);
+    // The same with a type for each output.
+    static ChainHandle ConvertAudioFiles(std::vector<Sys_FileLoc> inputs, int64 start, int64 length,
+                                         std::vector<Sys_FileLoc> outputs, std::vector<Sys_FileType> const& types);
 
     // The waveform overview of channel 0 of a file into `buffer`: for each
     // interval of `samplesPerInterval` frames its maximum and minimum.

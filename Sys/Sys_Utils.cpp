@@ -34,6 +34,7 @@ Sys_Utils::ExitMethod Sys_Utils::sExit = nullptr;
 Sys_Utils::BoostThreadPriorityMethod Sys_Utils::sBoostThreadPriority = nullptr;
 Sys_Utils::LowerThreadPriorityMethod Sys_Utils::sLowerThreadPriority = nullptr;
 Sys_Utils::MicrosecondsMethod Sys_Utils::sMicroseconds = nullptr;
+Sys_Utils::IsSameFileMethod Sys_Utils::sIsSameFile = nullptr;
 
 namespace {
 
@@ -185,6 +186,11 @@ void Sys_Utils::LowerThreadPriority()
 int64 Sys_Utils::Microseconds()
 {
     return Installed(sMicroseconds)();
+}
+
+bool Sys_Utils::IsSameFile(Sys_FileLoc const& a, Sys_FileLoc const& b)
+{
+    return Installed(sIsSameFile)(a, b);
 }
 
 // ---------------------------------------------------------------- copying

@@ -53,6 +53,7 @@ public:
     using BoostThreadPriorityMethod = void (*)();
     using LowerThreadPriorityMethod = void (*)();
     using MicrosecondsMethod = int64 (*)();
+    using IsSameFileMethod = bool (*)(Sys_FileLoc const& a, Sys_FileLoc const& b);
 
     // ---- platform services
     // Atomic counters; each returns the new value.
@@ -84,6 +85,12 @@ public:
     static void LowerThreadPriority();
     // A steady count of microseconds, not tied to the wall clock.
     static int64 Microseconds();
+    // True if both locations reach one file: the same file on disk however
+    // it is spelt (links, "./", another case where names ignore case), or,
+    // while either does not exist yet, the same place once the links that
+    // do exist are followed. Names are compared as the file system does,
+    // not as locations compare.
+    static bool IsSameFile(Sys_FileLoc const& a, Sys_FileLoc const& b);
 
     static void SetThreadSafeIncrementMethod(ThreadSafeIncrementMethod method) { sThreadSafeIncrement = method; }
     static void SetThreadSafeDecrementMethod(ThreadSafeDecrementMethod method) { sThreadSafeDecrement = method; }
@@ -109,6 +116,7 @@ public:
     static void SetBoostThreadPriorityMethod(BoostThreadPriorityMethod method) { sBoostThreadPriority = method; }
     static void SetLowerThreadPriorityMethod(LowerThreadPriorityMethod method) { sLowerThreadPriority = method; }
     static void SetMicrosecondsMethod(MicrosecondsMethod method) { sMicroseconds = method; }
+    static void SetIsSameFileMethod(IsSameFileMethod method) { sIsSameFile = method; }
 
     // ---- portable services
     // Bytes that a copy of the file takes on the volume: data rounded up to
@@ -162,4 +170,5 @@ private:
     static BoostThreadPriorityMethod sBoostThreadPriority;
     static LowerThreadPriorityMethod sLowerThreadPriority;
     static MicrosecondsMethod sMicroseconds;
+    static IsSameFileMethod sIsSameFile;
 };

@@ -123,7 +123,7 @@ TEST_F(FF_AudioFileUtilsTest, OutputsEqualTheReferenceModelsThroughTheReadersBlo
         int channels, inBits, outBits, outRate;
         uint32 quality;
     } const cases[] = {
-        {1, 24, 16, 44100, 4}, {2, 24, 16, 44100, 4}, {1, 16, 8, 44100, 4}, {2, 16, 8, 44100, 4},
+        {1, 24, 16, 44100, 4}, {2, 24, 16, 44100, 4}, {1, 16, 8, 44100, 4},  {2, 16, 8, 44100, 4},
         {1, 16, 16, 48000, 0}, {2, 16, 16, 48000, 0}, {1, 16, 16, 48000, 1}, {2, 16, 16, 48000, 1},
         {1, 16, 16, 48000, 2}, {2, 16, 16, 48000, 2}, {1, 16, 16, 48000, 3}, {2, 16, 16, 48000, 3},
         {1, 16, 16, 48000, 4}, {2, 16, 16, 48000, 4}, {2, 16, 16, 22050, 4},
@@ -236,5 +236,44 @@ TEST_F(FF_AudioFileUtilsTest, AFullDiskFailsTheConversionWithNoSpaceAndLeavesThe
     EXPECT_TRUE(vfltest::ReadWholeFile(in[0]) == before);
     chain = FF_AudioFileUtils::ChainHandle();
     vfltest::RunCommand("umount " + mount);
+}
+TEST_F(FF_AudioFileUtilsTest, AFileNamedTwiceIsRefusedBeforeAnythingIsWritten)
+{
+    i64 const frames = 1000;
+    Samples const input = SineRamp(2, frames, 16, 0.5);
+    Paths const in = MakeFiles(mDir, "in", 2, 16, frames, false, &input);
+    std::filesystem::create_symlink(in[0], mDir.File("link.wav"));
+    std::vector<std::uint8_t> const before = vfltest::ReadWholeFile(in[0]);
+    struct Case
+    {
+        char const* what;
+        Paths outputs;
+    } const cases[] = {
+        {"the input itself", {in[0]}},
+        {"the input through a link", {mDir.File("link.wav")}},
+        {"the input through ./", {mDir.File("./in-0.wav")}},
+        {"one new output twice", {mDir.File("d.wav"), mDir.File("d.wav")}},
+        {"a new output and the input", {mDir.File("e.wav"), in[0]}},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(c.what);
+        int32 err = 0;
+        std::string text;
+        try
+        {
+            Convert(in, c.outputs, 16, 44100);
+        }
+        catch (Cmn_TypedException<Sys_OSErrData> const& e)
+        {
+            err = e.GetData().GetErr();
+            text = e.GetFullDescription();
+        }
+        EXPECT_EQ(err, 22) << "EINVAL";
+        EXPECT_NE(text.find("is the same file as the"), std::string::npos) << text;
+        EXPECT_TRUE(vfltest::ReadWholeFile(in[0]) == before);
+        EXPECT_FALSE(std::filesystem::exists(mDir.File("d.wav")));
+        EXPECT_FALSE(std::filesystem::exists(mDir.File("e.wav")));
+    }
 }
 } // namespace
