@@ -6,11 +6,13 @@
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_Utils.h"
 #include "tools/vfl/Commands.h"
+#include "tools/vfl/StagedOutput.h"
 #include "tools/vfl/Terminal.h"
 #include "tools/vfl/ToolSupport.h"
 
 #include <chrono>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -200,9 +202,23 @@ int CmdConvert(int argc, char** argv)
     }
     if (length < 0)
         length = attr.GetNumSamples() - start;
-    for (auto const& path : outputs)
-        outputLocs.push_back(vfl::LocationFromArgument(path));
-
+    // One file named twice would be emptied before it is read, or written
+    // by two outputs at once: refused before anything is written.
+    for (std::size_t i = 0; i < outputs.size(); ++i)
+    {
+        Sys_FileLoc const out = vfl::LocationFromArgument(outputs[i]);
+        for (std::size_t k = 0; k < inputs.size() + i; ++k)
+        {
+            bool const isInput = k < inputs.size();
+            std::string const& other = isInput ? inputs[k] : outputs[k - inputs.size()];
+            if (Sys_Utils::IsSameFile(out, vfl::LocationFromArgument(other)))
+            {
+                vfl::ReportError("convert", "output " + outputs[i] + " is the same file as " +
+                                                (isInput ? "input " : "output ") + other);
+                return 1;
+            }
+        }
+    }
     FF_AudioFileUtils::ConvertAudioFileParams params;
     params.bitsPerSample = static_cast<int16>(bits);
     params.samplesPerSec = static_cast<int32>(rate);
@@ -224,7 +240,25 @@ int CmdConvert(int argc, char** argv)
     }
     FF_MP3AudioFile::SetupMP3Options(mp3);
 
+    // Each output is written beside its destination and put in its place
+    // only when the conversion is complete; until then an old file of the
+    // same name stays as it was, and on a failure or an interrupt the
+    // temporary files go.
     vfl::CatchInterrupt();
+    std::vector<std::unique_ptr<vfl::StagedOutput>> staged;
+    for (auto const& path : outputs)
+    {
+        try
+        {
+            staged.push_back(std::make_unique<vfl::StagedOutput>(path));
+        }
+        catch (std::exception const& e)
+        {
+            vfl::ReportError("convert", "output " + path + ": " + vfl::ExceptionText(e));
+            return 1;
+        }
+        outputLocs.push_back(vfl::LocationFromArgument(staged.back()->TemporaryPath()));
+    }
     bool const showProgress = vfl::StderrIsTerminal();
     FF_AudioFileUtils::ChainHandle chain =
         FF_AudioFileUtils::ConvertAudioFiles(inputLocs, start, length, outputLocs, vfl::TypeFromName(type));
@@ -250,27 +284,13 @@ int CmdConvert(int argc, char** argv)
             DrawProgress(100);
         std::fputc('\n', stderr);
     }
-    Sys_Task::EStatus const status = chain->GetStatus();
-    if (status != Sys_Task::kStatusCompleted)
+    switch (chain->GetStatus())
     {
-        // The writer has emptied the outputs; whoever started the
-        // conversion removes them.
-        for (auto const& loc : outputLocs)
-        {
-            try
-            {
-                Sys_Utils::DeleteFile(loc);
-            }
-            catch (std::exception const&)
-            {
-                // Already gone, or never made: nothing to remove.
-            }
-        }
-    }
-    switch (status)
-    {
-    case Sys_Task::kStatusCompleted: return 0;
-    case Sys_Task::kStatusAborted: std::fprintf(stderr, "vfl convert: interrupted\n"); return 130;
+    case Sys_Task::kStatusCompleted:
+        for (auto& output : staged)
+            output->Commit();
+        return 0;
+    case Sys_Task::kStatusAborted: return vfl::InterruptExitStatus();
     default:
         vfl::ReportError("convert", chain->GetException() ? chain->GetException()->GetFullDescription()
                                                           : std::string("the conversion failed"));

@@ -2,8 +2,11 @@
 #include "FF/FF_AudioFile.h"
 #include "Sys/Sys_FileLoc.h"
 #include "tools/vfl/Commands.h"
+#include "tools/vfl/StagedOutput.h"
+#include "tools/vfl/Terminal.h"
 #include "tools/vfl/ToolSupport.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -96,12 +99,16 @@ int CmdNew(int argc, char** argv)
         return 2;
     }
 
-    FF_AudioFile file(vfl::LocationFromArgument(out));
+    // Written beside the destination and put in its place when complete:
+    // an old file of the same name stays whole until then.
+    vfl::CatchInterrupt();
+    vfl::StagedOutput staged(out);
+    FF_AudioFile file(vfl::LocationFromArgument(staged.TemporaryPath()));
     file.Format(vfl::TypeFromName(type), static_cast<int32>(channels), static_cast<int32>(rate),
                 static_cast<int32>(bits), 0);
 
     int64 const frameBytes = bits / 8 * channels;
-    int64 const blockFrames = kBlockBytes / frameBytes;
+    int64 const blockFrames = std::max<int64>(1, kBlockBytes / frameBytes);
     std::unique_ptr<char[]> buffer(new char[static_cast<size_t>(blockFrames * frameBytes)]);
     int64 total = 0;
     size_t partial = 0;
@@ -109,10 +116,12 @@ int CmdNew(int argc, char** argv)
     try
     {
         file.SampleSetPosition(Sys_File::kFromStart, 0);
-        for (;;)
+        // Like a recorder: an interrupt or the end of the input ends the
+        // take, and every whole frame received is kept.
+        for (bool ended = false; !ended;)
         {
             size_t const want = static_cast<size_t>(blockFrames * frameBytes) - partial;
-            size_t const got = std::fread(buffer.get() + partial, 1, want, stdin);
+            size_t const got = vfl::ReadInput(buffer.get() + partial, want, &ended);
             size_t const bytes = partial + got;
             int64 const frames = static_cast<int64>(bytes) / frameBytes;
             if (frames > 0)
@@ -121,8 +130,6 @@ int CmdNew(int argc, char** argv)
             partial = bytes - static_cast<size_t>(frames * frameBytes);
             if (partial)
                 std::memmove(buffer.get(), buffer.get() + frames * frameBytes, partial);
-            if (got < want)
-                break;
         }
         file.SetNumSamples(total);
     }
@@ -138,7 +145,8 @@ int CmdNew(int argc, char** argv)
         throw;
     }
     file.Close();
+    staged.Commit();
     if (partial)
         std::fprintf(stderr, "vfl new: dropped %zu bytes of an incomplete frame at the end of the input\n", partial);
-    return 0;
+    return vfl::InterruptExitStatus();
 }
