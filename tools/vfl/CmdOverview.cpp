@@ -3,6 +3,7 @@
 #include "FF/FF_AudioFileUtils.h"
 #include "Sys/Sys_FileLoc.h"
 #include "tools/vfl/Commands.h"
+#include "tools/vfl/OptionParser.h"
 #include "tools/vfl/ToolSupport.h"
 
 #include <png.h>
@@ -16,11 +17,18 @@
 
 namespace
 {
-char const kUsage[] = "Usage: vfl overview FILE [--spi N] [--json] [--png OUT.png [--width W] [--height H]]\n\n"
-                      "Computes the waveform overview of channel 0: for each interval of N\n"
-                      "frames (default 256) its maximum and minimum, reduced to 8 bits.\n"
-                      "Prints one \"max min\" pair a line, or a JSON object, or draws the\n"
-                      "overview as a picture.\n";
+vfl::CommandSpec const kSpec = {"overview",
+                                "FILE [--spi N] [--json | --png OUT.png [--width W] [--height H]]",
+                                "Computes the waveform overview of channel 0: for each interval of N\n"
+                                "frames its maximum and minimum, reduced to 8 bits. Prints one \"max min\"\n"
+                                "pair a line, or a JSON object, or draws the overview as a picture.",
+                                {{0, "spi", "N", "frames per interval (default 256)"},
+                                 {0, "json", nullptr, "print one JSON object"},
+                                 {0, "png", "OUT.png", "draw the overview into a PNG picture"},
+                                 {0, "width", "W", "width of the picture in pixels (default 1200)"},
+                                 {0, "height", "H", "height of the picture in pixels (default 300)"}},
+                                1,
+                                1};
 
 // Draws the overview: each column covers an equal share of the intervals and
 // shows the span from their lowest minimum to their highest maximum.
@@ -80,58 +88,46 @@ bool WritePng(std::string const& path, std::vector<signed char> const& pairs, in
 
 int CmdOverview(int argc, char** argv)
 {
-    std::string path, png;
-    int64 spi = 256, width = 1200, height = 300;
-    bool json = false;
-    for (int i = 1; i < argc; ++i)
-    {
-        std::string const a = argv[i];
-        if (vfl::IsHelp(argv[i]))
-        {
-            std::fputs(kUsage, stdout);
-            return 0;
-        }
-        int64* number = a == "--spi" ? &spi : a == "--width" ? &width : a == "--height" ? &height : nullptr;
-        if (number && i + 1 < argc)
-        {
-            if (!vfl::ParseInt64(argv[++i], number))
-            {
-                std::fprintf(stderr, "vfl overview: %s needs a whole number\n", a.c_str());
-                return 2;
-            }
-        }
-        else if (a == "--json")
-            json = true;
-        else if (a == "--png" && i + 1 < argc)
-            png = argv[++i];
-        else if (a.size() > 1 && a[0] == '-')
-        {
-            std::fprintf(stderr, "vfl overview: unknown option '%s'\n\n%s", a.c_str(), kUsage);
-            return 2;
-        }
-        else if (path.empty())
-            path = a;
-        else
-        {
-            std::fprintf(stderr, "vfl overview: one file at a time\n");
-            return 2;
-        }
-    }
-    if (path.empty() || spi < 1 || spi > 0x7FFFFFFF || width < 1 || width > 20000 || height < 2 || height > 20000)
-    {
-        std::fputs(kUsage, stderr);
-        return 2;
-    }
+    vfl::OptionParser args(kSpec);
+    args.Parse(argc, argv);
+    if (args.HelpAsked())
+        return std::fputs(args.Help().c_str(), stdout), 0;
+    std::string const& path = args.Operands().front();
+    int64 const spi = args.Count("spi", 256, 1, 0x7FFFFFFF);
+    int64 const width = args.Count("width", 1200, 1, 20000);
+    int64 const height = args.Count("height", 300, 2, 20000);
+    bool const json = args.Has("json");
+    std::string const png = args.Text("png");
     Sys_FileLoc const loc = vfl::LocationFromArgument(path);
     int64 frames = 0;
+    try
     {
+        // What the decimation cannot take is said here, in the file's terms.
         FF_AudioFile file(loc);
         if (!file.Implements(FF_AudioFile::eImportExportInterface))
         {
-            vfl::ReportError(path, "not an audio file in a known format");
+            vfl::ReportFileError("overview", "", path, "not an audio file in a known format");
             return 1;
         }
-        frames = file.GetAudioFileAttr().GetNumSamples();
+        FF_AudioFileAttr const attr = file.GetAudioFileAttr();
+        frames = attr.GetNumSamples();
+        if (frames == 0)
+        {
+            vfl::ReportFileError("overview", "", path, "no audio to draw: the file has 0 frames");
+            return 1;
+        }
+        if (attr.GetBitsPerSample() != 8 && attr.GetBitsPerSample() != 16 && attr.GetBitsPerSample() != 24)
+        {
+            vfl::ReportFileError("overview", "", path,
+                                 "overviews are made of 8, 16 and 24-bit audio, not of " +
+                                     std::to_string(attr.GetBitsPerSample()) + "-bit");
+            return 1;
+        }
+    }
+    catch (std::exception const& e)
+    {
+        vfl::ReportFileError("overview", "", path, vfl::ExceptionText(e));
+        return 1;
     }
     std::vector<signed char> pairs(static_cast<std::size_t>((frames + spi - 1) / spi * 2));
     auto chain =
@@ -146,15 +142,16 @@ int CmdOverview(int argc, char** argv)
     }
     if (chain->GetStatus() != Sys_Task::kStatusCompleted)
     {
-        vfl::ReportError(path, chain->GetException() ? chain->GetException()->GetFullDescription()
-                                                     : std::string("the overview failed"));
+        vfl::ReportFileError("overview", "", path,
+                             chain->GetException() ? chain->GetException()->GetFullDescription()
+                                                   : std::string("the overview failed"));
         return 1;
     }
     if (!png.empty())
     {
         if (!WritePng(png, pairs, static_cast<int>(width), static_cast<int>(height)))
         {
-            vfl::ReportError(png, "cannot write the picture");
+            vfl::ReportFileError("overview", "output", png, "cannot write the picture");
             return 1;
         }
         return 0;
