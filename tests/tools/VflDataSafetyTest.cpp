@@ -140,4 +140,22 @@ TEST_F(VflDataSafety, AnInterruptedRecordingKeepsEveryFrameItReceived)
     EXPECT_TRUE(vfltest::ReadWholeFile(F("rec.wav")) == (std::vector<std::uint8_t>{'o', 'l', 'd'}));
     EXPECT_EQ(Leftovers(), 0);
 }
+
+TEST_F(VflDataSafety, ASignalToABatchEndsEveryConversionAndLeavesNothing)
+{
+    std::filesystem::create_directory(F("out"));
+    std::string files;
+    for (int i = 0; i < 4; ++i)
+    {
+        Out("sox -n -r 44100 -c 2 -b 16 " + F("b" + std::to_string(i) + ".wav") + " synth 60 sine 300");
+        files += " " + F("b" + std::to_string(i) + ".wav");
+    }
+    // The signal goes to vfl alone, not to its process group: vfl passes it on.
+    std::string const status =
+        Out("sh -c '" + Vfl("convert -d " + F("out") + " -j 2 -r 48k" + files) + " 2>/dev/null & p=$!; until ls -a " +
+            F("out") + " | grep -q vfl; do sleep 0.01; done; kill -TERM $p; wait $p; echo $?'");
+    EXPECT_EQ(status, "143\n");
+    // Children end before the batch does.
+    EXPECT_TRUE(std::filesystem::is_empty(F("out")));
+}
 } // namespace

@@ -3,6 +3,8 @@
 #include "Sys/Sys_FileLoc.h"
 #include "tools/vfl/Commands.h"
 #include "tools/vfl/OptionParser.h"
+#include "tools/vfl/SpooledInput.h"
+#include "tools/vfl/Terminal.h"
 #include "tools/vfl/ToolSupport.h"
 #include "tools/vfl/UsageError.h"
 
@@ -42,7 +44,19 @@ int CmdCat(int argc, char** argv)
     bool const haveLength = args.Has(lengthName);
     vfl::TimeValue const length = haveLength ? args.Time(lengthName) : vfl::TimeValue();
 
-    FF_AudioFile file(vfl::LocationFromArgument(path));
+    std::unique_ptr<vfl::SpooledInput> spool;
+    try
+    {
+        spool = std::make_unique<vfl::SpooledInput>(path);
+    }
+    catch (std::exception const& e)
+    {
+        vfl::ReportFileError("cat", "", path, vfl::ExceptionText(e));
+        return 1;
+    }
+    if (vfl::Interrupted())
+        return vfl::InterruptExitStatus();
+    FF_AudioFile file(vfl::LocationFromArgument(spool->Path()));
     try
     {
         if (!file.Implements(FF_AudioFile::eImportExportInterface))

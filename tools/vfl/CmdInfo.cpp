@@ -5,12 +5,15 @@
 #include "Sys/Sys_FileLoc.h"
 #include "tools/vfl/Commands.h"
 #include "tools/vfl/OptionParser.h"
+#include "tools/vfl/SpooledInput.h"
+#include "tools/vfl/Terminal.h"
 #include "tools/vfl/ToolSupport.h"
 #include "tools/vfl/UsageError.h"
 
 #include "Sys/Sys_Utils.h"
 #include "Sys/Sys_Volume.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <sstream>
@@ -285,7 +288,7 @@ void PrintJson(Facts const& f)
     line += "}";
     std::printf("%s\n", line.c_str());
 }
-// The fields of the single-field options, in the order they print.
+// The fields of the single-field options.
 struct Field
 {
     char const* option;
@@ -318,19 +321,26 @@ int CmdInfo(int argc, char** argv)
     if (args.HelpAsked())
         return std::fputs(args.Help().c_str(), stdout), 0;
     bool const json = args.Has("json");
-    std::vector<Field const*> fields;
-    for (auto const& field : kFields)
-        if (args.Has(field.option))
-            fields.push_back(&field);
+    std::vector<Field const*> fields; // in the order asked for
+    for (auto const& name : args.Given())
+        for (auto const& field : kFields)
+            if (name == field.option)
+                fields.push_back(&field);
     if (json && !fields.empty())
         throw vfl::UsageError("--json prints every field; leave out the single-field options");
 
+    std::vector<std::string> const& paths = args.Operands();
+    if (std::count(paths.begin(), paths.end(), "-") > 1)
+        throw vfl::UsageError("standard input (-) can be read once");
     int status = 0;
-    for (auto const& path : args.Operands())
+    for (auto const& path : paths)
     {
         try
         {
-            Sys_FileLoc loc = vfl::LocationFromArgument(path);
+            vfl::SpooledInput const spool(path);
+            if (vfl::Interrupted())
+                return vfl::InterruptExitStatus();
+            Sys_FileLoc loc = vfl::LocationFromArgument(spool.Path());
             FF_AudioFile file(loc);
             Facts const f = Gather(file, loc, path);
             if (fields.empty())

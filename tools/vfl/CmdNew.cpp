@@ -22,7 +22,8 @@ vfl::CommandSpec const kSpec = {
     "Writes a new audio file from raw PCM on standard input: interleaved,\n"
     "signed, little endian, BITS/8 bytes per sample. The file is written beside\n"
     "OUT and takes its place when the input ends; on Ctrl-C (or SIGTERM, SIGHUP)\n"
-    "it keeps every whole frame received, as a recorder would.",
+    "it keeps every whole frame received, as a recorder would. OUT - writes\n"
+    "the file to standard output when the input ends (give -t).",
     {{'r', "rate", "HZ", "samples per second: 48000 or 48k"},
      {'b', "bits", "BITS", "8, 16, 24 or 32"},
      {'c', "channels", "N", "number of channels, 1 to 64"},
@@ -39,15 +40,23 @@ std::string Lower(std::string s)
     return s;
 }
 
+// The type vfl new writes for OUT's extension; refused if there is none it writes.
 std::string TypeFromExtension(std::string const& path)
 {
-    auto const dot = path.find_last_of('.');
-    std::string const ext = dot == std::string::npos ? "" : Lower(path.substr(dot + 1));
+    std::size_t const slash = path.find_last_of('/');
+    std::size_t const dot = path.find_last_of('.');
+    std::string const ext =
+        dot == std::string::npos || (slash != std::string::npos && dot < slash) ? "" : Lower(path.substr(dot + 1));
+    if (ext == "wav" || ext == "wave")
+        return "wav";
     if (ext == "aif" || ext == "aiff")
         return "aif";
     if (ext == "aifc")
         return "aifc";
-    return "wav";
+    throw vfl::UsageError("output " + path +
+                          (ext.empty() ? std::string(" has no extension to tell its type")
+                                       : ": vfl new does not write '." + ext + "' files") +
+                          "; name it .wav, .aif or .aifc, or give -t TYPE");
 }
 } // namespace
 

@@ -21,6 +21,9 @@ std::string MakeFileBeside(std::string const& destination);
 // the old file or the new one, never a part. Throws the system's error.
 void ReplaceFile(std::string const& from, std::string const& to);
 
+// Writes the whole file to standard output. Throws the system's error.
+void CopyToStandardOutput(std::string const& path);
+
 // Removes a file; quiet if it is already gone.
 void RemoveFile(std::string const& path);
 } // namespace vfl

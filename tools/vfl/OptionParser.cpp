@@ -85,6 +85,7 @@ void OptionParser::Take(OptionSpec const& spec, std::string const& spelt, std::v
                 throw UsageError(spelt + " needs a " + words[k] + ", not an empty one");
     }
     mValues[spec.name] = std::move(values);
+    mGiven.push_back(spec.name);
 }
 
 void OptionParser::Parse(int argc, char** argv)

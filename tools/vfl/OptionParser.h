@@ -63,6 +63,8 @@ public:
 
     std::vector<std::string> const& Operands() const { return mOperands; }
     bool Has(std::string const& name) const;
+    // The long names of the options used, in the order given.
+    std::vector<std::string> const& Given() const { return mGiven; }
     // The values of the option's last use; empty if it was not used.
     std::vector<std::string> Values(std::string const& name) const;
     // The first value of the last use, or `fallback`.
@@ -88,5 +90,6 @@ private:
     bool mHelp = false;
     std::vector<std::string> mOperands;
     std::map<std::string, std::vector<std::string>> mValues;
+    std::vector<std::string> mGiven;
 };
 } // namespace vfl

@@ -12,7 +12,8 @@ class StagedOutput
 {
 public:
     // Makes the temporary file at once (throws the system's error if the
-    // destination's folder cannot take it).
+    // destination's folder cannot take it). "-" is standard output: the
+    // file is made in the temporary folder and copied out when complete.
     explicit StagedOutput(std::string const& destination);
     // Removes the temporary file unless Commit has put it in place.
     ~StagedOutput();
@@ -24,7 +25,8 @@ public:
     // Where the file is written until it is complete.
     std::string const& TemporaryPath() const { return mTemporary; }
 
-    // Puts the complete file in the destination's place.
+    // Puts the complete file in the destination's place (or copies it to
+    // standard output).
     void Commit();
 
 private:

@@ -63,6 +63,42 @@ void ReplaceFile(std::string const& from, std::string const& to)
         Sys_ThrowIfOSErr(errno);
 }
 
+void CopyToStandardOutput(std::string const& path)
+{
+    int const fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        Sys_ThrowIfOSErr(errno);
+    char buffer[1 << 16];
+    for (;;)
+    {
+        ssize_t const got = ::read(fd, buffer, sizeof buffer);
+        if (got == 0)
+            break;
+        if (got < 0)
+        {
+            if (errno == EINTR)
+                continue;
+            int const err = errno;
+            ::close(fd);
+            Sys_ThrowIfOSErr(err);
+        }
+        for (ssize_t done = 0; done < got;)
+        {
+            ssize_t const put = ::write(1, buffer + done, static_cast<size_t>(got - done));
+            if (put < 0)
+            {
+                if (errno == EINTR)
+                    continue;
+                int const err = errno;
+                ::close(fd);
+                Sys_ThrowIfOSErr(err);
+            }
+            done += put;
+        }
+    }
+    ::close(fd);
+}
+
 void RemoveFile(std::string const& path)
 {
     ::unlink(path.c_str());
