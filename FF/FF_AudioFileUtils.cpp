@@ -206,3 +206,32 @@ FF_AudioFileUtils::ChainHandle FF_AudioFileUtils::DecimateWaveform(Sys_FileLoc c
     FF_ScheduleChain(chain);
     return chain;
 }
+
+FF_AudioFileUtils::ChainHandle FF_AudioFileUtils::DecimateWaveform(Sys_FileLoc const& loc, int32 samplesPerInterval,
+                                                                   std::vector<char*> const& buffers)
+{
+    std::vector<std::unique_ptr<FF_AudioFile>> files;
+    files.push_back(std::make_unique<FF_AudioFile>(loc));
+    FF_AudioFileAttr const attr = files.back()->GetAudioFileAttr();
+    CMN_ASSERT(buffers.size() <= static_cast<std::size_t>(attr.GetNumChannels()));
+
+    ChainHandle chain(new FF_AudioProcessChain());
+    chain->Append(MakeStage<FF_AudioProcessReadFiles>(std::move(files), 0, attr.GetNumSamples(),
+                                                      FF_AudioProcessReadFiles::cDefaultProcessBlockSize,
+                                                      FF_AudioProcessReadFiles::cDefaultReadBlockSize));
+    // Each decimator passes the stream on unchanged; the last is the sink.
+    FF_AudioProcessDecimateWaveform* last = nullptr;
+    for (std::size_t c = 0; c < buffers.size(); ++c)
+    {
+        if (!buffers[c])
+            continue;
+        last = new FF_AudioProcessDecimateWaveform(samplesPerInterval, buffers[c], static_cast<int32>(c));
+        chain->Append(FF_AudioProcess::Handle(last));
+    }
+    CMN_ASSERT(last != nullptr);
+    chain->SetGetPercentCompletedObject(
+        new FF_AudioProcessChain::UnitsProcessed<FF_AudioProcessDecimateWaveform>(last));
+    chain->Allocate();
+    FF_ScheduleChain(chain);
+    return chain;
+}

@@ -47,6 +47,11 @@ public:
     // The waveform overview of channel 0 of a file into `buffer`: for each
     // interval of `samplesPerInterval` frames its maximum and minimum.
     static ChainHandle DecimateWaveform(Sys_FileLoc const& loc, int32 samplesPerInterval, char* buffer);
+    // The overviews of several channels in one reading of the file: one
+    // decimator for each channel c whose buffers[c] is not null, in a row.
+    // Each buffer takes two bytes for every interval begun.
+    static ChainHandle DecimateWaveform(Sys_FileLoc const& loc, int32 samplesPerInterval,
+                                        std::vector<char*> const& buffers);
 
     // Output frames of a conversion: the exact ceiling of frames x target /
     // reference, as the sample-rate converter delivers them.

@@ -3,6 +3,7 @@
 // bit through the reader's real blocks, aborts at any moment, and a disk
 // that fills up.
 #include "FF/FF_AudioFileUtils.h"
+#include "FF/FF_AudioProcessDecimateWaveform.h"
 #include "FF/FF_AudioProcessFileTestSupport.h"
 #include "FF/FF_LameMP3Encoder.h"
 #include "FF/FF_MP3AudioFile.h"
@@ -275,5 +276,32 @@ TEST_F(FF_AudioFileUtilsTest, AFileNamedTwiceIsRefusedBeforeAnythingIsWritten)
         EXPECT_FALSE(std::filesystem::exists(mDir.File("d.wav")));
         EXPECT_FALSE(std::filesystem::exists(mDir.File("e.wav")));
     }
+}
+
+TEST_F(FF_AudioFileUtilsTest, OverviewsOfSeveralChannelsInOnePass)
+{
+    i64 const frames = 40000; // several blocks
+    Samples input = SineRamp(3, frames, 16, 0.9);
+    for (auto& x : input[2])
+        x = 0;
+    Paths const in = MakeFiles(mDir, "in", 3, 16, frames, false, &input);
+    i32 const spi = 300;
+    std::size_t const bytes = static_cast<std::size_t>((frames + spi - 1) / spi * 2);
+    // Channels 0 and 2; channel 1 is left out.
+    std::vector<std::vector<char>> overviews(3, std::vector<char>(bytes, 0x55));
+    std::vector<char*> buffers = {overviews[0].data(), nullptr, overviews[2].data()};
+    auto chain = FF_AudioFileUtils::DecimateWaveform(Sys_FileLoc(in[0]), spi, buffers);
+    ASSERT_EQ(WaitForChain(*chain), Sys_Task::kStatusCompleted) << ExceptionText(*chain);
+    for (int c : {0, 2})
+    {
+        SCOPED_TRACE(c);
+        std::vector<char> single(bytes, 0x55);
+        FF_AudioProcessDecimateWaveform alone(spi, single.data(), c);
+        RunStage(alone, input, 44100, 16, kBlockBytes / 2);
+        EXPECT_EQ(overviews[static_cast<std::size_t>(c)], single);
+    }
+    EXPECT_EQ(overviews[2], std::vector<char>(bytes, 0)); // silence is exactly 0
+    EXPECT_EQ(overviews[1], std::vector<char>(bytes, 0x55));
+    EXPECT_EQ(chain->GetPercentCompleted(), 100);
 }
 } // namespace
