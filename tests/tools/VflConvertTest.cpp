@@ -146,14 +146,14 @@ TEST_F(VflConvert, OverviewAgreesWithAReferenceFromTheSamples)
             "s=[struct.unpack_from('<h',d,4*i)[0] for i in range(w.getnframes())]\n"
             "r=lambda a: 0 if abs(a)<=256 else (1 if a>0 else -1)*(abs(a)>>8)\n"
             "print(' '.join('%d,%d'%(max(map(r,s[k:k+300])),min(map(r,s[k:k+300]))) for k in range(0,len(s),300)))\"");
-    std::string const json = Out(Vfl("overview " + in + " --spi 300 --json"));
+    std::string const json = Out(Vfl("overview " + in + " --channel 1 --spi 300 --json"));
     std::string got;
     std::regex const pair("\\[(-?[0-9]+),(-?[0-9]+)\\]");
     for (std::sregex_iterator it(json.begin(), json.end(), pair), end; it != end; ++it)
         got += (got.empty() ? "" : " ") + (*it)[1].str() + "," + (*it)[2].str();
     EXPECT_EQ(got + "\n", expected);
 
-    Out(Vfl("overview " + in + " --png " + F("o.png") + " --width 200 --height 50"));
+    Out(Vfl("overview " + in + " --png " + F("o.png") + " --width 200 --height 100"));
     auto const png = vfltest::ReadWholeFile(F("o.png"));
     ASSERT_GT(png.size(), 8u);
     EXPECT_EQ(png[1], 'P');
