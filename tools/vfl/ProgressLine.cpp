@@ -12,6 +12,8 @@ ProgressLine::ProgressLine(std::string label, double audioSeconds, bool quiet)
     : mLabel(std::move(label)), mAudioSeconds(audioSeconds), mActive(!quiet && StderrIsTerminal()),
       mStart(std::chrono::steady_clock::now()), mLastDraw(mStart - std::chrono::seconds(1))
 {
+    // Drawn at once, so that even a short run shows what it works on.
+    Update(0);
 }
 
 ProgressLine::~ProgressLine()
@@ -34,27 +36,44 @@ std::string ProgressLine::Compose(std::string const& label, std::string const& d
                                   double audioSeconds, int width)
 {
     percent = std::clamp(percent, 0.0, 100.0);
-    char figures[160];
-    std::string tail = " " + std::to_string(static_cast<int>(percent)) + "%  " + Clock(elapsed);
+    // The figures in the order they give way when the terminal is narrow:
+    // the speed first, then the elapsed time, then the time left.
+    std::string const share = std::to_string(static_cast<int>(percent)) + "%";
+    std::string speed, left;
     if (percent > 0 && elapsed > 0.5)
     {
         if (audioSeconds > 0)
         {
-            std::snprintf(figures, sizeof figures, "  %.1fx", audioSeconds * percent / 100 / elapsed);
-            tail += figures;
+            char figures[64];
+            std::snprintf(figures, sizeof figures, "%.1fx", audioSeconds * percent / 100 / elapsed);
+            speed = figures;
         }
         if (percent < 100)
-            tail += "  " + Clock(elapsed * (100 - percent) / percent) + " left";
+            left = Clock(elapsed * (100 - percent) / percent) + " left";
     }
+    std::string clock = Clock(elapsed);
+    auto tail = [&]
+    {
+        std::string t = share;
+        for (std::string const* part : {&clock, &speed, &left})
+            if (!part->empty())
+                t += "  " + *part;
+        return t;
+    };
     std::string head = detail.empty() ? label : label + " " + detail;
-    // The figures stay whole; the name gives way, from its front, where the
-    // terminal is narrow (its end tells most).
-    int const room = width - 1 - static_cast<int>(tail.size()) - 2;
-    if (room < 4)
-        return tail.substr(0, static_cast<std::size_t>(std::max(0, width - 1)));
+    int const columns = std::max(0, width - 1);
+    constexpr int kShortestName = 12;
+    for (std::string* part : {&speed, &clock, &left})
+        if (static_cast<int>(tail().size()) + 2 + std::min<int>(kShortestName, static_cast<int>(head.size())) > columns)
+            part->clear();
+    std::string const figures = tail();
+    int const room = columns - static_cast<int>(figures.size()) - 2;
+    if (room < 4 || head.empty())
+        return figures.substr(0, static_cast<std::size_t>(columns));
+    // The name gives way from its front: its end tells most.
     if (static_cast<int>(head.size()) > room)
         head = "..." + head.substr(head.size() - static_cast<std::size_t>(room - 3));
-    return head + "  " + tail.substr(1);
+    return head + "  " + figures;
 }
 
 void ProgressLine::Update(double percent, std::string const& detail)
