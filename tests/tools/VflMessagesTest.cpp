@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <regex>
+#include <sstream>
 
 using vfltest::RunCommand;
 
@@ -111,6 +112,9 @@ TEST_F(VflMessages, HelpAgreesWithWhatIsAccepted)
         EXPECT_EQ(RunCommand(vfltest::ToolPath() + " help " + command, &viaHelp), 0);
         EXPECT_EQ(viaOption, viaHelp);
         EXPECT_EQ(viaOption.rfind(std::string("Usage: vfl ") + command, 0), 0u) << viaOption;
+        std::istringstream lines(viaOption);
+        for (std::string line; std::getline(lines, line);)
+            EXPECT_LE(line.size(), 80u) << line;
         // Every long option the help lists is known to the command: given
         // without its value it is never "unknown".
         std::regex const row("\n +(-[a-zA-Z], )?(--[a-z-]+)");
@@ -124,5 +128,28 @@ TEST_F(VflMessages, HelpAgreesWithWhatIsAccepted)
         }
         EXPECT_GE(options, 1); // --help at least
     }
+}
+
+TEST_F(VflMessages, TheReadmeNamesEveryOptionAndExitStatus)
+{
+    auto const bytes = vfltest::ReadWholeFile(VFL_SOURCE_DIR "/README.md");
+    std::string const readme(bytes.begin(), bytes.end());
+    ASSERT_FALSE(readme.empty());
+    for (char const* command :
+         {"info", "cat", "convert", "overview", "new", "regions", "adopt", "print", "volumes", "umid"})
+    {
+        SCOPED_TRACE(command);
+        std::string help;
+        EXPECT_EQ(RunCommand(vfltest::ToolPath() + " " + command + " --help", &help), 0);
+        EXPECT_NE(readme.find(std::string("`vfl ") + command), std::string::npos);
+        std::regex const row("\n +(-[a-zA-Z], )?--([a-z-]+)");
+        for (std::sregex_iterator it(help.begin(), help.end(), row), end; it != end; ++it)
+            if ((*it)[2].str() != "help")
+            {
+                EXPECT_NE(readme.find("--" + (*it)[2].str()), std::string::npos) << (*it)[2].str();
+            }
+    }
+    for (char const* status : {"| 0 |", "| 1 |", "| 2 |", "| 128 + N |"})
+        EXPECT_NE(readme.find(status), std::string::npos) << status;
 }
 } // namespace

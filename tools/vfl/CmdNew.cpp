@@ -16,20 +16,19 @@
 
 namespace
 {
-vfl::CommandSpec const kSpec = {
-    "new",
-    "OUT -r RATE -b BITS -c CHANNELS [-t TYPE]",
-    "Writes a new audio file from raw PCM on standard input: interleaved,\n"
-    "signed, little endian, BITS/8 bytes per sample. The file is written beside\n"
-    "OUT and takes its place when the input ends; on Ctrl-C (or SIGTERM, SIGHUP)\n"
-    "it keeps every whole frame received, as a recorder would. OUT - writes\n"
-    "the file to standard output when the input ends (give -t).",
-    {{'r', "rate", "HZ", "samples per second: 48000 or 48k"},
-     {'b', "bits", "BITS", "8, 16, 24 or 32"},
-     {'c', "channels", "N", "number of channels, 1 to 64"},
-     {'t', "type", "TYPE", "wav, aif (AIFF) or aifc (AIFF-C); default from OUT's extension"}},
-    1,
-    1};
+vfl::CommandSpec const kSpec = {"new",
+                                "OUT -r RATE -b BITS -c CHANNELS [-t TYPE]",
+                                "Writes a new audio file from raw PCM on standard input: interleaved,\n"
+                                "signed, little endian, BITS/8 bytes per sample. The file is written beside\n"
+                                "OUT and takes its place when the input ends; on Ctrl-C (or SIGTERM, SIGHUP)\n"
+                                "it keeps every whole frame received, as a recorder would. OUT - writes\n"
+                                "the file to standard output when the input ends (give -t).",
+                                {{'r', "rate", "HZ", "samples per second: 48000 or 48k"},
+                                 {'b', "bits", "BITS", "8, 16, 24 or 32"},
+                                 {'c', "channels", "N", "number of channels, 1 to 64"},
+                                 {'t', "type", "TYPE", "wav, aif (AIFF) or aifc (AIFF-C); default: OUT's extension"}},
+                                1,
+                                1};
 
 constexpr int64 kBlockBytes = 1 << 20;
 

@@ -32,11 +32,11 @@ vfl::CommandSpec const kSpec = {"overview",
                                 "in dBFS and a time axis. FILE - reads standard input; --png - writes the\n"
                                 "picture to standard output.",
                                 {{0, "channel", "N", "only channel N (1 is the first)"},
-                                 {0, "spi", "N", "frames per interval (default 256; for a picture, as many as fit)"},
+                                 {0, "spi", "N", "frames per interval (default 256; a picture: what fits)"},
                                  {0, "json", nullptr, "print one JSON object"},
                                  {0, "png", "OUT.png", "draw the overview into a PNG picture"},
                                  {0, "width", "W", "width of the picture in pixels (default 1200)"},
-                                 {0, "height", "H", "height of the picture in pixels (default: 130 for each lane)"},
+                                 {0, "height", "H", "height of the picture in pixels (default: 130 a lane)"},
                                  {'q', "quiet", nullptr, "no progress line"}},
                                 1,
                                 1};

@@ -19,7 +19,7 @@ vfl::CommandSpec const kSpec = {
     "seconds as 90s or 1:30.5. Adding to a foreign file first gives it the\n"
     "system's identity metadata, behind its audio (see 'vfl adopt --help').",
     {{0, "json", nullptr, "list the regions as one JSON object per line"},
-     {0, "add", "NAME START STOP", "add a region: a name of 1 to 31 characters, and START < STOP\nwithin the file"},
+     {0, "add", "NAME START STOP", "add a region: a NAME of 1 to 31 characters,\nand START < STOP within the file"},
      {0, "sync", "TIME", "the sync point of the added region (default 0)"},
      {0, "remove", "NAME", "remove every region of that name"}},
     1,
