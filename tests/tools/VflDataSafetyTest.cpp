@@ -84,8 +84,10 @@ TEST_F(VflDataSafety, AnInterruptedOrFailedConversionLeavesTheOldOutputAsItWas)
         {"SIGINT", "INT", "130"},
         {"SIGTERM", "TERM", "143"},
         {"SIGHUP", "HUP", "129"},
-        // A write that fails: the file-size limit is reached.
+        // A write that fails: the file-size limit is reached, while the
+        // audio is written or already while the outputs are formatted.
         {"file-size limit", "", "1"},
+        {"file-size limit at the header", "", "1"},
     };
     for (auto const& c : cases)
     {
@@ -94,7 +96,8 @@ TEST_F(VflDataSafety, AnInterruptedOrFailedConversionLeavesTheOldOutputAsItWas)
         std::string const convert = Vfl("convert " + F("long.wav") + " --rate 48000 -o " + F("keep.wav"));
         std::string status;
         if (c.signal.empty())
-            status = Out("sh -c 'ulimit -f 2000; trap \"\" XFSZ; " + convert + " 2>/dev/null; echo $?'");
+            status = Out("sh -c 'ulimit -f " + std::string(c.name == std::string("file-size limit") ? "2000" : "1") +
+                         "; trap \"\" XFSZ; " + convert + " 2>/dev/null; echo $?'");
         else
             status =
                 Out("sh -c '" + convert + " 2>/dev/null & p=$!; until ls -a " + mDir.Path().string() +

@@ -390,9 +390,16 @@ int ConvertOne(vfl::OptionParser const& args, Settings settings)
     }
     catch (std::exception const& e)
     {
-        // The outputs are formatted as the chain is built.
-        vfl::ReportFileError("convert", outputs.size() > 1 ? "outputs" : "output", outputs.front(),
-                             vfl::ExceptionText(e));
+        // Building the chain opens the inputs again and formats the
+        // outputs; which of them failed the library does not say.
+        auto list = [](std::vector<std::string> const& files)
+        {
+            std::string names;
+            for (auto const& f : files)
+                names += (names.empty() ? "" : ", ") + f;
+            return names;
+        };
+        vfl::ReportError("convert: " + list(inputs) + " to " + list(outputs), vfl::ExceptionText(e));
         return 1;
     }
     vfl::ProgressLine progress(BaseName(outputs.front()), static_cast<double>(length) / inRate, settings.quiet);
