@@ -119,29 +119,38 @@ void Picture::Text(int x, int y, std::string const& text, Colour c)
     }
 }
 
-bool Picture::WritePng(std::string const& path) const
+namespace
 {
-    bool const toStdout = path == "-";
-    std::FILE* out = toStdout ? stdout : std::fopen(path.c_str(), "wb");
-    if (!out)
-        return false;
+// The rows as a PNG stream; nothing in here may change after setjmp.
+bool WriteRows(std::FILE* out, int width, int height, std::uint8_t const* pixels)
+{
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
     png_infop info = png ? png_create_info_struct(png) : nullptr;
     if (!png || !info || setjmp(png_jmpbuf(png)))
     {
         png_destroy_write_struct(&png, &info);
-        if (!toStdout)
-            std::fclose(out);
         return false;
     }
     png_init_io(png, out);
-    png_set_IHDR(png, info, static_cast<png_uint_32>(mWidth), static_cast<png_uint_32>(mHeight), 8, PNG_COLOR_TYPE_RGB,
+    png_set_IHDR(png, info, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), 8, PNG_COLOR_TYPE_RGB,
                  PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_write_info(png, info);
-    for (int y = 0; y < mHeight; ++y)
-        png_write_row(png, &mPixels[static_cast<std::size_t>(y) * mWidth * 3]);
+    for (int y = 0; y < height; ++y)
+        png_write_row(png, const_cast<std::uint8_t*>(pixels) + static_cast<std::size_t>(y) * width * 3);
     png_write_end(png, nullptr);
     png_destroy_write_struct(&png, &info);
-    return toStdout ? std::fflush(out) == 0 : std::fclose(out) == 0;
+    return true;
+}
+} // namespace
+
+bool Picture::WritePng(std::string const& path) const
+{
+    if (path == "-")
+        return WriteRows(stdout, mWidth, mHeight, mPixels.data()) && std::fflush(stdout) == 0;
+    std::FILE* out = std::fopen(path.c_str(), "wb");
+    if (!out)
+        return false;
+    bool const written = WriteRows(out, mWidth, mHeight, mPixels.data());
+    return std::fclose(out) == 0 && written;
 }
 } // namespace vfl
