@@ -71,6 +71,7 @@ TEST_F(VflMessages, ExitStatusAndOneLineThatSaysWhatIsWrong)
          "vfl: convert: input missing.wav: Sys: OSErr: 2: No such file or directory"},
         {"convert in.wav -o nodir/x.wav", 1,
          "vfl: convert: output nodir/x.wav: Sys: OSErr: 2: No such file or directory"},
+        {"convert in.wav -t wav -o .", 1, "vfl: convert: output .: Sys: OSErr: 21: Is a directory"},
         {"convert empty.wav -o x.wav", 1, "vfl: convert: input empty.wav: not an audio file in a known format"},
         {"convert in.wav in.wav -o x.wav", 1, "several inputs must be mono files"},
         {"info missing.wav", 1, "vfl: info: missing.wav: Sys: OSErr: 2: No such file or directory"},

@@ -14,7 +14,8 @@ std::string ResolveForWriting(std::string const& path);
 // Makes a new, empty, hidden file in the folder of `destination`, under a
 // name no other file has, with the permissions `destination` has (or the
 // ones a new file gets), and answers its path. It keeps the destination's
-// extension. Throws the system's error (a missing folder, no permission).
+// extension. Throws the system's error (a missing folder, no permission,
+// a destination that is a folder).
 std::string MakeFileBeside(std::string const& destination);
 
 // Puts `from` in the place of `to` in one step: whoever opens `to` sees

@@ -33,7 +33,10 @@ std::string MakeFileBeside(std::string const& destination)
     std::string const extension = dot == std::string::npos || dot == 0 ? "" : name.substr(dot);
 
     struct stat old;
-    bool const replacing = ::stat(destination.c_str(), &old) == 0 && S_ISREG(old.st_mode);
+    bool const exists = ::stat(destination.c_str(), &old) == 0;
+    if (exists && S_ISDIR(old.st_mode))
+        Sys_ThrowIfOSErr(EISDIR); // refused now, not when the work is done
+    bool const replacing = exists && S_ISREG(old.st_mode);
     static char const kLetters[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
     std::random_device seed;
     std::mt19937 random(seed());
