@@ -11,9 +11,12 @@
 #include "FF/FF_AudioProcessUtils.h"
 #include "FF/FF_AudioProcessWriteFiles.h"
 #include "FF/FF_MP3AudioFile.h"
+#include "Sys/Sys_ThrowIfOSErr.h"
 #include "Sys/Sys_Utils.h"
 
+#include <cerrno>
 #include <memory>
+#include <string>
 
 FF_AudioFileUtils::ConvertAudioFileParams FF_AudioFileUtils::sConvertAudioFileParams;
 
@@ -26,6 +29,38 @@ FF_AudioProcessSRC::EQuality QualityFromIndex(uint32 index)
         FF_AudioProcessSRC::kQualitySinc129, FF_AudioProcessSRC::kQualitySinc257};
     CMN_ASSERT(index < 5);
     return table[index < 5 ? index : 4];
+}
+
+// Refuses a conversion that names one file twice: an output that is also
+// an input would be emptied before it is read, and two outputs that are one
+// file would each overwrite the other. Files are compared on disk, however
+// they are spelt.
+void RefuseFilesNamedTwice(std::vector<Sys_FileLoc> const& inputs, std::vector<Sys_FileLoc> const& outputs)
+{
+    auto refuse = [](std::string const& text)
+    {
+        try
+        {
+            Sys_ThrowIfOSErr(EINVAL);
+        }
+        catch (Cmn_Exception& e)
+        {
+            Cmn_AddExceptionContext(
+                &e, new Cmn_TypedExceptionContext<Cmn_TStringXData>(XC_Cmn_ExceptionContext, Cmn_TStringXData(text)));
+            throw;
+        }
+    };
+    for (std::size_t i = 0; i < outputs.size(); ++i)
+    {
+        for (auto const& input : inputs)
+            if (Sys_Utils::IsSameFile(outputs[i], input))
+                refuse("The output " + outputs[i].GetFullPath() + " is the same file as the input " +
+                       input.GetFullPath() + ".");
+        for (std::size_t k = 0; k < i; ++k)
+            if (Sys_Utils::IsSameFile(outputs[i], outputs[k]))
+                refuse("The output " + outputs[i].GetFullPath() + " is the same file as the output " +
+                       outputs[k].GetFullPath() + ".");
+    }
 }
 
 // A stage made on the heap and held through the chain's kind of handle.
@@ -55,6 +90,16 @@ FF_AudioFileUtils::ChainHandle FF_AudioFileUtils::ConvertAudioFiles(std::vector<
                                                                     int64 length, std::vector<Sys_FileLoc> outputs,
                                                                     Sys_FileType const& type)
 {
+    std::vector<Sys_FileType> const types(outputs.size(), type);
+    return ConvertAudioFiles(std::move(inputs), start, length, std::move(outputs), types);
+}
+
+FF_AudioFileUtils::ChainHandle FF_AudioFileUtils::ConvertAudioFiles(std::vector<Sys_FileLoc> inputs, int64 start,
+                                                                    int64 length, std::vector<Sys_FileLoc> outputs,
+                                                                    std::vector<Sys_FileType> const& types)
+{
+    CMN_ASSERT(types.size() == outputs.size());
+    RefuseFilesNamedTwice(inputs, outputs);
     ConvertAudioFileParams const params = sConvertAudioFileParams;
     FF_AudioProcessSRC::EQuality const quality = QualityFromIndex(params.quality);
 
@@ -101,10 +146,11 @@ FF_AudioFileUtils::ChainHandle FF_AudioFileUtils::ConvertAudioFiles(std::vector<
     int64 const outputFrames = OutputFrames(frames, attr.GetSamplesPerSec(), params.samplesPerSec);
 
     std::vector<std::unique_ptr<FF_AudioFile>> outputFiles;
-    bool const mp3 = Sys_Utils::AreTypesEquivalent(type, Sys_FileType(std::string("mp3")));
-    for (auto const& loc : outputs)
+    for (std::size_t i = 0; i < outputs.size(); ++i)
     {
-        if (mp3)
+        Sys_FileLoc const& loc = outputs[i];
+        Sys_FileType const& type = types[i < types.size() ? i : 0];
+        if (Sys_Utils::AreTypesEquivalent(type, Sys_FileType(std::string("mp3"))))
             outputFiles.push_back(std::make_unique<FF_MP3AudioFile>(loc));
         else
             outputFiles.push_back(std::make_unique<FF_AudioFile>(loc));
@@ -160,6 +206,35 @@ FF_AudioFileUtils::ChainHandle FF_AudioFileUtils::DecimateWaveform(Sys_FileLoc c
     chain->Append(FF_AudioProcess::Handle(decimator));
     chain->SetGetPercentCompletedObject(
         new FF_AudioProcessChain::UnitsProcessed<FF_AudioProcessDecimateWaveform>(decimator));
+    chain->Allocate();
+    FF_ScheduleChain(chain);
+    return chain;
+}
+
+FF_AudioFileUtils::ChainHandle FF_AudioFileUtils::DecimateWaveform(Sys_FileLoc const& loc, int32 samplesPerInterval,
+                                                                   std::vector<char*> const& buffers)
+{
+    std::vector<std::unique_ptr<FF_AudioFile>> files;
+    files.push_back(std::make_unique<FF_AudioFile>(loc));
+    FF_AudioFileAttr const attr = files.back()->GetAudioFileAttr();
+    CMN_ASSERT(buffers.size() <= static_cast<std::size_t>(attr.GetNumChannels()));
+
+    ChainHandle chain(new FF_AudioProcessChain());
+    chain->Append(MakeStage<FF_AudioProcessReadFiles>(std::move(files), 0, attr.GetNumSamples(),
+                                                      FF_AudioProcessReadFiles::cDefaultProcessBlockSize,
+                                                      FF_AudioProcessReadFiles::cDefaultReadBlockSize));
+    // Each decimator passes the stream on unchanged; the last is the sink.
+    FF_AudioProcessDecimateWaveform* last = nullptr;
+    for (std::size_t c = 0; c < buffers.size(); ++c)
+    {
+        if (!buffers[c])
+            continue;
+        last = new FF_AudioProcessDecimateWaveform(samplesPerInterval, buffers[c], static_cast<int32>(c));
+        chain->Append(FF_AudioProcess::Handle(last));
+    }
+    CMN_ASSERT(last != nullptr);
+    chain->SetGetPercentCompletedObject(
+        new FF_AudioProcessChain::UnitsProcessed<FF_AudioProcessDecimateWaveform>(last));
     chain->Allocate();
     FF_ScheduleChain(chain);
     return chain;

@@ -35,12 +35,23 @@ public:
     // One interleaved input or several mono inputs of equal format, from
     // `start` for `length` frames (-1: all); one interleaved output or one
     // mono output per channel, of `type` in the target format.
+    // An output that is the same file as an input or as another output is
+    // refused (XC_Sys_SystemError, EINVAL, with the two names) before any
+    // file is opened for writing.
     static ChainHandle ConvertAudioFiles(std::vector<Sys_FileLoc> inputs, int64 start, int64 length,
                                          std::vector<Sys_FileLoc> outputs, Sys_FileType const& type);
+    // The same with a type for each output.
+    static ChainHandle ConvertAudioFiles(std::vector<Sys_FileLoc> inputs, int64 start, int64 length,
+                                         std::vector<Sys_FileLoc> outputs, std::vector<Sys_FileType> const& types);
 
     // The waveform overview of channel 0 of a file into `buffer`: for each
     // interval of `samplesPerInterval` frames its maximum and minimum.
     static ChainHandle DecimateWaveform(Sys_FileLoc const& loc, int32 samplesPerInterval, char* buffer);
+    // The overviews of several channels in one reading of the file: one
+    // decimator for each channel c whose buffers[c] is not null, in a row.
+    // Each buffer takes two bytes for every interval begun.
+    static ChainHandle DecimateWaveform(Sys_FileLoc const& loc, int32 samplesPerInterval,
+                                        std::vector<char*> const& buffers);
 
     // Output frames of a conversion: the exact ceiling of frames x target /
     // reference, as the sample-rate converter delivers them.

@@ -6,13 +6,15 @@
 #include <algorithm>
 #include <cstring>
 
-FF_AudioProcessDecimateWaveform::FF_AudioProcessDecimateWaveform(i32 samplesPerInterval, char* overview)
-    : mSamplesPerInterval(samplesPerInterval), mOverview(overview)
+FF_AudioProcessDecimateWaveform::FF_AudioProcessDecimateWaveform(i32 samplesPerInterval, char* overview, i32 channel)
+    : mSamplesPerInterval(samplesPerInterval), mChannel(channel), mOverview(overview)
 {
     SetName(GetTaskName());
     // An interval of no samples would write a pair for every sample, past
     // any buffer sized from the interval.
-    CMN_ASSERT(samplesPerInterval > 0 && overview != nullptr);
+    CMN_ASSERT(samplesPerInterval > 0 && overview != nullptr && channel >= 0);
+    if (mChannel < 0)
+        mChannel = 0;
     if (mSamplesPerInterval <= 0)
         mSamplesPerInterval = 1;
 }
@@ -105,8 +107,8 @@ void FF_AudioProcessDecimateWaveform::Process(FF_AudioProcessBlock* in, FF_Audio
     i64 const n = in->GetNumSamples();
     i64 const bytes = n * in->GetBytesPerSample();
     u32 const channels = in->GetNumChannels();
-    bool const fits = n >= 0 && channels >= 1 && bytes <= in->GetChannelCapacity() &&
-                      channels <= in->GetNumChannelBuffers() &&
+    bool const fits = n >= 0 && channels >= 1 && static_cast<u32>(mChannel) < channels &&
+                      bytes <= in->GetChannelCapacity() && channels <= in->GetNumChannelBuffers() &&
                       (!out || (bytes <= out->GetChannelCapacity() && channels <= out->GetNumChannelBuffers()));
     CMN_ASSERT(fits);
     if (!fits || (bits != 8 && bits != 16 && bits != 24))
@@ -126,7 +128,7 @@ void FF_AudioProcessDecimateWaveform::Process(FF_AudioProcessBlock* in, FF_Audio
     }
 
     mUnitsProcessed += n;
-    char const* data = in->GetChannelData(0);
+    char const* data = in->GetChannelData(static_cast<u32>(mChannel));
     switch (bits)
     {
     case 8: Scan<1, 8>(data, n); break;

@@ -7,7 +7,8 @@
 
 class FF_AudioProcessBlock;
 
-// Reduces channel 0 of a stream to the maximum and minimum of each interval
+// Reduces one channel of a stream (channel 0 unless told otherwise) to the
+// maximum and minimum of each interval
 // of mSamplesPerInterval samples, as pairs of signed bytes (maximum first):
 // the overview that a display draws. Samples are reduced to 8 bits toward
 // zero, so that silence stays exactly 0.
@@ -15,8 +16,9 @@ class FF_AudioProcessDecimateWaveform : public FF_AudioProcess
 {
 public:
     // overview: the caller's buffer, two bytes for every interval begun; it
-    // must live until the stream ends.
-    FF_AudioProcessDecimateWaveform(i32 samplesPerInterval, char* overview);
+    // must live until the stream ends. channel: the one to reduce; a stream
+    // with fewer channels is an assertion.
+    FF_AudioProcessDecimateWaveform(i32 samplesPerInterval, char* overview, i32 channel = 0);
 
     static constexpr char const* GetTaskName() { return "FF_AudioProcessDecimateWaveform"; }
 
@@ -41,10 +43,11 @@ protected:
 
 private:
     void WritePair();
-    // Channel 0 of one block, samples of Width bytes and Bits bits.
+    // The channel of one block, samples of Width bytes and Bits bits.
     template <int Width, int Bits> void Scan(char const* data, i64 n);
 
     i32 mSamplesPerInterval;
+    i32 mChannel;
     i64 mIntervalPos = 0;
     std::atomic<i64> mUnitsProcessed{0};
     std::atomic<i64> mUnitsToProcess{0};

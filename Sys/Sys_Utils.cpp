@@ -35,6 +35,7 @@ Sys_Utils::BoostThreadPriorityMethod Sys_Utils::sBoostThreadPriority = nullptr;
 Sys_Utils::LowerThreadPriorityMethod Sys_Utils::sLowerThreadPriority = nullptr;
 Sys_Utils::MicrosecondsMethod Sys_Utils::sMicroseconds = nullptr;
 Sys_Utils::GetResourceForkLocMethod Sys_Utils::sGetResourceForkLoc = nullptr;
+Sys_Utils::IsSameFileMethod Sys_Utils::sIsSameFile = nullptr;
 
 namespace
 {
@@ -201,6 +202,11 @@ int64 Sys_Utils::Microseconds()
 Sys_FileLoc Sys_Utils::GetResourceForkLoc(Sys_FileLoc const& loc)
 {
     return Installed(sGetResourceForkLoc)(loc);
+}
+
+bool Sys_Utils::IsSameFile(Sys_FileLoc const& a, Sys_FileLoc const& b)
+{
+    return Installed(sIsSameFile)(a, b);
 }
 
 // ---------------------------------------------------------------- copying

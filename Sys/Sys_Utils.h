@@ -54,6 +54,7 @@ public:
     using LowerThreadPriorityMethod = void (*)();
     using MicrosecondsMethod = int64 (*)();
     using GetResourceForkLocMethod = Sys_FileLoc (*)(Sys_FileLoc const& loc);
+    using IsSameFileMethod = bool (*)(Sys_FileLoc const& a, Sys_FileLoc const& b);
 
     // ---- platform services
     // Atomic counters; each returns the new value.
@@ -89,6 +90,12 @@ public:
     // Macintosh, whether or not there is one; an empty location for a
     // location that can have none (a volume root).
     static Sys_FileLoc GetResourceForkLoc(Sys_FileLoc const& loc);
+    // True if both locations reach one file: the same file on disk however
+    // it is spelt (links, "./", another case where names ignore case), or,
+    // while either does not exist yet, the same place once the links that
+    // do exist are followed. Names are compared as the file system does,
+    // not as locations compare.
+    static bool IsSameFile(Sys_FileLoc const& a, Sys_FileLoc const& b);
 
     static void SetThreadSafeIncrementMethod(ThreadSafeIncrementMethod method) { sThreadSafeIncrement = method; }
     static void SetThreadSafeDecrementMethod(ThreadSafeDecrementMethod method) { sThreadSafeDecrement = method; }
@@ -127,6 +134,7 @@ public:
     static void SetLowerThreadPriorityMethod(LowerThreadPriorityMethod method) { sLowerThreadPriority = method; }
     static void SetMicrosecondsMethod(MicrosecondsMethod method) { sMicroseconds = method; }
     static void SetGetResourceForkLocMethod(GetResourceForkLocMethod method) { sGetResourceForkLoc = method; }
+    static void SetIsSameFileMethod(IsSameFileMethod method) { sIsSameFile = method; }
 
     // ---- portable services
     // Bytes that a copy of the file takes on the volume: data and resource
@@ -182,4 +190,5 @@ private:
     static LowerThreadPriorityMethod sLowerThreadPriority;
     static MicrosecondsMethod sMicroseconds;
     static GetResourceForkLocMethod sGetResourceForkLoc;
+    static IsSameFileMethod sIsSameFile;
 };

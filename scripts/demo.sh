@@ -16,26 +16,34 @@ mkdir -p "$DEMO"
 echo "== A three-second stereo test signal made by sox (440 Hz left, 660 Hz right, fading in and out)"
 sox -n -r 44100 -c 2 -b 16 "$DEMO/tone.wav" synth 3 sine 440 sine 660 gain -6 fade 0.5 3 1
 
-echo "== vfl info"
+echo "== vfl info, and its single fields as soxi gives them"
 "$VFL" info "$DEMO/tone.wav"
+"$VFL" info -r -c -D "$DEMO/tone.wav"
+soxi -r "$DEMO/tone.wav"; soxi -c "$DEMO/tone.wav"; soxi -D "$DEMO/tone.wav"
 
 echo "== The first four frames through vfl cat (16-bit signed, little endian, L R), and as sox decodes them"
-"$VFL" cat "$DEMO/tone.wav" --frames 4 | od -A d -t d2 -w4
+"$VFL" cat "$DEMO/tone.wav" --length 4 | od -A d -t d2 -w4
 sox "$DEMO/tone.wav" -t raw -e signed -L - trim 0 4s | od -A d -t d2 -w4
 
 echo "== The main job: convert to 48 kHz 24-bit (windowed sinc, 257 taps), and to two mono AIFF files"
-"$VFL" convert "$DEMO/tone.wav" -o "$DEMO/tone48.wav" --rate 48000 --bits 24 --quality 4
-"$VFL" convert "$DEMO/tone.wav" -o "$DEMO/left.aif" "$DEMO/right.aif"
+"$VFL" convert "$DEMO/tone.wav" -o "$DEMO/tone48.wav" -r 48k -b 24 --quality 4
+"$VFL" convert "$DEMO/tone.wav" -o "$DEMO/left.aif" "$DEMO/right.wav"
 "$VFL" info "$DEMO/tone48.wav" "$DEMO/left.aif"
+"$VFL" info -t "$DEMO/left.aif" "$DEMO/right.wav"
 soxi "$DEMO/tone48.wav" | grep -E 'Sample Rate|Precision|Duration'
 
-echo "== To MP3 at 128 kb/s, as ffprobe sees it"
-"$VFL" convert "$DEMO/tone.wav" -o "$DEMO/tone.mp3"
+echo "== To MP3 at 192 kb/s with a title, as ffprobe sees it"
+"$VFL" convert "$DEMO/tone.wav" --bitrate 192 --title "Test tone" -o "$DEMO/tone.mp3"
 ffprobe -v error -show_entries stream=codec_name,sample_rate,channels,bit_rate:format_tags=title \
   -of default=nw=1 "$DEMO/tone.mp3"
 
+echo "== A folder of files, two at a time"
+mkdir -p "$DEMO/batch"
+"$VFL" convert -d "$DEMO/batch" -j 2 -r 22050 "$DEMO/tone.wav" "$DEMO/right.wav"
+"$VFL" info -r "$DEMO/batch/tone.wav" "$DEMO/batch/right.wav"
+
 echo "== Regions and the waveform overview"
-"$VFL" regions "$DEMO/tone48.wav" --add "middle" 48000 96000
+"$VFL" regions "$DEMO/tone48.wav" --add "middle" 1s 2s
 "$VFL" regions "$DEMO/tone48.wav"
 "$VFL" overview "$DEMO/tone48.wav" --spi 24000
 "$VFL" overview "$DEMO/tone48.wav" --png "$DEMO/tone48.png"

@@ -244,6 +244,7 @@ void Sys_UtilsPosix::SetPlatformDependentMethods()
     Sys_Utils::SetLowerThreadPriorityMethod(&LowerThreadPriority);
     Sys_Utils::SetMicrosecondsMethod(&Microseconds);
     Sys_Utils::SetGetResourceForkLocMethod(&GetResourceForkLoc);
+    Sys_Utils::SetIsSameFileMethod(&IsSameFile);
 }
 
 int32 Sys_UtilsPosix::ThreadSafeIncrement(volatile int32& value)
@@ -451,6 +452,58 @@ void Sys_UtilsPosix::CreateFolder(Sys_FileLoc const& loc)
     // next use see a folder and add the trailing '/'.
     if (Sys_FileLocPosix* const posix = dynamic_cast<Sys_FileLocPosix*>(loc.GetImpl()))
         posix->SetFullPath(posix->GetFullPath());
+}
+
+// ---------------------------------------------------------------- identity of files
+
+namespace
+{
+// The path that opening `path` for writing would reach: the links of the
+// part that exists followed, and a link to a file not made yet as well.
+std::string ResolveForWriting(std::string path)
+{
+    for (int hops = 0; hops < 40; ++hops)
+    {
+        if (char* const real = ::realpath(path.c_str(), nullptr))
+        {
+            std::string resolved = real;
+            std::free(real);
+            return resolved;
+        }
+        std::size_t const slash = path.find_last_of('/');
+        std::string const parent = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+        std::string const name = slash == std::string::npos ? path : path.substr(slash + 1);
+        char* const realParent = ::realpath(parent.c_str(), nullptr);
+        if (!realParent)
+            return path;
+        std::string folder = realParent;
+        std::free(realParent);
+        if (folder.back() != '/')
+            folder += '/';
+        std::string const candidate = folder + name;
+        char target[4096];
+        ssize_t const length = ::readlink(candidate.c_str(), target, sizeof(target) - 1);
+        if (length <= 0)
+            return candidate;
+        target[length] = '\0';
+        path = target[0] == '/' ? std::string(target) : folder + target;
+    }
+    return path;
+}
+} // namespace
+
+bool Sys_UtilsPosix::IsSameFile(Sys_FileLoc const& a, Sys_FileLoc const& b)
+{
+    std::string const pathA = a.GetFullPath();
+    std::string const pathB = b.GetFullPath();
+    struct stat statA, statB;
+    bool const hasA = ::stat(pathA.c_str(), &statA) == 0;
+    bool const hasB = ::stat(pathB.c_str(), &statB) == 0;
+    if (hasA && hasB)
+        return statA.st_dev == statB.st_dev && statA.st_ino == statB.st_ino;
+    if (hasA != hasB)
+        return false;
+    return ResolveForWriting(pathA) == ResolveForWriting(pathB);
 }
 
 // ---------------------------------------------------------------- thread priority

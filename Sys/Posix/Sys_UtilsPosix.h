@@ -54,6 +54,9 @@ public:
     static void DeleteFileA(Sys_FileLoc const& loc);
     static void DeleteFolder(Sys_FileLoc const& loc);
     static void CreateFolder(Sys_FileLoc const& loc);
+    // Device and file number where both exist; else the paths with every
+    // existing link followed, compared byte for byte.
+    static bool IsSameFile(Sys_FileLoc const& a, Sys_FileLoc const& b);
 
     // The priority ladder -15, -2, -1, 0, 1, 2, 15 of the calling thread. The
     // value is kept per thread and applied to the thread's nice value as far

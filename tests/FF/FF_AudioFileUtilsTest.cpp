@@ -3,6 +3,7 @@
 // bit through the reader's real blocks, aborts at any moment, and a disk
 // that fills up.
 #include "FF/FF_AudioFileUtils.h"
+#include "FF/FF_AudioProcessDecimateWaveform.h"
 #include "FF/FF_AudioProcessFileTestSupport.h"
 #include "FF/FF_LameMP3Encoder.h"
 #include "FF/FF_MP3AudioFile.h"
@@ -292,5 +293,71 @@ TEST_F(FF_AudioFileUtilsTest, AFullDiskFailsTheConversionWithNoSpaceAndLeavesThe
     EXPECT_TRUE(vfltest::ReadWholeFile(in[0]) == before);
     chain = FF_AudioFileUtils::ChainHandle();
     vfltest::RunCommand("umount " + mount);
+}
+TEST_F(FF_AudioFileUtilsTest, AFileNamedTwiceIsRefusedBeforeAnythingIsWritten)
+{
+    i64 const frames = 1000;
+    Samples const input = SineRamp(2, frames, 16, 0.5);
+    Paths const in = MakeFiles(mDir, "in", 2, 16, frames, false, &input);
+    std::filesystem::create_symlink(in[0], mDir.File("link.wav"));
+    std::vector<std::uint8_t> const before = vfltest::ReadWholeFile(in[0]);
+    struct Case
+    {
+        char const* what;
+        Paths outputs;
+    } const cases[] = {
+        {"the input itself", {in[0]}},
+        {"the input through a link", {mDir.File("link.wav")}},
+        {"the input through ./", {mDir.File("./in-0.wav")}},
+        {"one new output twice", {mDir.File("d.wav"), mDir.File("d.wav")}},
+        {"a new output and the input", {mDir.File("e.wav"), in[0]}},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(c.what);
+        int32 err = 0;
+        std::string text;
+        try
+        {
+            Convert(in, c.outputs, 16, 44100);
+        }
+        catch (Cmn_TypedException<Sys_OSErrData> const& e)
+        {
+            err = e.GetData().GetErr();
+            text = e.GetFullDescription();
+        }
+        EXPECT_EQ(err, 22) << "EINVAL";
+        EXPECT_NE(text.find("is the same file as the"), std::string::npos) << text;
+        EXPECT_TRUE(vfltest::ReadWholeFile(in[0]) == before);
+        EXPECT_FALSE(std::filesystem::exists(mDir.File("d.wav")));
+        EXPECT_FALSE(std::filesystem::exists(mDir.File("e.wav")));
+    }
+}
+
+TEST_F(FF_AudioFileUtilsTest, OverviewsOfSeveralChannelsInOnePass)
+{
+    i64 const frames = 40000; // several blocks
+    Samples input = SineRamp(3, frames, 16, 0.9);
+    for (auto& x : input[2])
+        x = 0;
+    Paths const in = MakeFiles(mDir, "in", 3, 16, frames, false, &input);
+    i32 const spi = 300;
+    std::size_t const bytes = static_cast<std::size_t>((frames + spi - 1) / spi * 2);
+    // Channels 0 and 2; channel 1 is left out.
+    std::vector<std::vector<char>> overviews(3, std::vector<char>(bytes, 0x55));
+    std::vector<char*> buffers = {overviews[0].data(), nullptr, overviews[2].data()};
+    auto chain = FF_AudioFileUtils::DecimateWaveform(Sys_FileLoc(in[0]), spi, buffers);
+    ASSERT_EQ(WaitForChain(*chain), Sys_Task::kStatusCompleted) << ExceptionText(*chain);
+    for (int c : {0, 2})
+    {
+        SCOPED_TRACE(c);
+        std::vector<char> single(bytes, 0x55);
+        FF_AudioProcessDecimateWaveform alone(spi, single.data(), c);
+        RunStage(alone, input, 44100, 16, kBlockBytes / 2);
+        EXPECT_EQ(overviews[static_cast<std::size_t>(c)], single);
+    }
+    EXPECT_EQ(overviews[2], std::vector<char>(bytes, 0)); // silence is exactly 0
+    EXPECT_EQ(overviews[1], std::vector<char>(bytes, 0x55));
+    EXPECT_EQ(chain->GetPercentCompleted(), 100);
 }
 } // namespace

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <stdexcept>
 
 using namespace ffproc;
@@ -86,6 +87,26 @@ TEST(FF_AudioProcessDecimateWaveform, OverviewAgainstTheReference)
                 for (std::size_t k = expected.size(); k < overview.size(); ++k)
                     ASSERT_EQ(overview[k], 0x55) << "written past the last pair at " << k;
             }
+}
+
+TEST(FF_AudioProcessDecimateWaveform, EachChannelOnItsOwn)
+{
+    i64 const length = 2000;
+    Channels input = SineRamp(3, length, 16, 1.0, 440.0);
+    for (auto& x : input[1])
+        x /= 7;                                     // quieter
+    std::fill(input[2].begin(), input[2].end(), 0); // silent
+    for (int channel = 0; channel < 3; ++channel)
+    {
+        SCOPED_TRACE(testing::Message() << "channel " << channel);
+        std::vector<i8> const expected = ReferenceOverview(input[static_cast<std::size_t>(channel)], 16, 100);
+        std::vector<char> overview(expected.size(), 0x55);
+        FF_AudioProcessDecimateWaveform stage(100, overview.data(), channel);
+        RunResult r = RunStage(stage, input, 44100, 16, 512);
+        EXPECT_EQ(r.out, input);
+        EXPECT_TRUE(std::equal(expected.begin(), expected.end(), overview.begin(),
+                               [](i8 e, char o) { return e == static_cast<i8>(o); }));
+    }
 }
 
 TEST(FF_AudioProcessDecimateWaveform, PairCountIsTheIntervalsBegun)

@@ -1,6 +1,7 @@
 #include "Cmn/Cmn_Exception.h"
 #include "FF/FF_AudioFile.h"
 #include "tools/vfl/Commands.h"
+#include "tools/vfl/OptionParser.h"
 #include "tools/vfl/ToolSupport.h"
 
 #include <cstdio>
@@ -8,49 +9,49 @@
 
 namespace
 {
-char const kUsage[] = "Usage: vfl adopt FILE...\n\n"
-                      "Gives each file the identity metadata of the system (unique id,\n"
-                      "modification record, region and overview lists), written behind\n"
-                      "its audio. No sample is touched.\n";
-}
+vfl::CommandSpec const kSpec = {"adopt",
+                                "FILE...",
+                                "Gives each foreign file the system's identity metadata: a unique media\n"
+                                "identifier, a modification record, and the lists of regions (one for the\n"
+                                "whole file) and waveform overviews that the workstation keeps for its own\n"
+                                "files. The chunks are written behind the audio; no sample is touched and a\n"
+                                "file that has them already is left as it is.",
+                                {},
+                                1,
+                                -1};
+} // namespace
 
 int CmdAdopt(int argc, char** argv)
 {
-    if (argc < 2)
-    {
-        std::fputs(kUsage, stderr);
-        return 2;
-    }
+    vfl::OptionParser args(kSpec);
+    args.Parse(argc, argv);
+    if (args.HelpAsked())
+        return std::fputs(args.Help().c_str(), stdout), 0;
     int status = 0;
-    for (int i = 1; i < argc; ++i)
+    for (auto const& path : args.Operands())
     {
-        if (vfl::IsHelp(argv[i]))
-        {
-            std::fputs(kUsage, stdout);
-            return 0;
-        }
         try
         {
-            FF_AudioFile file(vfl::LocationFromArgument(argv[i]));
+            FF_AudioFile file(vfl::LocationFromArgument(path));
             if (!file.Implements(FF_AudioFile::eImportExportInterface))
             {
-                vfl::ReportError(argv[i], "not an audio file in a known format");
+                vfl::ReportFileError("adopt", "", path, "not an audio file in a known format");
                 status = 1;
                 continue;
             }
             if (file.Implements(FF_AudioFile::eVelmoraInterface))
-                std::printf("%s: already has its identity (%s)\n", argv[i], file.GetUmid().AsString().c_str());
+                std::printf("%s: already has its identity (%s)\n", path.c_str(), file.GetUmid().AsString().c_str());
             else if (file.Implement(FF_AudioFile::eVelmoraInterface))
-                std::printf("%s: adopted (%s)\n", argv[i], file.GetUmid().AsString().c_str());
+                std::printf("%s: adopted (%s)\n", path.c_str(), file.GetUmid().AsString().c_str());
             else
             {
-                vfl::ReportError(argv[i], "this file cannot take identity metadata");
+                vfl::ReportFileError("adopt", "", path, "this file cannot take identity metadata");
                 status = 1;
             }
         }
         catch (std::exception const& e)
         {
-            vfl::ReportError(argv[i], vfl::ExceptionText(e));
+            vfl::ReportFileError("adopt", "", path, vfl::ExceptionText(e));
             status = 1;
         }
     }

@@ -1,12 +1,19 @@
 #include "Cmn/Cmn_Exception.h"
 #include "FF/FF_AudioFile.h"
+#include "Sys/Sys_File.h"
+#include "Sys/Sys_FileAttr.h"
 #include "Sys/Sys_FileLoc.h"
 #include "tools/vfl/Commands.h"
+#include "tools/vfl/OptionParser.h"
+#include "tools/vfl/SpooledInput.h"
+#include "tools/vfl/Terminal.h"
 #include "tools/vfl/ToolSupport.h"
+#include "tools/vfl/UsageError.h"
 
 #include "Sys/Sys_Utils.h"
 #include "Sys/Sys_Volume.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <sstream>
@@ -15,12 +22,23 @@
 
 namespace
 {
-char const kUsage[] = "Usage: vfl info [--json] FILE...\n\n"
-                      "Describes each file: path, type, byte order, channels, sample rate,\n"
-                      "bits and bytes per sample, frames and duration. A file in no known\n"
-                      "format is reported as type \"unknown\".\n\n"
-                      "Options:\n"
-                      "  --json   one JSON object per line and file\n";
+vfl::CommandSpec const kSpec = {"info",
+                                "[OPTIONS] FILE...",
+                                "Describes each file: type, byte order, channels, sample rate, bits, frames,\n"
+                                "duration, file size and bit rate, and the metadata it carries: the system's\n"
+                                "identity (umid, modification, revision), broadcast data, regions, overviews\n"
+                                "and instrument data. A file in no known format is reported as type\n"
+                                "\"unknown\". FILE - reads the file from standard input. With one of the\n"
+                                "single-field options, only that value is printed, one line per file.",
+                                {{0, "json", nullptr, "one JSON object per file and line (fields: see the README)"},
+                                 {'r', "rate", nullptr, "print the sample rate only"},
+                                 {'c', "channels", nullptr, "print the number of channels only"},
+                                 {'b', "bits", nullptr, "print the bits per sample only"},
+                                 {'s', "frames", nullptr, "print the number of frames only"},
+                                 {'D', "seconds", nullptr, "print the duration in seconds only"},
+                                 {'t', "type", nullptr, "print the type only (wav, aiff, aifc)"}},
+                                1,
+                                -1};
 
 struct Overview
 {
@@ -29,7 +47,8 @@ struct Overview
 
 struct Facts
 {
-    std::string path;
+    std::string path; // as the user named it
+    int64 fileSize = -1;
     std::string type;
     FF_AudioFileAttr attr;
     bool known = false;
@@ -85,10 +104,11 @@ void ReadChunkDetails(FF_AudioFile& file, Facts& f)
     }
 }
 
-Facts Gather(FF_AudioFile& file, Sys_FileLoc const& loc)
+Facts Gather(FF_AudioFile& file, Sys_FileLoc const& loc, std::string const& name)
 {
     Facts f;
-    f.path = loc.GetFullPath();
+    f.path = name;
+    f.fileSize = Sys_File(loc).GetFileAttr().GetSize();
     try
     {
         f.volume = Sys_Utils::GetVolumeRootFolderLoc(loc.GetVolume()).GetFullPath();
@@ -140,6 +160,25 @@ std::string SpeakerNames(uint32 mask)
     return names;
 }
 
+// h:mm:ss.sss
+std::string Duration(FF_AudioFileAttr const& a)
+{
+    if (a.GetSamplesPerSec() <= 0)
+        return "";
+    int64 const ms =
+        (a.GetNumSamples() * 1000 + a.GetSamplesPerSec() / 2) / a.GetSamplesPerSec(); // rounded to the millisecond
+    char text[64];
+    std::snprintf(text, sizeof text, "%" PRId64 ":%02" PRId64 ":%02" PRId64 ".%03" PRId64, ms / 3600000,
+                  ms / 60000 % 60, ms / 1000 % 60, ms % 1000);
+    return text;
+}
+
+// Bits per second of the audio as it is stored.
+int64 BitRate(FF_AudioFileAttr const& a)
+{
+    return static_cast<int64>(a.GetSamplesPerSec()) * a.GetNumChannels() * a.GetBytesPerSample() * 8;
+}
+
 char const* LoopName(int type)
 {
     switch (type)
@@ -169,7 +208,9 @@ void PrintText(Facts const& f)
     if (f.channelMask)
         std::printf("  channel mask: 0x%" PRIX32 " (%s)\n", f.channelMask, SpeakerNames(f.channelMask).c_str());
     if (a.GetSamplesPerSec() > 0)
-        std::printf("  duration: %.6f s\n", static_cast<double>(a.GetNumSamples()) / a.GetSamplesPerSec());
+        std::printf("  duration: %s (%" PRId64 " frames)\n", Duration(a).c_str(), a.GetNumSamples());
+    std::printf("  file size: %" PRId64 " bytes\n", f.fileSize);
+    std::printf("  bit rate: %.1f kb/s\n", static_cast<double>(BitRate(a)) / 1000);
     if (!f.volume.empty())
         std::printf("  volume: %s\n", f.volume.c_str());
     if (f.identity)
@@ -224,10 +265,12 @@ void PrintJson(Facts const& f)
         char buffer[512];
         std::snprintf(buffer, sizeof buffer,
                       ",\"byteOrder\":\"%s\",\"channels\":%d,\"sampleRate\":%d,\"bits\":%d,\"bytesPerSample\":%d,"
-                      "\"frames\":%" PRId64 ",\"duration\":%.6f",
+                      "\"frames\":%" PRId64 ",\"duration\":%.6f,\"durationText\":\"%s\",\"fileSize\":%" PRId64
+                      ",\"bitRate\":%" PRId64,
                       a.GetByteOrder() == FF_AudioFileAttr::eLittleEndian ? "little" : "big", a.GetNumChannels(),
                       a.GetSamplesPerSec(), a.GetBitsPerSample(), a.GetBytesPerSample(), a.GetNumSamples(),
-                      a.GetSamplesPerSec() > 0 ? static_cast<double>(a.GetNumSamples()) / a.GetSamplesPerSec() : 0.0);
+                      a.GetSamplesPerSec() > 0 ? static_cast<double>(a.GetNumSamples()) / a.GetSamplesPerSec() : 0.0,
+                      Duration(a).c_str(), f.fileSize, BitRate(a));
         line += buffer;
         if (f.headerIncomplete)
             line += ",\"headerIncomplete\":true";
@@ -237,7 +280,7 @@ void PrintJson(Facts const& f)
             line += ",\"volume\":" + vfl::JsonString(f.volume);
         if (f.identity)
             line += ",\"umid\":" + vfl::JsonString(f.umid) + ",\"modified\":" + vfl::JsonString(f.modified) +
-                    ",\"revision\":" + std::to_string(f.revision);
+                    ",\"revision\":\"" + std::to_string(f.revision) + "\"";
         if (f.broadcast)
         {
             line += ",\"broadcast\":{\"timeReference\":" + std::to_string(f.timeReference);
@@ -283,52 +326,75 @@ void PrintJson(Facts const& f)
     line += "}";
     std::printf("%s\n", line.c_str());
 }
+// The fields of the single-field options.
+struct Field
+{
+    char const* option;
+    std::string (*value)(Facts const&);
+};
+
+Field const kFields[] = {
+    {"rate", [](Facts const& f) { return std::to_string(f.attr.GetSamplesPerSec()); }},
+    {"channels", [](Facts const& f) { return std::to_string(f.attr.GetNumChannels()); }},
+    {"bits", [](Facts const& f) { return std::to_string(f.attr.GetBitsPerSample()); }},
+    {"frames", [](Facts const& f) { return std::to_string(f.attr.GetNumSamples()); }},
+    {"seconds",
+     [](Facts const& f)
+     {
+         char text[64];
+         std::snprintf(text, sizeof text, "%f",
+                       f.attr.GetSamplesPerSec() > 0
+                           ? static_cast<double>(f.attr.GetNumSamples()) / f.attr.GetSamplesPerSec()
+                           : 0.0);
+         return std::string(text);
+     }},
+    {"type", [](Facts const& f) { return f.type; }},
+};
 } // namespace
 
 int CmdInfo(int argc, char** argv)
 {
-    bool json = false;
-    std::vector<std::string> paths;
-    for (int i = 1; i < argc; ++i)
-    {
-        std::string const a = argv[i];
-        if (vfl::IsHelp(argv[i]))
-        {
-            std::fputs(kUsage, stdout);
-            return 0;
-        }
-        if (a == "--json")
-            json = true;
-        else if (a.size() > 1 && a[0] == '-' && a != "--")
-        {
-            std::fprintf(stderr, "vfl info: unknown option '%s'\n\n%s", a.c_str(), kUsage);
-            return 2;
-        }
-        else if (a != "--")
-            paths.push_back(a);
-    }
-    if (paths.empty())
-    {
-        std::fputs(kUsage, stderr);
-        return 2;
-    }
+    vfl::OptionParser args(kSpec);
+    args.Parse(argc, argv);
+    if (args.HelpAsked())
+        return std::fputs(args.Help().c_str(), stdout), 0;
+    bool const json = args.Has("json");
+    std::vector<Field const*> fields; // in the order asked for
+    for (auto const& name : args.Given())
+        for (auto const& field : kFields)
+            if (name == field.option)
+                fields.push_back(&field);
+    if (json && !fields.empty())
+        throw vfl::UsageError("--json prints every field; leave out the single-field options");
 
+    std::vector<std::string> const& paths = args.Operands();
+    if (std::count(paths.begin(), paths.end(), "-") > 1)
+        throw vfl::UsageError("standard input (-) can be read once");
     int status = 0;
     for (auto const& path : paths)
     {
         try
         {
-            Sys_FileLoc loc = vfl::LocationFromArgument(path);
+            vfl::SpooledInput const spool(path);
+            if (vfl::Interrupted())
+                return vfl::InterruptExitStatus();
+            Sys_FileLoc loc = vfl::LocationFromArgument(spool.Path());
             FF_AudioFile file(loc);
-            Facts const f = Gather(file, loc);
-            json ? PrintJson(f) : PrintText(f);
+            Facts const f = Gather(file, loc, path);
+            if (fields.empty())
+                json ? PrintJson(f) : PrintText(f);
+            else if (!f.known)
+                vfl::ReportFileError("info", "", path, "not an audio file in a known format: " + f.unknownReason);
+            else
+                for (auto const* field : fields)
+                    std::printf("%s\n", field->value(f).c_str());
             // As soxi does: a file that could not be read fails the command.
             if (!f.known)
                 status = 1;
         }
         catch (std::exception const& e)
         {
-            vfl::ReportError(path, vfl::ExceptionText(e));
+            vfl::ReportFileError("info", "", path, vfl::ExceptionText(e));
             status = 1;
         }
         std::fflush(stdout);

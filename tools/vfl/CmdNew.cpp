@@ -2,8 +2,13 @@
 #include "FF/FF_AudioFile.h"
 #include "Sys/Sys_FileLoc.h"
 #include "tools/vfl/Commands.h"
+#include "tools/vfl/OptionParser.h"
+#include "tools/vfl/StagedOutput.h"
+#include "tools/vfl/Terminal.h"
 #include "tools/vfl/ToolSupport.h"
+#include "tools/vfl/UsageError.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -11,134 +16,135 @@
 
 namespace
 {
-char const kUsage[] = "Usage: vfl new OUT --rate R --bits B --channels C [--type wav|aif|aifc]\n\n"
-                      "Writes a new audio file from raw PCM on stdin: interleaved, signed, little\n"
-                      "endian, B/8 bytes per sample. The type defaults from OUT's extension.\n\n"
-                      "Options:\n"
-                      "  --rate R       samples per second\n"
-                      "  --bits B       8, 16, 24 or 32\n"
-                      "  --channels C   number of channels (1 to 64)\n"
-                      "  --type T       wav, aif (AIFF) or aifc (AIFF-C)\n";
+vfl::CommandSpec const kSpec = {"new",
+                                "OUT -r RATE -b BITS -c CHANNELS [-t TYPE]",
+                                "Writes a new audio file from raw PCM on standard input: interleaved,\n"
+                                "signed, little endian, BITS/8 bytes per sample. The file is written beside\n"
+                                "OUT and takes its place when the input ends; on Ctrl-C (or SIGTERM, SIGHUP)\n"
+                                "it keeps every whole frame received, as a recorder would. OUT - writes\n"
+                                "the file to standard output when the input ends (give -t).",
+                                {{'r', "rate", "HZ", "samples per second: 48000 or 48k"},
+                                 {'b', "bits", "BITS", "8, 16, 24 or 32"},
+                                 {'c', "channels", "N", "number of channels, 1 to 64"},
+                                 {'t', "type", "TYPE", "wav, aif (AIFF) or aifc (AIFF-C); default: OUT's extension"}},
+                                1,
+                                1};
 
 constexpr int64 kBlockBytes = 1 << 20;
 
+std::string Lower(std::string s)
+{
+    for (auto& c : s)
+        c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+    return s;
+}
+
+// The type vfl new writes for OUT's extension; refused if there is none it writes.
 std::string TypeFromExtension(std::string const& path)
 {
-    auto dot = path.find_last_of('.');
-    std::string ext = dot == std::string::npos ? "" : path.substr(dot + 1);
-    for (auto& c : ext)
-        c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+    std::size_t const slash = path.find_last_of('/');
+    std::size_t const dot = path.find_last_of('.');
+    std::string const ext =
+        dot == std::string::npos || (slash != std::string::npos && dot < slash) ? "" : Lower(path.substr(dot + 1));
+    if (ext == "wav" || ext == "wave")
+        return "wav";
     if (ext == "aif" || ext == "aiff")
         return "aif";
     if (ext == "aifc")
         return "aifc";
-    return "wav";
+    throw vfl::UsageError("output " + path +
+                          (ext.empty() ? std::string(" has no extension to tell its type")
+                                       : ": vfl new does not write '." + ext + "' files") +
+                          "; name it .wav, .aif or .aifc, or give -t TYPE");
 }
 } // namespace
 
 int CmdNew(int argc, char** argv)
 {
-    std::string out, type;
-    int64 rate = -1, bits = -1, channels = -1;
-    for (int i = 1; i < argc; ++i)
-    {
-        std::string const a = argv[i];
-        if (vfl::IsHelp(argv[i]))
-        {
-            std::fputs(kUsage, stdout);
-            return 0;
-        }
-        if ((a == "--rate" || a == "--bits" || a == "--channels") && i + 1 < argc)
-        {
-            int64 value = 0;
-            if (!vfl::ParseInt64(argv[++i], &value))
-            {
-                std::fprintf(stderr, "vfl new: %s needs a whole number, not '%s'\n", a.c_str(), argv[i]);
-                return 2;
-            }
-            (a == "--rate" ? rate : a == "--bits" ? bits : channels) = value;
-        }
-        else if (a == "--type" && i + 1 < argc)
-            type = argv[++i];
-        else if (a.size() > 1 && a[0] == '-')
-        {
-            std::fprintf(stderr, "vfl new: unknown option '%s'\n\n%s", a.c_str(), kUsage);
-            return 2;
-        }
-        else if (out.empty())
-            out = a;
-        else
-        {
-            std::fprintf(stderr, "vfl new: one output file\n\n%s", kUsage);
-            return 2;
-        }
-    }
-    if (out.empty() || rate < 0 || bits < 0 || channels < 0)
-    {
-        std::fputs(kUsage, stderr);
-        return 2;
-    }
-    if (type.empty())
-        type = TypeFromExtension(out);
-    if (type != "wav" && type != "aif" && type != "aiff" && type != "aifc")
-    {
-        std::fprintf(stderr, "vfl new: unknown type '%s' (wav, aif or aifc)\n", type.c_str());
-        return 2;
-    }
-    if (bits != 8 && bits != 16 && bits != 24 && bits != 32)
-    {
-        std::fprintf(stderr, "vfl new: --bits must be 8, 16, 24 or 32\n");
-        return 2;
-    }
-    if (channels < 1 || channels > 64 || rate < 1 || rate > 0x7FFFFFFF)
-    {
-        std::fprintf(stderr, "vfl new: --channels must be 1 to 64 and --rate positive\n");
-        return 2;
-    }
+    vfl::OptionParser args(kSpec);
+    args.Parse(argc, argv);
+    if (args.HelpAsked())
+        return std::fputs(args.Help().c_str(), stdout), 0;
+    std::string const& out = args.Operands().front();
+    for (char const* required : {"rate", "bits", "channels"})
+        if (!args.Has(required))
+            throw vfl::UsageError(std::string("--") + required + " is required: the input is raw PCM");
+    int64 const rate = args.Rate("rate", 0);
+    int64 const bits = args.Count("bits", 16, 8, 32);
+    int64 const channels = args.Count("channels", 1, 1, 64);
+    if (bits % 8 != 0)
+        throw vfl::UsageError("--bits needs 8, 16, 24 or 32, not " + std::to_string(bits));
+    std::string type = args.Has("type") ? Lower(args.Text("type")) : TypeFromExtension(out);
+    if (type == "aiff")
+        type = "aif";
+    if (type != "wav" && type != "aif" && type != "aifc")
+        throw vfl::UsageError("vfl new writes wav, aif or aifc, not '" + type + "'");
 
-    FF_AudioFile file(vfl::LocationFromArgument(out));
-    file.Format(vfl::TypeFromName(type), static_cast<int32>(channels), static_cast<int32>(rate),
-                static_cast<int32>(bits), 0);
-
-    int64 const frameBytes = bits / 8 * channels;
-    int64 const blockFrames = kBlockBytes / frameBytes;
-    std::unique_ptr<char[]> buffer(new char[static_cast<size_t>(blockFrames * frameBytes)]);
-    int64 total = 0;
-    size_t partial = 0;
-    file.Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+    // Written beside the destination and put in its place when complete:
+    // an old file of the same name stays whole until then.
+    vfl::CatchInterrupt();
+    std::unique_ptr<vfl::StagedOutput> staged;
     try
     {
-        file.SampleSetPosition(Sys_File::kFromStart, 0);
-        for (;;)
-        {
-            size_t const want = static_cast<size_t>(blockFrames * frameBytes) - partial;
-            size_t const got = std::fread(buffer.get() + partial, 1, want, stdin);
-            size_t const bytes = partial + got;
-            int64 const frames = static_cast<int64>(bytes) / frameBytes;
-            if (frames > 0)
-                file.SampleWrite(buffer.get(), frames);
-            total += frames;
-            partial = bytes - static_cast<size_t>(frames * frameBytes);
-            if (partial)
-                std::memmove(buffer.get(), buffer.get() + frames * frameBytes, partial);
-            if (got < want)
-                break;
-        }
-        file.SetNumSamples(total);
+        staged = std::make_unique<vfl::StagedOutput>(out);
     }
-    catch (...)
+    catch (std::exception const& e)
     {
+        vfl::ReportFileError("new", "output", out, vfl::ExceptionText(e));
+        return 1;
+    }
+    int64 total = 0;
+    size_t partial = 0;
+    try
+    {
+        FF_AudioFile file(vfl::LocationFromArgument(staged->TemporaryPath()));
+        file.Format(vfl::TypeFromName(type), static_cast<int32>(channels), static_cast<int32>(rate),
+                    static_cast<int32>(bits), 0);
+
+        int64 const frameBytes = bits / 8 * channels;
+        int64 const blockFrames = std::max<int64>(1, kBlockBytes / frameBytes);
+        std::unique_ptr<char[]> buffer(new char[static_cast<size_t>(blockFrames * frameBytes)]);
+        file.Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
         try
         {
-            file.Close(false);
+            file.SampleSetPosition(Sys_File::kFromStart, 0);
+            // Like a recorder: an interrupt or the end of the input ends the
+            // take, and every whole frame received is kept.
+            for (bool ended = false; !ended;)
+            {
+                size_t const want = static_cast<size_t>(blockFrames * frameBytes) - partial;
+                size_t const got = vfl::ReadInput(buffer.get() + partial, want, &ended);
+                size_t const bytes = partial + got;
+                int64 const frames = static_cast<int64>(bytes) / frameBytes;
+                if (frames > 0)
+                    file.SampleWrite(buffer.get(), frames);
+                total += frames;
+                partial = bytes - static_cast<size_t>(frames * frameBytes);
+                if (partial)
+                    std::memmove(buffer.get(), buffer.get() + frames * frameBytes, partial);
+            }
+            file.SetNumSamples(total);
         }
         catch (...)
         {
+            try
+            {
+                file.Close(false);
+            }
+            catch (...)
+            {
+            }
+            throw;
         }
-        throw;
+        file.Close();
+        staged->Commit();
     }
-    file.Close();
+    catch (std::exception const& e)
+    {
+        vfl::ReportFileError("new", "output", out, vfl::ExceptionText(e));
+        return 1;
+    }
     if (partial)
-        std::fprintf(stderr, "vfl new: dropped %zu bytes of an incomplete frame at the end of the input\n", partial);
-    return 0;
+        std::fprintf(stderr, "vfl: new: dropped %zu bytes of an incomplete frame at the end of the input\n", partial);
+    return vfl::InterruptExitStatus();
 }

@@ -3,172 +3,331 @@
 #include "FF/FF_AudioFileUtils.h"
 #include "Sys/Sys_FileLoc.h"
 #include "tools/vfl/Commands.h"
+#include "tools/vfl/OptionParser.h"
+#include "tools/vfl/Picture.h"
+#include "tools/vfl/ProgressLine.h"
+#include "tools/vfl/SpooledInput.h"
+#include "tools/vfl/StagedOutput.h"
+#include "tools/vfl/Terminal.h"
 #include "tools/vfl/ToolSupport.h"
-
-#include <png.h>
+#include "tools/vfl/UsageError.h"
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
 namespace
 {
-char const kUsage[] = "Usage: vfl overview FILE [--spi N] [--json] [--png OUT.png [--width W] [--height H]]\n\n"
-                      "Computes the waveform overview of channel 0: for each interval of N\n"
-                      "frames (default 256) its maximum and minimum, reduced to 8 bits.\n"
-                      "Prints one \"max min\" pair a line, or a JSON object, or draws the\n"
-                      "overview as a picture.\n";
+vfl::CommandSpec const kSpec = {"overview",
+                                "[OPTIONS] FILE",
+                                "Computes the waveform overview of every channel (or of one): for each\n"
+                                "interval of N frames its maximum and minimum, reduced to 8 bits. Prints one\n"
+                                "line per interval with a \"max min\" pair for each channel, or a JSON object,\n"
+                                "or draws a picture: one lane per channel with its name, an amplitude scale\n"
+                                "in dBFS and a time axis. FILE - reads standard input; --png - writes the\n"
+                                "picture to standard output.",
+                                {{0, "channel", "N", "only channel N (1 is the first)"},
+                                 {0, "spi", "N", "frames per interval (default 256; a picture: what fits)"},
+                                 {0, "json", nullptr, "print one JSON object"},
+                                 {0, "png", "OUT.png", "draw the overview into a PNG picture"},
+                                 {0, "width", "W", "width of the picture in pixels (default 1200)"},
+                                 {0, "height", "H", "height of the picture in pixels (default: 130 a lane)"},
+                                 {'q', "quiet", nullptr, "no progress line"}},
+                                1,
+                                1};
 
-// Draws the overview: each column covers an equal share of the intervals and
-// shows the span from their lowest minimum to their highest maximum.
-bool WritePng(std::string const& path, std::vector<signed char> const& pairs, int width, int height)
+using Pairs = std::vector<signed char>;
+
+// What a lane is called: the places of one and two channels, numbers beyond.
+std::string ChannelName(int channel, int channels)
 {
-    std::size_t const intervals = pairs.size() / 2;
-    std::vector<unsigned char> image(static_cast<std::size_t>(width) * height * 3, 255);
-    auto put = [&](int x, int y, unsigned char r, unsigned char g, unsigned char b)
+    if (channels == 1)
+        return "mono";
+    if (channels == 2)
+        return channel == 0 ? "left" : "right";
+    return "ch " + std::to_string(channel + 1);
+}
+
+// h:mm:ss, with tenths or hundredths where the ticks are that close.
+std::string TickLabel(double seconds, double step)
+{
+    int const decimals = step >= 1 ? 0 : step >= 0.1 ? 1 : 2;
+    double const scale = std::pow(10.0, decimals);
+    long long const units = std::llround(seconds * scale);
+    long long const whole = units / static_cast<long long>(scale);
+    char text[48];
+    int n = std::snprintf(text, sizeof text, "%lld:%02lld:%02lld", whole / 3600, whole / 60 % 60, whole % 60);
+    if (decimals > 0)
+        std::snprintf(text + n, sizeof text - static_cast<std::size_t>(n), ".%0*lld", decimals,
+                      units % static_cast<long long>(scale));
+    return text;
+}
+
+// The step of the time axis: the smallest of the usual ones that leaves
+// room for a label between ticks.
+double TickStep(double duration, int plotWidth)
+{
+    static double const steps[] = {0.01, 0.02, 0.05, 0.1, 0.2, 0.5,  1,    2,    5,     10,    15,   30,
+                                   60,   120,  300,  600, 900, 1800, 3600, 7200, 10800, 21600, 43200};
+    for (double s : steps)
+        if (duration <= 0 || plotWidth * s / duration >= vfl::Picture::TextWidth(TickLabel(duration, s)) + 18)
+            return s;
+    return steps[sizeof steps / sizeof steps[0] - 1];
+}
+
+struct Drawing
+{
+    std::string title;
+    std::vector<std::string> names;
+    std::vector<Pairs const*> lanes;
+    double seconds = 0;
+};
+
+vfl::Picture Draw(Drawing const& d, int width, int height)
+{
+    using C = vfl::Picture::Colour;
+    C const paper{255, 255, 255}, laneBack{246, 247, 250}, grid{214, 218, 226}, axis{60, 60, 60}, ink{40, 40, 40},
+        wave{34, 87, 160}, centre{170, 176, 190};
+    int const left = 62, right = 14, top = 24, bottom = 26, gap = 6;
+    int const n = static_cast<int>(d.lanes.size());
+    int const plotWidth = width - left - right;
+    int const laneHeight = (height - top - bottom - gap * (n - 1)) / n;
+    vfl::Picture p(width, height, paper);
+    p.Text(left, 8, d.title, ink);
+
+    double const step = TickStep(d.seconds, plotWidth);
+    auto xOf = [&](double t) { return left + static_cast<int>(std::lround(t / d.seconds * (plotWidth - 1))); };
+    for (int lane = 0; lane < n; ++lane)
     {
-        unsigned char* p = &image[(static_cast<std::size_t>(y) * width + x) * 3];
-        p[0] = r;
-        p[1] = g;
-        p[2] = b;
-    };
-    int const middle = height / 2;
-    for (int x = 0; x < width; ++x)
-        put(x, middle, 200, 200, 200);
-    for (int x = 0; x < width && intervals > 0; ++x)
-    {
-        std::size_t const from = intervals * x / width;
-        std::size_t const to = std::max(from + 1, intervals * (x + 1) / width);
-        int hi = -128, lo = 127;
-        for (std::size_t i = from; i < to && i < intervals; ++i)
+        int const y0 = top + lane * (laneHeight + gap);
+        int const half = (laneHeight - 2) / 2;
+        int const mid = y0 + laneHeight / 2;
+        p.Fill(left, y0, plotWidth, laneHeight, laneBack);
+        for (double t = 0; d.seconds > 0 && t <= d.seconds + 1e-9; t += step)
+            p.VerticalLine(xOf(t), y0, y0 + laneHeight - 1, grid);
+        // The scale: full scale, half, a quarter, a tenth of it, mirrored
+        // below the centre; labels where they do not crowd each other.
+        int lastLabel = -100;
+        for (int db : {0, -6, -12, -20})
         {
-            hi = std::max<int>(hi, pairs[2 * i]);
-            lo = std::min<int>(lo, pairs[2 * i + 1]);
+            int const offset = static_cast<int>(std::lround(std::pow(10.0, db / 20.0) * half));
+            p.HorizontalLine(left, left + plotWidth - 1, mid - offset, grid);
+            p.HorizontalLine(left, left + plotWidth - 1, mid + offset, grid);
+            int const y = mid - offset;
+            if (y - lastLabel >= vfl::Picture::kTextHeight + 2 && mid - y >= vfl::Picture::kTextHeight + 2)
+            {
+                std::string const label = db == 0 ? "0 dBFS" : std::to_string(db);
+                p.Text(left - 5 - vfl::Picture::TextWidth(label), y - 3, label, ink);
+                p.HorizontalLine(left - 3, left - 1, y, axis);
+                lastLabel = y;
+            }
         }
-        if (hi < lo)
-            continue;
-        auto row = [&](int v) { return std::clamp(middle - v * (height / 2) / 128, 0, height - 1); };
-        for (int y = row(hi); y <= row(lo); ++y)
-            put(x, y, 40, 90, 160);
+        p.HorizontalLine(left, left + plotWidth - 1, mid, centre);
+        // The name below the centre, where the scale has no labels.
+        p.Text(4, mid + 4, d.names[static_cast<std::size_t>(lane)], ink);
+
+        // Each column spans its share of the intervals, from their lowest
+        // minimum to their highest maximum.
+        Pairs const& pairs = *d.lanes[static_cast<std::size_t>(lane)];
+        std::size_t const intervals = pairs.size() / 2;
+        for (int x = 0; x < plotWidth && intervals > 0; ++x)
+        {
+            std::size_t const from = intervals * static_cast<std::size_t>(x) / static_cast<std::size_t>(plotWidth);
+            std::size_t const to =
+                std::max(from + 1, intervals * static_cast<std::size_t>(x + 1) / static_cast<std::size_t>(plotWidth));
+            int hi = -128, lo = 127;
+            for (std::size_t i = from; i < to && i < intervals; ++i)
+            {
+                hi = std::max<int>(hi, pairs[2 * i]);
+                lo = std::min<int>(lo, pairs[2 * i + 1]);
+            }
+            if (hi < lo)
+                continue;
+            auto row = [&](int v) { return mid - static_cast<int>(std::lround(v / 128.0 * half)); };
+            p.VerticalLine(left + x, row(hi), row(lo), wave);
+        }
     }
 
-    std::FILE* out = std::fopen(path.c_str(), "wb");
-    if (!out)
-        return false;
-    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
-    png_infop info = png ? png_create_info_struct(png) : nullptr;
-    if (!png || !info || setjmp(png_jmpbuf(png)))
+    // The time axis under the last lane.
+    int const axisY = top + n * laneHeight + (n - 1) * gap + 2;
+    p.HorizontalLine(left, left + plotWidth - 1, axisY, axis);
+    int labelEnd = -1;
+    for (double t = 0; d.seconds > 0 && t <= d.seconds + 1e-9; t += step)
     {
-        png_destroy_write_struct(&png, &info);
-        std::fclose(out);
-        return false;
+        int const x = xOf(t);
+        p.VerticalLine(x, axisY, axisY + 3, axis);
+        std::string const label = TickLabel(t, step);
+        int const w = vfl::Picture::TextWidth(label);
+        int const at = std::clamp(x - w / 2, 0, width - w);
+        if (at > labelEnd + 6)
+        {
+            p.Text(at, axisY + 7, label, ink);
+            labelEnd = at + w;
+        }
     }
-    png_init_io(png, out);
-    png_set_IHDR(png, info, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), 8, PNG_COLOR_TYPE_RGB,
-                 PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    png_write_info(png, info);
-    for (int y = 0; y < height; ++y)
-        png_write_row(png, &image[static_cast<std::size_t>(y) * width * 3]);
-    png_write_end(png, nullptr);
-    png_destroy_write_struct(&png, &info);
-    return std::fclose(out) == 0;
+    return p;
 }
 } // namespace
 
 int CmdOverview(int argc, char** argv)
 {
-    std::string path, png;
-    int64 spi = 256, width = 1200, height = 300;
-    bool json = false;
-    for (int i = 1; i < argc; ++i)
+    vfl::OptionParser args(kSpec);
+    args.Parse(argc, argv);
+    if (args.HelpAsked())
+        return std::fputs(args.Help().c_str(), stdout), 0;
+    std::string const& path = args.Operands().front();
+    bool const json = args.Has("json");
+    std::string const png = args.Text("png");
+    if (json && !png.empty())
+        throw vfl::UsageError("--json and --png do not go together");
+    int64 const width = args.Count("width", 1200, 200, 20000);
+
+    std::unique_ptr<vfl::SpooledInput> spool;
+    FF_AudioFileAttr attr;
+    try
     {
-        std::string const a = argv[i];
-        if (vfl::IsHelp(argv[i]))
-        {
-            std::fputs(kUsage, stdout);
-            return 0;
-        }
-        int64* number = a == "--spi" ? &spi : a == "--width" ? &width : a == "--height" ? &height : nullptr;
-        if (number && i + 1 < argc)
-        {
-            if (!vfl::ParseInt64(argv[++i], number))
-            {
-                std::fprintf(stderr, "vfl overview: %s needs a whole number\n", a.c_str());
-                return 2;
-            }
-        }
-        else if (a == "--json")
-            json = true;
-        else if (a == "--png" && i + 1 < argc)
-            png = argv[++i];
-        else if (a.size() > 1 && a[0] == '-')
-        {
-            std::fprintf(stderr, "vfl overview: unknown option '%s'\n\n%s", a.c_str(), kUsage);
-            return 2;
-        }
-        else if (path.empty())
-            path = a;
-        else
-        {
-            std::fprintf(stderr, "vfl overview: one file at a time\n");
-            return 2;
-        }
-    }
-    if (path.empty() || spi < 1 || spi > 0x7FFFFFFF || width < 1 || width > 20000 || height < 2 || height > 20000)
-    {
-        std::fputs(kUsage, stderr);
-        return 2;
-    }
-    Sys_FileLoc const loc = vfl::LocationFromArgument(path);
-    int64 frames = 0;
-    {
-        FF_AudioFile file(loc);
+        spool = std::make_unique<vfl::SpooledInput>(path);
+        if (vfl::Interrupted())
+            return vfl::InterruptExitStatus();
+        // What the decimation cannot take is said here, in the file's terms.
+        FF_AudioFile file(vfl::LocationFromArgument(spool->Path()));
         if (!file.Implements(FF_AudioFile::eImportExportInterface))
         {
-            vfl::ReportError(path, "not an audio file in a known format");
+            vfl::ReportFileError("overview", "", path, "not an audio file in a known format");
             return 1;
         }
-        frames = file.GetAudioFileAttr().GetNumSamples();
+        attr = file.GetAudioFileAttr();
+        if (attr.GetNumSamples() == 0)
+        {
+            vfl::ReportFileError("overview", "", path, "no audio to draw: the file has 0 frames");
+            return 1;
+        }
+        if (attr.GetBitsPerSample() != 8 && attr.GetBitsPerSample() != 16 && attr.GetBitsPerSample() != 24)
+        {
+            vfl::ReportFileError("overview", "", path,
+                                 "overviews are made of 8, 16 and 24-bit audio, not of " +
+                                     std::to_string(attr.GetBitsPerSample()) + "-bit");
+            return 1;
+        }
     }
-    std::vector<signed char> pairs(static_cast<std::size_t>((frames + spi - 1) / spi * 2));
-    auto chain =
-        FF_AudioFileUtils::DecimateWaveform(loc, static_cast<int32>(spi), reinterpret_cast<char*>(pairs.data()));
-    for (;;)
+    catch (std::exception const& e)
     {
-        Sys_Task::EStatus const status = chain->GetStatus();
-        if (status == Sys_Task::kStatusCompleted || status == Sys_Task::kStatusFailed ||
-            status == Sys_Task::kStatusAborted)
-            break;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    if (chain->GetStatus() != Sys_Task::kStatusCompleted)
-    {
-        vfl::ReportError(path, chain->GetException() ? chain->GetException()->GetFullDescription()
-                                                     : std::string("the overview failed"));
+        vfl::ReportFileError("overview", "", path, vfl::ExceptionText(e));
         return 1;
     }
+    int const channels = attr.GetNumChannels();
+    int64 const frames = attr.GetNumSamples();
+    std::vector<int> chosen;
+    if (args.Has("channel"))
+        chosen.push_back(static_cast<int>(args.Count("channel", 1, 1, channels)) - 1);
+    else
+        for (int c = 0; c < channels; ++c)
+            chosen.push_back(c);
+    int const lanes = static_cast<int>(chosen.size());
+    int64 const minHeight = 24 + 26 + lanes * 20 + (lanes - 1) * 6;
+    int64 const height = args.Count("height", std::max<int64>(minHeight, 50 + lanes * 130), minHeight, 20000);
+    // A picture needs no more intervals than it has columns: as many
+    // frames to an interval as fit.
+    int64 const plotWidth = width - 62 - 14;
+    int64 const spi = args.Has("spi") || png.empty() ? args.Count("spi", 256, 1, 0x7FFFFFFF)
+                                                     : std::clamp<int64>(frames / plotWidth, 1, 0x7FFFFFFF);
+
+    std::vector<Pairs> overviews(chosen.size(), Pairs(static_cast<std::size_t>((frames + spi - 1) / spi * 2)));
+    std::vector<char*> buffers(static_cast<std::size_t>(channels), nullptr);
+    for (std::size_t i = 0; i < chosen.size(); ++i)
+        buffers[static_cast<std::size_t>(chosen[i])] = reinterpret_cast<char*>(overviews[i].data());
+    double const seconds = static_cast<double>(frames) / attr.GetSamplesPerSec();
+    {
+        vfl::CatchInterrupt();
+        auto chain = FF_AudioFileUtils::DecimateWaveform(vfl::LocationFromArgument(spool->Path()),
+                                                         static_cast<int32>(spi), buffers);
+        vfl::ProgressLine progress(path, seconds, args.Has("quiet"));
+        bool aborted = false;
+        for (;;)
+        {
+            Sys_Task::EStatus const status = chain->GetStatus();
+            if (status == Sys_Task::kStatusCompleted || status == Sys_Task::kStatusFailed ||
+                status == Sys_Task::kStatusAborted)
+                break;
+            if (vfl::Interrupted() && !aborted)
+            {
+                chain->Abort();
+                aborted = true;
+            }
+            progress.Update(chain->GetPercentCompleted());
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        progress.Finish();
+        if (chain->GetStatus() == Sys_Task::kStatusAborted)
+            return vfl::InterruptExitStatus();
+        if (chain->GetStatus() != Sys_Task::kStatusCompleted)
+        {
+            vfl::ReportFileError("overview", "", path,
+                                 chain->GetException() ? vfl::ExceptionText(*chain->GetException())
+                                                       : std::string("the overview failed"));
+            return 1;
+        }
+    }
+
     if (!png.empty())
     {
-        if (!WritePng(png, pairs, static_cast<int>(width), static_cast<int>(height)))
+        Drawing d;
+        std::size_t const slash = path.find_last_of('/');
+        char facts[128];
+        std::snprintf(facts, sizeof facts, "  %d ch, %d Hz, %d bit, %s", channels, attr.GetSamplesPerSec(),
+                      attr.GetBitsPerSample(), vfl::ProgressLine::Clock(seconds).c_str());
+        d.title = (slash == std::string::npos ? path : path.substr(slash + 1)) + facts;
+        d.seconds = seconds;
+        for (std::size_t i = 0; i < chosen.size(); ++i)
         {
-            vfl::ReportError(png, "cannot write the picture");
+            d.names.push_back(ChannelName(chosen[i], channels));
+            d.lanes.push_back(&overviews[i]);
+        }
+        vfl::Picture const picture = Draw(d, static_cast<int>(width), static_cast<int>(height));
+        try
+        {
+            // Like every output: complete, or not at all.
+            vfl::StagedOutput out(png);
+            if (!picture.WritePng(out.TemporaryPath()))
+                throw std::runtime_error("the picture cannot be written");
+            out.Commit();
+        }
+        catch (std::exception const& e)
+        {
+            vfl::ReportFileError("overview", "output", png, vfl::ExceptionText(e));
             return 1;
         }
         return 0;
     }
+    std::size_t const intervals = overviews.front().size() / 2;
     if (json)
     {
-        std::string line = "{\"path\":" + vfl::JsonString(loc.GetFullPath()) +
-                           ",\"samplesPerInterval\":" + std::to_string(spi) + ",\"pairs\":[";
-        for (std::size_t i = 0; i < pairs.size() / 2; ++i)
-            line += (i ? ",[" : "[") + std::to_string(pairs[2 * i]) + "," + std::to_string(pairs[2 * i + 1]) + "]";
+        std::string line =
+            "{\"path\":" + vfl::JsonString(path) + ",\"samplesPerInterval\":" + std::to_string(spi) + ",\"channels\":[";
+        for (std::size_t c = 0; c < chosen.size(); ++c)
+        {
+            line += (c ? ",{" : "{") + std::string("\"channel\":") + std::to_string(chosen[c] + 1) +
+                    ",\"name\":" + vfl::JsonString(ChannelName(chosen[c], channels)) + ",\"pairs\":[";
+            for (std::size_t i = 0; i < intervals; ++i)
+                line += (i ? ",[" : "[") + std::to_string(overviews[c][2 * i]) + "," +
+                        std::to_string(overviews[c][2 * i + 1]) + "]";
+            line += "]}";
+        }
         std::printf("%s]}\n", line.c_str());
         return 0;
     }
-    for (std::size_t i = 0; i < pairs.size() / 2; ++i)
-        std::printf("%d %d\n", pairs[2 * i], pairs[2 * i + 1]);
+    for (std::size_t i = 0; i < intervals; ++i)
+    {
+        std::string line;
+        for (std::size_t c = 0; c < chosen.size(); ++c)
+            line +=
+                (c ? " " : "") + std::to_string(overviews[c][2 * i]) + " " + std::to_string(overviews[c][2 * i + 1]);
+        std::printf("%s\n", line.c_str());
+    }
     return 0;
 }

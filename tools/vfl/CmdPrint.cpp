@@ -1,28 +1,47 @@
 #include "FF/FF_AudioFile.h"
 #include "tools/vfl/Commands.h"
+#include "tools/vfl/OptionParser.h"
 #include "tools/vfl/ToolSupport.h"
 
 #include <cstdio>
 #include <iostream>
+#include <sstream>
 #include <string>
 
 namespace
 {
-char const kUsage[] = "Usage: vfl print FILE\n\n"
-                      "Prints the file's chunks as they lie on disk, then the values a\n"
-                      "fresh handler holds for it.\n";
-}
+vfl::CommandSpec const kSpec = {"print",
+                                "FILE",
+                                "Prints the file's chunks as they lie on disk, then the values a fresh\n"
+                                "handler holds for it.",
+                                {},
+                                1,
+                                1};
+} // namespace
 
 int CmdPrint(int argc, char** argv)
 {
-    if (argc != 2 || vfl::IsHelp(argv[1]))
+    vfl::OptionParser args(kSpec);
+    args.Parse(argc, argv);
+    if (args.HelpAsked())
+        return std::fputs(args.Help().c_str(), stdout), 0;
+    std::string const& path = args.Operands().front();
+    try
     {
-        std::fputs(kUsage, argc == 2 ? stdout : stderr);
-        return argc == 2 ? 0 : 2;
+        FF_AudioFile file(vfl::LocationFromArgument(path));
+        // Opened once first, so that a file that cannot be read is reported
+        // before anything is printed.
+        file.Implements(FF_AudioFile::eImportExportInterface);
+        std::ostringstream text;
+        file.PrintFile(text);
+        file.PrintCache(text);
+        std::cout << text.str();
+        std::cout.flush();
     }
-    FF_AudioFile file(vfl::LocationFromArgument(argv[1]));
-    file.PrintFile(std::cout);
-    file.PrintCache(std::cout);
-    std::cout.flush();
+    catch (std::exception const& e)
+    {
+        vfl::ReportFileError("print", "", path, vfl::ExceptionText(e));
+        return 1;
+    }
     return 0;
 }

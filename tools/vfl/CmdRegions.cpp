@@ -1,7 +1,9 @@
 #include "Cmn/Cmn_Exception.h"
 #include "FF/FF_AudioFile.h"
 #include "tools/vfl/Commands.h"
+#include "tools/vfl/OptionParser.h"
 #include "tools/vfl/ToolSupport.h"
+#include "tools/vfl/UsageError.h"
 
 #include <cinttypes>
 #include <cstdio>
@@ -10,12 +12,18 @@
 
 namespace
 {
-char const kUsage[] = "Usage: vfl regions FILE [--json]\n"
-                      "       vfl regions FILE --add NAME START STOP [--sync S]\n"
-                      "       vfl regions FILE --remove NAME\n\n"
-                      "Lists, adds or removes the named regions of a file (frames).\n"
-                      "Adding to a foreign file first gives it the system's identity\n"
-                      "metadata, behind its audio.\n";
+vfl::CommandSpec const kSpec = {
+    "regions",
+    "FILE [--json]\nFILE --add NAME START STOP [--sync TIME]\nFILE --remove NAME",
+    "Lists, adds or removes the named regions of a file. Times are frames, or\n"
+    "seconds as 90s or 1:30.5. Adding to a foreign file first gives it the\n"
+    "system's identity metadata, behind its audio (see 'vfl adopt --help').",
+    {{0, "json", nullptr, "list the regions as one JSON object per line"},
+     {0, "add", "NAME START STOP", "add a region: a NAME of 1 to 31 characters,\nand START < STOP within the file"},
+     {0, "sync", "TIME", "the sync point of the added region (default 0)"},
+     {0, "remove", "NAME", "remove every region of that name"}},
+    1,
+    1};
 
 void List(FF_AudioFile& file, bool json)
 {
@@ -63,92 +71,60 @@ bool ForceWriteBack(FF_AudioFile& file)
 
 int CmdRegions(int argc, char** argv)
 {
-    if (argc < 2)
-    {
-        std::fputs(kUsage, stderr);
-        return 2;
-    }
-    std::string path, add, remove;
-    int64 start = -1, stop = -1, sync = 0;
-    bool json = false;
-    for (int i = 1; i < argc; ++i)
-    {
-        std::string const a = argv[i];
-        if (vfl::IsHelp(argv[i]))
-        {
-            std::fputs(kUsage, stdout);
-            return 0;
-        }
-        if (a == "--json")
-            json = true;
-        else if (a == "--add" && i + 3 < argc)
-        {
-            add = argv[++i];
-            if (!vfl::ParseInt64(argv[++i], &start) || !vfl::ParseInt64(argv[++i], &stop))
-            {
-                std::fprintf(stderr, "vfl regions: START and STOP are whole numbers of frames\n");
-                return 2;
-            }
-        }
-        else if (a == "--sync" && i + 1 < argc)
-        {
-            if (!vfl::ParseInt64(argv[++i], &sync))
-            {
-                std::fprintf(stderr, "vfl regions: --sync needs a whole number\n");
-                return 2;
-            }
-        }
-        else if (a == "--remove" && i + 1 < argc)
-            remove = argv[++i];
-        else if (a.size() > 1 && a[0] == '-')
-        {
-            std::fprintf(stderr, "vfl regions: unknown or incomplete option '%s'\n\n%s", a.c_str(), kUsage);
-            return 2;
-        }
-        else if (path.empty())
-            path = a;
-        else
-        {
-            std::fprintf(stderr, "vfl regions: one file at a time\n");
-            return 2;
-        }
-    }
+    vfl::OptionParser args(kSpec);
+    args.Parse(argc, argv);
+    if (args.HelpAsked())
+        return std::fputs(args.Help().c_str(), stdout), 0;
+    std::string const& path = args.Operands().front();
+    std::vector<std::string> const add = args.Values("add");
+    std::string const remove = args.Text("remove");
+    if (add.empty() && args.Has("sync"))
+        throw vfl::UsageError("--sync goes with --add");
+    if (!add.empty() && add[0].size() > 31)
+        throw vfl::UsageError("a region's name has at most 31 characters, not " + std::to_string(add[0].size()));
+    vfl::TimeValue const start = add.empty() ? vfl::TimeValue() : vfl::OptionParser::ParseTime("--add START", add[1]);
+    vfl::TimeValue const stop = add.empty() ? vfl::TimeValue() : vfl::OptionParser::ParseTime("--add STOP", add[2]);
+    vfl::TimeValue const sync = args.Has("sync") ? args.Time("sync") : vfl::TimeValue();
 
     FF_AudioFile file(vfl::LocationFromArgument(path));
-    if (!file.Implements(FF_AudioFile::eImportExportInterface))
+    try
     {
-        vfl::ReportError(path, "not an audio file in a known format");
+        if (!file.Implements(FF_AudioFile::eImportExportInterface))
+        {
+            vfl::ReportFileError("regions", "", path, "not an audio file in a known format");
+            return 1;
+        }
+        if (add.empty() && remove.empty())
+        {
+            List(file, args.Has("json"));
+            return 0;
+        }
+        if (!file.Implements(FF_AudioFile::eNativeInterface))
+        {
+            vfl::ReportFileError("regions", "", path, "the regions of this file cannot be changed");
+            return 1;
+        }
+    }
+    catch (std::exception const& e)
+    {
+        vfl::ReportFileError("regions", "", path, vfl::ExceptionText(e));
         return 1;
     }
-    if (add.empty() && remove.empty())
-    {
-        List(file, json);
-        return 0;
-    }
-    if (!file.Implements(FF_AudioFile::eNativeInterface))
-    {
-        vfl::ReportError(path, "regions of this file cannot be changed");
-        return 1;
-    }
+
+    FF_AudioFileAttr const attr = file.GetAudioFileAttr();
+    int64 const frames = attr.GetNumSamples();
+    int32 const rate = attr.GetSamplesPerSec();
+    if (!add.empty() && !(start.ToFrames(rate) < stop.ToFrames(rate) && stop.ToFrames(rate) <= frames))
+        throw vfl::UsageError("a region needs START < STOP <= " + std::to_string(frames) + " (the file's frames)");
 
     file.Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
     try
     {
         if (!add.empty())
         {
-            int64 const frames = file.GetAudioFileAttr().GetNumSamples();
-            if (add.size() > 31 || !(start < stop) || stop > frames)
-            {
-                file.Close(false);
-                std::fprintf(stderr,
-                             "vfl regions: a region needs a name of at most 31 characters and "
-                             "START < STOP <= %" PRId64 "\n",
-                             frames);
-                return 2;
-            }
             if (!file.Implements(FF_AudioFile::eVelmoraInterface))
                 file.Implement(FF_AudioFile::eVelmoraInterface);
-            file.AddRegion(add, start, stop, sync, 0, 0);
+            file.AddRegion(add[0], start.ToFrames(rate), stop.ToFrames(rate), sync.ToFrames(rate), 0, 0);
         }
         if (!remove.empty())
         {
@@ -164,14 +140,15 @@ int CmdRegions(int argc, char** argv)
             if (removed == 0)
             {
                 file.Close(false);
-                vfl::ReportError(path, "no region named '" + remove + "'");
+                vfl::ReportFileError("regions", "", path, "no region named '" + remove + "'");
                 return 1;
             }
             if (!ForceWriteBack(file))
-                std::fprintf(stderr, "vfl regions: the removal is written with the file's next change\n");
+                std::fprintf(stderr, "vfl: regions: %s: the removal is written with the file's next change\n",
+                             path.c_str());
         }
     }
-    catch (...)
+    catch (std::exception const& e)
     {
         try
         {
@@ -180,8 +157,17 @@ int CmdRegions(int argc, char** argv)
         catch (...)
         {
         }
-        throw;
+        vfl::ReportFileError("regions", "", path, vfl::ExceptionText(e));
+        return 1;
     }
-    file.Close();
+    try
+    {
+        file.Close();
+    }
+    catch (std::exception const& e)
+    {
+        vfl::ReportFileError("regions", "", path, vfl::ExceptionText(e));
+        return 1;
+    }
     return 0;
 }

@@ -1,5 +1,6 @@
 #include "Sys/Sys_Umid.h"
 #include "tools/vfl/Commands.h"
+#include "tools/vfl/OptionParser.h"
 #include "tools/vfl/ToolSupport.h"
 
 #include <cstdio>
@@ -8,31 +9,21 @@
 
 namespace
 {
-char const kUsage[] = "Usage: vfl umid [--words]\n\n"
-                      "Prints a new unique media identifier in its short text form.\n\n"
-                      "Options:\n"
-                      "  --words  also print its four words in decimal, separated by dots\n";
+vfl::CommandSpec const kSpec = {"umid",
+                                "[--words]",
+                                "Prints a new unique media identifier in its short text form.",
+                                {{0, "words", nullptr, "also print its four words in decimal, separated by dots"}},
+                                0,
+                                0};
 } // namespace
 
 int CmdUmid(int argc, char** argv)
 {
-    bool words = false;
-    for (int i = 1; i < argc; ++i)
-    {
-        std::string const arg = argv[i];
-        if (vfl::IsHelp(argv[i]))
-        {
-            std::fputs(kUsage, stdout);
-            return 0;
-        }
-        if (arg == "--words")
-            words = true;
-        else
-        {
-            std::fprintf(stderr, "vfl umid: unexpected argument '%s'\n\n%s", argv[i], kUsage);
-            return 2;
-        }
-    }
+    vfl::OptionParser args(kSpec);
+    args.Parse(argc, argv);
+    if (args.HelpAsked())
+        return std::fputs(args.Help().c_str(), stdout), 0;
+    bool const words = args.Has("words");
     Sys_Umid const umid = Sys_Umid::Create();
     if (words)
     {

@@ -2,6 +2,7 @@
 #include "Sys/Sys_Volume.h"
 #include "Sys/Sys_VolumeAttr.h"
 #include "tools/vfl/Commands.h"
+#include "tools/vfl/OptionParser.h"
 #include "tools/vfl/ToolSupport.h"
 
 #include <algorithm>
@@ -13,13 +14,15 @@
 
 namespace
 {
-char const kUsage[] = "Usage: vfl volumes [--json]\n\n"
-                      "Lists the mounted volumes in the library's own terms: root, label,\n"
-                      "serial number, volume type, file system, free space, size and bytes\n"
-                      "per sector. Pseudo file systems (proc, sysfs, cgroup, ...) are not\n"
-                      "volumes and are left out.\n\n"
-                      "Options:\n"
-                      "  --json   one JSON object per line and volume\n";
+vfl::CommandSpec const kSpec = {"volumes",
+                                "[--json]",
+                                "Lists the mounted volumes in the library's own terms: root, label,\n"
+                                "serial number, volume type, file system, free space, size and bytes\n"
+                                "per sector. Pseudo file systems (proc, sysfs, cgroup, ...) are not\n"
+                                "volumes and are left out.",
+                                {{0, "json", nullptr, "one JSON object per line and volume"}},
+                                0,
+                                0};
 
 char const* VolumeTypeName(Sys_Volume::EVolumeType type)
 {
@@ -61,23 +64,11 @@ struct Row
 
 int CmdVolumes(int argc, char** argv)
 {
-    bool json = false;
-    for (int i = 1; i < argc; ++i)
-    {
-        std::string const arg = argv[i];
-        if (vfl::IsHelp(argv[i]))
-        {
-            std::fputs(kUsage, stdout);
-            return 0;
-        }
-        if (arg == "--json")
-            json = true;
-        else
-        {
-            std::fprintf(stderr, "vfl volumes: unexpected argument '%s'\n\n%s", argv[i], kUsage);
-            return 2;
-        }
-    }
+    vfl::OptionParser args(kSpec);
+    args.Parse(argc, argv);
+    if (args.HelpAsked())
+        return std::fputs(args.Help().c_str(), stdout), 0;
+    bool const json = args.Has("json");
 
     std::list<Sys_Volume> volumes;
     Sys_Volume::GetMountedVolumes(0x7F, &volumes);

@@ -1,11 +1,27 @@
-// What the host needs of the terminal and the process's signals.
+// What the host needs of the terminal, standard input and the process's
+// signals.
 #pragma once
+
+#include <cstddef>
 
 namespace vfl
 {
-// True if standard error is a terminal (a progress bar is worth drawing).
+// True if standard error is a terminal (a progress line is worth drawing).
 bool StderrIsTerminal();
-// From now on an interrupt (Ctrl-C) only raises a flag, read by Interrupted().
+// Columns of the terminal on standard error; 80 when it cannot be told.
+int TerminalWidth();
+
+// From now on an interrupt (Ctrl-C), SIGTERM and SIGHUP only raise a flag,
+// read by Interrupted(), so that the command can clean up and end itself.
 void CatchInterrupt();
 bool Interrupted();
+// The exit status for the signal that arrived: 128 + its number (130 for
+// Ctrl-C, 143 for SIGTERM, 129 for SIGHUP); 0 if none did.
+int InterruptExitStatus();
+
+// Reads up to `size` bytes of standard input. Fewer come back only at the
+// end of the input (*ended is set) or once a signal has arrived: then what
+// the input already holds is still taken, and *ended is set when nothing
+// more is waiting. Throws the system's error if the read fails.
+std::size_t ReadInput(char* buffer, std::size_t size, bool* ended);
 } // namespace vfl

@@ -6,7 +6,6 @@
 #include "Sys/Sys_Init.h"
 #include "Sys/Sys_Utils.h"
 
-#include <charconv>
 #include <cstdio>
 #include <filesystem>
 #include <vector>
@@ -69,16 +68,34 @@ std::string TypeName(FF_AudioFile& file)
 
 std::string ExceptionText(std::exception const& e)
 {
-    if (auto const* own = dynamic_cast<Cmn_Exception const*>(&e))
-        return own->GetFullDescription();
-    return e.what();
+    auto const* own = dynamic_cast<Cmn_Exception const*>(&e);
+    std::string const text = own ? own->GetFullDescription() : e.what();
+    // One line per failure: the contexts follow the code's text.
+    std::string line;
+    std::size_t start = 0;
+    while (start <= text.size())
+    {
+        std::size_t end = text.find('\n', start);
+        if (end == std::string::npos)
+            end = text.size();
+        std::string part = text.substr(start, end - start);
+        part.erase(0, part.find_first_not_of(" \t"));
+        if (!part.empty())
+            line += (line.empty() ? "" : "; ") + part;
+        start = end + 1;
+    }
+    return line;
 }
 
 void ReportError(std::string const& context, std::string const& text)
 {
-    std::string line = "vfl: " + context + ": " + text;
-    // One line per failure: contexts that follow on further lines are indented.
-    std::fprintf(stderr, "%s\n", line.c_str());
+    std::fprintf(stderr, "vfl: %s: %s\n", context.c_str(), text.c_str());
+}
+
+void ReportFileError(std::string const& command, std::string const& role, std::string const& path,
+                     std::string const& text)
+{
+    ReportError(command + ": " + (role.empty() ? "" : role + " ") + path, text);
 }
 
 std::string ToUtf8(std::string const& text)
@@ -142,20 +159,6 @@ std::string JsonString(std::string const& raw)
         }
     }
     return out + "\"";
-}
-
-bool ParseInt64(std::string const& text, int64* value)
-{
-    if (text.empty())
-        return false;
-    auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), *value);
-    return ec == std::errc() && end == text.data() + text.size() && *value >= 0;
-}
-
-bool IsHelp(char const* arg)
-{
-    std::string a = arg;
-    return a == "--help" || a == "-h";
 }
 
 } // namespace vfl

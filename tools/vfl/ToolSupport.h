@@ -27,22 +27,21 @@ Sys_FileLoc LocationFromArgument(std::string const& path);
 // "vorn" or "unknown".
 std::string TypeName(FF_AudioFile& file);
 
-// Text of any exception: the full description (code text, then each
-// context on its own line) for the library's own, what() for others.
+// Text of any exception on one line: the code's text, then each context,
+// for the library's own; what() for others.
 std::string ExceptionText(std::exception const& e);
 
 // Prints "vfl: <context>: <text>" on stderr.
 void ReportError(std::string const& context, std::string const& text);
+
+// Prints "vfl: <command>: <role> <path>: <text>", the role ("input",
+// "output") left out when empty.
+void ReportFileError(std::string const& command, std::string const& role, std::string const& path,
+                     std::string const& text);
 
 // Text as UTF-8: valid UTF-8 as it is, anything else read as Latin-1.
 std::string ToUtf8(std::string const& text);
 
 // A JSON string literal of the text, always valid UTF-8.
 std::string JsonString(std::string const& text);
-
-// Parses a whole non-negative decimal number; false if it is not one.
-bool ParseInt64(std::string const& text, int64* value);
-
-// True if argument i is --help or -h.
-bool IsHelp(char const* arg);
 } // namespace vfl

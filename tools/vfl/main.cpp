@@ -1,9 +1,9 @@
 // vfl: the command-line host of the library.
 #include "tools/vfl/Commands.h"
 #include "tools/vfl/ToolSupport.h"
+#include "tools/vfl/UsageError.h"
 
 #include <cstdio>
-#include <cstring>
 #include <exception>
 #include <string>
 
@@ -21,10 +21,10 @@ struct Command
 };
 
 Command const kCommands[] = {
-    {"info", &CmdInfo, "describe audio files: format, channels, rate, length"},
+    {"info", &CmdInfo, "describe audio files: format, channels, rate, length, metadata"},
     {"cat", &CmdCat, "write a file's samples to stdout as raw signed PCM"},
     {"convert", &CmdConvert, "convert audio files: type, bits, rate, channel layout"},
-    {"overview", &CmdOverview, "compute a file's waveform overview; print it or draw it"},
+    {"overview", &CmdOverview, "compute the waveform overview of every channel; print it or draw it"},
     {"new", &CmdNew, "write a new audio file from raw signed PCM on stdin"},
     {"regions", &CmdRegions, "list, add or remove the named regions of a file"},
     {"adopt", &CmdAdopt, "give foreign files the system's identity metadata"},
@@ -40,7 +40,35 @@ void PrintUsage(std::FILE* out)
                       "Commands:\n");
     for (auto const& c : kCommands)
         std::fprintf(out, "  %-10s %s\n", c.name, c.summary);
-    std::fprintf(out, "\nRun 'vfl COMMAND --help' for the options of a command.\n");
+    std::fprintf(out, "\nRun 'vfl COMMAND --help' (or 'vfl help COMMAND') for the options of a command.\n"
+                      "Exit status: 0 success, 1 failure, 2 usage error, 128+N when ended by signal N.\n");
+}
+
+Command const* FindCommand(std::string const& name)
+{
+    for (auto const& c : kCommands)
+        if (name == c.name)
+            return &c;
+    return nullptr;
+}
+
+int Run(Command const& c, int argc, char** argv)
+{
+    try
+    {
+        vfl::InitLibrary();
+        return c.run(argc, argv);
+    }
+    catch (vfl::UsageError const& e)
+    {
+        std::fprintf(stderr, "vfl: %s: %s (see 'vfl %s --help')\n", c.name, e.what(), c.name);
+        return 2;
+    }
+    catch (std::exception const& e)
+    {
+        vfl::ReportError(c.name, vfl::ExceptionText(e));
+        return 1;
+    }
 }
 } // namespace
 
@@ -52,7 +80,7 @@ int main(int argc, char** argv)
         return 2;
     }
     std::string const first = argv[1];
-    if (vfl::IsHelp(argv[1]) || first == "help")
+    if (first == "--help" || first == "-h" || (first == "help" && argc == 2))
     {
         PrintUsage(stdout);
         return 0;
@@ -62,22 +90,24 @@ int main(int argc, char** argv)
         std::printf("vfl %s\n", VFL_VERSION);
         return 0;
     }
-    for (auto const& c : kCommands)
+    if (first == "help")
     {
-        if (first != c.name)
-            continue;
-        try
+        // "vfl help COMMAND" is "vfl COMMAND --help".
+        Command const* c = FindCommand(argv[2]);
+        if (!c)
         {
-            vfl::InitLibrary();
-            return c.run(argc - 1, argv + 1);
+            std::fprintf(stderr, "vfl: no command '%s' (see 'vfl --help')\n", argv[2]);
+            return 2;
         }
-        catch (std::exception const& e)
-        {
-            vfl::ReportError(c.name, vfl::ExceptionText(e));
-            return 1;
-        }
+        char help[] = "--help";
+        char* args[] = {argv[2], help, nullptr};
+        return Run(*c, 2, args);
     }
-    std::fprintf(stderr, "vfl: unknown command '%s'\n\n", argv[1]);
-    PrintUsage(stderr);
-    return 2;
+    Command const* c = FindCommand(first);
+    if (!c)
+    {
+        std::fprintf(stderr, "vfl: no command '%s' (see 'vfl --help')\n", argv[1]);
+        return 2;
+    }
+    return Run(*c, argc - 1, argv + 1);
 }

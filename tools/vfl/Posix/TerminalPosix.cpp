@@ -1,15 +1,30 @@
 #include "tools/vfl/Terminal.h"
 
+#include "Sys/Sys_ThrowIfOSErr.h"
+
+#include <cerrno>
 #include <csignal>
+#include <initializer_list>
+#include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace
 {
-volatile std::sig_atomic_t sInterrupted = 0;
+volatile std::sig_atomic_t sSignal = 0;
 
-extern "C" void OnInterrupt(int)
+extern "C" void OnSignal(int signal)
 {
-    sInterrupted = 1;
+    if (sSignal == 0)
+        sSignal = signal;
+}
+
+// Waits up to `ms` for standard input; true if a read would not block.
+bool InputReady(int ms)
+{
+    pollfd p = {0, POLLIN, 0};
+    int const r = ::poll(&p, 1, ms);
+    return r > 0;
 }
 } // namespace
 
@@ -20,17 +35,65 @@ bool StderrIsTerminal()
     return ::isatty(2) == 1;
 }
 
+int TerminalWidth()
+{
+    winsize size = {};
+    if (::ioctl(2, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
+        return size.ws_col;
+    return 80;
+}
+
 void CatchInterrupt()
 {
     struct sigaction action = {};
-    action.sa_handler = &OnInterrupt;
+    action.sa_handler = &OnSignal;
     sigemptyset(&action.sa_mask);
-    ::sigaction(SIGINT, &action, nullptr);
-    ::sigaction(SIGTERM, &action, nullptr);
+    for (int signal : {SIGINT, SIGTERM, SIGHUP})
+        ::sigaction(signal, &action, nullptr);
 }
 
 bool Interrupted()
 {
-    return sInterrupted != 0;
+    return sSignal != 0;
+}
+
+int InterruptExitStatus()
+{
+    return sSignal != 0 ? 128 + sSignal : 0;
+}
+
+std::size_t ReadInput(char* buffer, std::size_t size, bool* ended)
+{
+    // Waiting in short steps rather than in read() itself: a signal may be
+    // taken by any thread of the process, and would then not wake a read.
+    std::size_t got = 0;
+    *ended = false;
+    while (got < size)
+    {
+        if (Interrupted())
+        {
+            if (!InputReady(0))
+            {
+                *ended = true;
+                break;
+            }
+        }
+        else if (!InputReady(100))
+            continue;
+        ssize_t const n = ::read(0, buffer + got, size - got);
+        if (n < 0)
+        {
+            if (errno == EINTR || errno == EAGAIN)
+                continue;
+            Sys_ThrowIfOSErr(errno);
+        }
+        if (n == 0)
+        {
+            *ended = true;
+            break;
+        }
+        got += static_cast<std::size_t>(n);
+    }
+    return got;
 }
 } // namespace vfl

@@ -1,0 +1,164 @@
+// What vfl may never lose: a file converted onto itself, an old file of the
+// output's name when a conversion or a recording is interrupted or fails,
+// and the frames a recording has received.
+#include "support/TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+using vfltest::RunCommand;
+
+namespace
+{
+class VflDataSafety : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        for (char const* tool : {"sox", "soxi"})
+            if (!vfltest::HaveProgram(tool))
+                GTEST_SKIP() << tool << " is needed";
+        Out("sox -n -r 44100 -c 2 -b 16 " + F("in.wav") + " synth 2 sine 300 sine 500");
+        mInput = vfltest::ReadWholeFile(F("in.wav"));
+    }
+    std::string Vfl(std::string const& args) { return vfltest::ToolPath() + " " + args; }
+    std::string Out(std::string const& command)
+    {
+        std::string out;
+        EXPECT_EQ(RunCommand(command, &out), 0) << command;
+        return out;
+    }
+    std::string F(std::string const& name) { return mDir.File(name); }
+    // Names in the folder that vfl writes under before an output is complete.
+    int Leftovers()
+    {
+        int n = 0;
+        for (auto const& entry : std::filesystem::directory_iterator(mDir.Path()))
+            n += entry.path().filename().string().find(".vfl") != std::string::npos;
+        return n;
+    }
+    vfltest::TempDir mDir;
+    std::vector<std::uint8_t> mInput;
+};
+
+TEST_F(VflDataSafety, AFileNamedTwiceIsRefusedAndKept)
+{
+    std::filesystem::create_symlink(F("in.wav"), F("link.wav"));
+    std::filesystem::create_directory(F("sub"));
+    struct
+    {
+        std::string args, message;
+    } const cases[] = {
+        {"in.wav -o in.wav", "output in.wav is the same file as input in.wav"},
+        {"in.wav -o ./in.wav", "output ./in.wav is the same file as input in.wav"},
+        {"in.wav -o sub/../in.wav", "is the same file as input in.wav"},
+        {"in.wav -o link.wav", "output link.wav is the same file as input in.wav"},
+        {"in.wav -o d.wav d.wav", "output d.wav is the same file as output d.wav"},
+        {"in.wav -o e.wav sub/../e.wav", "output sub/../e.wav is the same file as output e.wav"},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(c.args);
+        std::string err;
+        EXPECT_EQ(RunCommand("cd " + mDir.Path().string() + " && " + Vfl("convert " + c.args + " 2>&1"), &err), 1);
+        EXPECT_NE(err.find(c.message), std::string::npos) << err;
+        EXPECT_TRUE(vfltest::ReadWholeFile(F("in.wav")) == mInput);
+        EXPECT_FALSE(std::filesystem::exists(F("d.wav")));
+        EXPECT_FALSE(std::filesystem::exists(F("e.wav")));
+        EXPECT_EQ(Leftovers(), 0);
+    }
+}
+
+TEST_F(VflDataSafety, AnInterruptedOrFailedConversionLeavesTheOldOutputAsItWas)
+{
+    Out("sox -n -r 44100 -c 2 -b 16 " + F("long.wav") + " synth 60 sine 300");
+    std::vector<std::uint8_t> const old = {'o', 'l', 'd'};
+    struct
+    {
+        char const* name;
+        std::string signal; // none: the write fails instead
+        std::string status;
+    } const cases[] = {
+        // Each signal once vfl has begun writing; its exit status is 128 + the signal.
+        {"SIGINT", "INT", "130"},
+        {"SIGTERM", "TERM", "143"},
+        {"SIGHUP", "HUP", "129"},
+        // A write that fails: the file-size limit is reached, while the
+        // audio is written or already while the outputs are formatted.
+        {"file-size limit", "", "1"},
+        {"file-size limit at the header", "", "1"},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        vfltest::WriteWholeFile(F("keep.wav"), old);
+        std::string const convert = Vfl("convert " + F("long.wav") + " --rate 48000 -o " + F("keep.wav"));
+        std::string status;
+        if (c.signal.empty())
+            status = Out("sh -c 'ulimit -f " + std::string(c.name == std::string("file-size limit") ? "2000" : "1") +
+                         "; trap \"\" XFSZ; " + convert + " 2>/dev/null; echo $?'");
+        else
+            status =
+                Out("sh -c '" + convert + " 2>/dev/null & p=$!; until ls -a " + mDir.Path().string() +
+                    " | grep -q \"^\\.keep\\.vfl\"; do sleep 0.01; done; kill -" + c.signal + " $p; wait $p; echo $?'");
+        EXPECT_EQ(status, c.status + "\n");
+        EXPECT_TRUE(vfltest::ReadWholeFile(F("keep.wav")) == old);
+        EXPECT_EQ(Leftovers(), 0);
+    }
+    // Through to the end, the old file is replaced.
+    Out(Vfl("convert " + F("in.wav") + " -o " + F("keep.wav")));
+    EXPECT_EQ(Out("soxi -s " + F("keep.wav")), "88200\n");
+}
+
+TEST_F(VflDataSafety, AnInterruptedRecordingKeepsEveryFrameItReceived)
+{
+    Out("sox " + F("in.wav") + " -t raw " + F("take.raw") + " trim 0 1001s");
+    std::vector<std::uint8_t> const raw = vfltest::ReadWholeFile(F("take.raw"));
+    ASSERT_EQ(raw.size(), 4004u);
+    for (char const* signal : {"INT", "TERM", "HUP"})
+    {
+        SCOPED_TRACE(signal);
+        vfltest::WriteWholeFile(F("rec.wav"), {'o', 'l', 'd'});
+        // The frames wait in a pipe that stays open: vfl has them, and the
+        // recording ends only with the signal.
+        std::string const fifo = F("fifo");
+        std::filesystem::remove(fifo);
+        std::string const status =
+            Out("sh -c 'mkfifo " + fifo + "; " + Vfl("new " + F("rec.wav") + " --rate 44100 --bits 16 --channels 2") +
+                " < " + fifo + " & p=$!; exec 3>" + fifo + "; cat " + F("take.raw") + " >&3; until ls -a " +
+                mDir.Path().string() + " | grep -q \"^\\.rec\\.vfl\"; do sleep 0.01; done; kill -" + signal +
+                " $p; wait $p; echo $?'");
+        EXPECT_EQ(status, std::string(signal) == "INT" ? "130\n" : std::string(signal) == "TERM" ? "143\n" : "129\n");
+        EXPECT_TRUE(Out("sox " + F("rec.wav") + " -t raw -") == std::string(raw.begin(), raw.end()));
+        EXPECT_EQ(Leftovers(), 0);
+    }
+    // A recording that cannot be written leaves the old file.
+    Out("sox " + F("in.wav") + " -t raw " + F("long.raw"));
+    vfltest::WriteWholeFile(F("rec.wav"), {'o', 'l', 'd'});
+    EXPECT_EQ(RunCommand("sh -c 'ulimit -f 1; trap \"\" XFSZ; " +
+                         Vfl("new " + F("rec.wav") + " --rate 44100 --bits 16 --channels 2 < " + F("long.raw")) +
+                         " 2>/dev/null'"),
+              1);
+    EXPECT_TRUE(vfltest::ReadWholeFile(F("rec.wav")) == (std::vector<std::uint8_t>{'o', 'l', 'd'}));
+    EXPECT_EQ(Leftovers(), 0);
+}
+
+TEST_F(VflDataSafety, ASignalToABatchEndsEveryConversionAndLeavesNothing)
+{
+    std::filesystem::create_directory(F("out"));
+    std::string files;
+    for (int i = 0; i < 4; ++i)
+    {
+        Out("sox -n -r 44100 -c 2 -b 16 " + F("b" + std::to_string(i) + ".wav") + " synth 60 sine 300");
+        files += " " + F("b" + std::to_string(i) + ".wav");
+    }
+    // The signal goes to vfl alone, not to its process group: vfl passes it on.
+    std::string const status =
+        Out("sh -c '" + Vfl("convert -d " + F("out") + " -j 2 -r 48k" + files) + " 2>/dev/null & p=$!; until ls -a " +
+            F("out") + " | grep -q vfl; do sleep 0.01; done; kill -TERM $p; wait $p; echo $?'");
+    EXPECT_EQ(status, "143\n");
+    // Children end before the batch does.
+    EXPECT_TRUE(std::filesystem::is_empty(F("out")));
+}
+} // namespace

@@ -1,0 +1,156 @@
+// What vfl says when something is wrong, and with which exit status: a usage
+// error in one line that points to the command's help (2), a failure that
+// names the file and whether it is an input or an output, then the system's
+// own text (1).
+#include "support/TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <regex>
+#include <sstream>
+
+using vfltest::RunCommand;
+
+namespace
+{
+class VflMessages : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (!vfltest::HaveProgram("sox"))
+            GTEST_SKIP() << "sox is needed";
+        Run("sox -n -r 44100 -c 2 -b 16 in.wav synth 0.1 sine 300");
+        Run("sox -n -r 44100 -c 1 -b 16 silent.wav trim 0 0");
+        Run(": > empty.wav");
+    }
+    // Runs in the test's folder; answers the exit status and stderr.
+    int Run(std::string const& command, std::string* err = nullptr)
+    {
+        return RunCommand("cd " + mDir.Path().string() + " && " + command + " 2>&1 >/dev/null", err);
+    }
+    vfltest::TempDir mDir;
+};
+
+TEST_F(VflMessages, ExitStatusAndOneLineThatSaysWhatIsWrong)
+{
+    struct
+    {
+        char const* args;
+        int status;
+        char const* message;
+    } const cases[] = {
+        // Usage errors.
+        {"", 2, "Usage: vfl"},
+        {"frobnicate", 2, "vfl: no command 'frobnicate' (see 'vfl --help')"},
+        {"convert in.wav --start", 2, "vfl: convert: --start needs a TIME (see 'vfl convert --help')"},
+        {"convert in.wav --start=abc -o x.wav", 2, "--start needs a time: frames (4410), seconds (90s)"},
+        {"convert in.wav", 2, "vfl: convert: no output given"},
+        {"convert in.wav -o", 2, "vfl: convert: -o needs at least one OUT"},
+        {"convert in.wav -o x.xyz", 2, "output x.xyz: vfl does not write '.xyz' files"},
+        {"convert in.wav -o x", 2, "output x has no extension"},
+        {"convert in.wav --bits 12 -o x.wav", 2, "--bits needs 8, 16, 24 or 32, not 12"},
+        {"convert in.wav --quality 5 -o x.wav", 2, "--quality needs a whole number from 0 to 4, not '5'"},
+        {"convert in.wav --rate 4.41k1 -o x.wav", 2, "--rate needs a sample rate in Hz"},
+        {"convert in.wav --frobnicate -o x.wav", 2, "vfl: convert: unknown option '--frobnicate'"},
+        {"convert in.wav --squeeze=yes -o x.wav", 2, "--squeeze takes no value"},
+        {"convert in.wav --start 1s --length 1s -o x.wav", 2, "reach past the end of the input (4410 frames)"},
+        {"overview in.wav --spi 0", 2, "vfl: overview: --spi needs a whole number from 1 to 2147483647, not '0'"},
+        {"overview in.wav in.wav", 2, "one file at a time, not also 'in.wav'"},
+        {"regions in.wav --add '' 0 10", 2, "vfl: regions: --add needs a NAME, not an empty one"},
+        {"regions in.wav --add x 10", 2, "--add needs NAME START STOP"},
+        {"regions in.wav --add x 10 5", 2, "a region needs START < STOP <= 4410"},
+        {"cat in.wav --start 5000", 2, "--start 5000 is past the end of in.wav (4410 frames)"},
+        {"new out.wav --rate 44100 --bits 16", 2, "--channels is required"},
+        {"info", 2, "vfl: info: no file given (see 'vfl info --help')"},
+        {"info --json -r in.wav", 2, "leave out the single-field options"},
+        {"umid extra", 2, "unexpected argument 'extra'"},
+        // Failures name the file.
+        {"convert missing.wav -o x.wav", 1,
+         "vfl: convert: input missing.wav: Sys: OSErr: 2: No such file or directory"},
+        {"convert in.wav -o nodir/x.wav", 1,
+         "vfl: convert: output nodir/x.wav: Sys: OSErr: 2: No such file or directory"},
+        {"convert in.wav -t wav -o .", 1, "vfl: convert: output .: Sys: OSErr: 21: Is a directory"},
+        {"convert empty.wav -o x.wav", 1, "vfl: convert: input empty.wav: not an audio file in a known format"},
+        {"convert in.wav in.wav -o x.wav", 1, "several inputs must be mono files"},
+        {"info missing.wav", 1, "vfl: info: missing.wav: Sys: OSErr: 2: No such file or directory"},
+        {"cat missing.wav", 1, "vfl: cat: missing.wav: Sys: OSErr: 2"},
+        {"overview empty.wav", 1, "vfl: overview: empty.wav: not an audio file in a known format"},
+        {"overview silent.wav", 1, "vfl: overview: silent.wav: no audio to draw: the file has 0 frames"},
+        {"regions in.wav --remove nothing", 1, "vfl: regions: in.wav: no region named 'nothing'"},
+        {"adopt missing.wav", 1, "vfl: adopt: missing.wav: Sys: OSErr: 2"},
+        {"print missing.wav", 1, "vfl: print: missing.wav: Sys: OSErr: 2"},
+        // Success, in every form of writing an option.
+        {"convert in.wav --rate=48k -o a.wav", 0, ""},
+        {"convert in.wav -r48000 -b 24 -o b.wav", 0, ""},
+        {"convert in.wav --start 0:00.05 --length 100 -o c.wav", 0, ""},
+        {"help cat", 0, ""},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(c.args);
+        std::string err;
+        EXPECT_EQ(Run(vfltest::ToolPath() + " " + c.args, &err), c.status);
+        EXPECT_NE(err.find(c.message), std::string::npos) << err;
+        EXPECT_EQ(err.find("Assertion"), std::string::npos) << err;
+        // One line, except for the overview of commands.
+        if (c.status != 0 && std::string(c.args) != "")
+        {
+            EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << err;
+        }
+    }
+}
+
+TEST_F(VflMessages, HelpAgreesWithWhatIsAccepted)
+{
+    for (char const* command :
+         {"info", "cat", "convert", "overview", "new", "regions", "adopt", "print", "volumes", "umid"})
+    {
+        SCOPED_TRACE(command);
+        std::string viaOption, viaHelp;
+        EXPECT_EQ(RunCommand(vfltest::ToolPath() + " " + command + " --help", &viaOption), 0);
+        EXPECT_EQ(RunCommand(vfltest::ToolPath() + " help " + command, &viaHelp), 0);
+        EXPECT_EQ(viaOption, viaHelp);
+        EXPECT_EQ(viaOption.rfind(std::string("Usage: vfl ") + command, 0), 0u) << viaOption;
+        std::istringstream lines(viaOption);
+        for (std::string line; std::getline(lines, line);)
+            EXPECT_LE(line.size(), 80u) << line;
+        // Every long option the help lists is known to the command: given
+        // without its value it is never "unknown".
+        std::regex const row("\n +(-[a-zA-Z], )?(--[a-z-]+)");
+        int options = 0;
+        for (std::sregex_iterator it(viaOption.begin(), viaOption.end(), row), end; it != end; ++it, ++options)
+        {
+            std::string err;
+            RunCommand(vfltest::ToolPath() + " " + command + " " + (*it)[2].str() + " 2>&1 >/dev/null </dev/null",
+                       &err);
+            EXPECT_EQ(err.find("unknown option"), std::string::npos) << (*it)[2].str() << ": " << err;
+        }
+        EXPECT_GE(options, 1); // --help at least
+    }
+}
+
+TEST_F(VflMessages, TheReadmeNamesEveryOptionAndExitStatus)
+{
+    auto const bytes = vfltest::ReadWholeFile(VFL_SOURCE_DIR "/README.md");
+    std::string const readme(bytes.begin(), bytes.end());
+    ASSERT_FALSE(readme.empty());
+    for (char const* command :
+         {"info", "cat", "convert", "overview", "new", "regions", "adopt", "print", "volumes", "umid"})
+    {
+        SCOPED_TRACE(command);
+        std::string help;
+        EXPECT_EQ(RunCommand(vfltest::ToolPath() + " " + command + " --help", &help), 0);
+        EXPECT_NE(readme.find(std::string("`vfl ") + command), std::string::npos);
+        std::regex const row("\n +(-[a-zA-Z], )?--([a-z-]+)");
+        for (std::sregex_iterator it(help.begin(), help.end(), row), end; it != end; ++it)
+            if ((*it)[2].str() != "help")
+            {
+                EXPECT_NE(readme.find("--" + (*it)[2].str()), std::string::npos) << (*it)[2].str();
+            }
+    }
+    for (char const* status : {"| 0 |", "| 1 |", "| 2 |", "| 128 + N |"})
+        EXPECT_NE(readme.find(status), std::string::npos) << status;
+}
+} // namespace

@@ -1,0 +1,128 @@
+// Where vfl's outputs go and its inputs come from: each output's own type,
+// standard input and output as "-", and folders of files converted side by
+// side with -d and -j.
+#include "support/TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+using vfltest::RunCommand;
+
+namespace
+{
+class VflStreams : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        for (char const* tool : {"sox", "soxi"})
+            if (!vfltest::HaveProgram(tool))
+                GTEST_SKIP() << tool << " is needed";
+        Out("sox -n -r 44100 -c 2 -b 16 " + F("st.wav") + " synth 0.5 sine 300 sine 500");
+    }
+    std::string Vfl(std::string const& args) { return vfltest::ToolPath() + " " + args; }
+    std::string Out(std::string const& command)
+    {
+        std::string out;
+        EXPECT_EQ(RunCommand(command, &out), 0) << command;
+        return out;
+    }
+    std::string F(std::string const& name) { return mDir.File(name); }
+    std::string Raw(std::string const& file) { return Out("sox " + file + " -t raw -e signed -L -"); }
+    std::string Type(std::string const& file) { return Out(Vfl("info -t " + file)); }
+    vfltest::TempDir mDir;
+};
+
+TEST_F(VflStreams, EachOutputTakesTheTypeOfItsExtensionUnlessOneIsForced)
+{
+    struct
+    {
+        std::string args;
+        std::vector<std::pair<std::string, std::string>> outputs; // file, type inside
+    } const cases[] = {
+        {"-o " + F("L.aif") + " " + F("R.wav"), {{"L.aif", "aiff\n"}, {"R.wav", "wav\n"}}},
+        {"-o " + F("a.AIFF") + " " + F("b.aifc"), {{"a.AIFF", "aiff\n"}, {"b.aifc", "aifc\n"}}},
+        {"-o " + F("st.aifc"), {{"st.aifc", "aifc\n"}}},
+        {"-t aifc -o " + F("c.wav") + " " + F("d.aif"), {{"c.wav", "aifc\n"}, {"d.aif", "aifc\n"}}},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(c.args);
+        Out(Vfl("convert " + F("st.wav") + " " + c.args));
+        for (auto const& [file, type] : c.outputs)
+        {
+            EXPECT_EQ(Type(F(file)), type) << file;
+            std::filesystem::remove(F(file));
+        }
+    }
+    // A type vfl does not write is refused before any output is made.
+    EXPECT_EQ(RunCommand(Vfl("convert " + F("st.wav") + " -o " + F("l.wav") + " " + F("r.flac") + " 2>/dev/null")), 2);
+    EXPECT_FALSE(std::filesystem::exists(F("l.wav")));
+}
+
+TEST_F(VflStreams, DashIsStandardInputAndOutput)
+{
+    std::string const samples = Raw(F("st.wav"));
+    // In.
+    Out("cat " + F("st.wav") + " | " + Vfl("convert - -o " + F("in.aif")));
+    EXPECT_TRUE(Raw(F("in.aif")) == samples);
+    EXPECT_TRUE(Out("cat " + F("st.wav") + " | " + Vfl("cat -")) == Out(Vfl("cat " + F("st.wav"))));
+    EXPECT_EQ(Out(Vfl("info -s -c -") + " < " + F("st.wav")), "22050\n2\n");
+    // Out, with the type named; through a pipe that cannot seek.
+    for (char const* type : {"wav", "aif", "aifc"})
+    {
+        SCOPED_TRACE(type);
+        Out(Vfl("convert " + F("st.wav") + " -t " + type + " -o -") + " | cat > " + F("piped"));
+        EXPECT_EQ(Type(F("piped")), std::string(type) == "aif" ? "aiff\n" : std::string(type) + "\n");
+        EXPECT_TRUE(Out("sox -t " + std::string(type) + " " + F("piped") + " -t raw -e signed -L -") == samples);
+    }
+    Out(Vfl("cat " + F("st.wav")) + " | " + Vfl("new - -t wav -r 44100 -b 16 -c 2") + " > " + F("new.wav"));
+    EXPECT_TRUE(Raw(F("new.wav")) == samples);
+    // Without a type there is nothing to tell it.
+    std::string err;
+    EXPECT_EQ(RunCommand(Vfl("convert " + F("st.wav") + " -o - 2>&1 >/dev/null"), &err), 2);
+    EXPECT_NE(err.find("give -t TYPE"), std::string::npos) << err;
+}
+
+TEST_F(VflStreams, AFolderOfFilesSideBySideAsOneByOne)
+{
+    std::filesystem::create_directory(F("src"));
+    std::filesystem::create_directory(F("out"));
+    std::filesystem::create_directory(F("one"));
+    std::vector<std::string> names;
+    for (int i = 0; i < 6; ++i)
+    {
+        names.push_back("f" + std::to_string(i) + ".wav");
+        Out("sox -n -r 44100 -c " + std::to_string(1 + i % 2) + " -b 16 " + F("src/" + names.back()) + " synth 0." +
+            std::to_string(i + 1) + " sine " + std::to_string(200 + 50 * i));
+    }
+    vfltest::WriteWholeFile(F("src/bad.wav"), {'n', 'o'});
+    std::string files;
+    for (auto const& n : names)
+        files += " " + F("src/" + n);
+    std::string err;
+    EXPECT_EQ(RunCommand(Vfl("convert -d " + F("out") + " -j 2 -r 48k -b 24" + files + " " + F("src/bad.wav") +
+                             " 2>&1 >/dev/null"),
+                         &err),
+              1);
+    EXPECT_NE(err.find("input " + F("src/bad.wav") + ": not an audio file"), std::string::npos) << err;
+    EXPECT_NE(err.find("1 of 7 files failed: " + F("src/bad.wav")), std::string::npos) << err;
+    for (auto const& n : names)
+    {
+        SCOPED_TRACE(n);
+        // Each output is what a conversion of its own makes, layout kept.
+        Out(Vfl("convert " + F("src/" + n) + " -r 48k -b 24 -o " + F("one/" + n)));
+        EXPECT_TRUE(vfltest::ReadWholeFile(F("out/" + n)).size() > 0);
+        EXPECT_TRUE(Raw(F("out/" + n)) == Raw(F("one/" + n)));
+        EXPECT_EQ(Out("soxi -c " + F("out/" + n)), Out("soxi -c " + F("src/" + n)));
+    }
+    EXPECT_FALSE(std::filesystem::exists(F("out/bad.wav")));
+    // A forced type renames the outputs; two inputs of one name are refused.
+    Out(Vfl("convert -q -d " + F("out") + " -t aif " + F("src/f0.wav")));
+    EXPECT_EQ(Type(F("out/f0.aif")), "aiff\n");
+    EXPECT_EQ(RunCommand(Vfl("convert -d " + F("out") + " " + F("src/f0.wav") + " " + F("out/../src/f0.wav") +
+                             " 2>/dev/null")),
+              2);
+}
+} // namespace

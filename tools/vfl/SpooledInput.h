@@ -1,0 +1,31 @@
+// An input file named on the command line. "-" is standard input, copied
+// to a temporary file first, since the library reads a file by seeking in
+// it; the copy goes with the object.
+#pragma once
+
+#include <string>
+
+namespace vfl
+{
+class SpooledInput
+{
+public:
+    // Copies standard input for "-" (throws the system's error if the copy
+    // cannot be written). An interrupt ends the copy early: the caller looks
+    // at Interrupted() before it uses the file.
+    explicit SpooledInput(std::string const& operand);
+    ~SpooledInput();
+    SpooledInput(SpooledInput const&) = delete;
+    SpooledInput& operator=(SpooledInput const&) = delete;
+
+    // The name as the user gave it, for messages.
+    std::string const& Name() const { return mName; }
+    // The file to open.
+    std::string const& Path() const { return mPath; }
+    bool IsStandardInput() const { return mName == "-"; }
+
+private:
+    std::string mName;
+    std::string mPath;
+};
+} // namespace vfl
