@@ -35,6 +35,7 @@ Sys_Utils::BoostThreadPriorityMethod Sys_Utils::sBoostThreadPriority = nullptr;
 Sys_Utils::LowerThreadPriorityMethod Sys_Utils::sLowerThreadPriority = nullptr;
 Sys_Utils::MicrosecondsMethod Sys_Utils::sMicroseconds = nullptr;
 Sys_Utils::GetResourceForkLocMethod Sys_Utils::sGetResourceForkLoc = nullptr;
+Sys_Utils::GetMaxFileNameLengthMethod Sys_Utils::sGetMaxFileNameLength = nullptr;
 
 namespace
 {
@@ -201,6 +202,11 @@ int64 Sys_Utils::Microseconds()
 Sys_FileLoc Sys_Utils::GetResourceForkLoc(Sys_FileLoc const& loc)
 {
     return Installed(sGetResourceForkLoc)(loc);
+}
+
+int32 Sys_Utils::GetMaxFileNameLength(Sys_FileLoc const& folder)
+{
+    return Installed(sGetMaxFileNameLength)(folder);
 }
 
 // ---------------------------------------------------------------- copying

@@ -54,6 +54,7 @@ public:
     using LowerThreadPriorityMethod = void (*)();
     using MicrosecondsMethod = int64 (*)();
     using GetResourceForkLocMethod = Sys_FileLoc (*)(Sys_FileLoc const& loc);
+    using GetMaxFileNameLengthMethod = int32 (*)(Sys_FileLoc const& folder);
 
     // ---- platform services
     // Atomic counters; each returns the new value.
@@ -89,6 +90,11 @@ public:
     // Macintosh, whether or not there is one; an empty location for a
     // location that can have none (a volume root).
     static Sys_FileLoc GetResourceForkLoc(Sys_FileLoc const& loc);
+    // The longest name, in bytes and with its extension, that a file in
+    // `folder` may have on its volume; the largest int32 where the system
+    // sets no limit. Throws the system error if the folder cannot be asked
+    // (it is not there).
+    static int32 GetMaxFileNameLength(Sys_FileLoc const& folder);
 
     static void SetThreadSafeIncrementMethod(ThreadSafeIncrementMethod method) { sThreadSafeIncrement = method; }
     static void SetThreadSafeDecrementMethod(ThreadSafeDecrementMethod method) { sThreadSafeDecrement = method; }
@@ -127,6 +133,7 @@ public:
     static void SetLowerThreadPriorityMethod(LowerThreadPriorityMethod method) { sLowerThreadPriority = method; }
     static void SetMicrosecondsMethod(MicrosecondsMethod method) { sMicroseconds = method; }
     static void SetGetResourceForkLocMethod(GetResourceForkLocMethod method) { sGetResourceForkLoc = method; }
+    static void SetGetMaxFileNameLengthMethod(GetMaxFileNameLengthMethod method) { sGetMaxFileNameLength = method; }
 
     // ---- portable services
     // Bytes that a copy of the file takes on the volume: data and resource
@@ -182,4 +189,5 @@ private:
     static LowerThreadPriorityMethod sLowerThreadPriority;
     static MicrosecondsMethod sMicroseconds;
     static GetResourceForkLocMethod sGetResourceForkLoc;
+    static GetMaxFileNameLengthMethod sGetMaxFileNameLength;
 };
