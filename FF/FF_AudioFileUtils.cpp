@@ -1,7 +1,12 @@
 #include "FF/FF_AudioFileUtils.h"
 
+#include "Cmn/Cmn_AddExceptionContext.h"
 #include "Cmn/Cmn_Assert.h"
 #include "Cmn/Cmn_Exception.h"
+#include "Cmn/Cmn_ExceptionCodes.h"
+#include "Cmn/Cmn_IntervalList.h"
+#include "Cmn/Cmn_TStringXData.h"
+#include "Cmn/Cmn_TypedExceptionContext.h"
 #include "FF/FF_AudioFile.h"
 #include "FF/FF_AudioProcessDecimateWaveform.h"
 #include "FF/FF_AudioProcessMultimediaSqueezer.h"
@@ -11,8 +16,11 @@
 #include "FF/FF_AudioProcessUtils.h"
 #include "FF/FF_AudioProcessWriteFiles.h"
 #include "FF/FF_MP3AudioFile.h"
+#include "Sys/Sys_FunctionObject.h"
 #include "Sys/Sys_Utils.h"
+#include "Sys/Sys_Volume.h"
 
+#include <algorithm>
 #include <memory>
 
 FF_AudioFileUtils::ConvertAudioFileParams FF_AudioFileUtils::sConvertAudioFileParams;
@@ -26,6 +34,23 @@ FF_AudioProcessSRC::EQuality QualityFromIndex(uint32 index)
         FF_AudioProcessSRC::kQualitySinc129, FF_AudioProcessSRC::kQualitySinc257};
     CMN_ASSERT(index < 5);
     return table[index < 5 ? index : 4];
+}
+
+// Throws `code` with a line that says what was refused.
+[[noreturn]] void ThrowRefusal(XC_TypedExceptionCode<Cmn_NullExceptionData> const& code, std::string const& text)
+{
+    auto e = Cmn_TypedException<Cmn_NullExceptionData>::New(code, Cmn_NullExceptionData());
+    Cmn_AddExceptionContext(
+        &e, new Cmn_TypedExceptionContext<Cmn_TStringXData>(XC_Cmn_ExceptionContext, Cmn_TStringXData(text)));
+    throw e;
+}
+
+// Frames per round of a compaction: as many whole frames as the buffer
+// holds, and at least one.
+int64 CompactRoundFrames(FF_AudioFileAttr const& attr)
+{
+    int64 const frameBytes = static_cast<int64>(attr.GetBytesPerSample()) * attr.GetNumChannels();
+    return frameBytes > 0 ? std::max<int64>(1, FF_AudioFileUtils::cCompactBufferBytes / frameBytes) : 1;
 }
 
 // A stage made on the heap and held through the chain's kind of handle.
@@ -163,4 +188,108 @@ FF_AudioFileUtils::ChainHandle FF_AudioFileUtils::DecimateWaveform(Sys_FileLoc c
     chain->Allocate();
     FF_ScheduleChain(chain);
     return chain;
+}
+
+// ---------------------------------------------------------------- compaction
+
+int64 FF_AudioFileUtils::CountCompactRounds(FF_AudioFileAttr const& attr, Cmn_IntervalList const& keep)
+{
+    int64 const perRound = CompactRoundFrames(attr);
+    int64 rounds = 0;
+    for (auto const& interval : keep)
+        rounds += (interval.GetLength() + perRound - 1) / perRound;
+    return rounds;
+}
+
+std::unique_ptr<FF_AudioFile> FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc const& loc, Cmn_IntervalList const& keep,
+                                                                  ECompactMethod method, Sys_FunctionObject* progress)
+{
+    auto file = std::make_unique<FF_AudioFile>(loc);
+    CMN_ASSERT(method == eCompactInPlace);
+    if (method != eCompactInPlace)
+        return file;
+
+    // Everything that would stop the work half way is refused first: there
+    // is no undo once audio has moved.
+    std::string const path = loc.GetFullPath();
+    if (!file->Implements(FF_AudioFile::eImportExportInterface))
+        ThrowRefusal(XC_FF_FileTypeNotSupported,
+                     "While compacting \"" + path + "\": not an audio file in a known format.");
+    if (!file->Implements(FF_AudioFile::eNativeInterface))
+        ThrowRefusal(XC_FF_FileTypeNotSupported,
+                     "While compacting \"" + path + "\": the length of a file of this format cannot change.");
+    FF_AudioFileAttr const attr = file->GetAudioFileAttr();
+    for (auto const& interval : keep)
+        if (interval.start < 0 || interval.end > attr.GetNumSamples())
+            ThrowRefusal(XC_FF_PlugIn_BadParameter, "While compacting \"" + path + "\": frames " +
+                                                        std::to_string(interval.start) + " to " +
+                                                        std::to_string(interval.end) + " reach beyond its " +
+                                                        std::to_string(attr.GetNumSamples()) + " frames.");
+
+    {
+        FF_AudioFile::StOpen open(file.get(), FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+
+        // The regions come back, shifted, once the audio has moved; until then
+        // the file keeps only its whole-file region.
+        std::vector<FF_ImportAudioRegion> regions;
+        file->GetRegions(&regions, true);
+        for (auto const& region : regions)
+            if (!region.IsWholeFileRegion())
+                file->RemoveRegion(region.GetUmid());
+
+        // Rounds of whole frames: a round sized by the bytes of one sample
+        // alone would overrun the buffer with more than one channel.
+        int64 const perRound = CompactRoundFrames(attr);
+        int64 const frameBytes = static_cast<int64>(attr.GetBytesPerSample()) * attr.GetNumChannels();
+        std::vector<char> buffer(static_cast<std::size_t>(std::max<int64>(cCompactBufferBytes, frameBytes)));
+
+        // The stretches ascend, so the destination never overtakes the
+        // source and one buffer is enough. The read brings the samples to
+        // host order and the write takes them back, so the write may leave
+        // the buffer as it likes. A stretch already in its place is not
+        // copied onto itself, but its rounds are counted all the same.
+        int64 writePosition = 0;
+        for (auto const& interval : keep)
+        {
+            int64 const length = interval.GetLength();
+            for (int64 done = 0; done < length;)
+            {
+                int64 const n = std::min(perRound, length - done);
+                if (interval.start != writePosition)
+                {
+                    file->SampleSetPosition(Sys_File::kFromStart, interval.start + done);
+                    file->SampleRead(buffer.data(), n);
+                    file->SampleSetPosition(Sys_File::kFromStart, writePosition + done);
+                    file->SampleWrite(buffer.data(), n, FF_AudioFile::eLeaveBufferInFileOrder);
+                }
+                done += n;
+                if (progress)
+                    (*progress)();
+            }
+            writePosition += length;
+        }
+
+        // Drops the whole-file region and makes one over the new length.
+        file->SetNumSamples(writePosition);
+
+        for (auto const& region : regions)
+        {
+            if (region.IsWholeFileRegion())
+                continue;
+            auto const start = static_cast<int64>(region.GetStartSample());
+            auto const stop = static_cast<int64>(region.GetStopSample());
+            if (!keep.Contains(Cmn_Interval(start, stop)))
+                continue;
+            int64 const shift = start - keep.MapFlatToSparse(start);
+            // The sync point moves with the region, wherever it lies; one
+            // that would fall in front of the file stays at its start rather
+            // than wrapping round to a huge unsigned frame.
+            int64 const sync = std::max<int64>(0, static_cast<int64>(region.GetSyncSample()) - shift);
+            file->AddRegion(region.GetName(), start - shift, stop - shift, sync,
+                            static_cast<int64>(region.GetUserTimeStamp()),
+                            static_cast<int64>(region.GetOrigTimeStamp()));
+        }
+        // Leaving the open level writes the metadata behind the audio.
+    }
+    return file;
 }

@@ -6,17 +6,33 @@
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_FileType.h"
 
+#include <memory>
+#include <string>
 #include <vector>
 
+class Cmn_IntervalList;
+class FF_AudioFile;
+class FF_AudioFileAttr;
+class Sys_FunctionObject;
 class Sys_Task;
 
 // The long operations on audio files. Each assembles a chain of stages on
 // the caller's thread, schedules it on the process threads and hands back
 // the chain at once; the caller follows it through the handle (progress,
-// Abort, the task status, GetException).
+// Abort, the task status, GetException). Compaction alone runs on the
+// caller's thread.
 class FF_AudioFileUtils
 {
 public:
+    enum ECompactMethod
+    {
+        eCompactInPlace = 0,
+        eCompactToNewFile = 1 // declared, not provided: an assertion
+    };
+
+    // The copy buffer of a compaction, allocated once for the call.
+    static constexpr int32 cCompactBufferBytes = 245760;
+
     using ChainHandle = Cmn_PolymorphicHandle<FF_AudioProcessChain, Sys_Task>;
 
     // The target format of conversions. Set once; it stays for every later
@@ -41,6 +57,27 @@ public:
     // The waveform overview of channel 0 of a file into `buffer`: for each
     // interval of `samplesPerInterval` frames its maximum and minimum.
     static ChainHandle DecimateWaveform(Sys_FileLoc const& loc, int32 samplesPerInterval, char* buffer);
+
+    // Keeps the stretches of `keep` (frames, ends exclusive) and throws the
+    // rest away: the kept audio moves together toward the start, in place,
+    // and the file is cut behind it. Regions that lie wholly in one kept
+    // stretch move with it, under new identifiers; the others are gone. A
+    // shortened file is a new piece of media: it gets a new identifier and
+    // loses its overviews. `progress` (may be null) is called after each
+    // round of the copy; throwing from it stops the work, with the audio
+    // partly moved.
+    //
+    // Stretches beyond the file's end, a file in no known format and one
+    // whose length cannot change are refused before anything is touched.
+    // There is no undo. A process killed in the middle leaves a file that
+    // opens and reads, whose header may still give the old length. Rounds
+    // are of whole frames, so files of any number of channels compact.
+    //
+    // Returns the file object, closed.
+    static std::unique_ptr<FF_AudioFile> CompactAudioFile(Sys_FileLoc const& loc, Cmn_IntervalList const& keep,
+                                                          ECompactMethod method, Sys_FunctionObject* progress);
+    // How many times a compaction of a file of `attr` calls its progress.
+    static int64 CountCompactRounds(FF_AudioFileAttr const& attr, Cmn_IntervalList const& keep);
 
     // Output frames of a conversion: the exact ceiling of frames x target /
     // reference, as the sample-rate converter delivers them.
