@@ -53,6 +53,38 @@ int64 CompactRoundFrames(FF_AudioFileAttr const& attr)
     return frameBytes > 0 ? std::max<int64>(1, FF_AudioFileUtils::cCompactBufferBytes / frameBytes) : 1;
 }
 
+// The bytes of each character of a UTF-8 name, in order. A byte that does
+// not begin a well-formed sequence is a character of its own, so that a
+// name that was valid UTF-8 stays valid whatever is removed.
+std::vector<std::string> SplitCharacters(std::string const& name)
+{
+    std::vector<std::string> characters;
+    std::size_t i = 0;
+    while (i < name.size())
+    {
+        auto const lead = static_cast<unsigned char>(name[i]);
+        std::size_t const length = lead < 0x80             ? 1
+                                   : (lead & 0xE0) == 0xC0 ? 2
+                                   : (lead & 0xF0) == 0xE0 ? 3
+                                   : (lead & 0xF8) == 0xF0 ? 4
+                                                           : 1;
+        std::size_t n = 1;
+        while (n < length && i + n < name.size() && (static_cast<unsigned char>(name[i + n]) & 0xC0) == 0x80)
+            ++n;
+        if (n != length)
+            n = 1;
+        characters.push_back(name.substr(i, n));
+        i += n;
+    }
+    return characters;
+}
+
+// Something of that exact name is there.
+bool Exists(Sys_FileLoc const& loc)
+{
+    return Sys_File(loc).IsOnline();
+}
+
 // A stage made on the heap and held through the chain's kind of handle.
 template <class T, class... Args> FF_AudioProcess::Handle MakeStage(Args&&... args)
 {
@@ -292,4 +324,96 @@ std::unique_ptr<FF_AudioFile> FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc co
         // Leaving the open level writes the metadata behind the audio.
     }
     return file;
+}
+
+// ---------------------------------------------------------------- unique names
+
+void FF_AudioFileUtils::Shorten(std::string* name, int32 limit)
+{
+    if (limit < 0 || name->size() <= static_cast<std::size_t>(limit))
+        return;
+    auto const isSpace = [](std::string const& c) { return c == " "; };
+    auto const never = [](std::string const&) { return false; };
+    auto const isVowel = [](std::string const& c)
+    { return c.size() == 1 && std::string("aeiou").find(c[0]) != std::string::npos; };
+    auto const isPunctuation = [](std::string const& c)
+    { return c.size() == 1 && std::string(".,#-").find(c[0]) != std::string::npos; };
+    auto const isLower = [](std::string const& c) { return c.size() == 1 && c[0] >= 'a' && c[0] <= 'z'; };
+    auto const any = [](std::string const&) { return true; };
+    // Doubled characters and digits were meant to go in passes of their
+    // own, but their tests could never be met; they are kept as empty
+    // passes so that the order of the others is plain to see.
+    bool (*const passes[])(std::string const&) = {isSpace, never, isVowel, isPunctuation, isLower, never, any};
+
+    std::vector<std::string> characters = SplitCharacters(*name);
+    std::size_t bytes = name->size();
+    auto const limitBytes = static_cast<std::size_t>(limit);
+    for (auto const pass : passes)
+    {
+        // From the end back to the second character: the first always stays.
+        for (std::size_t i = characters.size(); i-- > 1;)
+        {
+            if (!pass(characters[i]))
+                continue;
+            bytes -= characters[i].size();
+            characters.erase(characters.begin() + static_cast<std::ptrdiff_t>(i));
+            if (bytes <= limitBytes)
+                break;
+        }
+        if (bytes <= limitBytes)
+            break;
+    }
+    name->clear();
+    for (auto const& c : characters)
+        *name += c;
+}
+
+void FF_AudioFileUtils::GetUniqueMonoAudioFileLoc(Sys_FileLoc const& folder, std::string const& name,
+                                                  std::string const& extension, Sys_FileLoc* result, int32 maxLength)
+{
+    std::string root = name;
+    std::string suffix;
+    if (name.size() >= 2 && (name.ends_with(".L") || name.ends_with(".R")))
+    {
+        root = name.substr(0, name.size() - 2);
+        suffix = name.substr(name.size() - 2);
+    }
+    auto const extensionLength = static_cast<int32>(extension.empty() ? 0 : extension.size() + 1);
+    auto const suffixLength = static_cast<int32>(suffix.size());
+    Sys_Volume const volume = folder.GetVolume();
+
+    std::string working = root;
+    Shorten(&working, maxLength - (suffixLength + extensionLength));
+    *result = Sys_FileLoc(volume, folder, working + suffix, extension);
+    for (int64 counter = 1; Exists(*result); ++counter)
+    {
+        std::string const number = std::to_string(counter);
+        working = root;
+        Shorten(&working, maxLength - (static_cast<int32>(number.size()) + 1 + extensionLength + suffixLength));
+        *result = Sys_FileLoc(volume, folder, working + "-" + number + suffix, extension);
+    }
+}
+
+void FF_AudioFileUtils::GetUniqueStereoAudioFileLocs(Sys_FileLoc const& folder, std::string const& name,
+                                                     std::string const& extension, Sys_FileLoc* left,
+                                                     Sys_FileLoc* right, int32 maxLength)
+{
+    std::string root = name;
+    if (name.size() >= 2 && (name.ends_with(".L") || name.ends_with(".R")))
+        root = name.substr(0, name.size() - 2);
+    auto const extensionLength = static_cast<int32>(extension.empty() ? 0 : extension.size() + 1);
+    Sys_Volume const volume = folder.GetVolume();
+
+    std::string working = root;
+    Shorten(&working, maxLength - (extensionLength + 2));
+    *left = Sys_FileLoc(volume, folder, working + ".L", extension);
+    *right = Sys_FileLoc(volume, folder, working + ".R", extension);
+    for (int64 counter = 1; Exists(*left) || Exists(*right); ++counter)
+    {
+        std::string const number = std::to_string(counter);
+        working = root;
+        Shorten(&working, maxLength - (static_cast<int32>(number.size()) + 3 + extensionLength));
+        *left = Sys_FileLoc(volume, folder, working + "-" + number + ".L", extension);
+        *right = Sys_FileLoc(volume, folder, working + "-" + number + ".R", extension);
+    }
 }

@@ -20,7 +20,7 @@ class Sys_Task;
 // the caller's thread, schedules it on the process threads and hands back
 // the chain at once; the caller follows it through the handle (progress,
 // Abort, the task status, GetException). Compaction alone runs on the
-// caller's thread.
+// caller's thread. And the names of new takes.
 class FF_AudioFileUtils
 {
 public:
@@ -79,10 +79,30 @@ public:
     // How many times a compaction of a file of `attr` calls its progress.
     static int64 CountCompactRounds(FF_AudioFileAttr const& attr, Cmn_IntervalList const& keep);
 
+    // A location in `folder` for a new mono take named `name` (a final ".L"
+    // or ".R" is kept as the channel mark) that is not taken yet, and whose
+    // name with the extension fits `maxLength` bytes. The name is shortened
+    // in readable steps (spaces first, then lower-case vowels, punctuation,
+    // lower-case letters, and at last any character, from the end, never
+    // the first) and numbered "-1", "-2", ... in front of the channel mark
+    // while the name is taken. A negative length left for the name leaves it
+    // whole. UTF-8 characters are kept or removed whole. Nothing is created.
+    static void GetUniqueMonoAudioFileLoc(Sys_FileLoc const& folder, std::string const& name,
+                                          std::string const& extension, Sys_FileLoc* result, int32 maxLength);
+    // The same for the two files of a stereo pair, marked ".L" and ".R": both
+    // get the same number, the first for which neither is taken.
+    static void GetUniqueStereoAudioFileLocs(Sys_FileLoc const& folder, std::string const& name,
+                                             std::string const& extension, Sys_FileLoc* left, Sys_FileLoc* right,
+                                             int32 maxLength);
+
     // Output frames of a conversion: the exact ceiling of frames x target /
     // reference, as the sample-rate converter delivers them.
     static int64 OutputFrames(int64 frames, int32 referenceRate, int32 targetRate);
 
 private:
+    // Takes characters out of `name` until it is no longer than `limit`
+    // bytes; see GetUniqueMonoAudioFileLoc.
+    static void Shorten(std::string* name, int32 limit);
+
     static ConvertAudioFileParams sConvertAudioFileParams;
 };
