@@ -82,6 +82,10 @@ std::vector<std::string> SplitCharacters(std::string const& name)
 // Something of that exact name is there.
 bool Exists(Sys_FileLoc const& loc)
 {
+    // The path is worked out here, once: the file object works on a copy of
+    // the location, which then takes it along instead of working it out
+    // again, and so does the caller's location afterwards.
+    loc.GetFullPath();
     return Sys_File(loc).IsOnline();
 }
 
@@ -310,7 +314,8 @@ std::unique_ptr<FF_AudioFile> FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc co
                 continue;
             auto const start = static_cast<int64>(region.GetStartSample());
             auto const stop = static_cast<int64>(region.GetStopSample());
-            if (!keep.Contains(Cmn_Interval(start, stop)))
+            // A region ending before it starts (another tool's) has no place.
+            if (stop < start || !keep.Contains(Cmn_Interval(start, stop)))
                 continue;
             int64 const shift = start - keep.MapFlatToSparse(start);
             // The sync point moves with the region, wherever it lies; one
@@ -404,16 +409,24 @@ void FF_AudioFileUtils::GetUniqueStereoAudioFileLocs(Sys_FileLoc const& folder, 
     auto const extensionLength = static_cast<int32>(extension.empty() ? 0 : extension.size() + 1);
     Sys_Volume const volume = folder.GetVolume();
 
-    std::string working = root;
-    Shorten(&working, maxLength - (extensionLength + 2));
-    *left = Sys_FileLoc(volume, folder, working + ".L", extension);
-    *right = Sys_FileLoc(volume, folder, working + ".R", extension);
-    for (int64 counter = 1; Exists(*left) || Exists(*right); ++counter)
+    // Both sides carry the same number; the right one is looked at only
+    // when the left one is free.
+    for (int64 counter = 0;; ++counter)
     {
-        std::string const number = std::to_string(counter);
-        working = root;
-        Shorten(&working, maxLength - (static_cast<int32>(number.size()) + 3 + extensionLength));
-        *left = Sys_FileLoc(volume, folder, working + "-" + number + ".L", extension);
-        *right = Sys_FileLoc(volume, folder, working + "-" + number + ".R", extension);
+        std::string working = root;
+        std::string number;
+        if (counter == 0)
+            Shorten(&working, maxLength - (extensionLength + 2));
+        else
+        {
+            number = "-" + std::to_string(counter);
+            Shorten(&working, maxLength - (static_cast<int32>(number.size()) + 2 + extensionLength));
+        }
+        *left = Sys_FileLoc(volume, folder, working + number + ".L", extension);
+        if (Exists(*left))
+            continue;
+        *right = Sys_FileLoc(volume, folder, working + number + ".R", extension);
+        if (!Exists(*right))
+            return;
     }
 }
