@@ -1,6 +1,6 @@
-// vfl compact and vfl unique end to end: files made by sox compacted in
-// place and read back by sox as the kept stretches, regions carried along,
-// refusals that leave the file as it was, and free names in a folder.
+// vfl compact and vfl unique end to end: a file made by sox compacted in
+// place and read back by sox as the kept stretches, refusals that leave the
+// file as it was, and free names in a folder.
 #include "support/TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -34,40 +34,26 @@ protected:
 
 TEST_F(VflCompactUnique, CompactKeepsTheStretchesAsSoxCutsThem)
 {
-    struct Case
-    {
-        char const* file;
-        char const* rateAndChannels;
-        char const* bits;
-    } const cases[] = {
-        {"mono16.wav", "-r 44100 -c 1", "-b 16"},
-        {"stereo24.aif", "-r 48000 -c 2", "-b 24"},
-        {"quad8.wav", "-r 8000 -c 4", "-b 8"},
-    };
-    for (auto const& c : cases)
-    {
-        SCOPED_TRACE(c.file);
-        std::string const path = F(c.file);
-        std::string const original = F(std::string("original-") + c.file);
-        Out("sox " + std::string(c.rateAndChannels) + " -n " + c.bits + " " + path + " synth 300000s whitenoise");
-        Out(Vfl("regions " + path + " --add kept 20000 30000 --sync 25000"));
-        Out(Vfl("regions " + path + " --add across 29000 41000"));
-        std::filesystem::copy_file(path, original);
+    // AIFF, big-endian 24-bit stereo, made by another tool.
+    std::string const path = F("take.aif");
+    std::string const original = F("original.aif");
+    Out("sox -r 48000 -c 2 -n -b 24 " + path + " synth 300000s whitenoise");
+    Out(Vfl("regions " + path + " --add kept 20000 30000 --sync 25000"));
+    Out(Vfl("regions " + path + " --add across 29000 41000"));
+    std::filesystem::copy_file(path, original);
 
-        std::string const out = Out(Vfl("compact " + path + " --keep 40000-50000,10000-35000 --keep 299999-300000"));
-        // The new length, the whole-file region over it and the region that
-        // lay inside a kept stretch; the one across a gap is gone.
-        EXPECT_EQ(out.rfind(path + ": 35001 frames kept of 300000\n", 0), 0u) << out;
-        std::string const stem = std::filesystem::path(path).stem().string();
-        EXPECT_TRUE(std::regex_search(out, std::regex("\n" + stem + " +0 +35001 sync 0  \\(whole file\\)\n"))) << out;
-        EXPECT_TRUE(std::regex_search(out, std::regex("\nkept +10000 +20000 sync 15000\n"))) << out;
-        EXPECT_EQ(out.find("across"), std::string::npos) << out;
-        EXPECT_EQ(Out("soxi -s " + path), "35001\n");
-        std::string const expected = Out("sox " + original + " -t raw - trim 10000s =35000s") +
-                                     Out("sox " + original + " -t raw - trim 40000s =50000s") +
-                                     Out("sox " + original + " -t raw - trim 299999s =300000s");
-        EXPECT_TRUE(Out("sox " + path + " -t raw -") == expected) << "the audio is not the kept stretches";
-    }
+    std::string const out = Out(Vfl("compact " + path + " --keep 40000-50000,10000-35000 --keep 299999-300000"));
+    // The new length, the whole-file region over it and the region that lay
+    // inside a kept stretch; the one across a gap is gone.
+    EXPECT_EQ(out.rfind(path + ": 35001 frames kept of 300000\n", 0), 0u) << out;
+    EXPECT_TRUE(std::regex_search(out, std::regex("\ntake +0 +35001 sync 0  \\(whole file\\)\n"))) << out;
+    EXPECT_TRUE(std::regex_search(out, std::regex("\nkept +10000 +20000 sync 15000\n"))) << out;
+    EXPECT_EQ(out.find("across"), std::string::npos) << out;
+    EXPECT_EQ(Out("soxi -s " + path), "35001\n");
+    std::string expected;
+    for (char const* stretch : {"10000s =35000s", "40000s =50000s", "299999s =300000s"})
+        expected += Out("sox " + original + " -t raw - trim " + stretch);
+    EXPECT_TRUE(Out("sox " + path + " -t raw -") == expected) << "the audio is not the kept stretches";
 }
 
 TEST_F(VflCompactUnique, CompactRefusesAndLeavesTheFileAlone)
@@ -84,8 +70,6 @@ TEST_F(VflCompactUnique, CompactRefusesAndLeavesTheFileAlone)
     } const cases[] = {
         {path + " --keep 0-1001", 2, "reach past the 1000 frames"},
         {path + " --keep 10-5", 2, "START < END"},
-        {path + " --keep 1-2,x", 2, "START-END"},
-        {path + " --keep", 2, "Usage"},
         {path, 2, "Usage"},
         {notes + " --keep 0-10", 1, "not an audio file"},
         {F("gone.wav") + " --keep 0-10", 1, "gone.wav"},
@@ -104,42 +88,31 @@ TEST_F(VflCompactUnique, UniqueNamesInAFolder)
 {
     std::string const dir = F("takes");
     std::filesystem::create_directory(dir);
-    for (char const* name : {"Vox.wav", "Vox-1.wav", "Gtr.R.wav", "Guitar.L.wav"})
+    for (char const* name : {"Vox.wav", "Vox-1.wav", "Gtr.R.wav"})
         vfltest::WriteWholeFile(dir + "/" + name, {});
     std::string limit;
     ASSERT_EQ(RunCommand("getconf NAME_MAX " + dir, &limit), 0);
-    std::string const longName(400, 'x');
     struct Case
     {
         std::string args;
         std::string expected;
     } const cases[] = {
-        {"Vox --ext wav", "Vox-2.wav\n"},
         {"Vox --ext .wav --max 7", "V-1.wav\n"},
-        {"Vox.L --ext wav", "Vox.L.wav\n"},
         {"Gtr --ext wav --stereo", "Gtr-1.L.wav\nGtr-1.R.wav\n"},
-        {"Guitar --ext wav --stereo", "Guitar-1.L.wav\nGuitar-1.R.wav\n"},
-        {"Guitar --ext wav --stereo --max 10", "Gutr.L.wav\nGutr.R.wav\n"},
-        {longName + " --ext wav", std::string(std::stoul(limit) - 4, 'x') + ".wav\n"},
+        // By default as long as the file system allows.
+        {std::string(400, 'x') + " --ext wav", std::string(std::stoul(limit) - 4, 'x') + ".wav\n"},
     };
+    std::string const folder = std::filesystem::canonical(dir).string() + "/";
     for (auto const& c : cases)
     {
-        SCOPED_TRACE(c.args.substr(0, 60));
+        SCOPED_TRACE(c.args.substr(0, 40));
+        // Full paths in the folder, one a line.
         std::string out = Out(Vfl("unique " + dir + " " + c.args));
-        // Full paths, one a line.
-        std::string names;
-        for (std::size_t at = 0; at < out.size();)
-        {
-            std::size_t const end = out.find('\n', at);
-            std::string const line = out.substr(at, end - at);
-            EXPECT_EQ(line.rfind(std::filesystem::canonical(dir).string() + "/", 0), 0u) << line;
-            names += line.substr(line.find_last_of('/') + 1) + "\n";
-            at = end + 1;
-        }
-        EXPECT_EQ(names, c.expected);
+        for (std::size_t at = 0; (at = out.find(folder, at)) != std::string::npos;)
+            out.erase(at, folder.size());
+        EXPECT_EQ(out, c.expected);
     }
     Out(Vfl("unique '" + F("nothing here") + "' x 2>/dev/null"), 1);
     Out(Vfl("unique " + dir + " a/b 2>/dev/null"), 2);
-    Out(Vfl("unique " + dir + " x --max 0 2>/dev/null"), 2);
 }
 } // namespace
