@@ -36,6 +36,7 @@ Sys_Utils::LowerThreadPriorityMethod Sys_Utils::sLowerThreadPriority = nullptr;
 Sys_Utils::MicrosecondsMethod Sys_Utils::sMicroseconds = nullptr;
 Sys_Utils::GetResourceForkLocMethod Sys_Utils::sGetResourceForkLoc = nullptr;
 Sys_Utils::IsSameFileMethod Sys_Utils::sIsSameFile = nullptr;
+Sys_Utils::GetMaxFileNameLengthMethod Sys_Utils::sGetMaxFileNameLength = nullptr;
 
 namespace
 {
@@ -207,6 +208,11 @@ Sys_FileLoc Sys_Utils::GetResourceForkLoc(Sys_FileLoc const& loc)
 bool Sys_Utils::IsSameFile(Sys_FileLoc const& a, Sys_FileLoc const& b)
 {
     return Installed(sIsSameFile)(a, b);
+}
+
+int32 Sys_Utils::GetMaxFileNameLength(Sys_FileLoc const& folder)
+{
+    return Installed(sGetMaxFileNameLength)(folder);
 }
 
 // ---------------------------------------------------------------- copying

@@ -55,6 +55,7 @@ public:
     using MicrosecondsMethod = int64 (*)();
     using GetResourceForkLocMethod = Sys_FileLoc (*)(Sys_FileLoc const& loc);
     using IsSameFileMethod = bool (*)(Sys_FileLoc const& a, Sys_FileLoc const& b);
+    using GetMaxFileNameLengthMethod = int32 (*)(Sys_FileLoc const& folder);
 
     // ---- platform services
     // Atomic counters; each returns the new value.
@@ -96,6 +97,11 @@ public:
     // do exist are followed. Names are compared as the file system does,
     // not as locations compare.
     static bool IsSameFile(Sys_FileLoc const& a, Sys_FileLoc const& b);
+    // The longest name, in bytes and with its extension, that a file in
+    // `folder` may have on its volume; the largest int32 where the system
+    // sets no limit. Throws the system error if the folder cannot be asked
+    // (it is not there).
+    static int32 GetMaxFileNameLength(Sys_FileLoc const& folder);
 
     static void SetThreadSafeIncrementMethod(ThreadSafeIncrementMethod method) { sThreadSafeIncrement = method; }
     static void SetThreadSafeDecrementMethod(ThreadSafeDecrementMethod method) { sThreadSafeDecrement = method; }
@@ -135,6 +141,7 @@ public:
     static void SetMicrosecondsMethod(MicrosecondsMethod method) { sMicroseconds = method; }
     static void SetGetResourceForkLocMethod(GetResourceForkLocMethod method) { sGetResourceForkLoc = method; }
     static void SetIsSameFileMethod(IsSameFileMethod method) { sIsSameFile = method; }
+    static void SetGetMaxFileNameLengthMethod(GetMaxFileNameLengthMethod method) { sGetMaxFileNameLength = method; }
 
     // ---- portable services
     // Bytes that a copy of the file takes on the volume: data and resource
@@ -191,4 +198,5 @@ private:
     static MicrosecondsMethod sMicroseconds;
     static GetResourceForkLocMethod sGetResourceForkLoc;
     static IsSameFileMethod sIsSameFile;
+    static GetMaxFileNameLengthMethod sGetMaxFileNameLength;
 };

@@ -2,7 +2,8 @@
 # Builds the release preset and prints each benchmark as a ratio against its
 # reference tool, on the same input in the same run.
 #   bench/run.sh            all benchmarks
-#   bench/run.sh cat        only the named comparison(s)
+#   bench/run.sh cat        only the named comparison(s), or benchmark
+#                           (unique runs bench_unique)
 # Inputs are made under bench/out/ (large: about 1 GiB each).
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -102,6 +103,47 @@ if want overview; then
   t_vfl=$(best_of 3 "'$VFL' overview '$f' --spi 1024 >/dev/null")
   echo "overview of a 1 GiB 16-bit stereo WAVE against reading it with cat (page cache warm), best of 3:"
   printf "  cat %.3fs   vfl overview %.3fs   vfl/cat = %s\n" "$t_cat" "$t_vfl" "$(ratio "$t_vfl" "$t_cat")"
+fi
+
+if want compact; then
+  # 1 GiB of 16-bit mono, half of it kept in ten stretches: vfl compact moves
+  # them together in place; dd moves the same bytes within the same file,
+  # one run per stretch with conv=fsync, and truncate cuts the file behind
+  # them. Each run starts from a fresh copy, page cache warm.
+  f="$OUT/mono1g.wav"
+  # 1 GiB of 16-bit mono at 44.1 kHz is 12174 seconds.
+  [ -f "$f" ] || sox -r 44100 -c 1 -n -b 16 "$f" synth 12174 whitenoise gain -3
+  work="$OUT/compact.wav"
+  frames=$(soxi -s "$f")
+  data=$("$VFL" print "$f" | awk '/^Chunk Position:/ {p = $3} /^Chunk ID: data/ {print p + 8; exit}')
+  step=$((frames / 10))
+  keep=""
+  moves=""
+  dest=0
+  for i in $(seq 0 9); do
+    s=$((i * step + step / 4)); e=$((i * step + 3 * step / 4)); len=$((e - s))
+    keep+="${keep:+,}$s-$e"
+    moves+="dd if='$work' of='$work' bs=245760 iflag=skip_bytes,count_bytes oflag=seek_bytes conv=notrunc,fsync"
+    moves+=" status=none skip=$((data + 2 * s)) seek=$((data + 2 * dest)) count=$((2 * len)); "
+    dest=$((dest + len))
+  done
+  moves+="truncate -s $((data + 2 * dest)) '$work'"
+  best_on_fresh_copy() {
+    local best=""
+    for _ in 1 2 3; do
+      rm -f "$work"; cp "$f" "$work"; sync; cat "$work" >/dev/null
+      local t0 t1 t
+      t0=$(date +%s.%N); bash -c "$1" >/dev/null; t1=$(date +%s.%N)
+      t=$(echo "$t1 - $t0" | bc -l)
+      if [ -z "$best" ] || (( $(echo "$t < $best" | bc -l) )); then best=$t; fi
+    done
+    echo "$best"
+  }
+  t_vfl=$(best_on_fresh_copy "'$VFL' compact '$work' --keep $keep")
+  t_dd=$(best_on_fresh_copy "$moves")
+  rm -f "$work"
+  echo "compacting a 1 GiB 16-bit mono WAVE in place, half kept in 10 stretches (made durable), best of 3:"
+  printf "  dd %.3fs   vfl compact %.3fs   vfl/dd = %s\n" "$t_dd" "$t_vfl" "$(ratio "$t_vfl" "$t_dd")"
 fi
 
 for b in build/release/bench/bench_*; do

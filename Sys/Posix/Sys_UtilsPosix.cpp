@@ -14,11 +14,18 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <thread>
 
+#include "Cmn/Cmn_AddExceptionContext.h"
 #include "Cmn/Cmn_Assert.h"
+#include "Cmn/Cmn_Exception.h"
+#include "Cmn/Cmn_ExceptionCodes.h"
+#include "Cmn/Cmn_TStringXData.h"
+#include "Cmn/Cmn_TypedExceptionContext.h"
 #include "Sys/Posix/Sys_FileLocPosix.h"
 #include "Sys/Posix/Sys_VolumePosix.h"
+#include "Sys/Sys_ThrowIfOSErr.h"
 #include "Sys/Sys_Utils.h"
 #include "Sys/Sys_Volume.h"
 
@@ -245,6 +252,7 @@ void Sys_UtilsPosix::SetPlatformDependentMethods()
     Sys_Utils::SetMicrosecondsMethod(&Microseconds);
     Sys_Utils::SetGetResourceForkLocMethod(&GetResourceForkLoc);
     Sys_Utils::SetIsSameFileMethod(&IsSameFile);
+    Sys_Utils::SetGetMaxFileNameLengthMethod(&GetMaxFileNameLength);
 }
 
 int32 Sys_UtilsPosix::ThreadSafeIncrement(volatile int32& value)
@@ -389,6 +397,32 @@ Sys_FileLoc Sys_UtilsPosix::GetResourceForkLoc(Sys_FileLoc const& loc)
         path.pop_back();
     size_t const slash = path.rfind('/');
     return Sys_FileLoc(path.substr(0, slash + 1) + "Resource.FRK/" + path.substr(slash + 1));
+}
+
+int32 Sys_UtilsPosix::GetMaxFileNameLength(Sys_FileLoc const& folder)
+{
+    std::string const path = folder.GetFullPath();
+    errno = 0;
+    long const limit = ::pathconf(path.c_str(), _PC_NAME_MAX);
+    if (limit < 0)
+    {
+        int const err = errno;
+        // -1 with errno untouched: the system sets no limit.
+        if (err == 0)
+            return std::numeric_limits<int32>::max();
+        try
+        {
+            Sys_ThrowIfOSErr(err);
+        }
+        catch (Cmn_Exception& e)
+        {
+            Cmn_AddExceptionContext(
+                &e, new Cmn_TypedExceptionContext<Cmn_TStringXData>(
+                        XC_Cmn_ExceptionContext, Cmn_TStringXData("from [Posix] ::pathconf(\"" + path + "\")")));
+            throw;
+        }
+    }
+    return static_cast<int32>(std::min<long>(limit, std::numeric_limits<int32>::max()));
 }
 
 void Sys_UtilsPosix::CopyFileA(Sys_FileLoc const& from, Sys_FileLoc const& to)

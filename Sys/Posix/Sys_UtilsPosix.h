@@ -47,6 +47,9 @@ public:
     // extended attributes are too small for one (ext4 takes about 4 KB).
     static Sys_FileLoc GetResourceForkLoc(Sys_FileLoc const& loc);
 
+    // pathconf's name limit of the folder.
+    static int32 GetMaxFileNameLength(Sys_FileLoc const& folder);
+
     // Quiet: failures are not reported.
     static void CopyFileA(Sys_FileLoc const& from, Sys_FileLoc const& to);
     // Never replaces an existing destination.

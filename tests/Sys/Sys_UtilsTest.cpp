@@ -2,15 +2,18 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <chrono>
 #include <filesystem>
 #include <regex>
 #include <thread>
 
+#include "Cmn/Cmn_Exception.h"
 #include "Sys/Posix/Sys_UtilsPosix.h"
 #include "Sys/Sys_File.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_Init.h"
+#include "Sys/Sys_OSErrData.h"
 #include "Sys/Sys_StBoostThreadPriority.h"
 #include "Sys/Sys_Volume.h"
 #include "Sys_FileTestSupport.h"
@@ -121,6 +124,28 @@ TEST_F(SysUtilsTest, CreateFolderMakesEveryLevelAndLeavesRootsAlone)
     Sys_FileLoc const root(std::string("/"));
     Sys_Utils::CreateFolder(root); // nothing to do, nothing thrown
     Sys_Utils::CreateFolder(deep); // already there
+}
+
+TEST_F(SysUtilsTest, NameLimitIsTheFileSystemsAndAMissingFolderThrows)
+{
+    std::string limit;
+    ASSERT_EQ(vfltest::RunCommand("getconf NAME_MAX " + Dir(), &limit), 0);
+    EXPECT_EQ(Sys_Utils::GetMaxFileNameLength(Loc("")), std::stoi(limit));
+
+    int err = 0;
+    std::string context;
+    try
+    {
+        Sys_Utils::GetMaxFileNameLength(Loc("not here/"));
+    }
+    catch (Cmn_TypedException<Sys_OSErrData> const& e)
+    {
+        err = e.GetCode() == XC_Sys_SystemError ? e.GetData().GetErr() : -1;
+        if (e.GetContextListBegin() != e.GetContextListEnd())
+            context = (*e.GetContextListBegin())->GetDescription();
+    }
+    EXPECT_EQ(err, ENOENT);
+    EXPECT_NE(context.find(Dir() + "not here"), std::string::npos) << context;
 }
 
 TEST_F(SysUtilsTest, CopyOverwritesAndMoveDoesNot)

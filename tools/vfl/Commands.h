@@ -12,3 +12,5 @@ int CmdVolumes(int argc, char** argv);
 int CmdUmid(int argc, char** argv);
 int CmdConvert(int argc, char** argv);
 int CmdOverview(int argc, char** argv);
+int CmdCompact(int argc, char** argv);
+int CmdUnique(int argc, char** argv);

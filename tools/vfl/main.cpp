@@ -28,6 +28,8 @@ Command const kCommands[] = {
     {"new", &CmdNew, "write a new audio file from raw signed PCM on stdin"},
     {"regions", &CmdRegions, "list, add or remove the named regions of a file"},
     {"adopt", &CmdAdopt, "give foreign files the system's identity metadata"},
+    {"compact", &CmdCompact, "keep stretches of a file and throw the rest away, in place"},
+    {"unique", &CmdUnique, "print a free name for a new take in a folder"},
     {"print", &CmdPrint, "print a file's chunks and the values its handler holds"},
     {"volumes", &CmdVolumes, "list mounted volumes: root, label, serial, type, free space"},
     {"umid", &CmdUmid, "print a new unique media identifier"},
