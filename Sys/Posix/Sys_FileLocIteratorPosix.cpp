@@ -1,9 +1,12 @@
 #include "Sys/Posix/Sys_FileLocIteratorPosix.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "Cmn/Cmn_Assert.h"
 #include "Cmn/Cmn_Exception.h"
@@ -110,11 +113,22 @@ void Sys_FileLocIteratorPosix::Start(Sys_FileLoc const& start, Sys_FileLocIterat
 {
     // A path that ends in '/' is of the folder type even when it does not
     // exist; a walk needs a folder that is there.
-    std::string const path = start.GetFullPath();
+    std::string path = start.GetFullPath();
     struct stat st;
     bool const isFolder = ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
     if (Sys_Utils::GetFileType(start).GetFileType() != Sys_FileType::kTypeFolder || !isFolder)
         throw Cmn_TypedException<Cmn_NullExceptionData>::New(XC_Sys_BadStartLoc, Cmn_NullExceptionData());
+    mStartDevice = static_cast<uint64>(st.st_dev);
+
+    // The start is resolved once, as a canonical location resolves the
+    // folders above its name; below it the walk follows no link, so each
+    // location it hands out is canonical by construction and costs no
+    // lookup of its own.
+    if (char* const real = ::realpath(path.c_str(), nullptr))
+    {
+        path = real;
+        std::free(real);
+    }
 
     mFolderMutex.reset(Sys_Mutex::Create(0));
     mFileMutex.reset(Sys_Mutex::Create(0));
@@ -163,6 +177,8 @@ bool Sys_FileLocIteratorPosix::ListFolder(std::string const& folder, std::string
         entries->push_back(std::move(entry));
     }
     ::closedir(dir);
+    if (mAborted.load())
+        return false; // the walk ends here: sorting what was read is wasted time
     std::sort(entries->begin(), entries->end(),
               [](Entry const& a, Entry const& b)
               {
@@ -192,6 +208,8 @@ bool Sys_FileLocIteratorPosix::FetchNextFolder(std::string* folder)
                 if (!entry.isRealFolder)
                     continue; // links to folders are not followed
                 std::string const next = mScannedFolder + entry.name + "/";
+                if (mStayOnVolume && IsOtherVolume(next))
+                    continue; // it has a walk of its own
                 mFolderQueue.push_back(next);
                 *folder = next;
                 return true;
@@ -266,8 +284,8 @@ void Sys_FileLocIteratorPosix::Advance()
 
         Entry const& entry = mFileList[mFileIndex];
         std::string candidate = mSearchPath + entry.name;
-        if (!Sys_FileLocPosix::CanonicalizePath(&candidate))
-            continue;
+        if (entry.isDirectory)
+            candidate += '/';
         Sys_FileLocPosix* const impl = new Sys_FileLocPosix(candidate);
         impl->ForceCanonical();
         {
@@ -310,4 +328,22 @@ std::string Sys_FileLocIteratorPosix::GetCurrentSearchPath() const
 void Sys_FileLocIteratorPosix::Abort()
 {
     mAborted.store(true);
+}
+
+void Sys_FileLocIteratorPosix::StayOnStartVolume()
+{
+    mStayOnVolume = true;
+}
+
+bool Sys_FileLocIteratorPosix::IsOtherVolume(std::string const& folder) const
+{
+    // The kernel marks the root of every mount, bind mounts of a folder of
+    // the same file system included; an older kernel leaves only the device
+    // number to go by. Automounts are not set off by the question.
+    struct statx stx;
+    if (::statx(AT_FDCWD, folder.c_str(), AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, STATX_TYPE, &stx) != 0)
+        return false; // not there any more: its listing finds nothing
+    if (stx.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT)
+        return (stx.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    return static_cast<uint64>(makedev(stx.stx_dev_major, stx.stx_dev_minor)) != mStartDevice;
 }

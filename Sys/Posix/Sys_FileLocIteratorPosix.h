@@ -34,6 +34,7 @@ public:
     bool HasCurrent() override;
     std::string GetCurrentSearchPath() const override;
     void Abort() override;
+    void StayOnStartVolume() override;
 
     // '*' matches any run of characters, '?' any one; everything else
     // stands for itself, without regard to case. A pattern ending in ".*"
@@ -60,6 +61,8 @@ private:
     // the folder cannot be read or nothing matches.
     bool ListFolder(std::string const& folder, std::string const& pattern, std::vector<Entry>* entries) const;
     bool FetchNextFolder(std::string* folder);
+    // True if another volume is mounted on the folder.
+    bool IsOtherVolume(std::string const& folder) const;
     void StepTypeIndex();
     bool Accept(Entry const& entry);
 
@@ -87,4 +90,6 @@ private:
     bool mUsePattern = false;
     std::atomic<bool> mAborted{false};
     bool mStarted = false;
+    bool mStayOnVolume = false;
+    uint64 mStartDevice = 0;
 };
