@@ -29,6 +29,7 @@ Command const kCommands[] = {
     {"regions", &CmdRegions, "list, add or remove the named regions of a file"},
     {"adopt", &CmdAdopt, "give foreign files the system's identity metadata"},
     {"print", &CmdPrint, "print a file's chunks and the values its handler holds"},
+    {"find", &CmdFind, "find audio files by name, media identifier or likeness"},
     {"volumes", &CmdVolumes, "list mounted volumes: root, label, serial, type, free space"},
     {"umid", &CmdUmid, "print a new unique media identifier"},
 };
