@@ -1,6 +1,7 @@
 #include "Cmn/Cmn_Exception.h"
 #include "FF/FF_AudioFile.h"
 #include "MMgr/MMgr_FindFileTask.h"
+#include "Sys/Sys_Event.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_MultiTaskThread.h"
 #include "Sys/Sys_ThreadSafeQueue.h"
@@ -11,11 +12,9 @@
 #include "tools/vfl/Terminal.h"
 #include "tools/vfl/ToolSupport.h"
 
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace
@@ -419,6 +418,8 @@ int CmdFind(int argc, char** argv)
 
     vfl::CatchInterrupt();
     ProgressLine progress(vfl::StderrIsTerminal());
+    Sys_Event::Handle const ended = task->GetNotificationEvent(Sys_Task::kStatusCompleted | Sys_Task::kStatusFailed |
+                                                               Sys_Task::kStatusAborted);
     Sys_MultiTaskThread::Handle thread = Sys_MultiTaskThread::Create();
     thread->AddTask(task, 0);
 
@@ -469,7 +470,7 @@ int CmdFind(int argc, char** argv)
             interrupted = true;
         }
         progress.Draw(task->GetStatusString());
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        ended->Wait(50); // at once when the search ends; else a look at the queue and Ctrl-C
     }
     progress.Clear();
 
