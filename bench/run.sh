@@ -104,9 +104,14 @@ if want overview; then
   printf "  cat %.3fs   vfl overview %.3fs   vfl/cat = %s\n" "$t_cat" "$t_vfl" "$(ratio "$t_vfl" "$t_cat")"
 fi
 
+if want find; then
+  OUT="$OUT/find" bench/find_vs_find.sh
+fi
+
 for b in build/release/bench/bench_*; do
   [ -x "$b" ] || continue
   name=$(basename "$b")
+  [ "$name" = bench_find ] && continue # needs its tree: run by find_vs_find.sh
   want "${name#bench_}" || continue
   echo "== $name"
   "$b" --benchmark_min_time=0.2
