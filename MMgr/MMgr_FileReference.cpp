@@ -172,10 +172,7 @@ void MMgr_FileReference::SetFileLoc(Sys_FileLoc const& loc)
 
     if (!mSlot)
     {
-        auto file = std::make_unique<FF_AudioFile>(loc);
-        if (!file->Implements(FF_AudioFile::eImportExportInterface))
-            throw Cmn_TypedException<Cmn_NullExceptionData>::New(XC_FF_FileTypeNotSupported, Cmn_NullExceptionData());
-        Bind(std::move(file));
+        Bind(std::make_unique<FF_AudioFile>(loc));
     }
     TakeFromFile();
 }
@@ -185,6 +182,9 @@ void MMgr_FileReference::Bind(std::unique_ptr<FF_AudioFile> file)
     CMN_ASSERT(file != nullptr);
     if (!file)
         return;
+    // Only audio can be shared: anything else stays out of the tables.
+    if (!file->Implements(FF_AudioFile::eImportExportInterface))
+        throw Cmn_TypedException<Cmn_NullExceptionData>::New(XC_FF_FileTypeNotSupported, Cmn_NullExceptionData());
     if (file->Implements(FF_AudioFile::eVelmoraInterface))
     {
         mUmid = file->GetUmid();

@@ -45,7 +45,7 @@ public:
     explicit MMgr_FileReference(Sys_FileLoc const& loc);
     // Binds the given file, which passes to the process's table; it replaces
     // the object that stood for the same identifier or, without one, for the
-    // same location.
+    // same location. A file in no known format is XC_FF_FileTypeNotSupported.
     explicit MMgr_FileReference(std::unique_ptr<FF_AudioFile> file);
     // For a file that is known but not at hand: there is no way to it here,
     // so this is an assertion.

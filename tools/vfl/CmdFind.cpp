@@ -403,7 +403,7 @@ int CmdFind(int argc, char** argv)
         start = vfl::LocationFromArgument(folder.empty() ? std::string(".") : folder);
         if (Sys_Utils::GetFileType(start).GetFileType() != Sys_FileType::kTypeFolder)
         {
-            vfl::ReportError(folder, "not a folder");
+            vfl::ReportError(folder.empty() ? std::string(".") : folder, "not a folder");
             return 1;
         }
     }
@@ -418,8 +418,8 @@ int CmdFind(int argc, char** argv)
 
     vfl::CatchInterrupt();
     ProgressLine progress(vfl::StderrIsTerminal());
-    Sys_Event::Handle const ended = task->GetNotificationEvent(Sys_Task::kStatusCompleted | Sys_Task::kStatusFailed |
-                                                               Sys_Task::kStatusAborted);
+    Sys_Event::Handle const ended =
+        task->GetNotificationEvent(Sys_Task::kStatusCompleted | Sys_Task::kStatusFailed | Sys_Task::kStatusAborted);
     Sys_MultiTaskThread::Handle thread = Sys_MultiTaskThread::Create();
     thread->AddTask(task, 0);
 
@@ -469,7 +469,8 @@ int CmdFind(int argc, char** argv)
             task->Abort();
             interrupted = true;
         }
-        progress.Draw(task->GetStatusString());
+        if (!interrupted)
+            progress.Draw(task->GetStatusString());
         ended->Wait(50); // at once when the search ends; else a look at the queue and Ctrl-C
     }
     progress.Clear();
