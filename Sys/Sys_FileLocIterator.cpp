@@ -74,3 +74,9 @@ void Sys_FileLocIterator::Abort()
 {
     mImpl->Abort();
 }
+
+void Sys_FileLocIterator::StayOnStartVolume()
+{
+    if (mImpl)
+        mImpl->StayOnStartVolume();
+}

@@ -49,6 +49,12 @@ public:
     Sys_FileLocIterator& operator++();
     std::string GetCurrentSearchPath() const;
     void Abort();
+    // Keeps a walk of a tree on the volume it starts on: a folder on which
+    // another volume is mounted is handed out but not entered. A search
+    // over all volumes walks each from its own root, so it meets every file
+    // once and never wanders into the system's pseudo file systems. Called
+    // before the first step.
+    void StayOnStartVolume();
 
     static void SetTypesCreateMethod(TypesCreateMethod method);
     static void SetPatternCreateMethod(PatternCreateMethod method);

@@ -19,6 +19,9 @@ public:
     virtual std::string GetCurrentSearchPath() const = 0;
     // May be called from another thread; the walk ends at its next step.
     virtual void Abort() = 0;
+    // Folders that are the roots of other volumes are not entered from now
+    // on. A walk that knows nothing of mounted volumes may ignore it.
+    virtual void StayOnStartVolume();
 
 protected:
     Sys_FileLocIteratorImpl() = default;

@@ -146,9 +146,14 @@ if want compact; then
   printf "  dd %.3fs   vfl compact %.3fs   vfl/dd = %s\n" "$t_dd" "$t_vfl" "$(ratio "$t_vfl" "$t_dd")"
 fi
 
+if want find; then
+  OUT="$OUT/find" bench/find_vs_find.sh
+fi
+
 for b in build/release/bench/bench_*; do
   [ -x "$b" ] || continue
   name=$(basename "$b")
+  [ "$name" = bench_find ] && continue # needs its tree: run by find_vs_find.sh
   want "${name#bench_}" || continue
   echo "== $name"
   "$b" --benchmark_min_time=0.2

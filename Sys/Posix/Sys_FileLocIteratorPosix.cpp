@@ -1,9 +1,13 @@
 #include "Sys/Posix/Sys_FileLocIteratorPosix.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
 
 #include "Cmn/Cmn_Assert.h"
 #include "Cmn/Cmn_Exception.h"
@@ -110,47 +114,55 @@ void Sys_FileLocIteratorPosix::Start(Sys_FileLoc const& start, Sys_FileLocIterat
 {
     // A path that ends in '/' is of the folder type even when it does not
     // exist; a walk needs a folder that is there.
-    std::string const path = start.GetFullPath();
+    std::string path = start.GetFullPath();
     struct stat st;
     bool const isFolder = ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
     if (Sys_Utils::GetFileType(start).GetFileType() != Sys_FileType::kTypeFolder || !isFolder)
         throw Cmn_TypedException<Cmn_NullExceptionData>::New(XC_Sys_BadStartLoc, Cmn_NullExceptionData());
+    mStartDevice = static_cast<uint64>(st.st_dev);
+
+    // The start is resolved once, as a canonical location resolves the
+    // folders above its name; below it the walk follows no link, so each
+    // location it hands out is canonical by construction and costs no
+    // lookup of its own.
+    if (char* const real = ::realpath(path.c_str(), nullptr))
+    {
+        path = real;
+        std::free(real);
+    }
 
     mFolderMutex.reset(Sys_Mutex::Create(0));
     mFileMutex.reset(Sys_Mutex::Create(0));
-    mNextFolder = path.back() == '/' ? path : path + "/";
-    if (iterType == Sys_FileLocIterator::kIterateSubfolders)
-        mFolderQueue.push_back(mNextFolder);
+    mFolderQueue.push_back(path.back() == '/' ? path : path + "/");
+    mWalkSubfolders = iterType == Sys_FileLocIterator::kIterateSubfolders;
 }
 
-bool Sys_FileLocIteratorPosix::ListFolder(std::string const& folder, std::string const& pattern,
-                                          std::vector<Entry>* entries) const
+void Sys_FileLocIteratorPosix::ListFolder(std::string const& folder, std::vector<Entry>* entries) const
 {
     entries->clear();
     DIR* const dir = ::opendir(folder.c_str());
     if (!dir)
-        return false; // unreadable folders are passed over in silence
+        return; // unreadable folders are passed over in silence
     size_t seen = 0;
     while (struct dirent* const d = ::readdir(dir))
     {
         if (++seen % kAbortCheckInterval == 0 && mAborted.load())
             break;
-        std::string const name = d->d_name;
+        char const* const name = d->d_name;
         // "." and ".." are never handed out, with a filter or without: they
         // name this folder and its parent, not entries of it, and every
         // walk over a tree (a copy, a search, a sum of sizes) would only
         // have to skip them.
-        if (name == "." || name == "..")
-            continue;
-        if (!MatchesPattern(pattern, name))
+        if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0)
             continue;
         Entry entry;
         entry.name = name;
+        entry.key = ToLowerClassic(entry.name);
         unsigned char type = d->d_type;
         if (type == DT_UNKNOWN)
         {
             struct stat lst;
-            if (::lstat((folder + name).c_str(), &lst) == 0)
+            if (::lstat((folder + entry.name).c_str(), &lst) == 0)
                 type = S_ISDIR(lst.st_mode) ? DT_DIR : (S_ISLNK(lst.st_mode) ? DT_LNK : DT_REG);
         }
         if (type == DT_DIR)
@@ -158,54 +170,61 @@ bool Sys_FileLocIteratorPosix::ListFolder(std::string const& folder, std::string
         else if (type == DT_LNK)
         {
             struct stat target;
-            entry.isDirectory = ::stat((folder + name).c_str(), &target) == 0 && S_ISDIR(target.st_mode);
+            entry.isDirectory = ::stat((folder + entry.name).c_str(), &target) == 0 && S_ISDIR(target.st_mode);
         }
         entries->push_back(std::move(entry));
     }
     ::closedir(dir);
-    std::sort(entries->begin(), entries->end(),
-              [](Entry const& a, Entry const& b)
-              {
-                  std::string const la = ToLowerClassic(a.name), lb = ToLowerClassic(b.name);
-                  return la != lb ? la < lb : a.name < b.name;
-              });
-    return !entries->empty();
+    if (mAborted.load() || !SortListing(entries))
+        entries->clear(); // the walk ends here
 }
 
-bool Sys_FileLocIteratorPosix::FetchNextFolder(std::string* folder)
+bool Sys_FileLocIteratorPosix::SortListing(std::vector<Entry>* entries) const
 {
-    if (!mNextFolder.empty())
-    {
-        *folder = mNextFolder;
-        mNextFolder.clear();
-        return true;
-    }
-    for (;;)
+    auto const before = [](Entry const& a, Entry const& b) { return a.key != b.key ? a.key < b.key : a.name < b.name; };
+    // Runs sorted on their own, then merged pairwise: a look at Abort
+    // between steps, where one sort of a huge folder would be deaf to it.
+    constexpr size_t kRun = 2048;
+    auto const begin = entries->begin();
+    size_t const size = entries->size();
+    for (size_t at = 0; at < size; at += kRun)
     {
         if (mAborted.load())
             return false;
-        if (mFolderListValid)
-        {
-            while (mFolderIndex < mFolderList.size())
-            {
-                Entry const& entry = mFolderList[mFolderIndex++];
-                if (!entry.isRealFolder)
-                    continue; // links to folders are not followed
-                std::string const next = mScannedFolder + entry.name + "/";
-                mFolderQueue.push_back(next);
-                *folder = next;
-                return true;
-            }
-            mFolderListValid = false;
-        }
-        if (mFolderQueue.empty())
-            return false;
-        mScannedFolder = mFolderQueue.front();
-        mFolderQueue.pop_front();
-        ListFolder(mScannedFolder, "*", &mFolderList);
-        mFolderIndex = 0;
-        mFolderListValid = true;
+        std::sort(begin + at, begin + std::min(size, at + kRun), before);
     }
+    for (size_t width = kRun; width < size; width *= 2)
+        for (size_t at = 0; at + width < size; at += 2 * width)
+        {
+            if (mAborted.load())
+                return false;
+            std::inplace_merge(begin + at, begin + at + width, begin + std::min(size, at + 2 * width), before);
+        }
+    return true;
+}
+
+bool Sys_FileLocIteratorPosix::NextFolder()
+{
+    if (mFolderQueue.empty() || mAborted.load())
+        return false;
+    std::string const folder = std::move(mFolderQueue.front());
+    mFolderQueue.pop_front();
+    {
+        Sys_StAcquireMutex lock(mFolderMutex.get());
+        mSearchPath = folder;
+    }
+    ListFolder(folder, &mListing);
+    if (mWalkSubfolders)
+        for (Entry const& entry : mListing)
+        {
+            if (!entry.isRealFolder)
+                continue; // links to folders are not followed
+            std::string next = folder + entry.name + "/";
+            if (mStayOnVolume && IsOtherVolume(next))
+                continue; // it has a walk of its own
+            mFolderQueue.push_back(std::move(next));
+        }
+    return true;
 }
 
 void Sys_FileLocIteratorPosix::StepTypeIndex()
@@ -239,14 +258,8 @@ void Sys_FileLocIteratorPosix::Advance()
             StepTypeIndex();
         }
 
-        if (!mFileListValid && mTypeIndex == 0)
-        {
-            std::string folder;
-            if (!FetchNextFolder(&folder))
-                break;
-            Sys_StAcquireMutex lock(mFolderMutex.get());
-            mSearchPath = folder;
-        }
+        if (!mFileListValid && mTypeIndex == 0 && !NextFolder())
+            break;
 
         if (!mFileListValid)
         {
@@ -255,7 +268,11 @@ void Sys_FileLocIteratorPosix::Advance()
                 pattern = "*." + mTypes[mTypeIndex].GetWin32Extension();
             else if (mUsePattern)
                 pattern = mPattern;
-            if (!ListFolder(mSearchPath, pattern, &mFileList))
+            mFileList.clear();
+            for (Entry const& entry : mListing)
+                if (MatchesPattern(pattern, entry.name))
+                    mFileList.push_back(&entry);
+            if (mFileList.empty())
             {
                 StepTypeIndex();
                 continue;
@@ -264,10 +281,10 @@ void Sys_FileLocIteratorPosix::Advance()
             mFileListValid = true;
         }
 
-        Entry const& entry = mFileList[mFileIndex];
+        Entry const& entry = *mFileList[mFileIndex];
         std::string candidate = mSearchPath + entry.name;
-        if (!Sys_FileLocPosix::CanonicalizePath(&candidate))
-            continue;
+        if (entry.isDirectory)
+            candidate += '/';
         Sys_FileLocPosix* const impl = new Sys_FileLocPosix(candidate);
         impl->ForceCanonical();
         {
@@ -310,4 +327,22 @@ std::string Sys_FileLocIteratorPosix::GetCurrentSearchPath() const
 void Sys_FileLocIteratorPosix::Abort()
 {
     mAborted.store(true);
+}
+
+void Sys_FileLocIteratorPosix::StayOnStartVolume()
+{
+    mStayOnVolume = true;
+}
+
+bool Sys_FileLocIteratorPosix::IsOtherVolume(std::string const& folder) const
+{
+    // The kernel marks the root of every mount, bind mounts of a folder of
+    // the same file system included; an older kernel leaves only the device
+    // number to go by. Automounts are not set off by the question.
+    struct statx stx;
+    if (::statx(AT_FDCWD, folder.c_str(), AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, STATX_TYPE, &stx) != 0)
+        return false; // not there any more: its listing finds nothing
+    if (stx.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT)
+        return (stx.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    return static_cast<uint64>(makedev(stx.stx_dev_major, stx.stx_dev_minor)) != mStartDevice;
 }

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <filesystem>
 #include <thread>
@@ -201,6 +202,73 @@ TEST_F(SysFileLocIteratorTest, AbortFromAnotherThreadStopsALongListing)
     EXPECT_TRUE(seen);
     EXPECT_LE(count, kFiles);
     EXPECT_FALSE(it);
+}
+
+TEST_F(SysFileLocIteratorTest, AStartThroughALinkHandsOutTheFolderItLeadsTo)
+{
+    std::vector<Sys_FileType> wav = {Sys_FileType("wav")};
+    Sys_FileLocIterator it(Sys_FileLoc(mStart + "loop/sub0"), wav, kFolderOnly);
+    ASSERT_TRUE(it);
+    EXPECT_EQ((*it).GetFullPath(), mStart + "sub0/y.wav");
+    EXPECT_EQ((*it).GetFullPath(), Sys_FileLoc(mStart + "loop/sub0/y.wav").GetFullPath());
+}
+
+// Mounts for the length of a test, as root.
+class StMount
+{
+public:
+    StMount(std::string const& what, std::string const& where)
+        : mWhere(where), mMounted(vfltest::RunCommand("mount " + what + " '" + where + "' 2>/dev/null") == 0)
+    {
+    }
+    ~StMount()
+    {
+        if (mMounted)
+            vfltest::RunCommand("umount '" + mWhere + "'");
+    }
+    bool Mounted() const { return mMounted; }
+
+private:
+    std::string mWhere;
+    bool mMounted;
+};
+
+TEST_F(SysFileLocIteratorTest, AWalkKeptOnItsVolumeHandsOutMountPointsWithoutEnteringThem)
+{
+    fs::create_directory(mStart + "ram");
+    fs::create_directory(mStart + "bound");
+    StMount const ram("-t tmpfs -o size=1m vfltest", mStart + "ram");
+    StMount const bound("--bind '" + mStart + "Sub1'", mStart + "bound");
+    if (!ram.Mounted() || !bound.Mounted())
+        GTEST_SKIP() << "cannot mount here";
+    vfltest::WriteWholeFile(mStart + "ram/r.wav", {1});
+
+    struct Case
+    {
+        char const* name;
+        bool stay;
+        Names expected;
+    };
+    Case const cases[] = {
+        {"crossing",
+         false,
+         {"a.WAV", "B.wav", "Take [1].wav", "bound/x.wav", "ram/r.wav", "sub0/y.wav", "Sub1/x.wav",
+          "sub0/deeper/z.wav"}},
+        {"staying", true, {"a.WAV", "B.wav", "Take [1].wav", "sub0/y.wav", "Sub1/x.wav", "sub0/deeper/z.wav"}},
+    };
+    for (Case const& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        std::vector<Sys_FileType> wav = {Sys_FileType("wav")};
+        Sys_FileLocIterator it(Sys_FileLoc(mStart), wav, kTree);
+        if (c.stay)
+            it.StayOnStartVolume();
+        EXPECT_EQ(Walk(it), c.expected);
+    }
+    Sys_FileLocIterator folders(Sys_FileLoc(mStart), "*", kFolderOnly);
+    folders.StayOnStartVolume();
+    Names const listed = Walk(folders);
+    EXPECT_NE(std::find(listed.begin(), listed.end(), "ram/"), listed.end());
 }
 
 TEST_F(SysFileLocIteratorTest, AnUnreadableFolderIsPassedOverInSilence)

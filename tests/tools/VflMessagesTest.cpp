@@ -136,9 +136,8 @@ TEST_F(VflMessages, TheReadmeNamesEveryOptionAndExitStatus)
     auto const bytes = vfltest::ReadWholeFile(VFL_SOURCE_DIR "/README.md");
     std::string const readme(bytes.begin(), bytes.end());
     ASSERT_FALSE(readme.empty());
-    for (char const* command :
-         {"info", "cat", "convert", "overview", "new", "regions", "adopt", "print", "volumes", "umid", "compact",
-          "unique"})
+    for (char const* command : {"info", "cat", "convert", "overview", "new", "regions", "adopt", "print", "volumes",
+                                "umid", "compact", "unique", "find"})
     {
         SCOPED_TRACE(command);
         std::string help;

@@ -14,3 +14,4 @@ int CmdConvert(int argc, char** argv);
 int CmdOverview(int argc, char** argv);
 int CmdCompact(int argc, char** argv);
 int CmdUnique(int argc, char** argv);
+int CmdFind(int argc, char** argv);

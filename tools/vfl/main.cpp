@@ -31,6 +31,7 @@ Command const kCommands[] = {
     {"compact", &CmdCompact, "keep stretches of a file and throw the rest away, in place"},
     {"unique", &CmdUnique, "print a free name for a new take in a folder"},
     {"print", &CmdPrint, "print a file's chunks and the values its handler holds"},
+    {"find", &CmdFind, "find audio files by name, media identifier or likeness"},
     {"volumes", &CmdVolumes, "list mounted volumes: root, label, serial, type, free space"},
     {"umid", &CmdUmid, "print a new unique media identifier"},
 };
