@@ -403,22 +403,7 @@ int ConvertOne(vfl::OptionParser const& args, Settings settings)
         return 1;
     }
     vfl::ProgressLine progress(BaseName(outputs.front()), static_cast<double>(length) / inRate, settings.quiet);
-    bool aborted = false;
-    for (;;)
-    {
-        Sys_Task::EStatus const status = chain->GetStatus();
-        if (status == Sys_Task::kStatusCompleted || status == Sys_Task::kStatusFailed ||
-            status == Sys_Task::kStatusAborted)
-            break;
-        if (vfl::Interrupted() && !aborted)
-        {
-            chain->Abort();
-            aborted = true;
-        }
-        progress.Update(chain->GetPercentCompleted());
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
-    progress.Finish();
+    progress.Follow(*chain);
     switch (chain->GetStatus())
     {
     case Sys_Task::kStatusCompleted:

@@ -247,22 +247,7 @@ int CmdOverview(int argc, char** argv)
         auto chain = FF_AudioFileUtils::DecimateWaveform(vfl::LocationFromArgument(spool->Path()),
                                                          static_cast<int32>(spi), buffers);
         vfl::ProgressLine progress(path, seconds, args.Has("quiet"));
-        bool aborted = false;
-        for (;;)
-        {
-            Sys_Task::EStatus const status = chain->GetStatus();
-            if (status == Sys_Task::kStatusCompleted || status == Sys_Task::kStatusFailed ||
-                status == Sys_Task::kStatusAborted)
-                break;
-            if (vfl::Interrupted() && !aborted)
-            {
-                chain->Abort();
-                aborted = true;
-            }
-            progress.Update(chain->GetPercentCompleted());
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-        progress.Finish();
+        progress.Follow(*chain);
         if (chain->GetStatus() == Sys_Task::kStatusAborted)
             return vfl::InterruptExitStatus();
         if (chain->GetStatus() != Sys_Task::kStatusCompleted)

@@ -2,6 +2,8 @@
 
 #include "tools/vfl/Terminal.h"
 
+#include <thread>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -97,5 +99,25 @@ void ProgressLine::Finish()
         std::fputs("\r\033[K", stderr);
     mDrawn = false;
     mActive = false;
+}
+Sys_Task::EStatus ProgressLine::Follow(FF_AudioProcessChain& task)
+{
+    bool aborted = false;
+    for (;;)
+    {
+        Sys_Task::EStatus const status = task.GetStatus();
+        if (status == Sys_Task::kStatusCompleted || status == Sys_Task::kStatusFailed ||
+            status == Sys_Task::kStatusAborted)
+            break;
+        if (Interrupted() && !aborted)
+        {
+            task.Abort();
+            aborted = true;
+        }
+        Update(task.GetPercentCompleted());
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    Finish();
+    return task.GetStatus();
 }
 } // namespace vfl

@@ -5,6 +5,8 @@
 // when standard error is not a terminal, or when the user asked for quiet.
 #pragma once
 
+#include "FF/FF_AudioProcessChain.h"
+
 #include <chrono>
 #include <string>
 
@@ -25,6 +27,10 @@ public:
     void Update(double percent, std::string const& detail = "");
     // Wipes the line.
     void Finish();
+    // Follows a chain to its end: the line shows its progress, and
+    // an interrupt aborts it. The line is wiped; the answer is the chain's
+    // last status.
+    Sys_Task::EStatus Follow(FF_AudioProcessChain& chain);
 
     // The text of the line for a given state, cut to `width` columns.
     static std::string Compose(std::string const& label, std::string const& detail, double percent, double elapsed,
