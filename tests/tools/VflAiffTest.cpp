@@ -6,6 +6,7 @@
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_Init.h"
 #include "support/TestSupport.h"
+#include "support/ToolTest.h"
 
 #include <gtest/gtest.h>
 
@@ -43,28 +44,19 @@ std::string Trim(std::string s)
     return s;
 }
 
-class VflAiff : public ::testing::Test
+class VflAiff : public vfltest::ToolTest
 {
 protected:
     void SetUp() override
     {
-        for (char const* tool : {"sox", "soxi", "ffmpeg", "python3", "sndfile-info"})
-            if (!vfltest::HaveProgram(tool))
-                GTEST_SKIP() << tool << " is needed";
-    }
-    std::string Vfl(std::string const& args) { return vfltest::ToolPath() + " " + args; }
-    std::string Out(std::string const& command)
-    {
-        std::string out;
-        EXPECT_EQ(RunCommand(command, &out), 0) << command;
-        return out;
+        if (auto const missing = Missing({"sox", "soxi", "ffmpeg", "python3", "sndfile-info"}); !missing.empty())
+            GTEST_SKIP() << missing << " is needed";
     }
     std::string Bytes(std::string const& path)
     {
         auto const b = vfltest::ReadWholeFile(path);
         return std::string(b.begin(), b.end());
     }
-    vfltest::TempDir mDir;
 };
 
 struct Fixture

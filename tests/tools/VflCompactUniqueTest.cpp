@@ -2,6 +2,7 @@
 // place and read back by sox as the kept stretches, refusals that leave the
 // file as it was, and free names in a folder.
 #include "support/TestSupport.h"
+#include "support/ToolTest.h"
 
 #include <gtest/gtest.h>
 
@@ -12,24 +13,14 @@ using vfltest::RunCommand;
 
 namespace
 {
-class VflCompactUnique : public ::testing::Test
+class VflCompactUnique : public vfltest::ToolTest
 {
 protected:
     void SetUp() override
     {
-        for (char const* tool : {"sox", "soxi", "getconf"})
-            if (!vfltest::HaveProgram(tool))
-                GTEST_SKIP() << tool << " is needed";
+        if (auto const missing = Missing({"sox", "soxi", "getconf"}); !missing.empty())
+            GTEST_SKIP() << missing << " is needed";
     }
-    std::string Vfl(std::string const& args) { return vfltest::ToolPath() + " " + args; }
-    std::string Out(std::string const& command, int status = 0)
-    {
-        std::string out;
-        EXPECT_EQ(RunCommand(command, &out), status) << command;
-        return out;
-    }
-    std::string F(std::string const& name) { return mDir.File(name); }
-    vfltest::TempDir mDir;
 };
 
 TEST_F(VflCompactUnique, CompactKeepsTheStretchesAsSoxCutsThem)

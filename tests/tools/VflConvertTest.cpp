@@ -2,6 +2,7 @@
 // the exact rule, copies that change nothing, the broadcast stamp scaled to
 // the new rate, and overviews against a reference computed from the samples.
 #include "support/TestSupport.h"
+#include "support/ToolTest.h"
 
 #include <gtest/gtest.h>
 
@@ -12,23 +13,14 @@ using vfltest::RunCommand;
 
 namespace
 {
-class VflConvert : public ::testing::Test
+class VflConvert : public vfltest::ToolTest
 {
 protected:
     void SetUp() override
     {
-        for (char const* tool : {"sox", "soxi", "python3", "ffmpeg", "ffprobe"})
-            if (!vfltest::HaveProgram(tool))
-                GTEST_SKIP() << tool << " is needed";
+        if (auto const missing = Missing({"sox", "soxi", "python3", "ffmpeg", "ffprobe"}); !missing.empty())
+            GTEST_SKIP() << missing << " is needed";
     }
-    std::string Vfl(std::string const& args) { return vfltest::ToolPath() + " " + args; }
-    std::string Out(std::string const& command)
-    {
-        std::string out;
-        EXPECT_EQ(RunCommand(command, &out), 0) << command;
-        return out;
-    }
-    std::string F(std::string const& name) { return mDir.File(name); }
     std::string Soxi(std::string const& flag, std::string const& file)
     {
         std::string s = Out("soxi " + flag + " " + file);
@@ -36,8 +28,6 @@ protected:
             s.pop_back();
         return s;
     }
-    std::string Raw(std::string const& file) { return Out("sox " + file + " -t raw -e signed -L -"); }
-    vfltest::TempDir mDir;
 };
 
 TEST_F(VflConvert, ChannelLayouts)

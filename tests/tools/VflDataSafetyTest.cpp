@@ -2,6 +2,7 @@
 // output's name when a conversion or a recording is interrupted or fails,
 // and the frames a recording has received.
 #include "support/TestSupport.h"
+#include "support/ToolTest.h"
 
 #include <gtest/gtest.h>
 
@@ -11,25 +12,16 @@ using vfltest::RunCommand;
 
 namespace
 {
-class VflDataSafety : public ::testing::Test
+class VflDataSafety : public vfltest::ToolTest
 {
 protected:
     void SetUp() override
     {
-        for (char const* tool : {"sox", "soxi"})
-            if (!vfltest::HaveProgram(tool))
-                GTEST_SKIP() << tool << " is needed";
+        if (auto const missing = Missing({"sox", "soxi"}); !missing.empty())
+            GTEST_SKIP() << missing << " is needed";
         Out("sox -n -r 44100 -c 2 -b 16 " + F("in.wav") + " synth 2 sine 300 sine 500");
         mInput = vfltest::ReadWholeFile(F("in.wav"));
     }
-    std::string Vfl(std::string const& args) { return vfltest::ToolPath() + " " + args; }
-    std::string Out(std::string const& command)
-    {
-        std::string out;
-        EXPECT_EQ(RunCommand(command, &out), 0) << command;
-        return out;
-    }
-    std::string F(std::string const& name) { return mDir.File(name); }
     // Names in the folder that vfl writes under before an output is complete.
     int Leftovers()
     {
@@ -38,7 +30,6 @@ protected:
             n += entry.path().filename().string().find(".vfl") != std::string::npos;
         return n;
     }
-    vfltest::TempDir mDir;
     std::vector<std::uint8_t> mInput;
 };
 

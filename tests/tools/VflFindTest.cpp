@@ -2,6 +2,7 @@
 // and look-alikes: by name, by media identifier and by likeness; results as
 // text and JSON, the volumes, Ctrl-C, and the progress line on a terminal.
 #include "support/TestSupport.h"
+#include "support/ToolTest.h"
 #include "support/WaveBuilder.h"
 
 #include <gtest/gtest.h>
@@ -17,7 +18,7 @@ namespace fs = std::filesystem;
 //   backup/ take.wav (a copy)  old/ renamed.wav (a copy, renamed)
 //   export/ notes.txt  take.aif  TAKE.WAV (no identifier, same name, length and format)
 //   session/ other.wav  take.wav (the original)
-class VflFind : public ::testing::Test
+class VflFind : public vfltest::ToolTest
 {
 protected:
     void SetUp() override
@@ -70,7 +71,6 @@ protected:
         return "for i in $(seq 400); do grep -q " + text + " " + file + " 2>/dev/null && break; sleep 0.05; done; ";
     }
 
-    vfltest::TempDir mDir;
     std::string mRoot;
     std::string mTake, mOther;
 };

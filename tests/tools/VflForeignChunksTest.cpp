@@ -3,6 +3,7 @@
 // the audio its samples, and bytes behind the form stay behind it. Also a
 // rewrite that the disk refuses fails and leaves the file as it was.
 #include "support/TestSupport.h"
+#include "support/ToolTest.h"
 
 #include <gtest/gtest.h>
 
@@ -65,23 +66,15 @@ Layout Walk(Bytes const& b)
     return out;
 }
 
-class VflForeignChunks : public ::testing::Test
+class VflForeignChunks : public vfltest::ToolTest
 {
 protected:
     void SetUp() override
     {
-        for (char const* tool : {"sox", "ffmpeg", "sndfile-metadata-set", "sndfile-convert", "python3"})
-            if (!vfltest::HaveProgram(tool))
-                GTEST_SKIP() << tool << " is needed";
+        if (auto const missing = Missing({"sox", "ffmpeg", "sndfile-metadata-set", "sndfile-convert", "python3"});
+            !missing.empty())
+            GTEST_SKIP() << missing << " is needed";
     }
-    std::string Vfl(std::string const& args) { return vfltest::ToolPath() + " " + args; }
-    std::string Out(std::string const& command)
-    {
-        std::string out;
-        EXPECT_EQ(RunCommand(command, &out), 0) << command;
-        return out;
-    }
-    vfltest::TempDir mDir;
 };
 
 // Python that writes chunk files by hand: odd chunks with and without their

@@ -2,6 +2,7 @@
 // files put their first audio byte on a sector boundary, and adoption and
 // regions on foreign files leave every sample as it was.
 #include "support/TestSupport.h"
+#include "support/ToolTest.h"
 
 #include <gtest/gtest.h>
 
@@ -11,23 +12,14 @@ using vfltest::RunCommand;
 
 namespace
 {
-class VflFormats : public ::testing::Test
+class VflFormats : public vfltest::ToolTest
 {
 protected:
     void SetUp() override
     {
-        for (char const* tool : {"sox", "sndfile-info"})
-            if (!vfltest::HaveProgram(tool))
-                GTEST_SKIP() << tool << " is needed";
+        if (auto const missing = Missing({"sox", "sndfile-info"}); !missing.empty())
+            GTEST_SKIP() << missing << " is needed";
     }
-    std::string Vfl(std::string const& args) { return vfltest::ToolPath() + " " + args; }
-    std::string Out(std::string const& command)
-    {
-        std::string out;
-        EXPECT_EQ(RunCommand(command, &out), 0) << command;
-        return out;
-    }
-    vfltest::TempDir mDir;
 };
 
 TEST_F(VflFormats, NewFilesPutTheFirstAudioByteOnASectorBoundary)

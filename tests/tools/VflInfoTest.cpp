@@ -1,5 +1,6 @@
 // vfl info against soxi, field by field, and the JSON fields scripts read.
 #include "support/TestSupport.h"
+#include "support/ToolTest.h"
 
 #include <gtest/gtest.h>
 
@@ -9,22 +10,14 @@ using vfltest::RunCommand;
 
 namespace
 {
-class VflInfo : public ::testing::Test
+class VflInfo : public vfltest::ToolTest
 {
 protected:
     void SetUp() override
     {
-        for (char const* tool : {"sox", "soxi"})
-            if (!vfltest::HaveProgram(tool))
-                GTEST_SKIP() << tool << " is needed";
+        if (auto const missing = Missing({"sox", "soxi"}); !missing.empty())
+            GTEST_SKIP() << missing << " is needed";
     }
-    std::string Out(std::string const& command)
-    {
-        std::string out;
-        EXPECT_EQ(RunCommand(command, &out), 0) << command;
-        return out;
-    }
-    vfltest::TempDir mDir;
 };
 
 TEST_F(VflInfo, SingleFieldsAgreeWithSoxi)

@@ -3,6 +3,7 @@
 // names the file and whether it is an input or an output, then the system's
 // own text (1).
 #include "support/TestSupport.h"
+#include "support/ToolTest.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +15,7 @@ using vfltest::RunCommand;
 
 namespace
 {
-class VflMessages : public ::testing::Test
+class VflMessages : public vfltest::ToolTest
 {
 protected:
     void SetUp() override
@@ -30,7 +31,6 @@ protected:
     {
         return RunCommand("cd " + mDir.Path().string() + " && " + command + " 2>&1 >/dev/null", err);
     }
-    vfltest::TempDir mDir;
 };
 
 TEST_F(VflMessages, ExitStatusAndOneLineThatSaysWhatIsWrong)

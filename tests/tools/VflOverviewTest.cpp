@@ -1,6 +1,7 @@
 // vfl overview of every channel: as numbers, and as a picture with a lane
 // for each channel.
 #include "support/TestSupport.h"
+#include "support/ToolTest.h"
 
 #include <gtest/gtest.h>
 
@@ -11,26 +12,16 @@ using vfltest::RunCommand;
 
 namespace
 {
-class VflOverview : public ::testing::Test
+class VflOverview : public vfltest::ToolTest
 {
 protected:
     void SetUp() override
     {
-        for (char const* tool : {"sox", "ffmpeg"})
-            if (!vfltest::HaveProgram(tool))
-                GTEST_SKIP() << tool << " is needed";
+        if (auto const missing = Missing({"sox", "ffmpeg"}); !missing.empty())
+            GTEST_SKIP() << missing << " is needed";
         // Silence on the left, a loud tone on the right.
         Out("sox -n -r 44100 -c 2 -b 16 " + F("lr.wav") + " synth 3 sine 440 sine 220 remix 0 2 gain -1");
     }
-    std::string Vfl(std::string const& args) { return vfltest::ToolPath() + " " + args; }
-    std::string Out(std::string const& command)
-    {
-        std::string out;
-        EXPECT_EQ(RunCommand(command, &out), 0) << command;
-        return out;
-    }
-    std::string F(std::string const& name) { return mDir.File(name); }
-    vfltest::TempDir mDir;
 };
 
 TEST_F(VflOverview, EveryChannelOrOne)

@@ -2,6 +2,7 @@
 // Python's wave module must be described as soxi describes them, and their
 // samples must come out exactly as sox decodes them.
 #include "support/TestSupport.h"
+#include "support/ToolTest.h"
 
 #include <gtest/gtest.h>
 
@@ -29,7 +30,7 @@ std::string Trim(std::string s)
     return s;
 }
 
-class VflRead : public ::testing::Test
+class VflRead : public vfltest::ToolTest
 {
 protected:
     void SetUp() override
@@ -37,8 +38,6 @@ protected:
         if (!vfltest::HaveProgram("sox") || !vfltest::HaveProgram("soxi") || !vfltest::HaveProgram("python3"))
             GTEST_SKIP() << "sox, soxi and python3 are needed";
     }
-    std::string Vfl(std::string const& args) { return vfltest::ToolPath() + " " + args; }
-    vfltest::TempDir mDir;
 };
 
 struct Fixture

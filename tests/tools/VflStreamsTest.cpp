@@ -2,6 +2,7 @@
 // standard input and output as "-", and folders of files converted side by
 // side with -d and -j.
 #include "support/TestSupport.h"
+#include "support/ToolTest.h"
 
 #include <gtest/gtest.h>
 
@@ -11,27 +12,16 @@ using vfltest::RunCommand;
 
 namespace
 {
-class VflStreams : public ::testing::Test
+class VflStreams : public vfltest::ToolTest
 {
 protected:
     void SetUp() override
     {
-        for (char const* tool : {"sox", "soxi"})
-            if (!vfltest::HaveProgram(tool))
-                GTEST_SKIP() << tool << " is needed";
+        if (auto const missing = Missing({"sox", "soxi"}); !missing.empty())
+            GTEST_SKIP() << missing << " is needed";
         Out("sox -n -r 44100 -c 2 -b 16 " + F("st.wav") + " synth 0.5 sine 300 sine 500");
     }
-    std::string Vfl(std::string const& args) { return vfltest::ToolPath() + " " + args; }
-    std::string Out(std::string const& command)
-    {
-        std::string out;
-        EXPECT_EQ(RunCommand(command, &out), 0) << command;
-        return out;
-    }
-    std::string F(std::string const& name) { return mDir.File(name); }
-    std::string Raw(std::string const& file) { return Out("sox " + file + " -t raw -e signed -L -"); }
     std::string Type(std::string const& file) { return Out(Vfl("info -t " + file)); }
-    vfltest::TempDir mDir;
 };
 
 TEST_F(VflStreams, EachOutputTakesTheTypeOfItsExtensionUnlessOneIsForced)

@@ -1,6 +1,7 @@
 // WAVE files written by vfl read back by independent tools: sox, Python's
 // wave, ffprobe and sndfile-info.
 #include "support/TestSupport.h"
+#include "support/ToolTest.h"
 
 #include <gtest/gtest.h>
 
@@ -10,23 +11,14 @@ using vfltest::RunCommand;
 
 namespace
 {
-class VflWrite : public ::testing::Test
+class VflWrite : public vfltest::ToolTest
 {
 protected:
     void SetUp() override
     {
-        for (char const* tool : {"sox", "python3", "ffprobe", "sndfile-info"})
-            if (!vfltest::HaveProgram(tool))
-                GTEST_SKIP() << tool << " is needed";
+        if (auto const missing = Missing({"sox", "python3", "ffprobe", "sndfile-info"}); !missing.empty())
+            GTEST_SKIP() << missing << " is needed";
     }
-    std::string Vfl(std::string const& args) { return vfltest::ToolPath() + " " + args; }
-    std::string Out(std::string const& command)
-    {
-        std::string out;
-        EXPECT_EQ(RunCommand(command, &out), 0) << command;
-        return out;
-    }
-    vfltest::TempDir mDir;
 };
 
 TEST_F(VflWrite, NewFilesReadBackByOtherTools)
