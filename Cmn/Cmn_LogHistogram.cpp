@@ -57,31 +57,31 @@ Cmn_LogHistogram::Cmn_LogHistogram(i64 ticksPerUnit, double smallestTime)
         }
         return lo;
     };
-    mBinStart.fill(kMaxValue);
+    mBinStart.fill(std::numeric_limits<u64>::max());
+    mFirstValue = kMaxValue;
+    // The largest value, 2^63 as a double, is never below the ticks per unit,
+    // so bin 1 is always reached; should it not be, every value stays in bin 0.
     i64 const first = firstValueOf(1, 1);
     if (first >= 0)
     {
-        mBinStart[1] = first;
-        mLastBin = 1;
+        mFirstValue = first;
+        mBinStart[1] = u64(first);
         for (int bin = 2; bin <= kMaxBins; ++bin)
         {
-            i64 const start = firstValueOf(bin, mBinStart[bin - 1]);
+            i64 const start = firstValueOf(bin, i64(mBinStart[bin - 1]));
             if (start < 0)
                 break;
-            mBinStart[bin] = start;
-            mLastBin = bin;
+            mBinStart[bin] = u64(start);
         }
-        for (int bits = 0; bits < 64; ++bits)
+        for (int bits = 0; bits < 63; ++bits)
         {
-            i64 const low = bits == 63 ? kMaxValue : std::max(i64(1) << bits, first);
+            i64 const low = std::max(i64(1) << bits, first);
+            i64 const high = bits == 62 ? kMaxValue : (i64(1) << (bits + 1)) - 1;
+            if (low > high)
+                continue;
             mFirstBinOfBitLength[bits] = u8(FormulaBin(low));
+            CMN_ASSERT(FormulaBin(high) - FormulaBin(low) <= 2);
         }
-    }
-    else
-    {
-        // No value reaches bin 1: make the first test of BinOf fail always.
-        mBinStart[1] = kMaxValue;
-        mLastBin = 0;
     }
     Reset();
 }

@@ -31,15 +31,10 @@ public:
     void Reset();
     void Log(i64 value)
     {
-        if (mCount != 0)
-        {
-            if (value < mMin)
-                mMin = value;
-            if (value > mMax)
-                mMax = value;
-        }
-        else
-            mMin = mMax = value;
+        // Without branches that random values would mispredict.
+        bool const first = mCount == 0;
+        mMin = first || value < mMin ? value : mMin;
+        mMax = first || value > mMax ? value : mMax;
         // Counters wrap rather than overflow.
         mTotal = i64(u64(mTotal) + u64(value));
         mCount = i32(u32(mCount) + 1);
@@ -67,13 +62,12 @@ public:
     // The same through the tables.
     int BinOf(i64 value) const
     {
-        if (value < mBinStart[1])
+        if (value < mFirstValue)
             return 0;
-        int bin = mFirstBinOfBitLength[63 - std::countl_zero(u64(value))];
-        // A bit length spans about 1.5 bins.
-        while (bin < mLastBin && value >= mBinStart[bin + 1])
-            ++bin;
-        return bin;
+        // A bit length spans about 1.5 bins: at most two borders lie above
+        // its first value's bin (the constructor makes sure).
+        int const bin = mFirstBinOfBitLength[63 - std::countl_zero(u64(value))];
+        return bin + int(u64(value) >= mBinStart[bin + 1]) + int(u64(value) >= mBinStart[bin + 2]);
     }
 
     i64 GetMin() const { return mMin; }
@@ -95,11 +89,11 @@ private:
     i64 mTotal;
     i32 mCount;
 
-    // mBinStart[b]: the smallest value of bin b, for 1 <= b <= mLastBin; the
-    // others are never read but mBinStart[1], which is past every value when
-    // no value reaches bin 1.
-    std::array<i64, kMaxBins + 1> mBinStart{};
+    // The smallest value of bin 1; values below it are in bin 0.
+    i64 mFirstValue = 0;
+    // mBinStart[b]: the smallest value of bin b, for 1 <= b <= the last bin
+    // any value reaches; above that, a border that no value reaches.
+    std::array<u64, kMaxBins + 3> mBinStart{};
     // The bin of the smallest value of each bit length at or above bin 1.
     std::array<u8, 64> mFirstBinOfBitLength{};
-    int mLastBin = 0;
 };

@@ -31,8 +31,9 @@ public:
     void Assign(size_type count, T const& value) { mImpl.Assign(count, Bytes(&value)); }
 
     void Reserve(size_type capacity) { mImpl.Reserve(capacity); }
-    size_type Capacity() const { return mImpl.Capacity(); }
-    size_type Size() const { return mImpl.Size(); }
+    // From the pointers, where the size of T is known: no division.
+    size_type Capacity() const { return size_type(Typed(mImpl.CapacityEnd()) - Begin()); }
+    size_type Size() const { return size_type(End() - Begin()); }
     bool Empty() const { return mImpl.Empty(); }
     void Resize(size_type size, T const& value = T()) { mImpl.Resize(size, Bytes(&value)); }
     void Clear() { mImpl.Clear(); }
@@ -43,8 +44,8 @@ public:
     T const* End() const { return Typed(mImpl.End()); }
     T* Data() { return Begin(); }
     T const* Data() const { return Begin(); }
-    T& operator[](size_type index) { return *Typed(mImpl[index]); }
-    T const& operator[](size_type index) const { return *Typed(mImpl[index]); }
+    T& operator[](size_type index) { return Begin()[index]; }
+    T const& operator[](size_type index) const { return Begin()[index]; }
     T& At(size_type index) { return *Typed(mImpl.At(index)); }
     T const& At(size_type index) const { return *Typed(mImpl.At(index)); }
     T& Front() { return *Begin(); }

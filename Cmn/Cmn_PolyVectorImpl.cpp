@@ -246,7 +246,7 @@ char* Cmn_PolyVectorImpl::Insert(char* position, std::size_t count, char const* 
     return InsertCopies(position, count, value, 0);
 }
 
-char* Cmn_PolyVectorImpl::Insert(char* position, char const* first, char const* last)
+char* Cmn_PolyVectorImpl::InsertRange(char* position, char const* first, char const* last)
 {
     std::size_t const count = (last - first) / mElementSize;
     if (count > 0 && Holds(first))

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 
+#include "Cmn/Cmn_PolyVectorTraitsBase.h"
 #include "Cmn/Cmn_Types.h"
-
-class Cmn_PolyVectorTraitsBase;
 
 // A vector of elements that it knows only by their size and their traits:
 // the code below is shared by every Cmn_PolyVector<T>. Positions are
@@ -44,6 +44,7 @@ public:
     char* End() { return mEnd; }
     char const* Begin() const { return mBegin; }
     char const* End() const { return mEnd; }
+    char const* CapacityEnd() const { return mCapacityEnd; }
     char* operator[](std::size_t index) { return mBegin + index * mElementSize; }
     char const* operator[](std::size_t index) const { return mBegin + index * mElementSize; }
     // Throws std::out_of_range for an index at or past Size().
@@ -53,7 +54,21 @@ public:
     // Each returns the position of the first element inserted.
     char* Insert(char* position, char const* value);
     char* Insert(char* position, std::size_t count, char const* value);
-    char* Insert(char* position, char const* first, char const* last);
+    char* Insert(char* position, char const* first, char const* last)
+    {
+        // Appending bytes that fit, as a memory stream does for every value:
+        // inline, without a virtual call. The source cannot overlap the free
+        // space it is copied to.
+        std::size_t const bytes = std::size_t(last - first);
+        if (position == mEnd && bytes <= std::size_t(mCapacityEnd - mEnd) && mTraits->IsTriviallyCopyable())
+        {
+            if (bytes > 0)
+                std::memcpy(mEnd, first, bytes);
+            mEnd += bytes;
+            return position;
+        }
+        return InsertRange(position, first, last);
+    }
     // Each returns the position of the element that followed the erased ones.
     char* Erase(char* position);
     char* Erase(char* first, char* last);
@@ -63,6 +78,7 @@ public:
     u32 ElementSize() const { return mElementSize; }
 
 private:
+    char* InsertRange(char* position, char const* first, char const* last);
     // Inserts count elements copied from source, stepping stride bytes
     // between them (0 repeats one value). source is not inside the vector.
     char* InsertCopies(char* position, std::size_t count, char const* source, std::size_t stride);
