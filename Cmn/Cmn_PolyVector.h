@@ -16,7 +16,7 @@ public:
     using size_type = std::size_t;
 
     Cmn_PolyVector() : mImpl(sizeof(T), Cmn_PolyVectorTraits<T>::Get()) {}
-    Cmn_PolyVector(size_type count, T const& value = T()) : Cmn_PolyVector() { Assign(count, value); }
+    explicit Cmn_PolyVector(size_type count, T const& value = T()) : Cmn_PolyVector() { Assign(count, value); }
     Cmn_PolyVector(T const* first, T const* last) : Cmn_PolyVector() { Assign(first, last); }
     Cmn_PolyVector(Cmn_PolyVector const&) = default;
     Cmn_PolyVector& operator=(Cmn_PolyVector const&) = default;

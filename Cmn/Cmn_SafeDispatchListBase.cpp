@@ -72,6 +72,9 @@ Cmn_SafeDispatchListBase::Iterator::~Iterator()
 
 Cmn_SafeDispatchListBase::Iterator& Cmn_SafeDispatchListBase::Iterator::operator++()
 {
+    CMN_ASSERT(mCurrent);
+    if (!mCurrent)
+        return *this;
     mPrevious = mCurrent;
     mCurrent = mCurrent->mNext;
     AdvancePastRemoved();

@@ -168,25 +168,6 @@ TEST(Cmn_PolyVectorTest, BehavesAsStdVectorUnderRandomOperations)
     }
 }
 
-TEST(Cmn_PolyVectorTest, GrowthDoublesOrJustFitsALargeInsertion)
-{
-    struct Case
-    {
-        std::size_t before, inserted, capacity;
-    } const cases[] = {
-        {0, 1, 1}, {1, 1, 2}, {2, 1, 4}, {4, 1, 8}, {3, 10, 13}, {8, 3, 16}, {0, 5, 5},
-    };
-    for (auto const& c : cases)
-    {
-        SCOPED_TRACE(testing::Message() << c.before << " + " << c.inserted);
-        Cmn_PolyVector<char> v;
-        v.Reserve(c.before);
-        v.Resize(c.before, 'a');
-        v.Insert(v.Begin(), c.inserted, 'b');
-        EXPECT_EQ(v.Capacity(), c.capacity);
-    }
-}
-
 TEST(Cmn_PolyVectorTest, AtPastTheEndThrowsOutOfRange)
 {
     Cmn_PolyVector<std::string> v(3, "x");

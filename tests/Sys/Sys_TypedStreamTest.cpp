@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <bit>
 #include <cstring>
 #include <limits>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "Cmn/Cmn_Exception.h"
@@ -37,98 +40,43 @@ std::string Hex(Bytes const& b)
     return s;
 }
 
-// The bytes of a value, most significant first.
-template <class T> std::vector<unsigned char> BigEndianBytes(T value)
-{
-    unsigned char raw[sizeof(T)];
-    std::memcpy(raw, &value, sizeof(T));
-    std::vector<unsigned char> out(raw, raw + sizeof(T));
-    if (std::endian::native == std::endian::little)
-        std::reverse(out.begin(), out.end());
-    return out;
-}
+// One value of each type, written and read back in this order.
+auto const kValues =
+    std::make_tuple(true, i8(-5), u8(0xFE), i16(-12345), u16(0xBEEF), i32(-123456789), u32(0xDEADBEEF),
+                    std::numeric_limits<i64>::min() + 77, u64(0x0102030405060708ull), -1.5e-7f, 6.02214076e23);
 
-// Writes one value of each type, checks its bytes, and reads it back through
-// every in stream of that byte order.
-template <class Out, class... Ins> void RoundTripEveryType(bool bigEndian)
+// Writes every value, checks that each lies on the stream in the stream's
+// byte order, and reads them back.
+template <class Out, class In> void RoundTripEveryType(bool bigEndian)
 {
     Bytes bytes;
     Cmn_PolyVectorOutStream sink(bytes);
     Out out(&sink);
-    bool const b = true;
-    i8 const s8 = -5;
-    u8 const v8 = 0xFE;
-    i16 const s16 = -12345;
-    u16 const v16 = 0xBEEF;
-    i32 const s32 = -123456789;
-    u32 const v32 = 0xDEADBEEF;
-    i64 const s64 = std::numeric_limits<i64>::min() + 77;
-    u64 const v64 = 0x0102030405060708ull;
-    float const f = -1.5e-7f;
-    double const d = 6.02214076e23;
-    out.Write(b);
-    out.Write(s8);
-    out.Write(v8);
-    out.Write(s16);
-    out.Write(v16);
-    out.Write(s32);
-    out.Write(v32);
-    out.Write(s64);
-    out.Write(v64);
-    out.Write(f);
-    out.Write(d);
-    ASSERT_EQ(bytes.Size(), 1 + 1 + 1 + 2 + 2 + 4 + 4 + 8 + 8 + 4 + 8u);
-
-    // The 64-bit value shows the byte order on the stream.
-    std::vector<unsigned char> expected = BigEndianBytes(v64);
-    if (!bigEndian)
-        std::reverse(expected.begin(), expected.end());
-    EXPECT_EQ(std::vector<unsigned char>(bytes.Begin() + 23, bytes.Begin() + 31), expected);
-
-    auto readBack = [&](auto in)
+    std::apply([&](auto... v) { (out.Write(v), ...); }, kValues);
+    std::size_t at = 0;
+    auto expectBytes = [&](auto v)
     {
-        bool rb = false;
-        i8 r8 = 0;
-        u8 ru8 = 0;
-        i16 r16 = 0;
-        u16 ru16 = 0;
-        i32 r32 = 0;
-        u32 ru32 = 0;
-        i64 r64 = 0;
-        u64 ru64 = 0;
-        float rf = 0;
-        double rd = 0;
-        in.Read(&rb);
-        in.Read(&r8);
-        in.Read(&ru8);
-        in.Read(&r16);
-        in.Read(&ru16);
-        in.Read(&r32);
-        in.Read(&ru32);
-        in.Read(&r64);
-        in.Read(&ru64);
-        in.Read(&rf);
-        in.Read(&rd);
-        EXPECT_EQ(rb, b);
-        EXPECT_EQ(r8, s8);
-        EXPECT_EQ(ru8, v8);
-        EXPECT_EQ(r16, s16);
-        EXPECT_EQ(ru16, v16);
-        EXPECT_EQ(r32, s32);
-        EXPECT_EQ(ru32, v32);
-        EXPECT_EQ(r64, s64);
-        EXPECT_EQ(ru64, v64);
-        EXPECT_EQ(rf, f);
-        EXPECT_EQ(rd, d);
-        EXPECT_EQ(in.GetPos(), in.GetEndPos());
+        unsigned char raw[sizeof v];
+        std::memcpy(raw, &v, sizeof v);
+        if ((std::endian::native == std::endian::big) != bigEndian)
+            std::reverse(raw, raw + sizeof v);
+        ASSERT_LE(at + sizeof v, bytes.Size());
+        EXPECT_EQ(std::memcmp(bytes.Begin() + at, raw, sizeof v), 0) << "value at " << at;
+        at += sizeof v;
     };
-    (
-        [&]
-        {
-            Cmn_PolyVectorInStream source(bytes);
-            readBack(Ins(&source));
-        }(),
-        ...);
+    std::apply([&](auto... v) { (expectBytes(v), ...); }, kValues);
+    EXPECT_EQ(at, bytes.Size());
+
+    Cmn_PolyVectorInStream source(bytes);
+    In in(&source);
+    auto readBack = [&](auto v)
+    {
+        decltype(v) r{};
+        in.Read(&r);
+        EXPECT_EQ(r, v);
+    };
+    std::apply([&](auto... v) { (readBack(v), ...); }, kValues);
+    EXPECT_EQ(in.GetPos(), in.GetEndPos());
 }
 
 Bytes WriteMagcRecord(bool crossPlatform)
@@ -168,14 +116,10 @@ std::string Thrown(auto&& action)
 
 TEST(Sys_TypedStreamTest, EveryTypeRoundTripsInBothByteOrders)
 {
-    {
-        SCOPED_TRACE("big-endian");
-        RoundTripEveryType<Sys_CrossPlatformOutStream, Sys_CrossPlatformInStream, Sys_BigEndianInStream>(true);
-    }
-    {
-        SCOPED_TRACE("little-endian");
-        RoundTripEveryType<Sys_NativeOutStream, Sys_NativeInStream, Sys_LittleEndianInStream>(false);
-    }
+    RoundTripEveryType<Sys_CrossPlatformOutStream, Sys_CrossPlatformInStream>(true);
+    RoundTripEveryType<Sys_CrossPlatformOutStream, Sys_BigEndianInStream>(true);
+    RoundTripEveryType<Sys_NativeOutStream, Sys_NativeInStream>(std::endian::native == std::endian::big);
+    RoundTripEveryType<Sys_NativeOutStream, Sys_LittleEndianInStream>(false);
 }
 
 TEST(Sys_TypedStreamTest, BoolIsOneByteAndAnyNonZeroByteIsTrue)
