@@ -50,7 +50,9 @@ Cmn_PolyVectorImpl& Cmn_PolyVectorImpl::operator=(Cmn_PolyVectorImpl const& othe
 {
     if (this != &other)
     {
-        CMN_ASSERT(mTraits == other.mTraits);
+        // The traits of one type may be two objects, one in the library and
+        // one in the host: the element sizes are what can be compared.
+        CMN_ASSERT(mElementSize == other.mElementSize);
         Assign(other.mBegin, other.mEnd);
     }
     return *this;
