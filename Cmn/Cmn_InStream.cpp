@@ -1,0 +1,3 @@
+#include "Cmn/Cmn_InStream.h"
+
+Cmn_InStream::~Cmn_InStream() = default;
