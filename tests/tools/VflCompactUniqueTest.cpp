@@ -105,5 +105,15 @@ TEST_F(VflCompactUnique, UniqueNamesInAFolder)
     }
     Out(Vfl("unique '" + F("nothing here") + "' x 2>/dev/null"), 1);
     Out(Vfl("unique " + dir + " a/b 2>/dev/null"), 2);
+
+    // new and convert take the output's name as a wish, print the free name
+    // they write under, and leave what is there alone.
+    auto const vox = vfltest::ReadWholeFile(dir + "/Vox.wav");
+    EXPECT_EQ(Out("head -c 400 /dev/zero | " + Vfl("new " + dir + "/Vox.wav -r 8000 -b 16 -c 1 --unique")),
+              folder + "Vox-2.wav\n");
+    EXPECT_EQ(Out(Vfl("convert " + dir + "/Vox-2.wav -o " + dir + "/Vox.aif " + dir + "/Vox.aif --unique -q"), 2), "");
+    EXPECT_EQ(Out(Vfl("convert " + dir + "/Vox-2.wav -o " + dir + "/Vox.wav --unique -q")), folder + "Vox-3.wav\n");
+    EXPECT_EQ(vfltest::ReadWholeFile(dir + "/Vox.wav"), vox);
+    EXPECT_EQ(Out("soxi -s " + dir + "/Vox-3.wav"), "200\n");
 }
 } // namespace

@@ -59,6 +59,8 @@ vfl::CommandSpec const kSpec = {
      {0, "year", "YEAR", "mp3: tag the year"},
      {0, "track", "N", "mp3: tag the track number, 1 to 255"},
      {0, "genre", "N", "mp3: tag the genre by its number, 0 to 254"},
+     {0, "unique", nullptr,
+      "outputs are wished names: each is written under a\nfree name the library chooses, which is printed"},
      {'q', "quiet", nullptr, "no progress line"}},
     0,
     -1};
@@ -228,9 +230,33 @@ namespace
 int ConvertOne(vfl::OptionParser const& args, Settings settings)
 {
     std::vector<std::string> const& inputs = args.Operands();
-    std::vector<std::string> const outputs = args.Values("output");
+    std::vector<std::string> outputs = args.Values("output");
     if (outputs.empty())
         throw vfl::UsageError("no output given: name the outputs after -o, or a folder with -d");
+    if (args.Has("unique"))
+    {
+        for (auto& output : outputs)
+        {
+            if (output == "-")
+                throw vfl::UsageError("--unique names files; standard output (-) has no name");
+            std::string const wished = output;
+            try
+            {
+                output = vfl::UniqueOutputPath(wished);
+            }
+            catch (std::exception const& e)
+            {
+                vfl::ReportFileError("convert", "output", wished, vfl::ExceptionText(e));
+                return 1;
+            }
+            // Two outputs wished under one name must not get the same free one.
+            if (std::count(outputs.begin(), outputs.end(), output) > 1)
+                throw vfl::UsageError("--unique: two outputs wished as " + wished + "; name them apart");
+        }
+        for (auto const& output : outputs)
+            std::printf("%s\n", output.c_str());
+        std::fflush(stdout);
+    }
     if (std::count(inputs.begin(), inputs.end(), "-") > 1)
         throw vfl::UsageError("standard input (-) can be read once");
     if (std::count(outputs.begin(), outputs.end(), "-") > 1)

@@ -26,7 +26,10 @@ vfl::CommandSpec const kSpec = {"new",
                                 {{'r', "rate", "HZ", "samples per second: 48000 or 48k"},
                                  {'b', "bits", "BITS", "8, 16, 24 or 32"},
                                  {'c', "channels", "N", "number of channels, 1 to 64"},
-                                 {'t', "type", "TYPE", "wav, aif (AIFF) or aifc (AIFF-C); default: OUT's extension"}},
+                                 {'t', "type", "TYPE", "wav, aif (AIFF) or aifc (AIFF-C); default: OUT's extension"},
+                                 {0, "unique", nullptr,
+                                  "OUT is the wished name: write under a free name the library\nchooses "
+                                  "(shortened and numbered as needed), and print it"}},
                                 1,
                                 1};
 
@@ -65,7 +68,7 @@ int CmdNew(int argc, char** argv)
     args.Parse(argc, argv);
     if (args.HelpAsked())
         return std::fputs(args.Help().c_str(), stdout), 0;
-    std::string const& out = args.Operands().front();
+    std::string out = args.Operands().front();
     for (char const* required : {"rate", "bits", "channels"})
         if (!args.Has(required))
             throw vfl::UsageError(std::string("--") + required + " is required: the input is raw PCM");
@@ -79,6 +82,23 @@ int CmdNew(int argc, char** argv)
         type = "aif";
     if (type != "wav" && type != "aif" && type != "aifc")
         throw vfl::UsageError("vfl new writes wav, aif or aifc, not '" + type + "'");
+
+    if (args.Has("unique"))
+    {
+        if (out == "-")
+            throw vfl::UsageError("--unique names a file; standard output (-) has no name");
+        try
+        {
+            out = vfl::UniqueOutputPath(out);
+        }
+        catch (std::exception const& e)
+        {
+            vfl::ReportFileError("new", "output", out, vfl::ExceptionText(e));
+            return 1;
+        }
+        std::printf("%s\n", out.c_str());
+        std::fflush(stdout);
+    }
 
     // Written beside the destination and put in its place when complete:
     // an old file of the same name stays whole until then.

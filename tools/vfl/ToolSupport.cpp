@@ -2,6 +2,7 @@
 
 #include "Cmn/Cmn_Exception.h"
 #include "FF/FF_AudioFile.h"
+#include "FF/FF_AudioFileUtils.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_Init.h"
 #include "Sys/Sys_Utils.h"
@@ -96,6 +97,24 @@ void ReportFileError(std::string const& command, std::string const& role, std::s
                      std::string const& text)
 {
     ReportError(command + ": " + (role.empty() ? "" : role + " ") + path, text);
+}
+
+std::string UniqueOutputPath(std::string const& wished)
+{
+    std::size_t const slash = wished.find_last_of('/');
+    std::string const folderPath = slash == std::string::npos ? "." : wished.substr(0, slash + 1);
+    std::string name = slash == std::string::npos ? wished : wished.substr(slash + 1);
+    std::string extension;
+    if (std::size_t const dot = name.find_last_of('.'); dot != std::string::npos && dot > 0)
+    {
+        extension = name.substr(dot + 1);
+        name.erase(dot);
+    }
+    Sys_FileLoc const folder = LocationFromArgument(folderPath + "/");
+    Sys_FileLoc chosen;
+    FF_AudioFileUtils::GetUniqueMonoAudioFileLoc(folder, name, extension, &chosen,
+                                                 Sys_Utils::GetMaxFileNameLength(folder));
+    return chosen.GetFullPath();
 }
 
 std::string ToUtf8(std::string const& text)

@@ -39,6 +39,11 @@ void ReportError(std::string const& context, std::string const& text);
 void ReportFileError(std::string const& command, std::string const& role, std::string const& path,
                      std::string const& text);
 
+// The path the library chooses for a new file wished at `wished`: a name
+// of that folder not taken yet, shortened to the file system's limit and
+// numbered as needed, with the wished extension.
+std::string UniqueOutputPath(std::string const& wished);
+
 // Text as UTF-8: valid UTF-8 as it is, anything else read as Latin-1.
 std::string ToUtf8(std::string const& text);
 
