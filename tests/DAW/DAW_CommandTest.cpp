@@ -43,7 +43,8 @@ TEST(DAW_CommandOptionRegistryTest, EmptyBeforeAnyRegistrationThenFirstStays)
 
 TEST(DAW_CommandRegistryTest, FirstCommandUnderANumberStays)
 {
-    NamedCommand first("Play", 8001, 0), second("Stop", 8001, 5), other("Stop", 8002, 0, kDAW_CommandStartAndEnd);
+    // The registry keeps them for the life of the process.
+    static NamedCommand first("Play", 8001, 0), second("Stop", 8001, 5), other("Stop", 8002, 0, kDAW_CommandStartAndEnd);
     DAW_CommandRegistry::RegisterCommand(&first);
     DAW_CommandRegistry::RegisterCommand(&second);
     EXPECT_EQ(DAW_CommandRegistry::FindCommandByID(8001), &first);

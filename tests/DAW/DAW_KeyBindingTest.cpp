@@ -193,7 +193,7 @@ TEST_F(KeyResolution, DeletingErasesTheFirstOfTheKey)
 
 TEST(DAW_KeyContextRegistryTest, FirstContextUnderANumberStays)
 {
-    DAW_KeyboardInputContext mixer(5001, "mixer"), again(5001, "again"), edit(5002, "edit");
+    static DAW_KeyboardInputContext mixer(5001, "mixer"), again(5001, "again"), edit(5002, "edit");
     DAW_KeyContextRegistry::RegisterKeyContext(&mixer);
     DAW_KeyContextRegistry::RegisterKeyContext(&again);
     DAW_KeyContextRegistry::RegisterKeyContext(&edit);

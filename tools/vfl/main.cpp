@@ -31,6 +31,7 @@ Command const kCommands[] = {
     {"print", &CmdPrint, "print a file's chunks and the values its handler holds"},
     {"volumes", &CmdVolumes, "list mounted volumes: root, label, serial, type, free space"},
     {"umid", &CmdUmid, "print a new unique media identifier"},
+    {"keys", &CmdKeys, "print a file of key bindings and the conflicts among them"},
 };
 
 void PrintUsage(std::FILE* out)
