@@ -107,6 +107,17 @@ std::string Quoted(std::string const& word)
     return q + '"';
 }
 
+// Names are kept short enough that a binding always writes out as a line
+// that reads back.
+constexpr std::size_t kMaxName = 255;
+
+std::string const& CheckName(std::string const& name, std::string const& where)
+{
+    if (name.size() > kMaxName)
+        Fail(where, "a name longer than " + std::to_string(kMaxName) + " characters");
+    return name;
+}
+
 bool ReadLine(std::istream& in, std::string& line, bool& tooLong)
 {
     line.clear();
@@ -261,10 +272,13 @@ std::vector<DAW_KeyBindingText::Context> DAW_KeyBindingText::Read(std::istream& 
             }
             if (used == 0)
                 Fail(where, "a context's ID is a 32-bit number, not '" + words[1] + "'");
-            c.mContextName = words[2];
+            c.mContextName = CheckName(words[2], where);
             for (Context const& other : contexts)
-                if (other.mContextID == c.mContextID && other.mLine != 0)
-                    Fail(where, "context " + words[1] + " again (line " + std::to_string(other.mLine) + ")");
+                if (other.mContextID == c.mContextID)
+                    Fail(where, "context " + words[1] + " again (" +
+                                    (other.mLine != 0 ? "line " + std::to_string(other.mLine)
+                                                      : std::string("the bindings before the first context")) +
+                                    ")");
             contexts.push_back(c);
             continue;
         }
@@ -273,7 +287,7 @@ std::vector<DAW_KeyBindingText::Context> DAW_KeyBindingText::Read(std::istream& 
         Binding b;
         b.mLine = number;
         ParseKey(words[0], where, b);
-        b.mCommandName = words[1];
+        b.mCommandName = CheckName(words[1], where);
         bool repeat = false;
         for (std::size_t i = 2; i < words.size(); ++i)
         {

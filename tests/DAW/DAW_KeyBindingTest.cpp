@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -202,4 +204,52 @@ TEST(DAW_KeyContextRegistryTest, FirstContextUnderANumberStays)
     EXPECT_EQ(DAW_KeyContextRegistry::FindKeyContextByName("edit"), &edit);
     EXPECT_EQ(DAW_KeyContextRegistry::FindKeyContextByID(5003), nullptr);
     EXPECT_EQ(edit.GetHostValue(), 0);
+}
+
+TEST(DAW_KeyBindingMapTest, IndexAnswersAsTheWalkOfTheTable)
+{
+    // Modifier fields over every value, a few beyond the enumerations, and
+    // key codes beyond the tables; the answer must be the first binding of
+    // the key that operator== accepts, in the order of insertion.
+    std::mt19937 random(27);
+    int32 const keyValues[] = {0, 1, 2, 2, 3, -1};
+    int32 const buttonValues[] = {0, 1, 0, 1, 2};
+    auto const pick = [&random](auto const& values) { return values[random() % std::size(values)]; };
+    auto const modifiers = [&]()
+    {
+        return M::New(DAW_EMenuCommandKeyState(pick(keyValues)), DAW_EAlternateKeyState(pick(keyValues)),
+                      DAW_EMetaKeyState(pick(keyValues)), DAW_EShiftKeyState(pick(keyValues)),
+                      DAW_ELeftMouseButtonState(pick(buttonValues)), DAW_EMiddleMouseButtonState(pick(buttonValues)),
+                      DAW_ERightMouseButtonState(pick(buttonValues)));
+    };
+    DAW_EKeyCode const codes[] = {kDAW_KeyA, kDAW_KeyInvalid, DAW_EKeyCode(111), DAW_EKeyCode(112), DAW_EKeyCode(-5)};
+    DAW_KeyBindingMap map;
+    std::vector<Cmn_RefCountPtr<DAW_KeyBinding>> added;
+    for (int round = 0; round < 4; ++round)
+    {
+        for (int i = 0; i < 300; ++i)
+        {
+            added.push_back(DAW_KeyBinding::New(DAW_KeyEvent::New(pick(codes)), modifiers(), nullptr));
+            map.AddKeyBinding(added.back());
+        }
+        if (round == 2)
+            map.DeleteKeyBinding(added.front());
+        if (round == 3)
+            map.GetKeyMap()->erase(map.GetKeyMap()->begin());
+        // The table as it stands, read once: the finds then use one index.
+        std::vector<std::pair<DAW_EKeyCode, Cmn_RefCountPtr<DAW_KeyBinding>>> table;
+        for (auto const& [key, binding] : *map.GetKeyMap())
+            table.emplace_back(key->GetKeyCode(), binding);
+        for (int i = 0; i < 2000; ++i)
+        {
+            auto const event = DAW_KeyEvent::New(pick(codes));
+            auto const m = modifiers();
+            Cmn_RefCountPtr<DAW_KeyBinding> const found = map.FindMatchingKeyBinding(event, m);
+            Cmn_RefCountPtr<DAW_KeyBinding> expected;
+            for (auto const& [code, binding] : table)
+                if (!expected && code == event->GetKeyCode() && *binding->GetEventModifiers() == *m)
+                    expected = binding;
+            ASSERT_EQ(found.get(), expected.get()) << "round " << round << ", event " << i;
+        }
+    }
 }

@@ -100,6 +100,7 @@ TEST(DAW_KeyBindingTextTest, RefusesWithTheLineAndTheReason)
         {"context 99999999999 x\n", "a 32-bit number"},
         {"context 1x y\n", "a 32-bit number"},
         {"context 1 a\ncontext 1 b\n", "line 2: context 1 again (line 1)"},
+        {"A x\ncontext 0 b\n", "line 2: context 0 again (the bindings before the first context)"},
         {"shift+ x\n", "no key 'shift+'"},
         {"unknown x\n", "no key 'unknown'"},
     };
@@ -111,6 +112,7 @@ TEST(DAW_KeyBindingTextTest, RefusesWithTheLineAndTheReason)
         EXPECT_NE(failure.find(c.message), std::string::npos) << failure;
     }
     EXPECT_NE(FailureOf(std::string(5000, 'A')).find("longer than 4096"), std::string::npos);
+    EXPECT_NE(FailureOf("A " + std::string(256, 'x')).find("a name longer than 255"), std::string::npos);
     std::string many;
     for (int i = 0; i < 100001; ++i)
         many += "A x\n";
