@@ -43,6 +43,10 @@ void DAW_KeyBindingMap::Index(Table& table)
     // The table is in key order already: count, then fill in that order.
     for (auto const& [key, binding] : table.mMap)
     {
+        // Entries put in through GetKeyMap without a binding or modifiers
+        // match nothing.
+        if (!key || !binding || !binding->GetEventModifiers())
+            continue;
         DAW_EKeyCode const code = key->GetKeyCode();
         if (code < 0 || code >= kDAW_KeyCodeCount)
         {
@@ -99,7 +103,7 @@ Cmn_RefCountPtr<DAW_KeyBinding> DAW_KeyBindingMap::FindMatchingKeyBinding(Cmn_Re
             return nullptr;
         auto const [first, last] = table.mMap.equal_range(event);
         for (auto it = first; it != last; ++it)
-            if (*it->second->GetEventModifiers() == *modifiers)
+            if (it->second && it->second->GetEventModifiers() && *it->second->GetEventModifiers() == *modifiers)
                 return it->second;
         return nullptr;
     }
