@@ -8,4 +8,6 @@ vfl_install_deps
 
 cmake --preset dev >/dev/null
 cmake --build --preset dev
-ctest --preset dev -j2
+ctest --preset dev -j2 -LE gui
+# Tests that press keys in real windows, on an X server of their own.
+xvfb-run -a ctest --preset dev -L gui

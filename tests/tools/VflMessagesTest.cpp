@@ -137,7 +137,7 @@ TEST_F(VflMessages, TheReadmeNamesEveryOptionAndExitStatus)
     std::string const readme(bytes.begin(), bytes.end());
     ASSERT_FALSE(readme.empty());
     for (char const* command : {"info", "cat", "convert", "overview", "new", "regions", "adopt", "print", "volumes",
-                                "umid", "compact", "unique", "find"})
+                                "umid", "compact", "unique", "find", "keys"})
     {
         SCOPED_TRACE(command);
         std::string help;

@@ -15,3 +15,4 @@ int CmdOverview(int argc, char** argv);
 int CmdCompact(int argc, char** argv);
 int CmdUnique(int argc, char** argv);
 int CmdFind(int argc, char** argv);
+int CmdKeys(int argc, char** argv);

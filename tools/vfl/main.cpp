@@ -34,6 +34,7 @@ Command const kCommands[] = {
     {"find", &CmdFind, "find audio files by name, media identifier or likeness"},
     {"volumes", &CmdVolumes, "list mounted volumes: root, label, serial, type, free space"},
     {"umid", &CmdUmid, "print a new unique media identifier"},
+    {"keys", &CmdKeys, "print a file of key bindings and the conflicts among them"},
 };
 
 void PrintUsage(std::FILE* out)
