@@ -48,3 +48,12 @@ echo "== Regions and the waveform overview"
 "$VFL" overview "$DEMO/tone48.wav" --spi 24000
 "$VFL" overview "$DEMO/tone48.wav" --png "$DEMO/tone48.png"
 echo "(picture of the waveform: $DEMO/tone48.png)"
+
+echo "== Files other tools write: a 6-channel 24-bit WAVE from ffmpeg (extensible format, with a broadcast chunk)"
+ffmpeg -v error -y -i "$DEMO/tone.wav" -filter_complex "[0:a]pan=5.1|c0=c0|c1=c1|c2=c0|c3=c1|c4=c0|c5=c1" \
+  -c:a pcm_s24le -write_bext 1 -metadata description="Scene 4 take 2" "$DEMO/surround.wav"
+"$VFL" info "$DEMO/surround.wav" | grep -E 'channels|bits|channel mask|broadcast description'
+before=$(sox "$DEMO/surround.wav" -t raw - | md5sum)
+"$VFL" adopt "$DEMO/surround.wav"
+after=$(sox "$DEMO/surround.wav" -t raw - | md5sum)
+[ "$before" = "$after" ] && echo "adopted: every sample as sox decodes it is unchanged, and the other tool's chunks kept"
