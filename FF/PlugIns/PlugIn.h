@@ -44,13 +44,23 @@ public:
     static constexpr std::uint64_t kValidOmfi = 0x400;
     static constexpr std::uint64_t kValidInstrument = 0x800;
 
+    // The facts each interface needs: audio needs the five facts of the
+    // stream, identity adds regions, overviews, umid and modification
+    // record, broadcast data adds its chunk to the audio facts, and so on.
+    static constexpr std::uint64_t kAudioFacts =
+        kValidChannels | kValidSampleRate | kValidBitsPerSample | kValidNumSamples | kValidDataOffset;
+    static constexpr std::uint64_t kIdentityFacts =
+        kAudioFacts | kValidRegions | kValidOverviews | kValidUmid | kValidModification;
+    static constexpr std::uint64_t kEbuFacts = kAudioFacts | kValidEbu;
+    static constexpr std::uint64_t kOmfiFacts = kIdentityFacts | kValidEbu | kValidOmfi;
+
     // Availability of each interface as a function of the valid mask.
-    static bool HasImportExport(std::uint64_t m) { return (m & 0x1F) == 0x1F; }
-    static bool HasNative(std::uint64_t m) { return (m & 0x1F) == 0x1F; }
-    static bool HasVelmora(std::uint64_t m) { return (m & 0x1FF) == 0x1FF; }
-    static bool HasEbu(std::uint64_t m) { return (m & 0x21F) == 0x21F; }
-    static bool HasOmfi(std::uint64_t m) { return (m & 0x7FF) == 0x7FF; }
-    static bool HasOrvanel(std::uint64_t m) { return (m & 0x800) != 0; }
+    static bool HasImportExport(std::uint64_t m) { return (m & kAudioFacts) == kAudioFacts; }
+    static bool HasNative(std::uint64_t m) { return (m & kAudioFacts) == kAudioFacts; }
+    static bool HasVelmora(std::uint64_t m) { return (m & kIdentityFacts) == kIdentityFacts; }
+    static bool HasEbu(std::uint64_t m) { return (m & kEbuFacts) == kEbuFacts; }
+    static bool HasOmfi(std::uint64_t m) { return (m & kOmfiFacts) == kOmfiFacts; }
+    static bool HasOrvanel(std::uint64_t m) { return (m & kValidInstrument) != 0; }
 
     PlugIn(PlugIn const&) = delete;
     PlugIn& operator=(PlugIn const&) = delete;
@@ -116,7 +126,9 @@ public:
     PlugInResult GetInstrumentAttr(PlugInInstrument* instrument) override;
     PlugInResult SetInstrumentAttr(PlugInInstrument* instrument) override;
 
-    // Handler slots, in this order after PrintCache.
+    // What each handler provides: its byte order, the work of Format, Open,
+    // Flush and SetNumSamples on its own format, whether 8-bit samples are
+    // unsigned on disk, and the chunks that make an interface available.
     virtual bool IsBigEndian() = 0;
     virtual PlugInResult DoFormat() = 0;
     virtual PlugInResult DoOpen() = 0;
