@@ -1,5 +1,6 @@
-// What both handler targets do with arbitrary bytes in a file in memory:
-// parse and print, ask for the facts and the instrument, read every sample,
+// What every handler target does with arbitrary bytes in a file in memory:
+// parse and print, ask for the facts, regions, overviews, identity and the
+// instrument, read every sample,
 // then rewrite the file as a host would (identity, a region, a flush) and
 // read the result back. A file the handler took must still be taken after
 // the rewrite, with the same frames and the same bytes of audio.
@@ -49,10 +50,27 @@ inline Audio Read(IAudioFile* audio, MemoryIFile& file, std::size_t size)
         PlugInInstrument instrument;
         orvanel->GetInstrumentAttr(&instrument);
     }
+    if (auto* native = Query<INativeAudioFile>(audio, IID_INativeAudioFile))
+        for (std::int32_t bits : {8, 16})
+            native->HasOverview(256, bits);
+    if (auto* velmora = Query<IVelmoraAudioFile>(audio, IID_IVelmoraAudioFile))
+    {
+        std::uint8_t umid[16];
+        std::uint64_t date = 0;
+        velmora->GetUmid(umid);
+        velmora->GetUTCModDate(&date);
+    }
     auto* ie = Query<IImportExportAudioFile>(audio, IID_IImportExportAudioFile);
     if (!ie)
         return a;
     a.taken = true;
+    std::uint32_t regions = 0;
+    ie->GetNumRegions(&regions);
+    for (std::uint32_t i = 0; i < regions; ++i)
+    {
+        PlugInRegion region;
+        ie->GetRegion(i, &region);
+    }
     std::uint16_t channels = 0, bits = 0;
     ie->GetNumChannels(&channels);
     ie->GetBitsPerSample(&bits);
