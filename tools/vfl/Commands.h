@@ -12,3 +12,4 @@ int CmdVolumes(int argc, char** argv);
 int CmdUmid(int argc, char** argv);
 int CmdConvert(int argc, char** argv);
 int CmdOverview(int argc, char** argv);
+int CmdCrashlog(int argc, char** argv);

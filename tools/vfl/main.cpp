@@ -31,6 +31,7 @@ Command const kCommands[] = {
     {"print", &CmdPrint, "print a file's chunks and the values its handler holds"},
     {"volumes", &CmdVolumes, "list mounted volumes: root, label, serial, type, free space"},
     {"umid", &CmdUmid, "print a new unique media identifier"},
+    {"crashlog", &CmdCrashlog, "print an exception log with the names of the functions on its stack"},
 };
 
 void PrintUsage(std::FILE* out)
