@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <mutex>
 #include <set>
 
 #include "Cmn/Cmn_Assert.h"
@@ -196,6 +197,11 @@ bool Sys_Utils::HandleFatalException(std::exception& e)
 {
     if (!HandleFatalExceptions())
         return false;
+    // The first thread to get here ends the process; another one waits for
+    // that. Recursive: the end of the process may come back here on the
+    // same thread (a static destructor that throws). Never destroyed.
+    static std::recursive_mutex* sOneAtATime = new std::recursive_mutex();
+    std::lock_guard<std::recursive_mutex> oneAtATime(*sOneAtATime);
     try
     {
         Sys_FileLoc loc = GetNewExceptionLogFileLoc();
