@@ -44,19 +44,30 @@ Sys_StackDumpPosix::Sys_StackDumpPosix(void const* signalContext)
 
 Sys_StackDumpPosix::Sys_StackDumpPosix(Sys_File& file)
 {
+    auto endOfFile = []
+    {
+        return Cmn_TypedException<Cmn_NullExceptionData>::New(XC_Cmn_EndOfFile, Cmn_NullExceptionData(),
+                                                              new Sys_StackDumpPosix());
+    };
     uint32 count = 0;
-    if (file.Read(&count, sizeof count) != sizeof count)
-        throw Cmn_TypedException<Cmn_NullExceptionData>::New(XC_Cmn_EndOfFile, Cmn_NullExceptionData(),
-                                                             new Sys_StackDumpPosix());
+    int64 const got = file.Read(&count, sizeof count);
+    if (got == 0)
+        return; // the empty log of an exception that was not ours
+    if (got != sizeof count)
+        throw endOfFile();
+    // No stack walk writes more; a larger count is no log, and is not read
+    // into memory.
+    if (count > static_cast<uint32>(kMaxFrames))
+        throw Cmn_TypedException<Cmn_TStringXData>::New(
+            XC_Cmn_ExceptionContext, Cmn_TStringXData("not an exception log: " + std::to_string(count) + " addresses"),
+            new Sys_StackDumpPosix());
     int64 const left = file.GetEOF() - file.GetPosition();
     if (left < 0 || static_cast<uint64>(left) / sizeof(uint64) < count)
-        throw Cmn_TypedException<Cmn_NullExceptionData>::New(XC_Cmn_EndOfFile, Cmn_NullExceptionData(),
-                                                             new Sys_StackDumpPosix());
+        throw endOfFile();
     mAddresses.resize(count);
     int64 const bytes = static_cast<int64>(count) * static_cast<int64>(sizeof(uint64));
     if (bytes > 0 && file.Read(mAddresses.data(), bytes) != bytes)
-        throw Cmn_TypedException<Cmn_NullExceptionData>::New(XC_Cmn_EndOfFile, Cmn_NullExceptionData(),
-                                                             new Sys_StackDumpPosix());
+        throw endOfFile();
 }
 
 Sys_StackDumpPosix* Sys_StackDumpPosix::Capture(int skip)

@@ -26,8 +26,9 @@ public:
     explicit Sys_StackDumpPosix(void const* signalContext);
     // Reads a dump back from a log: a 32-bit count, then that many 64-bit
     // addresses, in host order. Leaves the position on the first byte after
-    // them. A count that the rest of the file cannot hold throws
-    // XC_Cmn_EndOfFile.
+    // them. An empty file is an empty dump; a count that the rest of the
+    // file cannot hold throws XC_Cmn_EndOfFile, one above kMaxFrames a
+    // description that says the file is no log.
     explicit Sys_StackDumpPosix(Sys_File& file);
     Sys_StackDumpPosix(Sys_StackDumpPosix const& other) = default;
     Sys_StackDumpPosix& operator=(Sys_StackDumpPosix const& other) = default;

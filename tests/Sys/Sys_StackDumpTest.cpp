@@ -108,7 +108,9 @@ TEST_F(SysStackDumpTest, ALogReadBackGivesTheAddressesAndStandsOnTheText)
     Case const cases[] = {
         {"none", {}, 0, true},
         {"three", {0x401000, 0x7fffdeadbeef, 1}, 0, true},
-        {"one address short", {1, 2, 3}, 4 + 8, false},
+        {"one address short", {1, 2, 3}, 5 + 8, false},
+        {"a count cut short", {}, 5 + 2, false},
+        {"more than a walk gives", std::vector<uint64>(Sys_StackDumpPosix::kMaxFrames + 1, 7), 0, false},
     };
     for (Case const& c : cases)
     {
@@ -134,6 +136,11 @@ TEST_F(SysStackDumpTest, ALogReadBackGivesTheAddressesAndStandsOnTheText)
         EXPECT_EQ(read.GetAddresses(), c.addresses);
         EXPECT_EQ(file.GetPosition(), static_cast<int64>(4 + 8 * c.addresses.size()));
     }
+    // The empty log of an exception that was none of ours.
+    vfltest::WriteWholeFile(mDir.File("empty.vlx"), {});
+    Sys_File empty(Sys_FileLoc(mDir.File("empty.vlx")));
+    Sys_File::StOpen open(&empty, Sys_File::kOpenExisting | Sys_File::kOpenRead);
+    EXPECT_TRUE(Sys_StackDumpPosix(empty).GetAddresses().empty());
 }
 
 TEST_F(SysStackDumpTest, PrintNamesTheFunctionOrGivesTheBareAddress)
