@@ -209,7 +209,10 @@ Sys_SEHandlerPosix::Code const* Sys_SEHandlerPosix::MapSignal(int signal, int co
     switch (signal)
     {
     case SIGSEGV:
-        if (code != SEGV_MAPERR && code != SEGV_ACCERR && code != SEGV_BNDERR && code != SEGV_PKUERR)
+        // SI_KERNEL: an address the processor refuses outright (not in
+        // canonical form), as a wild pointer often is.
+        if (code != SEGV_MAPERR && code != SEGV_ACCERR && code != SEGV_BNDERR && code != SEGV_PKUERR &&
+            code != SI_KERNEL)
             return nullptr;
         return overflow ? &XC_SYS_SE_StackOverflow : &XC_SYS_SE_AccessViolation;
     case SIGBUS:

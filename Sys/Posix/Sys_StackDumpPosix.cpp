@@ -1,7 +1,7 @@
 #include "Sys/Posix/Sys_StackDumpPosix.h"
 
-#include <execinfo.h>
 #include <ucontext.h>
+#include <unwind.h>
 
 #include <algorithm>
 #include <iomanip>
@@ -17,6 +17,34 @@ namespace
 
 constexpr int kBufferFrames = Sys_StackDumpPosix::kMaxFrames + 32;
 
+struct Walk
+{
+    void** frames;
+    int count;
+};
+
+_Unwind_Reason_Code AddFrame(_Unwind_Context* context, void* data)
+{
+    auto* walk = static_cast<Walk*>(data);
+    if (walk->count == kBufferFrames)
+        return _URC_END_OF_STACK;
+    uintptr_t const ip = _Unwind_GetIP(context);
+    if (ip == 0)
+        return _URC_END_OF_STACK;
+    walk->frames[walk->count++] = reinterpret_cast<void*>(ip);
+    return _URC_NO_REASON;
+}
+
+// The return addresses of the calling thread, innermost first, starting
+// with the caller of this function; the unwinder itself, straight: the
+// wrapper of the C library costs as much again.
+__attribute__((noinline)) int WalkStack(void** frames)
+{
+    Walk walk{frames, 0};
+    _Unwind_Backtrace(&AddFrame, &walk);
+    return walk.count;
+}
+
 } // namespace
 
 Sys_StackDumpPosix::Sys_StackDumpPosix(void const* signalContext)
@@ -28,7 +56,7 @@ Sys_StackDumpPosix::Sys_StackDumpPosix(void const* signalContext)
     // The walk starts in the handler; what lies above the signal's frame
     // belongs to the handler and is left out.
     void* frames[kBufferFrames];
-    int const count = ::backtrace(frames, kBufferFrames);
+    int const count = WalkStack(frames);
     int first = 0;
     while (first < count && reinterpret_cast<uint64>(frames[first]) != faultAt)
         ++first;
@@ -76,9 +104,8 @@ Sys_StackDumpPosix* Sys_StackDumpPosix::Capture(int skip)
     if (Sys_UtilsPosix::IsMarkerOnline(Sys_UtilsPosix::kSuppressStackDumpsMarker))
         return dump;
     void* frames[kBufferFrames];
-    int const count = ::backtrace(frames, kBufferFrames);
-    // The walk may start in a wrapper of the walker (a sanitizer's): the
-    // stack proper starts at the return into the caller.
+    int const count = WalkStack(frames);
+    // The stack proper starts at the return into the caller.
     void* const caller = __builtin_return_address(0);
     int first = 0;
     while (first < count && frames[first] != caller)
@@ -128,10 +155,10 @@ void Sys_StackDumpPosix::Dump(Sys_File& file) const
 
 void Sys_StackDumpPosix::SetPlatformDependentMethods()
 {
-    // The first walk loads the unwinder; done now, so that a walk inside a
-    // signal handler never has to load a library.
-    void* frames[4];
-    (void)::backtrace(frames, 4);
+    // The first walk sets up what the unwinder keeps; done now, so that a
+    // walk inside a signal handler finds it ready.
+    void* frames[kBufferFrames];
+    (void)WalkStack(frames);
     SetCreateMethod(&Create);
 }
 

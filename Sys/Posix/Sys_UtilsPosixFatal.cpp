@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
@@ -28,6 +29,9 @@ constexpr char kLogFolder[] = "Zenthar/Velmora/Velmora Utilities/ExceptionLogFil
 // A log's text is a few lines and a list of modules; a larger file is no
 // log of ours, and only its start is shown.
 constexpr int64 kMaxLogText = 16 << 20;
+
+// Counts the changes of the configuration root set in the program.
+std::atomic<uint64> sConfigGeneration{0};
 
 struct Roots
 {
@@ -98,9 +102,33 @@ void Sys_UtilsPosix::Exit()
 
 bool Sys_UtilsPosix::IsMarkerOnline(char const* name)
 {
-    std::string const folder = GetMarkerFolder();
+    // Asked at every exception: the folder is worked out again only when
+    // what it comes from has changed, and the path is put together in a
+    // buffer that keeps its room. What is left is the look at the disk.
+    struct Cache
+    {
+        uint64 generation = ~uint64{0};
+        std::string config;
+        std::string home;
+        std::string folder;
+        std::string path;
+    };
+    thread_local Cache cache;
+    char const* config = std::getenv("XDG_CONFIG_HOME");
+    char const* home = std::getenv("HOME");
+    uint64 const generation = sConfigGeneration.load(std::memory_order_acquire);
+    if (generation != cache.generation || cache.config != (config ? config : "") || cache.home != (home ? home : ""))
+    {
+        cache.folder = GetMarkerFolder();
+        cache.config = config ? config : "";
+        cache.home = home ? home : "";
+        cache.generation = generation;
+    }
+    if (cache.folder.empty())
+        return false;
+    cache.path.assign(cache.folder).append(name);
     struct stat st;
-    return !folder.empty() && ::stat((folder + name).c_str(), &st) == 0;
+    return ::stat(cache.path.c_str(), &st) == 0;
 }
 
 void Sys_UtilsPosix::SetConfigRoot(std::string const& folder)
@@ -108,6 +136,7 @@ void Sys_UtilsPosix::SetConfigRoot(std::string const& folder)
     Roots& roots = GetRoots();
     std::lock_guard<std::mutex> lock(roots.lock);
     roots.config = folder;
+    sConfigGeneration.fetch_add(1, std::memory_order_acq_rel);
 }
 
 void Sys_UtilsPosix::SetStateRoot(std::string const& folder)

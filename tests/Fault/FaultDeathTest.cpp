@@ -22,12 +22,19 @@
 
 // The faulting frames, under names that the logs must show.
 int volatile* volatile gNowhere = nullptr;
+// Not in canonical form: the processor refuses it before any page lookup.
+int volatile* volatile gWild = reinterpret_cast<int volatile*>(0xdead0000beef0000ULL);
 int volatile gZero = 0;
 bool volatile gNever = false;
 
 extern "C" __attribute__((noinline)) void VflTestWriteThroughNull()
 {
     *gNowhere = 1;
+}
+
+extern "C" __attribute__((noinline)) int VflTestReadWild()
+{
+    return *gWild;
 }
 
 extern "C" __attribute__((noinline)) int VflTestDivide(int a)
@@ -209,6 +216,7 @@ TEST_F(FaultTest, FaultsAreCaughtAgainAndAgainOnOneThread)
     };
     Case const cases[] = {
         {"division by zero", [] { return VflTestDivide(7); }, "Integer error occurred (divide by zero)"},
+        {"wild pointer", [] { return VflTestReadWild(); }, "Access violation occurred"},
         {"null write",
          []
          {

@@ -68,7 +68,8 @@ TEST(Sys_SEHandlerPosix, MapsEachFaultToItsException)
         {SIGSEGV, SEGV_MAPERR, false, &XC_SYS_SE_AccessViolation},
         {SIGSEGV, SEGV_ACCERR, false, &XC_SYS_SE_AccessViolation},
         {SIGSEGV, SEGV_MAPERR, true, &XC_SYS_SE_StackOverflow},
-        {SIGSEGV, SI_USER, false, nullptr}, // sent, not a fault
+        {SIGSEGV, SI_KERNEL, false, &XC_SYS_SE_AccessViolation}, // a pointer not in canonical form
+        {SIGSEGV, SI_USER, false, nullptr},                      // sent, not a fault
         {SIGBUS, BUS_ADRALN, false, &XC_SYS_SE_DataTypeMisalignment},
         {SIGBUS, BUS_ADRERR, false, &XC_SYS_SE_InPageError},
         {SIGBUS, BUS_OBJERR, false, &XC_SYS_SE_InPageError},
