@@ -4,7 +4,6 @@
 
 #include <csignal>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <regex>
 #include <sstream>
@@ -30,8 +29,6 @@ extern "C" __attribute__((noinline)) Sys_StackDumpPosix* VflTestCaptureHere()
 namespace
 {
 
-namespace fs = std::filesystem;
-
 class SysStackDumpTest : public vfltest::SysLayerTest
 {
 protected:
@@ -45,11 +42,6 @@ protected:
     {
         Sys_UtilsPosix::SetConfigRoot("");
         Sys_UtilsPosix::SetStateRoot("");
-    }
-    void Mark(char const* name)
-    {
-        fs::create_directories(mDir.File("config/Zenthar"));
-        vfltest::WriteWholeFile(mDir.File(std::string("config/Zenthar/") + name), {});
     }
 
     vfltest::TempDir mDir;
@@ -155,15 +147,6 @@ TEST_F(SysStackDumpTest, PrintNamesTheFunctionOrGivesTheBareAddress)
     EXPECT_TRUE(std::regex_search(os.str(), std::regex("^0x[0-9a-f]{8,}:\t VflTestCaptureHere \\+ 0x[0-9a-f]+\r\n")))
         << os.str();
     EXPECT_NE(os.str().find("\r\n0x00401000\r\n"), std::string::npos) << os.str();
-}
-
-TEST_F(SysStackDumpTest, TheSuppressMarkerEmptiesEveryCapture)
-{
-    std::unique_ptr<Sys_StackDumpPosix> before(VflTestCaptureHere());
-    EXPECT_FALSE(before->GetAddresses().empty());
-    Mark(Sys_UtilsPosix::kSuppressStackDumpsMarker);
-    std::unique_ptr<Sys_StackDumpPosix> after(VflTestCaptureHere());
-    EXPECT_TRUE(after->GetAddresses().empty());
 }
 
 // The log holds the stack, the text with each context on a line, and the

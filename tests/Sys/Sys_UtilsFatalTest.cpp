@@ -91,12 +91,4 @@ TEST_F(SysUtilsFatalTest, TheLogGoesToTheSecondLocationAndTheDialogNamesTheFirst
     }
 }
 
-TEST_F(SysUtilsFatalTest, AnUnknownExceptionIsLoggedWithAnEmptyStack)
-{
-    std::vector<std::string> const expected = {"loc", "loc", "write Log-2.vlx An unknown exception occurred",
-                                               "dialog Log-1.vlx", "exit"};
-    EXPECT_FALSE(Sys_Utils::HandleFatalException());
-    EXPECT_EQ(sCalls, expected);
-}
-
 } // namespace
