@@ -165,7 +165,9 @@ bool Sys_ModuleListPosix::Resolve(uint64 address, std::string* name, uint64* dis
     for (size_t i = 0; i < mModules.size(); ++i)
     {
         Module const& m = mModules[i];
-        if (address < m.start || address >= m.end || m.path.empty())
+        // A module without a file of its own (the kernel's vdso) has no
+        // absolute path, and is not looked for in the current folder.
+        if (address < m.start || address >= m.end || m.path.empty() || m.path[0] != '/')
             continue;
         if (!mSymbols[i])
             mSymbols[i] = std::make_unique<Sys_ElfSymbolsPosix>(m.path);
