@@ -29,24 +29,35 @@ struct sigaction sPrevious[kSignalCount];
 std::atomic<bool> sInstalled{false};
 std::terminate_handler sPreviousTerminate = nullptr;
 
+// Plain data, so that the handler can read it on any thread without
+// making anything: a thread_local with a destructor is registered at its
+// first use, which allocates.
 struct ThreadState
 {
     bool translating = false;
-    void* altStack = nullptr;
     uintptr_t stackLow = 0; // lowest usable byte of the thread's stack
+};
 
-    ~ThreadState()
+thread_local ThreadState tState;
+
+// Owns the alternate stack of a thread that installed one, and gives it
+// back when the thread ends. Touched only by InstallSEHandler.
+struct AltStack
+{
+    void* memory = nullptr;
+
+    ~AltStack()
     {
-        if (!altStack)
+        if (!memory)
             return;
         stack_t off{};
         off.ss_flags = SS_DISABLE;
         ::sigaltstack(&off, nullptr);
-        ::munmap(altStack, kAltStackSize);
+        ::munmap(memory, kAltStackSize);
     }
 };
 
-thread_local ThreadState tState;
+thread_local AltStack tAltStack;
 
 int IndexOf(int signal)
 {
@@ -175,20 +186,21 @@ void Sys_SEHandlerPosix::InstallSEHandler()
     if (!sInstalled.load() || !Sys_Utils::HandleFatalExceptions())
         return;
     ThreadState& state = tState;
-    if (!state.altStack)
+    AltStack& alt = tAltStack;
+    if (!alt.memory)
     {
         void* stack = ::mmap(nullptr, kAltStackSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         if (stack == MAP_FAILED)
             return; // faults of this thread then take the default way
-        stack_t alt{};
-        alt.ss_sp = stack;
-        alt.ss_size = kAltStackSize;
-        if (::sigaltstack(&alt, nullptr) != 0)
+        stack_t on{};
+        on.ss_sp = stack;
+        on.ss_size = kAltStackSize;
+        if (::sigaltstack(&on, nullptr) != 0)
         {
             ::munmap(stack, kAltStackSize);
             return;
         }
-        state.altStack = stack;
+        alt.memory = stack;
         state.stackLow = StackLowOfThisThread();
     }
     state.translating = true;
