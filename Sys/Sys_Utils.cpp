@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <map>
+#include <mutex>
 #include <set>
 
 #include "Cmn/Cmn_Assert.h"
+#include "Cmn/Cmn_Exception.h"
+#include "Cmn/Cmn_StackDumpNull.h"
 #include "Sys/Sys_File.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_FileLocIterator.h"
@@ -31,6 +34,7 @@ Sys_Utils::DisplayExceptionLogFileMethod Sys_Utils::sDisplayExceptionLogFile = n
 Sys_Utils::PostFatalExceptionDialogMethod Sys_Utils::sPostFatalExceptionDialog = nullptr;
 Sys_Utils::HandleFatalExceptionsMethod Sys_Utils::sHandleFatalExceptions = nullptr;
 Sys_Utils::ExitMethod Sys_Utils::sExit = nullptr;
+Sys_Utils::InstallSEHandlerMethod Sys_Utils::sInstallSEHandler = nullptr;
 Sys_Utils::BoostThreadPriorityMethod Sys_Utils::sBoostThreadPriority = nullptr;
 Sys_Utils::LowerThreadPriorityMethod Sys_Utils::sLowerThreadPriority = nullptr;
 Sys_Utils::MicrosecondsMethod Sys_Utils::sMicroseconds = nullptr;
@@ -160,7 +164,7 @@ Sys_FileLoc Sys_Utils::GetNewExceptionLogFileLoc()
     return Installed(sGetNewExceptionLogFileLoc)();
 }
 
-void Sys_Utils::WriteExceptionLogFile(Sys_FileLoc const& loc, Cmn_Exception const& exception)
+void Sys_Utils::WriteExceptionLogFile(Sys_FileLoc const& loc, Cmn_Exception const* exception)
 {
     Installed(sWriteExceptionLogFile)(loc, exception);
 }
@@ -183,6 +187,62 @@ bool Sys_Utils::HandleFatalExceptions()
 void Sys_Utils::Exit()
 {
     Installed(sExit)();
+}
+
+void Sys_Utils::InstallSEHandler()
+{
+    Installed(sInstallSEHandler)();
+}
+
+bool Sys_Utils::HandleFatalException(std::exception& e)
+{
+    if (!HandleFatalExceptions())
+        return false;
+    // The first thread to get here ends the process; another one waits for
+    // that. Recursive: the end of the process may come back here on the
+    // same thread (a static destructor that throws). Never destroyed.
+    static std::recursive_mutex* sOneAtATime = new std::recursive_mutex();
+    std::lock_guard<std::recursive_mutex> oneAtATime(*sOneAtATime);
+    try
+    {
+        Sys_FileLoc loc = GetNewExceptionLogFileLoc();
+        // The log goes to a location asked for a second time, while the
+        // message names the first: the two differ only when the clock has
+        // moved between the calls. Kept so for the order of the calls.
+        if (auto* exception = dynamic_cast<Cmn_Exception*>(&e))
+        {
+            WriteExceptionLogFile(GetNewExceptionLogFileLoc(), exception);
+        }
+        else
+        {
+            // Not one of ours: the log is made and stays empty, and the
+            // write throws, so that the message comes without a location.
+            WriteExceptionLogFile(GetNewExceptionLogFileLoc(), nullptr);
+        }
+        PostFatalExceptionDialog(&loc);
+    }
+    catch (...)
+    {
+        try
+        {
+            PostFatalExceptionDialog(nullptr);
+        }
+        catch (...)
+        {
+        }
+    }
+    Exit();
+    return false;
+}
+
+bool Sys_Utils::HandleFatalException()
+{
+    if (!HandleFatalExceptions())
+        return false;
+    // The stack of an exception of unknown type is gone by now.
+    auto unknown = Cmn_TypedException<Cmn_NullExceptionData>::New(XC_Sys_UnknownException, Cmn_NullExceptionData(),
+                                                                  new Cmn_StackDumpNull());
+    return HandleFatalException(unknown);
 }
 
 void Sys_Utils::BoostThreadPriority()

@@ -45,11 +45,12 @@ public:
     using DeleteFolderMethod = void (*)(Sys_FileLoc const& loc);
     using CreateFolderMethod = void (*)(Sys_FileLoc const& loc);
     using GetNewExceptionLogFileLocMethod = Sys_FileLoc (*)();
-    using WriteExceptionLogFileMethod = void (*)(Sys_FileLoc const& loc, Cmn_Exception const& exception);
+    using WriteExceptionLogFileMethod = void (*)(Sys_FileLoc const& loc, Cmn_Exception const* exception);
     using DisplayExceptionLogFileMethod = void (*)(Sys_FileLoc const& loc);
     using PostFatalExceptionDialogMethod = void (*)(Sys_FileLoc* loc);
     using HandleFatalExceptionsMethod = bool (*)();
     using ExitMethod = void (*)();
+    using InstallSEHandlerMethod = void (*)();
     using BoostThreadPriorityMethod = void (*)();
     using LowerThreadPriorityMethod = void (*)();
     using MicrosecondsMethod = int64 (*)();
@@ -81,8 +82,13 @@ public:
     // Makes the folder and every missing folder above it.
     static void CreateFolder(Sys_FileLoc const& loc);
     static void DisplayExceptionLogFile(Sys_FileLoc const& loc);
+    // False while service staff want faults left to a debugger.
     static bool HandleFatalExceptions();
+    // Ends the process: exit(0), static destructors run.
     static void Exit();
+    // Turns hardware faults of the calling thread into exceptions, as on
+    // every thread the library starts: for the threads of a host.
+    static void InstallSEHandler();
     static void BoostThreadPriority();
     static void LowerThreadPriority();
     // A steady count of microseconds, not tied to the wall clock.
@@ -136,6 +142,7 @@ public:
     }
     static void SetHandleFatalExceptionsMethod(HandleFatalExceptionsMethod method) { sHandleFatalExceptions = method; }
     static void SetExitMethod(ExitMethod method) { sExit = method; }
+    static void SetInstallSEHandlerMethod(InstallSEHandlerMethod method) { sInstallSEHandler = method; }
     static void SetBoostThreadPriorityMethod(BoostThreadPriorityMethod method) { sBoostThreadPriority = method; }
     static void SetLowerThreadPriorityMethod(LowerThreadPriorityMethod method) { sLowerThreadPriority = method; }
     static void SetMicrosecondsMethod(MicrosecondsMethod method) { sMicroseconds = method; }
@@ -163,13 +170,18 @@ public:
     // The registered description, or "Unknown".
     static std::string GetDescriptiveString(Sys_FileType const& type);
 
-    // Fatal exception handling; defined with the crash log code.
+    // ---- fatal exceptions
+    // For what reached the entry of a thread: writes a log, tells the user
+    // and ends the process. Returns false, doing nothing, when fatal
+    // exceptions are not handled; the caller then lets e go on.
     static bool HandleFatalException(std::exception& e);
+    // The same for an exception of unknown type, whose stack is gone.
     static bool HandleFatalException();
 
 private:
     static Sys_FileLoc GetNewExceptionLogFileLoc();
-    static void WriteExceptionLogFile(Sys_FileLoc const& loc, Cmn_Exception const& e);
+    // A null exception makes an empty file and throws.
+    static void WriteExceptionLogFile(Sys_FileLoc const& loc, Cmn_Exception const* e);
     static void PostFatalExceptionDialog(Sys_FileLoc* loc);
 
     static ThreadSafeIncrementMethod sThreadSafeIncrement;
@@ -193,6 +205,7 @@ private:
     static PostFatalExceptionDialogMethod sPostFatalExceptionDialog;
     static HandleFatalExceptionsMethod sHandleFatalExceptions;
     static ExitMethod sExit;
+    static InstallSEHandlerMethod sInstallSEHandler;
     static BoostThreadPriorityMethod sBoostThreadPriority;
     static LowerThreadPriorityMethod sLowerThreadPriority;
     static MicrosecondsMethod sMicroseconds;

@@ -6,7 +6,9 @@
 #include "Sys/Posix/Sys_FileLocPosix.h"
 #include "Sys/Posix/Sys_FilePosix.h"
 #include "Sys/Posix/Sys_MutexPosix.h"
+#include "Sys/Posix/Sys_SEHandlerPosix.h"
 #include "Sys/Posix/Sys_SemaphorePosix.h"
+#include "Sys/Posix/Sys_StackDumpPosix.h"
 #include "Sys/Posix/Sys_ThreadPosix.h"
 #include "Sys/Posix/Sys_TimerEventPosix.h"
 #include "Sys/Posix/Sys_UtilsPosix.h"
@@ -26,6 +28,8 @@ void Sys_Init::PlatformInit()
     Sys_FilePosix::SetPlatformDependentMethods();
     Sys_UtilsPosix::SetPlatformDependentMethods();
     Sys_FileLocIteratorPosix::SetPlatformDependentMethods();
+    Sys_StackDumpPosix::SetPlatformDependentMethods();
+    Sys_SEHandlerPosix::SetPlatformDependentMethods();
     Sys_DLLPosix::SetPlatformDependentMethods();
     Sys_TimerEventPosix::SetPlatformDependentMethods();
 }

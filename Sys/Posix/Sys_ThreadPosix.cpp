@@ -1,6 +1,8 @@
 #include "Sys/Posix/Sys_ThreadPosix.h"
 
+#include "Sys/Posix/Sys_SEHandlerPosix.h"
 #include "Sys/Sys_ThrowIfOSErr.h"
+#include "Sys/Sys_Utils.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -13,7 +15,8 @@
 #include <system_error>
 #include <unistd.h>
 
-namespace {
+namespace
+{
 
 Sys_ThreadImpl* CreateThreadPosix(Sys_Thread* thread)
 {
@@ -209,6 +212,8 @@ void Sys_ThreadPosix::Run()
 {
     Sys_Thread* const thread = GetThread();
     SetCurrentThread(thread);
+    // First of all, so that a fault anywhere in the thread is translated.
+    Sys_SEHandlerPosix::InstallSEHandler();
     {
         // Taking the lock also waits until Resume has stored mPlatformThread.
         std::lock_guard<std::mutex> lock(mLock);
@@ -219,7 +224,8 @@ void Sys_ThreadPosix::Run()
             ApplyProcessorLocked();
     }
 
-    auto finish = [this] {
+    auto finish = [this]
+    {
         {
             std::lock_guard<std::mutex> lock(mLock);
             mFinished = true;
@@ -272,6 +278,26 @@ void Sys_ThreadPosix::Run()
             }
             catch (...)
             {
+            }
+        }
+        else if (Sys_SEHandlerPosix::IsInstalled())
+        {
+            // The fatal path ends the process; when fatal exceptions are
+            // not handled it returns false, and the exception goes on, out
+            // of the thread, to the system (and a debugger).
+            try
+            {
+                throw;
+            }
+            catch (std::exception& e)
+            {
+                if (!Sys_Utils::HandleFatalException(e))
+                    throw;
+            }
+            catch (...)
+            {
+                if (!Sys_Utils::HandleFatalException())
+                    throw;
             }
         }
     }

@@ -247,6 +247,11 @@ void Sys_UtilsPosix::SetPlatformDependentMethods()
     Sys_Utils::SetCreateFolderMethod(&CreateFolder);
     Sys_Utils::SetHandleFatalExceptionsMethod(&HandleFatalExceptions);
     Sys_Utils::SetExitMethod(&Exit);
+    Sys_Utils::SetGetNewExceptionLogFileLocMethod(&GetNewExceptionLogFileLoc);
+    Sys_Utils::SetWriteExceptionLogFileMethod(&WriteExceptionLogFile);
+    Sys_Utils::SetPostFatalExceptionDialogMethod(&PostFatalExceptionDialog);
+    Sys_Utils::SetDisplayExceptionLogFileMethod(&DisplayExceptionLogFile);
+    Sys_Utils::SetInstallSEHandlerMethod(&InstallSEHandler);
     Sys_Utils::SetBoostThreadPriorityMethod(&BoostThreadPriority);
     Sys_Utils::SetLowerThreadPriorityMethod(&LowerThreadPriority);
     Sys_Utils::SetMicrosecondsMethod(&Microseconds);
@@ -578,23 +583,6 @@ void Sys_UtilsPosix::LowerThreadPriority()
     int32 const current = GetThreadPriority();
     int const index = LadderIndex(current);
     SetThreadPriority(index > 0 ? kPriorityLadder[index - 1] : current);
-}
-
-// ---------------------------------------------------------------- fatal exceptions
-
-bool Sys_UtilsPosix::HandleFatalExceptions()
-{
-    std::string config;
-    if (char const* xdg = std::getenv("XDG_CONFIG_HOME"); xdg && xdg[0] == '/')
-        config = xdg;
-    else
-        config = HomeFolder() + "/.config";
-    return !IsOnDisk(WithTrailingSlash(config) + "Zenthar/Enable JIT Debugging");
-}
-
-void Sys_UtilsPosix::Exit()
-{
-    std::exit(0);
 }
 
 // ---------------------------------------------------------------- file chooser filters

@@ -7,6 +7,7 @@
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_FileType.h"
 
+class Cmn_Exception;
 class Sys_Volume;
 
 // The Linux functions behind the pointers of Sys_Utils.
@@ -69,8 +70,43 @@ public:
     static int32 GetThreadPriority();
     static void SetThreadPriority(int32 priority);
 
+    // ---- fatal exceptions
+    // False while the marker "Enable JIT Debugging" exists: a debugger then
+    // takes the faults.
     static bool HandleFatalExceptions();
     static void Exit();
+
+    // Marker files for service staff, looked for at each use in
+    // $XDG_CONFIG_HOME/Zenthar/ (~/.config/Zenthar/ by default).
+    static constexpr char kSuppressStackDumpsMarker[] = "suppress stack dumps";
+    static constexpr char kEnableJITDebuggingMarker[] = "Enable JIT Debugging";
+    static bool IsMarkerOnline(char const* name);
+    // Folders that take the place of $XDG_CONFIG_HOME and $XDG_STATE_HOME
+    // for the markers and the logs; empty goes back to the environment.
+    static void SetConfigRoot(std::string const& folder);
+    static void SetStateRoot(std::string const& folder);
+    // The folder of the markers, ending in '/', or empty without a home.
+    static std::string GetMarkerFolder();
+    // $XDG_STATE_HOME/Zenthar/Velmora/Velmora Utilities/ExceptionLogFiles/
+    // (below ~/.local/state by default), or empty without a home.
+    static std::string GetExceptionLogFolder();
+    // Log-N.vlx in that folder, which is made; N is the time now in file
+    // time units, to the millisecond. Empty when there is no folder.
+    static Sys_FileLoc GetNewExceptionLogFileLoc();
+    // The count and addresses of the exception's stack, then its text and
+    // each context's on a line, then the loaded modules. For a null
+    // exception the file is made and left empty, and XC_Sys_UnknownException
+    // is thrown.
+    static void WriteExceptionLogFile(Sys_FileLoc const& loc, Cmn_Exception const* exception);
+    // The message to the user, on stderr; a host with windows installs its own.
+    static void PostFatalExceptionDialog(Sys_FileLoc* loc);
+    // Writes DescribeExceptionLogFile to stdout.
+    static void DisplayExceptionLogFile(Sys_FileLoc const& loc);
+    // "Description:", the log's text, "Stack: " and the stack with function
+    // names, found through the modules the log lists.
+    static std::string DescribeExceptionLogFile(Sys_FileLoc const& loc);
+    // Turns faults of the calling thread into exceptions from now on.
+    static void InstallSEHandler();
 
     // The double-NUL-terminated pairs of label and pattern of a file
     // chooser's filter list.

@@ -105,7 +105,7 @@ TEST_F(VflMessages, ExitStatusAndOneLineThatSaysWhatIsWrong)
 TEST_F(VflMessages, HelpAgreesWithWhatIsAccepted)
 {
     for (char const* command :
-         {"info", "cat", "convert", "overview", "new", "regions", "adopt", "print", "volumes", "umid"})
+         {"info", "cat", "convert", "overview", "new", "regions", "adopt", "print", "volumes", "umid", "crashlog"})
     {
         SCOPED_TRACE(command);
         std::string viaOption, viaHelp;
@@ -137,7 +137,7 @@ TEST_F(VflMessages, TheReadmeNamesEveryOptionAndExitStatus)
     std::string const readme(bytes.begin(), bytes.end());
     ASSERT_FALSE(readme.empty());
     for (char const* command : {"info", "cat", "convert", "overview", "new", "regions", "adopt", "print", "volumes",
-                                "umid", "compact", "unique", "find", "keys"})
+                                "umid", "compact", "unique", "find", "keys", "crashlog"})
     {
         SCOPED_TRACE(command);
         std::string help;

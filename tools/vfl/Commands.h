@@ -16,3 +16,4 @@ int CmdCompact(int argc, char** argv);
 int CmdUnique(int argc, char** argv);
 int CmdFind(int argc, char** argv);
 int CmdKeys(int argc, char** argv);
+int CmdCrashlog(int argc, char** argv);

@@ -17,6 +17,9 @@ namespace vfl
 void InitLibrary()
 {
     Sys_Init::Init();
+    // A fault on this thread is reported as the failure it is, as on the
+    // library's own threads.
+    Sys_Utils::InstallSEHandler();
     // The types a user of this host expects, registered before any location
     // is asked for its name. "aif" and "aiff" mean plain AIFF, "aifc" AIFF-C.
     auto mac = [](char const(&code)[5])

@@ -35,6 +35,7 @@ Command const kCommands[] = {
     {"volumes", &CmdVolumes, "list mounted volumes: root, label, serial, type, free space"},
     {"umid", &CmdUmid, "print a new unique media identifier"},
     {"keys", &CmdKeys, "print a file of key bindings and the conflicts among them"},
+    {"crashlog", &CmdCrashlog, "print an exception log with the names of the functions on its stack"},
 };
 
 void PrintUsage(std::FILE* out)
