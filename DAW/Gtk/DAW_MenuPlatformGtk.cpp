@@ -1,0 +1,141 @@
+#include "DAW/Gtk/DAW_MenuPlatformGtk.h"
+
+#include "DAW/DAW_MenuEntry.h"
+#include "DAW/DAW_MenuMgr.h"
+
+#include <cerrno>
+
+namespace
+{
+char const kCommandIDKey[] = "daw-command-id";
+char const kCheckedKey[] = "daw-checked";
+
+gboolean RunCommand(gpointer id)
+{
+    DAW_MenuEntry::DoCommand(int16(GPOINTER_TO_INT(id)));
+    return G_SOURCE_REMOVE;
+}
+
+void OnActivate(GtkMenuItem* item, gpointer id)
+{
+    // A check item has just turned its own mark over; the tree decides.
+    if (GTK_IS_CHECK_MENU_ITEM(item))
+        gtk_check_menu_item_set_active(GTK_CHECK_MENU_ITEM(item),
+                                       g_object_get_data(G_OBJECT(item), kCheckedKey) != nullptr);
+    g_idle_add(&RunCommand, id);
+}
+
+GtkWidget* NthChild(GtkWidget* shell, int32 position)
+{
+    GList* const children = gtk_container_get_children(GTK_CONTAINER(shell));
+    auto* const child = static_cast<GtkWidget*>(g_list_nth_data(children, guint(position)));
+    g_list_free(children);
+    return child;
+}
+} // namespace
+
+void DAW_MenuPlatformGtk::Install()
+{
+    static DAW_MenuPlatformGtk* const sPlatform = new DAW_MenuPlatformGtk;
+    DAW_MenuMgr::SetPlatform(sPlatform);
+}
+
+DAW_MenuHandle DAW_MenuPlatformGtk::CreateMenu()
+{
+    return Create(false);
+}
+
+DAW_MenuHandle DAW_MenuPlatformGtk::CreatePopupMenu()
+{
+    return Create(true);
+}
+
+DAW_MenuHandle DAW_MenuPlatformGtk::Create(bool popup)
+{
+    // Without a display GTK has nothing to make a widget on.
+    if (!gdk_display_get_default())
+    {
+        mLastError = ENXIO;
+        return nullptr;
+    }
+    return popup ? gtk_menu_new() : gtk_menu_bar_new();
+}
+
+int32 DAW_MenuPlatformGtk::GetMenuItemCount(DAW_MenuHandle menu)
+{
+    GList* const children = gtk_container_get_children(GTK_CONTAINER(menu));
+    int32 const count = int32(g_list_length(children));
+    g_list_free(children);
+    return count;
+}
+
+void DAW_MenuPlatformGtk::InsertMenuItem(DAW_MenuHandle menu, int32 position, ItemInfo const& info)
+{
+    std::string const text = MnemonicText(info.mText);
+    GtkWidget* item;
+    if (info.mChecked)
+    {
+        item = gtk_check_menu_item_new_with_mnemonic(text.c_str());
+        gtk_check_menu_item_set_active(GTK_CHECK_MENU_ITEM(item), TRUE);
+        g_object_set_data(G_OBJECT(item), kCheckedKey, GINT_TO_POINTER(1));
+    }
+    else
+        item = gtk_menu_item_new_with_mnemonic(text.c_str());
+    gtk_widget_set_sensitive(item, !info.mGrayed);
+    if (info.mSubMenu)
+        gtk_menu_item_set_submenu(GTK_MENU_ITEM(item), static_cast<GtkWidget*>(info.mSubMenu));
+    else
+    {
+        g_object_set_data(G_OBJECT(item), kCommandIDKey, GINT_TO_POINTER(int(info.mCommandID)));
+        g_signal_connect(item, "activate", G_CALLBACK(&OnActivate), GINT_TO_POINTER(int(info.mCommandID)));
+    }
+    gtk_widget_show(item);
+    gtk_menu_shell_insert(GTK_MENU_SHELL(menu), item, position);
+}
+
+void DAW_MenuPlatformGtk::AppendSeparator(DAW_MenuHandle menu)
+{
+    GtkWidget* const item = gtk_separator_menu_item_new();
+    gtk_widget_show(item);
+    gtk_menu_shell_append(GTK_MENU_SHELL(menu), item);
+}
+
+void DAW_MenuPlatformGtk::DeleteMenuItem(DAW_MenuHandle menu, int32 position)
+{
+    if (GtkWidget* const item = NthChild(static_cast<GtkWidget*>(menu), position))
+        gtk_widget_destroy(item);
+}
+
+std::string DAW_MenuPlatformGtk::MnemonicText(std::string const& text)
+{
+    std::string out;
+    out.reserve(text.size() + 4);
+    for (size_t i = 0; i < text.size(); ++i)
+    {
+        char const c = text[i];
+        if (c == '_')
+            out += "__";
+        else if (c == '&' && i + 1 < text.size())
+        {
+            ++i;
+            if (text[i] == '&')
+                out += '&';
+            else if (text[i] == '_')
+                out += "___"; // the mnemonic is the underscore itself
+            else
+            {
+                out += '_';
+                out += text[i];
+            }
+        }
+        else
+            out += c;
+    }
+    return out;
+}
+
+int16 DAW_MenuPlatformGtk::GetItemCommandID(GtkWidget* item)
+{
+    gpointer const id = g_object_get_data(G_OBJECT(item), kCommandIDKey);
+    return id ? int16(GPOINTER_TO_INT(id)) : int16(-1);
+}
