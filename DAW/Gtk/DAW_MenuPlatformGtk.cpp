@@ -3,12 +3,50 @@
 #include "DAW/DAW_MenuEntry.h"
 #include "DAW/DAW_MenuMgr.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
+#include <vector>
 
 namespace
 {
 char const kCommandIDKey[] = "daw-command-id";
 char const kCheckedKey[] = "daw-checked";
+char const kItemsKey[] = "daw-items";
+
+// The items of a menu this side made, in order, kept by the menu's own
+// signals whoever adds or takes away an item: counting and finding an item
+// by place then takes no walk of GTK's list, which made filling a menu of
+// n items take n squared steps.
+using Items = std::vector<GtkWidget*>;
+
+void OnInsert(GtkMenuShell*, GtkWidget* child, gint position, gpointer data)
+{
+    auto& items = *static_cast<Items*>(data);
+    if (position < 0 || size_t(position) > items.size())
+        items.push_back(child);
+    else
+        items.insert(items.begin() + position, child);
+}
+
+void OnRemove(GtkContainer*, GtkWidget* child, gpointer data)
+{
+    // Menus are emptied from the end.
+    auto& items = *static_cast<Items*>(data);
+    auto const found = std::find(items.rbegin(), items.rend(), child);
+    if (found != items.rend())
+        items.erase(std::next(found).base());
+}
+
+void DeleteItems(gpointer data)
+{
+    delete static_cast<Items*>(data);
+}
+
+Items* GetItems(DAW_MenuHandle menu)
+{
+    return static_cast<Items*>(g_object_get_data(G_OBJECT(menu), kItemsKey));
+}
 
 gboolean RunCommand(gpointer id)
 {
@@ -27,6 +65,8 @@ void OnActivate(GtkMenuItem* item, gpointer id)
 
 GtkWidget* NthChild(GtkWidget* shell, int32 position)
 {
+    if (Items* const items = GetItems(shell))
+        return position >= 0 && size_t(position) < items->size() ? (*items)[size_t(position)] : nullptr;
     GList* const children = gtk_container_get_children(GTK_CONTAINER(shell));
     auto* const child = static_cast<GtkWidget*>(g_list_nth_data(children, guint(position)));
     g_list_free(children);
@@ -58,11 +98,18 @@ DAW_MenuHandle DAW_MenuPlatformGtk::Create(bool popup)
         mLastError = ENXIO;
         return nullptr;
     }
-    return popup ? gtk_menu_new() : gtk_menu_bar_new();
+    GtkWidget* const menu = popup ? gtk_menu_new() : gtk_menu_bar_new();
+    auto* const items = new Items;
+    g_object_set_data_full(G_OBJECT(menu), kItemsKey, items, &DeleteItems);
+    g_signal_connect(menu, "insert", G_CALLBACK(&OnInsert), items);
+    g_signal_connect(menu, "remove", G_CALLBACK(&OnRemove), items);
+    return menu;
 }
 
 int32 DAW_MenuPlatformGtk::GetMenuItemCount(DAW_MenuHandle menu)
 {
+    if (Items const* const items = GetItems(menu))
+        return int32(items->size());
     GList* const children = gtk_container_get_children(GTK_CONTAINER(menu));
     int32 const count = int32(g_list_length(children));
     g_list_free(children);
@@ -72,15 +119,13 @@ int32 DAW_MenuPlatformGtk::GetMenuItemCount(DAW_MenuHandle menu)
 void DAW_MenuPlatformGtk::InsertMenuItem(DAW_MenuHandle menu, int32 position, ItemInfo const& info)
 {
     std::string const text = MnemonicText(info.mText);
-    GtkWidget* item;
+    GtkWidget* const item = info.mChecked ? gtk_check_menu_item_new_with_mnemonic(text.c_str())
+                                          : gtk_menu_item_new_with_mnemonic(text.c_str());
     if (info.mChecked)
     {
-        item = gtk_check_menu_item_new_with_mnemonic(text.c_str());
         gtk_check_menu_item_set_active(GTK_CHECK_MENU_ITEM(item), TRUE);
         g_object_set_data(G_OBJECT(item), kCheckedKey, GINT_TO_POINTER(1));
     }
-    else
-        item = gtk_menu_item_new_with_mnemonic(text.c_str());
     gtk_widget_set_sensitive(item, !info.mGrayed);
     if (info.mSubMenu)
         gtk_menu_item_set_submenu(GTK_MENU_ITEM(item), static_cast<GtkWidget*>(info.mSubMenu));

@@ -163,5 +163,13 @@ TEST(DAW_MenuGui, MnemonicOpensTheBarAndASubMenuEntryRunsOnce)
     Iterate();
     EXPECT_EQ(sRan, std::vector<std::string>{"/home/me/my_takes/&Take_1.wav"});
     EXPECT_FALSE(gtk_widget_get_mapped(fileMenu));
+
+    // Filled again under the same handle, an item a host put in by hand
+    // gone with the rest.
+    recent->DeleteAllEntries();
+    recent->AppendEntry(new Item("/tmp/new_take.wav", false, false));
+    gtk_menu_shell_append(GTK_MENU_SHELL(bar), gtk_menu_item_new_with_label("by hand"));
+    DAW_MenuMgrGtk::UpdateMenu(bar);
+    EXPECT_EQ(Draw(bar), "_File > [_Open..., -, _Loop (off) (on), _Recent > [/tmp/new__take.wav (off)]], _Help");
     gtk_widget_destroy(window);
 }
