@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <string>
 
-namespace vfl_test
+namespace vfltest
 {
 // The path written, or an empty string when there was nothing to take.
 inline std::string SaveScreenshot(GdkWindow* window, std::string const& name)
@@ -30,4 +30,4 @@ inline std::string SaveScreenshot(GdkWindow* window, std::string const& name)
     g_object_unref(picture);
     return saved ? path : std::string();
 }
-} // namespace vfl_test
+} // namespace vfltest

@@ -153,7 +153,7 @@ TEST(DAW_MenuGui, MnemonicOpensTheBarAndASubMenuEntryRunsOnce)
     // The menu's own drawing, after it has been mapped.
     g_usleep(200000);
     Iterate();
-    std::string const picture = vfl_test::SaveScreenshot(gdk_get_default_root_window(), "DAW_MenuGui_File");
+    std::string const picture = vfltest::SaveScreenshot(gdk_get_default_root_window(), "DAW_MenuGui_File");
     EXPECT_FALSE(picture.empty());
     std::cout << "screenshot: " << picture << "\n";
 
