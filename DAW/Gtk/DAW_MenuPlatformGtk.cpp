@@ -57,9 +57,14 @@ gboolean RunCommand(gpointer id)
 void OnActivate(GtkMenuItem* item, gpointer id)
 {
     // A check item has just turned its own mark over; the tree decides.
+    // Turning it back activates the item again: not this handler.
     if (GTK_IS_CHECK_MENU_ITEM(item))
+    {
+        g_signal_handlers_block_by_func(item, reinterpret_cast<gpointer>(&OnActivate), id);
         gtk_check_menu_item_set_active(GTK_CHECK_MENU_ITEM(item),
                                        g_object_get_data(G_OBJECT(item), kCheckedKey) != nullptr);
+        g_signal_handlers_unblock_by_func(item, reinterpret_cast<gpointer>(&OnActivate), id);
+    }
     g_idle_add(&RunCommand, id);
 }
 

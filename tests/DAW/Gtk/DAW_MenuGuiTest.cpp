@@ -173,3 +173,31 @@ TEST(DAW_MenuGui, MnemonicOpensTheBarAndASubMenuEntryRunsOnce)
     EXPECT_EQ(Draw(bar), "_File > [_Open..., -, _Loop (off) (on), _Recent > [/tmp/new__take.wav (off)]], _Help");
     gtk_widget_destroy(window);
 }
+
+TEST(DAW_MenuGui, PickingACheckedItemLeavesItsMarkToTheTree)
+{
+    if (!std::getenv("DISPLAY"))
+        GTEST_SKIP() << "needs an X display (run under xvfb-run)";
+    ASSERT_TRUE(gtk_init_check(nullptr, nullptr));
+    static auto* const root = new DAW_MenuEntrySubMenu("Popup");
+    root->AppendEntry(new Item("&Metronome", true, true));
+    root->AppendEntry(new Item("&Count in", true, false));
+    GtkWidget* const popup = DAW_MenuMgrGtk::BuildAndMapPopupMenu(root);
+    ASSERT_TRUE(GTK_IS_MENU(popup));
+    GList* const items = gtk_container_get_children(GTK_CONTAINER(popup));
+    ASSERT_EQ(g_list_length(items), 2u);
+    auto* const metronome = static_cast<GtkWidget*>(items->data);
+    auto* const countIn = static_cast<GtkWidget*>(items->next->data);
+    g_list_free(items);
+    EXPECT_EQ(DAW_MenuPlatformGtk::GetItemCommandID(metronome), root->GetEntry(0)->GetCommandID(0));
+    EXPECT_FALSE(GTK_IS_CHECK_MENU_ITEM(countIn));
+
+    sRan.clear();
+    gtk_menu_item_activate(GTK_MENU_ITEM(metronome));
+    gtk_menu_item_activate(GTK_MENU_ITEM(metronome));
+    // The command runs from the main loop, not inside the activation.
+    EXPECT_TRUE(sRan.empty());
+    Iterate();
+    EXPECT_EQ(sRan, (std::vector<std::string>{"&Metronome", "&Metronome"}));
+    EXPECT_TRUE(gtk_check_menu_item_get_active(GTK_CHECK_MENU_ITEM(metronome)));
+}
