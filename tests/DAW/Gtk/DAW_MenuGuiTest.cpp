@@ -157,8 +157,17 @@ TEST(DAW_MenuGui, MnemonicOpensTheBarAndASubMenuEntryRunsOnce)
     EXPECT_FALSE(picture.empty());
     std::cout << "screenshot: " << picture << "\n";
 
-    // R opens Recent; T picks its first entry.
-    Xdotool("key r t");
+    // R opens Recent, whose paths show their underscores; T picks its first
+    // entry.
+    GList* const fileItems = gtk_container_get_children(GTK_CONTAINER(fileMenu));
+    GtkWidget* const recentMenu = gtk_menu_item_get_submenu(GTK_MENU_ITEM(g_list_nth_data(fileItems, 3)));
+    g_list_free(fileItems);
+    Xdotool("key r");
+    ASSERT_TRUE(WaitFor([&] { return gtk_widget_get_mapped(recentMenu); }));
+    g_usleep(200000);
+    Iterate();
+    std::cout << "screenshot: " << vfltest::SaveScreenshot(gdk_get_default_root_window(), "DAW_MenuGui_Recent") << "\n";
+    Xdotool("key t");
     ASSERT_TRUE(WaitFor([] { return !sRan.empty(); }));
     Iterate();
     EXPECT_EQ(sRan, std::vector<std::string>{"/home/me/my_takes/&Take_1.wav"});
