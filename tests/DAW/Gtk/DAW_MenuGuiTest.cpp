@@ -1,0 +1,212 @@
+// A menu bar in a real window on the X server of the test (xvfb-run):
+// xdotool opens it by its mnemonic and picks an entry of a sub menu.
+// Skipped without a display or without xdotool.
+#include "DAW/DAW_MenuEntrySeparator.h"
+#include "DAW/DAW_MenuEntrySimple.h"
+#include "DAW/DAW_MenuEntrySubMenu.h"
+#include "DAW/Gtk/DAW_MenuDataGtk.h"
+#include "DAW/Gtk/DAW_MenuMgrGtk.h"
+#include "DAW/Gtk/DAW_MenuPlatformGtk.h"
+#include "support/GtkScreenshot.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+// Last: the X11 headers define macros such as None.
+#include <gdk/gdkx.h>
+
+namespace
+{
+std::vector<std::string> sRan;
+
+class Item : public DAW_MenuEntrySimple
+{
+public:
+    Item(std::string const& text, bool enabled, bool checked)
+        : DAW_MenuEntrySimple(text), mEnabled(enabled), mChecked(checked)
+    {
+    }
+    bool MenuEntryIsEnabled() override { return mEnabled; }
+    bool MenuEntryIsChecked() override { return mChecked; }
+    void DoIt() override { sRan.push_back(GetMenuText()); }
+
+private:
+    bool mEnabled, mChecked;
+};
+
+bool HaveXdotool()
+{
+    return std::system("command -v xdotool >/dev/null 2>&1") == 0;
+}
+
+void Iterate()
+{
+    while (g_main_context_pending(nullptr))
+        g_main_context_iteration(nullptr, FALSE);
+}
+
+gboolean StopWaiting(gpointer flag)
+{
+    *static_cast<bool*>(flag) = true;
+    return G_SOURCE_REMOVE;
+}
+
+// Runs the main loop until done() holds; the limit only keeps a broken run
+// from hanging.
+bool WaitFor(std::function<bool()> const& done)
+{
+    bool timedOut = false;
+    guint const timer = g_timeout_add_seconds(60, &StopWaiting, &timedOut);
+    while (!timedOut && !done())
+        g_main_context_iteration(nullptr, TRUE);
+    if (!timedOut)
+        g_source_remove(timer);
+    return !timedOut;
+}
+
+void Xdotool(std::string const& arguments)
+{
+    std::string const command = "xdotool " + arguments;
+    gchar* argv[] = {g_strdup("/bin/sh"), g_strdup("-c"), g_strdup(command.c_str()), nullptr};
+    GError* error = nullptr;
+    EXPECT_TRUE(g_spawn_async(nullptr, argv, nullptr, G_SPAWN_DEFAULT, nullptr, nullptr, nullptr, &error))
+        << (error ? error->message : "");
+    for (gchar* a : argv)
+        g_free(a);
+}
+
+// The items of a menu shell as "text" with "(off)" and "(on)" marks and
+// "> [...]" for a sub menu.
+std::string Draw(GtkWidget* shell)
+{
+    std::string text;
+    GList* const children = gtk_container_get_children(GTK_CONTAINER(shell));
+    for (GList* c = children; c; c = c->next)
+    {
+        auto* const item = static_cast<GtkWidget*>(c->data);
+        if (!text.empty())
+            text += ", ";
+        if (GTK_IS_SEPARATOR_MENU_ITEM(item))
+        {
+            text += "-";
+            continue;
+        }
+        text += gtk_menu_item_get_label(GTK_MENU_ITEM(item));
+        if (!gtk_widget_get_sensitive(item))
+            text += " (off)";
+        if (GTK_IS_CHECK_MENU_ITEM(item) && gtk_check_menu_item_get_active(GTK_CHECK_MENU_ITEM(item)))
+            text += " (on)";
+        if (GtkWidget* const sub = gtk_menu_item_get_submenu(GTK_MENU_ITEM(item)))
+            text += " > [" + Draw(sub) + "]";
+    }
+    g_list_free(children);
+    return text;
+}
+} // namespace
+
+TEST(DAW_MenuGui, MnemonicOpensTheBarAndASubMenuEntryRunsOnce)
+{
+    if (!std::getenv("DISPLAY") || !HaveXdotool())
+        GTEST_SKIP() << "needs an X display and xdotool (run under xvfb-run)";
+    ASSERT_TRUE(gtk_init_check(nullptr, nullptr));
+
+    // Lives as long as the menu can send commands: to the end of the process.
+    static auto* const root = new DAW_MenuEntrySubMenu("Main");
+    auto* const file = new DAW_MenuEntrySubMenu("&File");
+    auto* const recent = new DAW_MenuEntrySubMenu("&Recent");
+    root->AppendEntry(file);
+    root->AppendEntry(new Item("&Help", true, false));
+    file->AppendEntry(new Item("&Open...", true, false));
+    file->AppendEntry(new DAW_MenuEntrySeparator);
+    file->AppendEntry(new Item("&Loop", false, true));
+    file->AppendEntry(recent);
+    recent->AppendEntry(new Item("/home/me/my_takes/&Take_1.wav", true, false));
+    recent->AppendEntry(new Item("/home/me/my_takes/Take_2.wav", true, false));
+
+    Cmn_RefCountConstPtr<DAW_MenuData> const data = DAW_MenuDataGtk::CreateDAW_Menu(root);
+    GtkWidget* const bar = static_cast<DAW_MenuDataGtk const&>(*data).GetMenuHandle();
+    ASSERT_TRUE(GTK_IS_MENU_BAR(bar));
+    EXPECT_EQ(Draw(bar), "_File > [_Open..., -, _Loop (off) (on), _Recent > [/home/me/my__takes/_Take__1.wav, "
+                         "/home/me/my__takes/Take__2.wav]], _Help");
+
+    GtkWidget* const window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+    gtk_window_set_default_size(GTK_WINDOW(window), 320, 200);
+    GtkWidget* const box = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+    gtk_box_pack_start(GTK_BOX(box), bar, FALSE, FALSE, 0);
+    gtk_container_add(GTK_CONTAINER(window), box);
+    gtk_widget_show_all(window);
+    ASSERT_TRUE(WaitFor([&] { return gtk_widget_get_mapped(window); }));
+    Iterate();
+
+    GList* const top = gtk_container_get_children(GTK_CONTAINER(bar));
+    GtkWidget* const fileMenu = gtk_menu_item_get_submenu(GTK_MENU_ITEM(top->data));
+    g_list_free(top);
+    std::ostringstream focus;
+    focus << "windowfocus --sync " << gdk_x11_window_get_xid(gtk_widget_get_window(window));
+    Xdotool(focus.str() + " key alt+f");
+    ASSERT_TRUE(WaitFor([&] { return gtk_widget_get_mapped(fileMenu); }));
+    // The menu's own drawing, after it has been mapped.
+    g_usleep(200000);
+    Iterate();
+    std::string const picture = vfltest::SaveScreenshot(gdk_get_default_root_window(), "DAW_MenuGui_File");
+    EXPECT_FALSE(picture.empty());
+    std::cout << "screenshot: " << picture << "\n";
+
+    // R opens Recent, whose paths show their underscores; T picks its first
+    // entry.
+    GList* const fileItems = gtk_container_get_children(GTK_CONTAINER(fileMenu));
+    GtkWidget* const recentMenu = gtk_menu_item_get_submenu(GTK_MENU_ITEM(g_list_nth_data(fileItems, 3)));
+    g_list_free(fileItems);
+    Xdotool("key r");
+    ASSERT_TRUE(WaitFor([&] { return gtk_widget_get_mapped(recentMenu); }));
+    g_usleep(200000);
+    Iterate();
+    std::cout << "screenshot: " << vfltest::SaveScreenshot(gdk_get_default_root_window(), "DAW_MenuGui_Recent") << "\n";
+    Xdotool("key t");
+    ASSERT_TRUE(WaitFor([] { return !sRan.empty(); }));
+    Iterate();
+    EXPECT_EQ(sRan, std::vector<std::string>{"/home/me/my_takes/&Take_1.wav"});
+    EXPECT_FALSE(gtk_widget_get_mapped(fileMenu));
+
+    // Filled again under the same handle, an item a host put in by hand
+    // gone with the rest.
+    recent->DeleteAllEntries();
+    recent->AppendEntry(new Item("/tmp/new_take.wav", false, false));
+    gtk_menu_shell_append(GTK_MENU_SHELL(bar), gtk_menu_item_new_with_label("by hand"));
+    DAW_MenuMgrGtk::UpdateMenu(bar);
+    EXPECT_EQ(Draw(bar), "_File > [_Open..., -, _Loop (off) (on), _Recent > [/tmp/new__take.wav (off)]], _Help");
+    gtk_widget_destroy(window);
+}
+
+TEST(DAW_MenuGui, PickingACheckedItemLeavesItsMarkToTheTree)
+{
+    if (!std::getenv("DISPLAY"))
+        GTEST_SKIP() << "needs an X display (run under xvfb-run)";
+    ASSERT_TRUE(gtk_init_check(nullptr, nullptr));
+    static auto* const root = new DAW_MenuEntrySubMenu("Popup");
+    root->AppendEntry(new Item("&Metronome", true, true));
+    root->AppendEntry(new Item("&Count in", true, false));
+    GtkWidget* const popup = DAW_MenuMgrGtk::BuildAndMapPopupMenu(root);
+    ASSERT_TRUE(GTK_IS_MENU(popup));
+    GList* const items = gtk_container_get_children(GTK_CONTAINER(popup));
+    ASSERT_EQ(g_list_length(items), 2u);
+    auto* const metronome = static_cast<GtkWidget*>(items->data);
+    auto* const countIn = static_cast<GtkWidget*>(items->next->data);
+    g_list_free(items);
+    EXPECT_EQ(DAW_MenuPlatformGtk::GetItemCommandID(metronome), root->GetEntry(0)->GetCommandID(0));
+    EXPECT_FALSE(GTK_IS_CHECK_MENU_ITEM(countIn));
+
+    sRan.clear();
+    gtk_menu_item_activate(GTK_MENU_ITEM(metronome));
+    gtk_menu_item_activate(GTK_MENU_ITEM(metronome));
+    // The command runs from the main loop, not inside the activation.
+    EXPECT_TRUE(sRan.empty());
+    Iterate();
+    EXPECT_EQ(sRan, (std::vector<std::string>{"&Metronome", "&Metronome"}));
+    EXPECT_TRUE(gtk_check_menu_item_get_active(GTK_CHECK_MENU_ITEM(metronome)));
+}
