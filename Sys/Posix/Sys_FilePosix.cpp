@@ -5,7 +5,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <bit>
 #include <cerrno>
+#include <cstring>
 #include <limits>
 
 #include "Cmn/Cmn_Assert.h"
@@ -53,7 +55,19 @@ Sys_FileAttr AttrFromStatx(struct statx const& st)
     return Sys_FileAttr(static_cast<int64>(st.stx_size), readOnly, created, modified);
 }
 
+bool sIsZeroFillingOnFATSubverted = false;
+
 } // namespace
+
+void Sys_FilePosix::SetZeroFillingOnFATSubverted(bool subverted)
+{
+    sIsZeroFillingOnFATSubverted = subverted;
+}
+
+bool Sys_FilePosix::IsZeroFillingOnFATSubverted()
+{
+    return sIsZeroFillingOnFATSubverted;
+}
 
 void Sys_FilePosix::SetPlatformDependentMethods()
 {
@@ -179,9 +193,22 @@ void Sys_FilePosix::Open(int32 openMode)
     if (noAccess && !create)
         flags = O_PATH;
 
+    // Unbuffered alone is refused above; past the assertion it is served
+    // as a plain file.
+    bool const unbuffered = (openMode & Sys_File::kOpenUnbuffered) && (openMode & Sys_File::kOpenAsync);
+    if (unbuffered && !(flags & O_PATH))
+        flags |= O_DIRECT;
+
     std::string const path = mFileLoc.GetFullPath();
     // Not blocking while opening, so that a FIFO cannot hang the caller.
-    int const fd = Sys_FilePosixCalls::Current().open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0666);
+    int fd = Sys_FilePosixCalls::Current().open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0666);
+    if (fd < 0 && errno == EINVAL && (flags & O_DIRECT))
+    {
+        // A file system without direct transfers: the same sector
+        // arithmetic then runs through the page cache.
+        flags &= ~O_DIRECT;
+        fd = Sys_FilePosixCalls::Current().open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0666);
+    }
     if (fd < 0)
         ThrowErrno(errno);
 
@@ -204,6 +231,59 @@ void Sys_FilePosix::Open(int32 openMode)
     mPosition = 0;
     mDevice = static_cast<uint64>(st.st_dev);
     mInode = static_cast<uint64>(st.st_ino);
+
+    if (unbuffered || sIsZeroFillingOnFATSubverted)
+        SetUpSectorSize(fd);
+    if (unbuffered)
+    {
+        // A new pair for each open, since the sector size may have changed.
+        mSectorBuffer1 = AllocateSector();
+        mSectorBuffer2 = AllocateSector();
+    }
+    CreateZeroFillHandleIfAppropriate();
+}
+
+void Sys_FilePosix::SetUpSectorSize(int fd)
+{
+    uint64 size = mSectorSizeOverride > 0 ? static_cast<uint64>(mSectorSizeOverride)
+                                          : static_cast<uint64>(std::max<int32>(mBytesPerSector, 0));
+    uint64 memoryAlignment = 0;
+    struct statx st;
+    if (mSectorSizeOverride <= 0 && ::statx(fd, "", AT_EMPTY_PATH, STATX_DIOALIGN, &st) == 0 &&
+        (st.stx_mask & STATX_DIOALIGN))
+    {
+        // The file system may ask for more than the device's sector.
+        size = std::max<uint64>(size, st.stx_dio_offset_align);
+        memoryAlignment = st.stx_dio_mem_align;
+    }
+    // No sector size (a RAM disk has none): every byte is a sector.
+    mSectorSize = size == 0 ? 1 : size;
+    mMemoryAlignment = std::max(mSectorSize, memoryAlignment);
+}
+
+Sys_FilePosix::SectorBuffer Sys_FilePosix::AllocateSector() const
+{
+    std::size_t const alignment = std::bit_ceil(std::max<std::size_t>(mMemoryAlignment, sizeof(void*)));
+    void* memory = nullptr;
+    int const err = ::posix_memalign(&memory, alignment, static_cast<std::size_t>(mSectorSize));
+    if (err != 0)
+        ThrowErrno(err);
+    std::memset(memory, 0, static_cast<std::size_t>(mSectorSize));
+    return SectorBuffer(static_cast<char*>(memory));
+}
+
+void Sys_FilePosix::CreateZeroFillHandleIfAppropriate()
+{
+    int32 const needed = Sys_File::kOpenWrite | Sys_File::kOpenShareRead | Sys_File::kOpenShareWrite;
+    if (!sIsZeroFillingOnFATSubverted || (mOpenMode & needed) != needed ||
+        (mOpenMode & (Sys_File::kOpenUnbuffered | Sys_File::kOpenAsync)))
+        return;
+    std::string const path = mFileLoc.GetFullPath();
+    int const fd = Sys_FilePosixCalls::Current().open(path.c_str(), O_RDWR | O_DIRECT | O_CLOEXEC, 0);
+    // The main handle stays open when this one fails.
+    if (fd < 0)
+        ThrowErrno(errno);
+    mZeroFillHandle = fd;
 }
 
 void Sys_FilePosix::Close()
@@ -214,6 +294,8 @@ void Sys_FilePosix::Close()
         if (mOpenMode & Sys_File::kOpenWrite)
             calls.fsync(mHandle);
         calls.close(mHandle);
+        if (mZeroFillHandle >= 0)
+            calls.close(mZeroFillHandle);
         if (mOpenMode & Sys_File::kOpenDeleteOnClose)
         {
             std::string const path = mFileLoc.GetFullPath();
@@ -224,6 +306,7 @@ void Sys_FilePosix::Close()
         }
     }
     mHandle = -1;
+    mZeroFillHandle = -1;
     mOpenMode = 0;
 }
 
@@ -243,10 +326,36 @@ void Sys_FilePosix::ThrowIfNoAccess() const
 void Sys_FilePosix::SetEOF(int64 size)
 {
     ThrowIfNoAccess();
+    Sys_FilePosixCalls const& calls = Sys_FilePosixCalls::Current();
+    if (mZeroFillHandle >= 0)
+    {
+        int64 const sector = static_cast<int64>(mSectorSize);
+        int64 const delta = size - static_cast<int64>(GetEOF());
+        if (delta >= sector)
+        {
+            // Growing by a sector or more: the last sector is written
+            // through the unbuffered handle first, so that the file system
+            // never fills the growth itself.
+            int64 const point = size % sector != 0 ? size - size % sector : size - sector;
+            if (calls.ftruncate(mZeroFillHandle, point) != 0)
+                ThrowErrno(errno);
+            SectorBuffer const zeros = AllocateSector();
+            int64 const put = calls.pwrite(mZeroFillHandle, zeros.get(), mSectorSize, point);
+            if (put < 0)
+                ThrowErrno(errno);
+            if (put != sector)
+                ThrowErrno(EIO);
+        }
+    }
+    Truncate(size);
+    calls.fsync(mHandle);
+    // The position is in user space and stays where it was.
+}
+
+void Sys_FilePosix::Truncate(int64 size)
+{
     if (Sys_FilePosixCalls::Current().ftruncate(mHandle, size) != 0)
         ThrowErrno(errno);
-    Sys_FilePosixCalls::Current().fsync(mHandle);
-    // The position is in user space and stays where it was.
 }
 
 uint64 Sys_FilePosix::GetEOF()
@@ -288,6 +397,13 @@ uint64 Sys_FilePosix::GetPosition()
 int64 Sys_FilePosix::Read(void* buffer, int64 count)
 {
     ThrowIfNoAccess();
+    if ((mOpenMode & Sys_File::kOpenUnbuffered) && (mOpenMode & Sys_File::kOpenAsync))
+    {
+        uint64 done = static_cast<uint64>(count) & 0xFFFFFFFFu;
+        if (int const err = ReadUnbufferedIO(buffer, &done))
+            ThrowErrno(err);
+        return static_cast<int64>(done);
+    }
     // One transfer is at most 4 GiB - 1 bytes: the count above 32 bits is dropped.
     uint64 const wanted = static_cast<uint64>(count) & 0xFFFFFFFFu;
     char* const bytes = static_cast<char*>(buffer);
@@ -316,6 +432,14 @@ int64 Sys_FilePosix::Read(void* buffer, int64 count)
 int64 Sys_FilePosix::Write(void const* buffer, int64 count)
 {
     ThrowIfNoAccess();
+    if ((mOpenMode & Sys_File::kOpenUnbuffered) && (mOpenMode & Sys_File::kOpenAsync))
+    {
+        uint64 done = static_cast<uint64>(count) & 0xFFFFFFFFu;
+        if (int const err = WriteUnbufferedIO(buffer, &done))
+            ThrowErrno(err);
+        mHighWaterMark = std::max(mHighWaterMark, mPosition);
+        return static_cast<int64>(done);
+    }
     uint64 const wanted = static_cast<uint64>(count) & 0xFFFFFFFFu;
     char const* const bytes = static_cast<char const*>(buffer);
     uint64 done = 0;
@@ -372,4 +496,148 @@ uint64 Sys_FilePosix::QelGetHighWaterMark()
 void Sys_FilePosix::QelSetHighWaterMark(int64 mark)
 {
     mHighWaterMark = static_cast<uint64>(mark);
+}
+
+// ---------------------------------------------------------------- unbuffered
+
+int Sys_FilePosix::ReadAt(void* buffer, uint64 count, uint64* done)
+{
+    char* const bytes = static_cast<char*>(buffer);
+    *done = 0;
+    while (*done < count)
+    {
+        uint64 const chunk = std::min(count - *done, kMaxTransfer);
+        int64 const got =
+            Sys_FilePosixCalls::Current().pread(mHandle, bytes + *done, chunk, static_cast<int64>(mPosition));
+        if (got < 0)
+        {
+            if (errno == EINTR)
+                continue;
+            return errno != 0 ? errno : EIO;
+        }
+        if (got == 0)
+            return *done == 0 ? Sys_File::kErrHandleEOF : 0;
+        *done += static_cast<uint64>(got);
+        mPosition += static_cast<uint64>(got);
+        // Short: the end of the file. Asking again from there would be a
+        // transfer off the sector grid.
+        if (static_cast<uint64>(got) < chunk)
+            break;
+    }
+    return 0;
+}
+
+int Sys_FilePosix::WriteAt(void const* buffer, uint64 count)
+{
+    char const* const bytes = static_cast<char const*>(buffer);
+    uint64 done = 0;
+    while (done < count)
+    {
+        uint64 const chunk = std::min(count - done, kMaxTransfer);
+        int64 const put =
+            Sys_FilePosixCalls::Current().pwrite(mHandle, bytes + done, chunk, static_cast<int64>(mPosition));
+        if (put < 0 && errno == EINTR)
+            continue;
+        if (put < 0)
+            return errno != 0 ? errno : EIO;
+        if (put == 0)
+            return EIO; // no progress and no reason: do not spin on it
+        done += static_cast<uint64>(put);
+        mPosition += static_cast<uint64>(put);
+    }
+    return 0;
+}
+
+int Sys_FilePosix::ReadUnbufferedIO(void* buffer, uint64* count)
+{
+    uint64 const sector = mSectorSize;
+    uint64 const start = mPosition;
+    uint64 const wanted = *count;
+    char* const bytes = static_cast<char*>(buffer);
+
+    uint64 const headOffset = start % sector;
+    mPosition = start - headOffset;
+    uint64 const head = std::min(wanted, sector - headOffset);
+    uint64 const tail = (wanted - head) % sector;
+    uint64 const middle = wanted - head - tail;
+
+    uint64 got = 0;
+    if (head != 0)
+    {
+        if (int const err = ReadAt(mSectorBuffer1.get(), sector, &got))
+            return err;
+        // Past a short last sector the caller gets zeros, not what the
+        // buffer held before.
+        std::memset(mSectorBuffer1.get() + got, 0, sector - got);
+    }
+    // Each piece is read at its own sector, also when the one before came
+    // back short.
+    uint64 const middleStart = start - headOffset + (head != 0 ? sector : 0);
+    if (middle != 0)
+    {
+        mPosition = middleStart;
+        if (int const err = ReadAt(bytes + head, middle, &got))
+            return err;
+        std::memset(bytes + head + got, 0, middle - got);
+    }
+    if (tail != 0)
+    {
+        mPosition = middleStart + middle;
+        if (int const err = ReadAt(mSectorBuffer2.get(), sector, &got))
+            return err;
+        std::memset(mSectorBuffer2.get() + got, 0, sector - got);
+    }
+    std::memcpy(bytes, mSectorBuffer1.get() + headOffset, head);
+    std::memcpy(bytes + wanted - tail, mSectorBuffer2.get(), tail);
+    mPosition = start + wanted;
+    return 0;
+}
+
+int Sys_FilePosix::MergeSector(char* sector, uint64 offset, char const* source, uint64 length)
+{
+    uint64 got = 0;
+    int const err = ReadAt(sector, mSectorSize, &got);
+    if (err != 0 && err != Sys_File::kErrHandleEOF)
+        return err;
+    mPosition -= got;
+    // What lies beyond the end, or in a hole, reads as zeros; the sector
+    // must not carry the last transfer's bytes there.
+    std::memset(sector + got, 0, mSectorSize - got);
+    std::memcpy(sector + offset, source, length);
+    return WriteAt(sector, mSectorSize);
+}
+
+int Sys_FilePosix::WriteUnbufferedIO(void const* buffer, uint64* count)
+{
+    int64 const end = static_cast<int64>(GetEOF());
+    uint64 const sector = mSectorSize;
+    uint64 const start = mPosition;
+    uint64 const wanted = *count;
+    char const* const bytes = static_cast<char const*>(buffer);
+
+    uint64 const headOffset = start % sector;
+    mPosition = start - headOffset;
+    uint64 const head = std::min(wanted, sector - headOffset);
+    uint64 const tail = (wanted - head) % sector;
+    uint64 const middle = wanted - head - tail;
+
+    if (head != 0)
+    {
+        if (int const err = MergeSector(mSectorBuffer1.get(), headOffset, bytes, head))
+            return err;
+    }
+    if (middle != 0)
+    {
+        if (int const err = WriteAt(bytes + head, middle))
+            return err;
+    }
+    if (tail != 0)
+    {
+        if (int const err = MergeSector(mSectorBuffer2.get(), 0, bytes + wanted - tail, tail))
+            return err;
+    }
+    // Whole sectors may have left the file longer than its last byte.
+    Truncate(std::max(static_cast<int64>(start + wanted), end));
+    mPosition = start + wanted;
+    return 0;
 }
