@@ -12,6 +12,8 @@
 
 #include "Cmn/Cmn_Assert.h"
 #include "Cmn/Cmn_Exception.h"
+#include "Sys/Posix/Sys_AsyncFileEnginePosix.h"
+#include "Sys/Posix/Sys_AsyncFileIOParamsPosix.h"
 #include "Sys/Posix/Sys_FilePosixCalls.h"
 #include "Sys/Posix/Sys_UtilsPosix.h"
 #include "Sys/Sys_ThrowIfOSErr.h"
@@ -72,6 +74,7 @@ bool Sys_FilePosix::IsZeroFillingOnFATSubverted()
 void Sys_FilePosix::SetPlatformDependentMethods()
 {
     Sys_File::SetCreateMethod(&Sys_FilePosix::Create);
+    Sys_AsyncFileIOParamsPosix::SetPlatformDependentMethods();
 }
 
 Sys_FileImpl* Sys_FilePosix::Create(Sys_FileLoc const& loc)
@@ -465,6 +468,31 @@ int64 Sys_FilePosix::Write(void const* buffer, int64 count)
     mPosition += done;
     mHighWaterMark = std::max(mHighWaterMark, mPosition);
     return static_cast<int64>(done);
+}
+
+void Sys_FilePosix::ReadAsync(Sys_AsyncFileIOParams* params)
+{
+    Queue(params, false);
+}
+
+void Sys_FilePosix::WriteAsync(Sys_AsyncFileIOParams* params)
+{
+    Queue(params, true);
+}
+
+void Sys_FilePosix::Queue(Sys_AsyncFileIOParams* params, bool write)
+{
+    CMN_ASSERT(mOpenMode & Sys_File::kOpenAsync);
+    ThrowIfNoAccess();
+    auto* const posix = dynamic_cast<Sys_AsyncFileIOParamsPosix*>(params);
+    if (!posix)
+        ThrowErrno(EINVAL);
+    // The transfer carries its own offset; the file's position stays.
+    Sys_AsyncFileEnginePosix::Transfer const transfer = {
+        mHandle, write, posix->GetBuffer(), static_cast<uint64>(posix->GetCount()) & 0xFFFFFFFFu, posix->GetOffset(),
+        posix};
+    posix->Queue();
+    Sys_AsyncFileEnginePosix::Current().Submit(transfer);
 }
 
 void Sys_FilePosix::QelOpen(int32 openMode)

@@ -47,6 +47,8 @@ public:
     uint64 GetPosition() override;
     int64 Read(void* buffer, int64 count) override;
     int64 Write(void const* buffer, int64 count) override;
+    void ReadAsync(Sys_AsyncFileIOParams* params) override;
+    void WriteAsync(Sys_AsyncFileIOParams* params) override;
     void QelOpen(int32 openMode) override;
     void QelClose() override;
     uint64 QelGetHighWaterMark() override;
@@ -87,6 +89,7 @@ private:
     void LearnBytesPerSector();
     void SetUpSectorSize(int fd);
     void CreateZeroFillHandleIfAppropriate();
+    void Queue(Sys_AsyncFileIOParams* params, bool write);
 
     // The transfers of the unbuffered path. They return an error number, 0
     // for success, and leave throwing to Read and Write.

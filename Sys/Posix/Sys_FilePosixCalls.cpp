@@ -3,7 +3,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace {
+namespace
+{
 
 int SysOpen(char const* path, int flags, unsigned mode)
 {
@@ -35,7 +36,13 @@ int SysFsync(int fd)
     return ::fsync(fd);
 }
 
-constexpr Sys_FilePosixCalls kSystemCalls = {&SysOpen, &SysClose, &SysPread, &SysPwrite, &SysFtruncate, &SysFsync};
+int64 SysQueued(int, int64, int64 result)
+{
+    return result;
+}
+
+constexpr Sys_FilePosixCalls kSystemCalls = {&SysOpen,      &SysClose, &SysPread, &SysPwrite,
+                                             &SysFtruncate, &SysFsync, &SysQueued};
 
 Sys_FilePosixCalls sCurrent = kSystemCalls;
 

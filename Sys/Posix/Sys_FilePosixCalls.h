@@ -15,6 +15,10 @@ struct Sys_FilePosixCalls
     int64 (*pwrite)(int fd, void const* buffer, uint64 count, int64 offset);
     int (*ftruncate)(int fd, int64 length);
     int (*fsync)(int fd);
+    // Every queued transfer's outcome passes here on its way to the queuing
+    // thread, whichever engine moved it: the bytes transferred or -errno.
+    // The system's entry hands it on as it is.
+    int64 (*queued)(int fd, int64 offset, int64 result);
 
     // The table in use; tests change entries and put the old ones back.
     static Sys_FilePosixCalls& Current();
