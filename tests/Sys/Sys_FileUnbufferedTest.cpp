@@ -381,6 +381,84 @@ TEST_F(SysFileUnbufferedTest, RandomTransfersOnTheRealDiskMatchPlainTransfers)
     EXPECT_EQ(vfltest::ReadWholeFile(path), vfltest::ReadWholeFile(oraclePath));
 }
 
+// An ext4 file system on a loop device with 4096-byte sectors, mounted for
+// the length of a test; only for root, with the tools there.
+class LoopVolume
+{
+public:
+    explicit LoopVolume(vfltest::TempDir const& dir) : mImage(dir.File("volume.img")), mMount(dir.File("mnt"))
+    {
+        if (::geteuid() != 0)
+        {
+            mWhyNot = "not root";
+            return;
+        }
+        std::string device;
+        if (vfltest::RunCommand("truncate -s 64M " + mImage + " && mkfs.ext4 -q -b 4096 " + mImage +
+                                    " 2>/dev/null && losetup --sector-size 4096 -f --show " + mImage + " 2>/dev/null",
+                                &device) != 0 ||
+            device.empty())
+        {
+            mWhyNot = "no loop device with 4096-byte sectors";
+            return;
+        }
+        mDevice = device.substr(0, device.find('\n'));
+        if (vfltest::RunCommand("mkdir -p " + mMount + " && mount " + mDevice + " " + mMount + " 2>/dev/null") != 0)
+            mWhyNot = "cannot mount " + mDevice;
+        else
+            mMounted = true;
+    }
+    ~LoopVolume()
+    {
+        if (mMounted)
+            vfltest::RunCommand("umount " + mMount);
+        if (!mDevice.empty())
+            vfltest::RunCommand("losetup -d " + mDevice);
+    }
+    std::string const& WhyNot() const { return mWhyNot; }
+    std::string File(std::string const& name) const { return mMount + "/" + name; }
+
+private:
+    std::string mImage;
+    std::string mMount;
+    std::string mDevice;
+    std::string mWhyNot;
+    bool mMounted = false;
+};
+
+TEST_F(SysFileUnbufferedTest, OnA4KSectorVolumeTheSectorIsLearnedAndTransfersStayExact)
+{
+    LoopVolume volume(mDir);
+    if (!volume.WhyNot().empty())
+        GTEST_SKIP() << volume.WhyNot();
+
+    Bytes const start = Pattern(50000, 23);
+    std::string const path = volume.File("direct.bin");
+    vfltest::WriteWholeFile(path, start);
+    std::string const oraclePath = mDir.File("oracle.bin");
+    vfltest::WriteWholeFile(oraclePath, start);
+
+    // The file system enforces the rule itself: a transfer off the grid fails.
+    {
+        int const fd = ::open(path.c_str(), O_RDONLY | O_DIRECT);
+        ASSERT_GE(fd, 0);
+        AlignedAt buffer(512, 0, 4096);
+        errno = 0;
+        EXPECT_EQ(::pread(fd, buffer.Get(), 512, 512), -1);
+        EXPECT_EQ(errno, EINVAL);
+        ::close(fd);
+    }
+
+    Sys_File oracle{Sys_FileLoc(oraclePath)};
+    oracle.Open(kReadWrite);
+    Sys_File file{Sys_FileLoc(path)};
+    file.Open(kReadWrite | kUnbuffered);
+    ASSERT_EQ(Posix(file).GetUnbufferedSectorSize(), 4096u);
+    CompareWithPlainTransfers(file, oracle, 4096, 7);
+    file.Close();
+    EXPECT_EQ(vfltest::ReadWholeFile(path), vfltest::ReadWholeFile(oraclePath));
+}
+
 // ---------------------------------------------------------------- the zero-fill handle
 
 struct StZeroFill
