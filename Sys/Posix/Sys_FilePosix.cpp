@@ -584,36 +584,81 @@ int Sys_FilePosix::ReadUnbufferedIO(void* buffer, uint64* count)
     char* const bytes = static_cast<char*>(buffer);
 
     uint64 const headOffset = start % sector;
-    mPosition = start - headOffset;
     uint64 const head = std::min(wanted, sector - headOffset);
     uint64 const tail = (wanted - head) % sector;
     uint64 const middle = wanted - head - tail;
+    if (wanted == 0)
+        return 0;
+
+    // The head sector into the first buffer, the middle straight into the
+    // caller's memory, the tail sector into the second buffer: one read of
+    // the whole run of sectors, scattered, so that an aligned transfer
+    // costs no more calls than a plain one.
+    Sys_FilePosixCalls::Segment segments[3];
+    int pieces = 0;
+    segments[pieces++] = {mSectorBuffer1.get(), sector};
+    if (middle != 0)
+        segments[pieces++] = {bytes + head, middle};
+    if (tail != 0)
+        segments[pieces++] = {mSectorBuffer2.get(), sector};
+    uint64 const total = sector + middle + (tail != 0 ? sector : 0);
+    uint64 const first = start - headOffset;
 
     uint64 got = 0;
-    if (head != 0)
+    while (got < total)
     {
-        if (int const err = ReadAt(mSectorBuffer1.get(), sector, &got))
-            return err;
-        // Past a short last sector the caller gets zeros, not what the
-        // buffer held before.
-        std::memset(mSectorBuffer1.get() + got, 0, sector - got);
+        // Past what is done already: whole segments are dropped, and the
+        // read stays on the sector grid since it only goes on from a
+        // sector boundary.
+        Sys_FilePosixCalls::Segment rest[3];
+        int restCount = 0;
+        uint64 skip = got;
+        for (int i = 0; i < pieces; ++i)
+        {
+            if (skip >= segments[i].length)
+            {
+                skip -= segments[i].length;
+                continue;
+            }
+            rest[restCount++] = {static_cast<char*>(segments[i].base) + skip, segments[i].length - skip};
+            skip = 0;
+        }
+        Sys_FilePosixCalls const& calls = Sys_FilePosixCalls::Current();
+        int64 const n = restCount == 1 ? calls.pread(mHandle, rest[0].base, rest[0].length, int64(first + got))
+                                       : calls.preadv(mHandle, rest, restCount, int64(first + got));
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0)
+        {
+            mPosition = first + got;
+            return errno != 0 ? errno : EIO;
+        }
+        got += static_cast<uint64>(n);
+        // A short read is the end of the file, or the system's limit of one
+        // call, which falls on a page boundary.
+        if (n == 0 || got % sector != 0)
+            break;
     }
-    // Each piece is read at its own sector, also when the one before came
-    // back short.
-    uint64 const middleStart = start - headOffset + (head != 0 ? sector : 0);
+    mPosition = first + got;
+
+    // Where a piece found no sector at all, the file has none there.
+    uint64 const lastPiece = tail != 0 ? sector + middle : (middle != 0 ? sector : 0);
+    if (got <= lastPiece)
+        return Sys_File::kErrHandleEOF;
+
+    // Past a short last sector the caller gets zeros, not what the buffers
+    // held before.
+    uint64 const headGot = std::min(got, sector);
+    std::memset(mSectorBuffer1.get() + headGot, 0, sector - headGot);
     if (middle != 0)
     {
-        mPosition = middleStart;
-        if (int const err = ReadAt(bytes + head, middle, &got))
-            return err;
-        std::memset(bytes + head + got, 0, middle - got);
+        uint64 const middleGot = std::min(got - sector, middle);
+        std::memset(bytes + head + middleGot, 0, middle - middleGot);
     }
     if (tail != 0)
     {
-        mPosition = middleStart + middle;
-        if (int const err = ReadAt(mSectorBuffer2.get(), sector, &got))
-            return err;
-        std::memset(mSectorBuffer2.get() + got, 0, sector - got);
+        uint64 const tailGot = got - sector - middle;
+        std::memset(mSectorBuffer2.get() + tailGot, 0, sector - tailGot);
     }
     std::memcpy(bytes, mSectorBuffer1.get() + headOffset, head);
     std::memcpy(bytes + wanted - tail, mSectorBuffer2.get(), tail);

@@ -44,6 +44,7 @@ public:
         calls.close = &Close;
         calls.pread = &Pread;
         calls.pwrite = &Pwrite;
+        calls.preadv = &Preadv;
         calls.ftruncate = &Ftruncate;
     }
     ~SectorFake() { sCurrent = nullptr; }
@@ -100,6 +101,26 @@ private:
     static int64 Pwrite(int fd, void const* buffer, uint64 count, int64 offset)
     {
         return Transfer("pwrite", fd, buffer, count, offset, Real().pwrite);
+    }
+    // Logged as the lengths of its pieces: "preadv f0 512+1024+512 @0".
+    static int64 Preadv(int fd, Sys_FilePosixCalls::Segment const* segments, int count, int64 offset)
+    {
+        std::string lengths;
+        bool aligned = true;
+        for (int i = 0; i < count; ++i)
+        {
+            lengths += (i ? "+" : "") + std::to_string(segments[i].length);
+            aligned = aligned && sCurrent->Aligned(fd, segments[i].base, segments[i].length, offset);
+        }
+        std::string const entry = "preadv " + sCurrent->Name(fd) + " " + lengths + " @" + std::to_string(offset);
+        if (!aligned)
+        {
+            sCurrent->mLog.push_back(entry + " EINVAL");
+            errno = EINVAL;
+            return -1;
+        }
+        sCurrent->mLog.push_back(entry);
+        return Real().preadv(fd, segments, count, offset);
     }
     static int Ftruncate(int fd, int64 length)
     {
@@ -182,17 +203,9 @@ TEST_F(SysFileUnbufferedTest, ReadsGoThroughWholeSectorsAndGiveTheExactBytes)
 {
     ReadCase const cases[] = {
         {"one byte inside a sector", 2048, 1000, 1, {"pread f0 512 @512"}},
-        {"aligned: the head sector through the buffer, the rest direct",
-         2048,
-         512,
-         1024,
-         {"pread f0 512 @512", "pread f0 512 @1024"}},
-        {"one byte more adds a tail sector",
-         2048,
-         512,
-         1025,
-         {"pread f0 512 @512", "pread f0 512 @1024", "pread f0 512 @1536"}},
-        {"head, middle and tail", 4096, 100, 1500, {"pread f0 512 @0", "pread f0 1024 @512", "pread f0 512 @1536"}},
+        {"aligned: the head sector through the buffer, the rest direct", 2048, 512, 1024, {"preadv f0 512+512 @512"}},
+        {"one byte more adds a tail sector", 2048, 512, 1025, {"preadv f0 512+512+512 @512"}},
+        {"head, middle and tail", 4096, 100, 1500, {"preadv f0 512+1024+512 @0"}},
         {"nothing", 2048, 700, 0, {}},
         {"the short last sector: zeros past the end", 1000, 990, 20, {"pread f0 512 @512"}},
     };
