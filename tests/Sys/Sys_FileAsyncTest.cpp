@@ -3,8 +3,15 @@
 // one keeps its exception and calls no completion function.
 #include <gtest/gtest.h>
 
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <thread>
@@ -16,6 +23,7 @@
 #include "Sys/Sys_AsyncFileIOParams.h"
 #include "Sys/Sys_File.h"
 #include "Sys/Sys_FileLoc.h"
+#include "Sys/Sys_Init.h"
 #include "Sys/Sys_Int32ErrData.h"
 #include "Sys_FileTestSupport.h"
 #include "support/TestSupport.h"
@@ -192,6 +200,45 @@ TEST_P(SysFileAsyncTest, AnotherThreadsWaitDeliversNothing)
     EXPECT_EQ(q.completed.calls, 0);
     EXPECT_EQ(q.params->GetEvent()->Wait(), Sys_SyncObject::kWaitSignalled);
     EXPECT_EQ(q.completed.calls, 1);
+}
+
+// Refuses io_uring_setup to this process from now on, as container
+// profiles do.
+bool RefuseIoUring()
+{
+    sock_filter filter[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_io_uring_setup, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    sock_fprog program = {static_cast<unsigned short>(sizeof filter / sizeof filter[0]), filter};
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+TEST(SysFileAsyncFallbackTest, WhereIoUringIsRefusedTheWorkersServeQueuedTransfers)
+{
+    // In a process of its own, which starts with no engine chosen.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    vfltest::TempDir dir;
+    std::string const path = dir.File("file.bin");
+    vfltest::WriteWholeFile(path, Pattern(kBlock));
+    EXPECT_EXIT(
+        {
+            if (!RefuseIoUring())
+                std::_Exit(3);
+            Sys_Init::Init();
+            if (Engine::Choose(Engine::kEngineRing) || Engine::Current().GetKind() != Engine::kEngineWorkers)
+                std::_Exit(4);
+            Sys_File file{Sys_FileLoc(path)};
+            file.Open(Sys_File::kOpenRead | Sys_File::kOpenExisting | Sys_File::kOpenAsync);
+            Bytes buffer(kBlock);
+            std::unique_ptr<Sys_AsyncFileIOParams> params(Sys_AsyncFileIOParams::Create(0, kBlock, buffer.data()));
+            file.ReadAsync(params.get());
+            params->GetEvent()->Wait();
+            std::_Exit(params->GetCount() == kBlock && buffer == Pattern(kBlock) ? 0 : 5);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 std::string EngineName(testing::TestParamInfo<Engine::EKind> const& info)
