@@ -229,20 +229,28 @@ void Sys_FilePosix::Open(int32 openMode)
         ThrowErrno(err);
     }
 
-    mHandle = fd;
-    mOpenMode = openMode;
-    mPosition = 0;
-    mDevice = static_cast<uint64>(st.st_dev);
-    mInode = static_cast<uint64>(st.st_ino);
-
     if (unbuffered || sIsZeroFillingOnFATSubverted)
         SetUpSectorSize(fd);
     if (unbuffered)
     {
         // A new pair for each open, since the sector size may have changed.
-        mSectorBuffer1 = AllocateSector();
-        mSectorBuffer2 = AllocateSector();
+        try
+        {
+            mSectorBuffer1 = AllocateSector();
+            mSectorBuffer2 = AllocateSector();
+        }
+        catch (...)
+        {
+            Sys_FilePosixCalls::Current().close(fd);
+            throw;
+        }
     }
+
+    mHandle = fd;
+    mOpenMode = openMode;
+    mPosition = 0;
+    mDevice = static_cast<uint64>(st.st_dev);
+    mInode = static_cast<uint64>(st.st_ino);
     CreateZeroFillHandleIfAppropriate();
 }
 
