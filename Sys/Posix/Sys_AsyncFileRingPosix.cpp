@@ -62,6 +62,7 @@ void Sys_AsyncFileRingPosix::Submit(Transfer const& transfer)
     else
         ::io_uring_prep_read(sqe, transfer.fd, transfer.buffer, count, static_cast<__u64>(transfer.offset));
     ::io_uring_sqe_set_data(sqe, owned.get());
+    mSubmitted.fetch_add(1, std::memory_order_release);
     int const submitted = ::io_uring_submit(&mRing);
     if (submitted < 0)
     {
@@ -85,6 +86,7 @@ void Sys_AsyncFileRingPosix::Reap()
         int const err = ::io_uring_wait_cqe(&mRing, &cqe);
         if (err < 0)
             continue; // interrupted
+        mSubmitted.load(std::memory_order_acquire);
         std::unique_ptr<Transfer> const transfer(static_cast<Transfer*>(::io_uring_cqe_get_data(cqe)));
         int64 const result = cqe->res;
         ::io_uring_cqe_seen(&mRing, cqe);
