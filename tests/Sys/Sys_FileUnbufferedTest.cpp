@@ -190,7 +190,7 @@ protected:
 
 // ---------------------------------------------------------------- exact call logs
 
-struct ReadCase
+struct TransferCase
 {
     char const* name;
     int64 fileSize;
@@ -201,7 +201,7 @@ struct ReadCase
 
 TEST_F(SysFileUnbufferedTest, ReadsGoThroughWholeSectorsAndGiveTheExactBytes)
 {
-    ReadCase const cases[] = {
+    TransferCase const cases[] = {
         {"one byte inside a sector", 2048, 1000, 1, {"pread f0 512 @512"}},
         {"aligned: the head sector through the buffer, the rest direct", 2048, 512, 1024, {"preadv f0 512+512 @512"}},
         {"one byte more adds a tail sector", 2048, 512, 1025, {"preadv f0 512+512+512 @512"}},
@@ -209,7 +209,7 @@ TEST_F(SysFileUnbufferedTest, ReadsGoThroughWholeSectorsAndGiveTheExactBytes)
         {"nothing", 2048, 700, 0, {}},
         {"the short last sector: zeros past the end", 1000, 990, 20, {"pread f0 512 @512"}},
     };
-    for (ReadCase const& c : cases)
+    for (TransferCase const& c : cases)
     {
         SCOPED_TRACE(c.name);
         Bytes const content = Pattern(static_cast<size_t>(c.fileSize), 11);
@@ -231,18 +231,9 @@ TEST_F(SysFileUnbufferedTest, ReadsGoThroughWholeSectorsAndGiveTheExactBytes)
     }
 }
 
-struct WriteCase
-{
-    char const* name;
-    int64 fileSize;
-    int64 position;
-    int64 count;
-    std::vector<std::string> log;
-};
-
 TEST_F(SysFileUnbufferedTest, WritesMergeHeadAndTailSectorsAndCutTheFileExactly)
 {
-    WriteCase const cases[] = {
+    TransferCase const cases[] = {
         {"ten bytes into an empty file", 0, 0, 10, {"pread f0 512 @0", "pwrite f0 512 @0", "ftruncate f0 10"}},
         {"inside a file: the end stays",
          2048,
@@ -267,7 +258,7 @@ TEST_F(SysFileUnbufferedTest, WritesMergeHeadAndTailSectorsAndCutTheFileExactly)
          20,
          {"pread f0 512 @1024", "pwrite f0 512 @1024", "ftruncate f0 1320"}},
     };
-    for (WriteCase const& c : cases)
+    for (TransferCase const& c : cases)
     {
         SCOPED_TRACE(c.name);
         Bytes expected = Pattern(static_cast<size_t>(c.fileSize), 5);
@@ -298,18 +289,6 @@ TEST_F(SysFileUnbufferedTest, AReadWhereNoSectorExistsFailsWithTheEndOfFileCode)
     Bytes buffer(10);
     file->SetPosition(Sys_File::kFromStart, 1024);
     EXPECT_EQ(vfltest::SystemErrorOf([&] { file->Read(buffer.data(), 10); }), Sys_File::kErrHandleEOF);
-}
-
-TEST_F(SysFileUnbufferedTest, PositionIsKeptInSoftwareAndCountsFromTheEnd)
-{
-    SectorFake fake;
-    auto file = OpenWith(Pattern(3000, 3));
-    fake.TakeLog();
-    file->SetPosition(Sys_File::kFromEnd, 0);
-    EXPECT_EQ(file->GetPosition(), 3000);
-    file->SetPosition(Sys_File::kFromCurrent, -1000);
-    EXPECT_EQ(file->GetPosition(), 2000);
-    EXPECT_TRUE(fake.TakeLog().empty());
 }
 
 // ---------------------------------------------------------------- against an oracle
