@@ -353,6 +353,8 @@ void FF_AudioFile::Open(int32 mode)
             flags |= Sys_File::kOpenRead;
         flags |= (mode & eOpenCreate) ? Sys_File::kOpenCreate : Sys_File::kOpenExisting;
         flags |= Sys_File::kOpenShareRead | Sys_File::kOpenShareWrite;
+        if ((mode & eOpenUnbuffered) && !(mode & eOpenWrite))
+            flags |= Sys_File::kOpenAsync | Sys_File::kOpenUnbuffered;
         Sys_File::Open(flags);
     }
     else if (mode != mOpenMode)

@@ -49,7 +49,12 @@ public:
     {
         eOpenRead = 1,
         eOpenWrite = 2,
-        eOpenCreate = 4 // replace or create the file on the outermost open
+        eOpenCreate = 4, // replace or create the file on the outermost open
+        // With eOpenRead: the outermost open reads past the page cache, by
+        // whole sectors (Sys_File::kOpenUnbuffered). Samples read in bulk
+        // then go straight to the caller's memory, which must lie on a
+        // sector boundary where the file's sector boundary falls in it.
+        eOpenUnbuffered = 8
     };
 
     enum EDescriptionType

@@ -9,7 +9,8 @@
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_ThrowIfOSErr.h"
 
-namespace {
+namespace
+{
 
 Sys_File::CreateMethod sCreateMethod = nullptr;
 
@@ -111,6 +112,16 @@ int64 Sys_File::Write(void const* buffer, int64 count)
     return mImpl->Write(buffer, count);
 }
 
+void Sys_File::ReadAsync(Sys_AsyncFileIOParams* params)
+{
+    mImpl->ReadAsync(params);
+}
+
+void Sys_File::WriteAsync(Sys_AsyncFileIOParams* params)
+{
+    mImpl->WriteAsync(params);
+}
+
 void Sys_File::QelOpen(int32 openMode)
 {
     mImpl->QelOpen(openMode);
@@ -141,8 +152,8 @@ void Sys_File::MoveBlock(int64 start, int64 size, int64 moveBy)
     // be positions. The operating system answers a bad seek with EINVAL, and
     // so does this.
     constexpr int64 kMax = std::numeric_limits<int64>::max();
-    bool const bad = start < 0 || size < 0 || start > kMax - size ||
-                     (moveBy > 0 && start + size > kMax - moveBy) || (moveBy < 0 && start + moveBy < 0);
+    bool const bad = start < 0 || size < 0 || start > kMax - size || (moveBy > 0 && start + size > kMax - moveBy) ||
+                     (moveBy < 0 && start + moveBy < 0);
     if (bad)
         Sys_ThrowIfOSErr(EINVAL);
 

@@ -5,6 +5,7 @@
 #include "Cmn/Cmn_Types.h"
 #include "Sys/Sys_FileAttr.h"
 
+class Sys_AsyncFileIOParams;
 class Sys_FileImpl;
 class Sys_FileLoc;
 
@@ -31,10 +32,17 @@ public:
     static constexpr int32 kOpenShareRead = 0x0010;    // accepted; no meaning on this platform
     static constexpr int32 kOpenShareWrite = 0x0020;   // accepted; no meaning on this platform
     static constexpr int32 kOpenExisting = 0x0100;
-    static constexpr int32 kOpenCreate = 0x0200;       // alone: create or truncate; with kOpenExisting: open or create
+    static constexpr int32 kOpenCreate = 0x0200; // alone: create or truncate; with kOpenExisting: open or create
     static constexpr int32 kOpenDeleteOnClose = 0x1000;
     static constexpr int32 kOpenAsync = 0x2000;
-    static constexpr int32 kOpenUnbuffered = 0x4000;   // only with kOpenAsync
+    static constexpr int32 kOpenUnbuffered = 0x4000; // only with kOpenAsync
+
+    // The error of an unbuffered read where the file has no sector at all.
+    // The number is the one the workstation's files have always carried
+    // for it; on Linux it is also ENOSYS, which a FUSE file system may
+    // answer for a call it lacks, so only the unbuffered path gives it
+    // this meaning.
+    static constexpr int32 kErrHandleEOF = 38;
 
     // SetPermissions bit.
     static constexpr int32 kPermissionReadOnly = 0x0001;
@@ -82,6 +90,11 @@ public:
     // Returns what it got: a short count or 0 at the end, without throwing.
     virtual int64 Read(void* buffer, int64 count);
     virtual int64 Write(void const* buffer, int64 count);
+    // Queue a transfer at the params' own offset; the position is neither
+    // used nor moved. The file must be open with kOpenAsync. See
+    // Sys_AsyncFileIOParams for how completion is delivered.
+    virtual void ReadAsync(Sys_AsyncFileIOParams* params);
+    virtual void WriteAsync(Sys_AsyncFileIOParams* params);
     // Moves size bytes at start by moveBy bytes, in place; overlapping
     // ranges come out right in both directions. The position is kept.
     virtual void MoveBlock(int64 start, int64 size, int64 moveBy);

@@ -27,6 +27,10 @@ public:
     virtual uint64 GetPosition() = 0;
     virtual int64 Read(void* buffer, int64 count) = 0;
     virtual int64 Write(void const* buffer, int64 count) = 0;
+    // Queued transfers; an implementation without them refuses them
+    // (EOPNOTSUPP).
+    virtual void ReadAsync(Sys_AsyncFileIOParams* params);
+    virtual void WriteAsync(Sys_AsyncFileIOParams* params);
     virtual void QelOpen(int32 openMode) = 0;
     virtual void QelClose() = 0;
     virtual uint64 QelGetHighWaterMark() = 0;

@@ -146,6 +146,10 @@ if want compact; then
   printf "  dd %.3fs   vfl compact %.3fs   vfl/dd = %s\n" "$t_dd" "$t_vfl" "$(ratio "$t_vfl" "$t_dd")"
 fi
 
+if want direct; then
+  OUT="$OUT" bench/direct_vs_fio.sh
+fi
+
 if want find; then
   OUT="$OUT/find" bench/find_vs_find.sh
 fi

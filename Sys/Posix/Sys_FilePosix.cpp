@@ -5,11 +5,15 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <bit>
 #include <cerrno>
+#include <cstring>
 #include <limits>
 
 #include "Cmn/Cmn_Assert.h"
 #include "Cmn/Cmn_Exception.h"
+#include "Sys/Posix/Sys_AsyncFileEnginePosix.h"
+#include "Sys/Posix/Sys_AsyncFileIOParamsPosix.h"
 #include "Sys/Posix/Sys_FilePosixCalls.h"
 #include "Sys/Posix/Sys_UtilsPosix.h"
 #include "Sys/Sys_ThrowIfOSErr.h"
@@ -53,11 +57,24 @@ Sys_FileAttr AttrFromStatx(struct statx const& st)
     return Sys_FileAttr(static_cast<int64>(st.stx_size), readOnly, created, modified);
 }
 
+bool sIsZeroFillingOnFATSubverted = false;
+
 } // namespace
+
+void Sys_FilePosix::SetZeroFillingOnFATSubverted(bool subverted)
+{
+    sIsZeroFillingOnFATSubverted = subverted;
+}
+
+bool Sys_FilePosix::IsZeroFillingOnFATSubverted()
+{
+    return sIsZeroFillingOnFATSubverted;
+}
 
 void Sys_FilePosix::SetPlatformDependentMethods()
 {
     Sys_File::SetCreateMethod(&Sys_FilePosix::Create);
+    Sys_AsyncFileIOParamsPosix::SetPlatformDependentMethods();
 }
 
 Sys_FileImpl* Sys_FilePosix::Create(Sys_FileLoc const& loc)
@@ -179,9 +196,22 @@ void Sys_FilePosix::Open(int32 openMode)
     if (noAccess && !create)
         flags = O_PATH;
 
+    // Unbuffered alone is refused above; past the assertion it is served
+    // as a plain file.
+    bool const unbuffered = (openMode & Sys_File::kOpenUnbuffered) && (openMode & Sys_File::kOpenAsync);
+    if (unbuffered && !(flags & O_PATH))
+        flags |= O_DIRECT;
+
     std::string const path = mFileLoc.GetFullPath();
     // Not blocking while opening, so that a FIFO cannot hang the caller.
-    int const fd = Sys_FilePosixCalls::Current().open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0666);
+    int fd = Sys_FilePosixCalls::Current().open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0666);
+    if (fd < 0 && errno == EINVAL && (flags & O_DIRECT))
+    {
+        // A file system without direct transfers: the same sector
+        // arithmetic then runs through the page cache.
+        flags &= ~O_DIRECT;
+        fd = Sys_FilePosixCalls::Current().open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0666);
+    }
     if (fd < 0)
         ThrowErrno(errno);
 
@@ -199,11 +229,72 @@ void Sys_FilePosix::Open(int32 openMode)
         ThrowErrno(err);
     }
 
+    if (unbuffered || sIsZeroFillingOnFATSubverted)
+        SetUpSectorSize(fd);
+    if (unbuffered)
+    {
+        // A new pair for each open, since the sector size may have changed.
+        try
+        {
+            mSectorBuffer1 = AllocateSector();
+            mSectorBuffer2 = AllocateSector();
+        }
+        catch (...)
+        {
+            Sys_FilePosixCalls::Current().close(fd);
+            throw;
+        }
+    }
+
     mHandle = fd;
     mOpenMode = openMode;
     mPosition = 0;
     mDevice = static_cast<uint64>(st.st_dev);
     mInode = static_cast<uint64>(st.st_ino);
+    CreateZeroFillHandleIfAppropriate();
+}
+
+void Sys_FilePosix::SetUpSectorSize(int fd)
+{
+    uint64 size = mSectorSizeOverride > 0 ? static_cast<uint64>(mSectorSizeOverride)
+                                          : static_cast<uint64>(std::max<int32>(mBytesPerSector, 0));
+    uint64 memoryAlignment = 0;
+    struct statx st;
+    if (mSectorSizeOverride <= 0 && ::statx(fd, "", AT_EMPTY_PATH, STATX_DIOALIGN, &st) == 0 &&
+        (st.stx_mask & STATX_DIOALIGN))
+    {
+        // The file system may ask for more than the device's sector.
+        size = std::max<uint64>(size, st.stx_dio_offset_align);
+        memoryAlignment = st.stx_dio_mem_align;
+    }
+    // No sector size (a RAM disk has none): every byte is a sector.
+    mSectorSize = size == 0 ? 1 : size;
+    mMemoryAlignment = std::max(mSectorSize, memoryAlignment);
+}
+
+Sys_FilePosix::SectorBuffer Sys_FilePosix::AllocateSector() const
+{
+    std::size_t const alignment = std::bit_ceil(std::max<std::size_t>(mMemoryAlignment, sizeof(void*)));
+    void* memory = nullptr;
+    int const err = ::posix_memalign(&memory, alignment, static_cast<std::size_t>(mSectorSize));
+    if (err != 0)
+        ThrowErrno(err);
+    std::memset(memory, 0, static_cast<std::size_t>(mSectorSize));
+    return SectorBuffer(static_cast<char*>(memory));
+}
+
+void Sys_FilePosix::CreateZeroFillHandleIfAppropriate()
+{
+    int32 const needed = Sys_File::kOpenWrite | Sys_File::kOpenShareRead | Sys_File::kOpenShareWrite;
+    if (!sIsZeroFillingOnFATSubverted || (mOpenMode & needed) != needed ||
+        (mOpenMode & (Sys_File::kOpenUnbuffered | Sys_File::kOpenAsync)))
+        return;
+    std::string const path = mFileLoc.GetFullPath();
+    int const fd = Sys_FilePosixCalls::Current().open(path.c_str(), O_RDWR | O_DIRECT | O_CLOEXEC, 0);
+    // The main handle stays open when this one fails.
+    if (fd < 0)
+        ThrowErrno(errno);
+    mZeroFillHandle = fd;
 }
 
 void Sys_FilePosix::Close()
@@ -214,6 +305,8 @@ void Sys_FilePosix::Close()
         if (mOpenMode & Sys_File::kOpenWrite)
             calls.fsync(mHandle);
         calls.close(mHandle);
+        if (mZeroFillHandle >= 0)
+            calls.close(mZeroFillHandle);
         if (mOpenMode & Sys_File::kOpenDeleteOnClose)
         {
             std::string const path = mFileLoc.GetFullPath();
@@ -224,6 +317,7 @@ void Sys_FilePosix::Close()
         }
     }
     mHandle = -1;
+    mZeroFillHandle = -1;
     mOpenMode = 0;
 }
 
@@ -243,10 +337,36 @@ void Sys_FilePosix::ThrowIfNoAccess() const
 void Sys_FilePosix::SetEOF(int64 size)
 {
     ThrowIfNoAccess();
+    Sys_FilePosixCalls const& calls = Sys_FilePosixCalls::Current();
+    if (mZeroFillHandle >= 0)
+    {
+        int64 const sector = static_cast<int64>(mSectorSize);
+        int64 const delta = size - static_cast<int64>(GetEOF());
+        if (delta >= sector)
+        {
+            // Growing by a sector or more: the last sector is written
+            // through the unbuffered handle first, so that the file system
+            // never fills the growth itself.
+            int64 const point = size % sector != 0 ? size - size % sector : size - sector;
+            if (calls.ftruncate(mZeroFillHandle, point) != 0)
+                ThrowErrno(errno);
+            SectorBuffer const zeros = AllocateSector();
+            int64 const put = calls.pwrite(mZeroFillHandle, zeros.get(), mSectorSize, point);
+            if (put < 0)
+                ThrowErrno(errno);
+            if (put != sector)
+                ThrowErrno(EIO);
+        }
+    }
+    Truncate(size);
+    calls.fsync(mHandle);
+    // The position is in user space and stays where it was.
+}
+
+void Sys_FilePosix::Truncate(int64 size)
+{
     if (Sys_FilePosixCalls::Current().ftruncate(mHandle, size) != 0)
         ThrowErrno(errno);
-    Sys_FilePosixCalls::Current().fsync(mHandle);
-    // The position is in user space and stays where it was.
 }
 
 uint64 Sys_FilePosix::GetEOF()
@@ -288,6 +408,13 @@ uint64 Sys_FilePosix::GetPosition()
 int64 Sys_FilePosix::Read(void* buffer, int64 count)
 {
     ThrowIfNoAccess();
+    if ((mOpenMode & Sys_File::kOpenUnbuffered) && (mOpenMode & Sys_File::kOpenAsync))
+    {
+        uint64 done = static_cast<uint64>(count) & 0xFFFFFFFFu;
+        if (int const err = ReadUnbufferedIO(buffer, &done))
+            ThrowErrno(err);
+        return static_cast<int64>(done);
+    }
     // One transfer is at most 4 GiB - 1 bytes: the count above 32 bits is dropped.
     uint64 const wanted = static_cast<uint64>(count) & 0xFFFFFFFFu;
     char* const bytes = static_cast<char*>(buffer);
@@ -316,6 +443,14 @@ int64 Sys_FilePosix::Read(void* buffer, int64 count)
 int64 Sys_FilePosix::Write(void const* buffer, int64 count)
 {
     ThrowIfNoAccess();
+    if ((mOpenMode & Sys_File::kOpenUnbuffered) && (mOpenMode & Sys_File::kOpenAsync))
+    {
+        uint64 done = static_cast<uint64>(count) & 0xFFFFFFFFu;
+        if (int const err = WriteUnbufferedIO(buffer, &done))
+            ThrowErrno(err);
+        mHighWaterMark = std::max(mHighWaterMark, mPosition);
+        return static_cast<int64>(done);
+    }
     uint64 const wanted = static_cast<uint64>(count) & 0xFFFFFFFFu;
     char const* const bytes = static_cast<char const*>(buffer);
     uint64 done = 0;
@@ -341,6 +476,31 @@ int64 Sys_FilePosix::Write(void const* buffer, int64 count)
     mPosition += done;
     mHighWaterMark = std::max(mHighWaterMark, mPosition);
     return static_cast<int64>(done);
+}
+
+void Sys_FilePosix::ReadAsync(Sys_AsyncFileIOParams* params)
+{
+    Queue(params, false);
+}
+
+void Sys_FilePosix::WriteAsync(Sys_AsyncFileIOParams* params)
+{
+    Queue(params, true);
+}
+
+void Sys_FilePosix::Queue(Sys_AsyncFileIOParams* params, bool write)
+{
+    CMN_ASSERT(mOpenMode & Sys_File::kOpenAsync);
+    ThrowIfNoAccess();
+    auto* const posix = dynamic_cast<Sys_AsyncFileIOParamsPosix*>(params);
+    if (!posix)
+        ThrowErrno(EINVAL);
+    // The transfer carries its own offset; the file's position stays.
+    Sys_AsyncFileEnginePosix::Transfer const transfer = {
+        mHandle, write, posix->GetBuffer(), static_cast<uint64>(posix->GetCount()) & 0xFFFFFFFFu, posix->GetOffset(),
+        posix};
+    posix->Queue();
+    Sys_AsyncFileEnginePosix::Current().Submit(transfer);
 }
 
 void Sys_FilePosix::QelOpen(int32 openMode)
@@ -372,4 +532,193 @@ uint64 Sys_FilePosix::QelGetHighWaterMark()
 void Sys_FilePosix::QelSetHighWaterMark(int64 mark)
 {
     mHighWaterMark = static_cast<uint64>(mark);
+}
+
+// ---------------------------------------------------------------- unbuffered
+
+int Sys_FilePosix::ReadAt(void* buffer, uint64 count, uint64* done)
+{
+    char* const bytes = static_cast<char*>(buffer);
+    *done = 0;
+    while (*done < count)
+    {
+        uint64 const chunk = std::min(count - *done, kMaxTransfer);
+        int64 const got =
+            Sys_FilePosixCalls::Current().pread(mHandle, bytes + *done, chunk, static_cast<int64>(mPosition));
+        if (got < 0)
+        {
+            if (errno == EINTR)
+                continue;
+            return errno != 0 ? errno : EIO;
+        }
+        if (got == 0)
+            return *done == 0 ? Sys_File::kErrHandleEOF : 0;
+        *done += static_cast<uint64>(got);
+        mPosition += static_cast<uint64>(got);
+        // Short: the end of the file. Asking again from there would be a
+        // transfer off the sector grid.
+        if (static_cast<uint64>(got) < chunk)
+            break;
+    }
+    return 0;
+}
+
+int Sys_FilePosix::WriteAt(void const* buffer, uint64 count)
+{
+    char const* const bytes = static_cast<char const*>(buffer);
+    uint64 done = 0;
+    while (done < count)
+    {
+        uint64 const chunk = std::min(count - done, kMaxTransfer);
+        int64 const put =
+            Sys_FilePosixCalls::Current().pwrite(mHandle, bytes + done, chunk, static_cast<int64>(mPosition));
+        if (put < 0 && errno == EINTR)
+            continue;
+        if (put < 0)
+            return errno != 0 ? errno : EIO;
+        if (put == 0)
+            return EIO; // no progress and no reason: do not spin on it
+        done += static_cast<uint64>(put);
+        mPosition += static_cast<uint64>(put);
+    }
+    return 0;
+}
+
+int Sys_FilePosix::ReadUnbufferedIO(void* buffer, uint64* count)
+{
+    uint64 const sector = mSectorSize;
+    uint64 const start = mPosition;
+    uint64 const wanted = *count;
+    char* const bytes = static_cast<char*>(buffer);
+
+    uint64 const headOffset = start % sector;
+    uint64 const head = std::min(wanted, sector - headOffset);
+    uint64 const tail = (wanted - head) % sector;
+    uint64 const middle = wanted - head - tail;
+    if (wanted == 0)
+        return 0;
+
+    // The head sector into the first buffer, the middle straight into the
+    // caller's memory, the tail sector into the second buffer: one read of
+    // the whole run of sectors, scattered, so that an aligned transfer
+    // costs no more calls than a plain one.
+    Sys_FilePosixCalls::Segment segments[3];
+    int pieces = 0;
+    segments[pieces++] = {mSectorBuffer1.get(), sector};
+    if (middle != 0)
+        segments[pieces++] = {bytes + head, middle};
+    if (tail != 0)
+        segments[pieces++] = {mSectorBuffer2.get(), sector};
+    uint64 const total = sector + middle + (tail != 0 ? sector : 0);
+    uint64 const first = start - headOffset;
+
+    uint64 got = 0;
+    while (got < total)
+    {
+        // Past what is done already: whole segments are dropped, and the
+        // read stays on the sector grid since it only goes on from a
+        // sector boundary.
+        Sys_FilePosixCalls::Segment rest[3];
+        int restCount = 0;
+        uint64 skip = got;
+        for (int i = 0; i < pieces; ++i)
+        {
+            if (skip >= segments[i].length)
+            {
+                skip -= segments[i].length;
+                continue;
+            }
+            rest[restCount++] = {static_cast<char*>(segments[i].base) + skip, segments[i].length - skip};
+            skip = 0;
+        }
+        Sys_FilePosixCalls const& calls = Sys_FilePosixCalls::Current();
+        int64 const n = restCount == 1 ? calls.pread(mHandle, rest[0].base, rest[0].length, int64(first + got))
+                                       : calls.preadv(mHandle, rest, restCount, int64(first + got));
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0)
+        {
+            mPosition = first + got;
+            return errno != 0 ? errno : EIO;
+        }
+        got += static_cast<uint64>(n);
+        // A short read is the end of the file, or the system's limit of one
+        // call, which falls on a page boundary.
+        if (n == 0 || got % sector != 0)
+            break;
+    }
+    mPosition = first + got;
+
+    // Where a piece found no sector at all, the file has none there.
+    uint64 const lastPiece = tail != 0 ? sector + middle : (middle != 0 ? sector : 0);
+    if (got <= lastPiece)
+        return Sys_File::kErrHandleEOF;
+
+    // Past a short last sector the caller gets zeros, not what the buffers
+    // held before.
+    uint64 const headGot = std::min(got, sector);
+    std::memset(mSectorBuffer1.get() + headGot, 0, sector - headGot);
+    if (middle != 0)
+    {
+        uint64 const middleGot = std::min(got - sector, middle);
+        std::memset(bytes + head + middleGot, 0, middle - middleGot);
+    }
+    if (tail != 0)
+    {
+        uint64 const tailGot = got - sector - middle;
+        std::memset(mSectorBuffer2.get() + tailGot, 0, sector - tailGot);
+    }
+    std::memcpy(bytes, mSectorBuffer1.get() + headOffset, head);
+    std::memcpy(bytes + wanted - tail, mSectorBuffer2.get(), tail);
+    mPosition = start + wanted;
+    return 0;
+}
+
+int Sys_FilePosix::MergeSector(char* sector, uint64 offset, char const* source, uint64 length)
+{
+    uint64 got = 0;
+    int const err = ReadAt(sector, mSectorSize, &got);
+    if (err != 0 && err != Sys_File::kErrHandleEOF)
+        return err;
+    mPosition -= got;
+    // What lies beyond the end, or in a hole, reads as zeros; the sector
+    // must not carry the last transfer's bytes there.
+    std::memset(sector + got, 0, mSectorSize - got);
+    std::memcpy(sector + offset, source, length);
+    return WriteAt(sector, mSectorSize);
+}
+
+int Sys_FilePosix::WriteUnbufferedIO(void const* buffer, uint64* count)
+{
+    int64 const end = static_cast<int64>(GetEOF());
+    uint64 const sector = mSectorSize;
+    uint64 const start = mPosition;
+    uint64 const wanted = *count;
+    char const* const bytes = static_cast<char const*>(buffer);
+
+    uint64 const headOffset = start % sector;
+    mPosition = start - headOffset;
+    uint64 const head = std::min(wanted, sector - headOffset);
+    uint64 const tail = (wanted - head) % sector;
+    uint64 const middle = wanted - head - tail;
+
+    if (head != 0)
+    {
+        if (int const err = MergeSector(mSectorBuffer1.get(), headOffset, bytes, head))
+            return err;
+    }
+    if (middle != 0)
+    {
+        if (int const err = WriteAt(bytes + head, middle))
+            return err;
+    }
+    if (tail != 0)
+    {
+        if (int const err = MergeSector(mSectorBuffer2.get(), 0, bytes + wanted - tail, tail))
+            return err;
+    }
+    // Whole sectors may have left the file longer than its last byte.
+    Truncate(std::max(static_cast<int64>(start + wanted), end));
+    mPosition = start + wanted;
+    return 0;
 }

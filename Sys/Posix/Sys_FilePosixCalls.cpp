@@ -1,9 +1,13 @@
 #include "Sys/Posix/Sys_FilePosixCalls.h"
 
+#include <cerrno>
+
 #include <fcntl.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
-namespace {
+namespace
+{
 
 int SysOpen(char const* path, int flags, unsigned mode)
 {
@@ -25,6 +29,20 @@ int64 SysPwrite(int fd, void const* buffer, uint64 count, int64 offset)
     return ::pwrite(fd, buffer, static_cast<size_t>(count), static_cast<off_t>(offset));
 }
 
+int64 SysPreadv(int fd, Sys_FilePosixCalls::Segment const* segments, int count, int64 offset)
+{
+    constexpr int kMaxSegments = 8;
+    if (count < 0 || count > kMaxSegments)
+    {
+        errno = EINVAL;
+        return -1;
+    }
+    struct iovec vectors[kMaxSegments];
+    for (int i = 0; i < count; ++i)
+        vectors[i] = {segments[i].base, static_cast<size_t>(segments[i].length)};
+    return ::preadv(fd, vectors, count, static_cast<off_t>(offset));
+}
+
 int SysFtruncate(int fd, int64 length)
 {
     return ::ftruncate(fd, static_cast<off_t>(length));
@@ -35,7 +53,13 @@ int SysFsync(int fd)
     return ::fsync(fd);
 }
 
-constexpr Sys_FilePosixCalls kSystemCalls = {&SysOpen, &SysClose, &SysPread, &SysPwrite, &SysFtruncate, &SysFsync};
+int64 SysQueued(int, int64, int64 result)
+{
+    return result;
+}
+
+constexpr Sys_FilePosixCalls kSystemCalls = {&SysOpen,   &SysClose,     &SysPread, &SysPwrite,
+                                             &SysPreadv, &SysFtruncate, &SysFsync, &SysQueued};
 
 Sys_FilePosixCalls sCurrent = kSystemCalls;
 

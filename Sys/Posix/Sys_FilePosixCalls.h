@@ -9,12 +9,25 @@
 // a test can put its own function here without the system's headers.
 struct Sys_FilePosixCalls
 {
+    // One piece of memory of a scattered read.
+    struct Segment
+    {
+        void* base;
+        uint64 length;
+    };
+
     int (*open)(char const* path, int flags, unsigned mode);
     int (*close)(int fd);
     int64 (*pread)(int fd, void* buffer, uint64 count, int64 offset);
     int64 (*pwrite)(int fd, void const* buffer, uint64 count, int64 offset);
+    // Reads consecutive bytes of the file into several pieces of memory.
+    int64 (*preadv)(int fd, Segment const* segments, int count, int64 offset);
     int (*ftruncate)(int fd, int64 length);
     int (*fsync)(int fd);
+    // Every queued transfer's outcome passes here on its way to the queuing
+    // thread, whichever engine moved it: the bytes transferred or -errno.
+    // The system's entry hands it on as it is.
+    int64 (*queued)(int fd, int64 offset, int64 result);
 
     // The table in use; tests change entries and put the old ones back.
     static Sys_FilePosixCalls& Current();

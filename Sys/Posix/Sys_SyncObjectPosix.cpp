@@ -9,6 +9,13 @@
 struct Sys_SyncObjectPosix::WakeUp
 {
     std::condition_variable cv;
+    struct Completion
+    {
+        CompletionFunction function;
+        void* data;
+    };
+    // Guarded by StateLock().
+    std::vector<Completion> pending;
 };
 
 struct Sys_SyncObjectPosix::Waiter
@@ -26,7 +33,8 @@ struct Sys_SyncObjectPosix::Waiter
     std::shared_ptr<WakeUp> const& wake;
 };
 
-namespace {
+namespace
+{
 
 struct InstallAtLoad
 {
@@ -54,8 +62,8 @@ Sys_SyncObjectPosix::~Sys_SyncObjectPosix()
 std::size_t Sys_SyncObjectPosix::GetWaiterCount() const
 {
     std::lock_guard<std::mutex> lock(StateLock());
-    return static_cast<std::size_t>(std::count_if(mWaiters.begin(), mWaiters.end(),
-                                                  [](Waiter const* waiter) { return !waiter->satisfied; }));
+    return static_cast<std::size_t>(
+        std::count_if(mWaiters.begin(), mWaiters.end(), [](Waiter const* waiter) { return !waiter->satisfied; }));
 }
 
 void Sys_SyncObjectPosix::SetPlatformDependentMethods()
@@ -145,6 +153,35 @@ std::shared_ptr<Sys_SyncObjectPosix::WakeUp> const& Sys_SyncObjectPosix::ThisThr
     return sWakeUp;
 }
 
+Sys_SyncObjectPosix::CompletionTarget Sys_SyncObjectPosix::ThisThreadCompletionTarget()
+{
+    return ThisThreadWakeUp();
+}
+
+void Sys_SyncObjectPosix::PostCompletion(CompletionTarget const& target, CompletionFunction function, void* data)
+{
+    CMN_ASSERT(target != nullptr);
+    {
+        std::lock_guard<std::mutex> lock(StateLock());
+        target->pending.push_back({function, data});
+    }
+    target->cv.notify_one();
+}
+
+void Sys_SyncObjectPosix::DeliverCompletions(std::unique_lock<std::mutex>& lock)
+{
+    std::vector<WakeUp::Completion>& pending = ThisThreadWakeUp()->pending;
+    while (!pending.empty())
+    {
+        std::vector<WakeUp::Completion> batch;
+        batch.swap(pending);
+        lock.unlock();
+        for (WakeUp::Completion const& completion : batch)
+            completion.function(completion.data);
+        lock.lock();
+    }
+}
+
 Sys_SyncObjectPosix::StStateChange::StStateChange() : mLock(StateLock()) {}
 
 Sys_SyncObjectPosix::StStateChange::~StStateChange()
@@ -191,10 +228,10 @@ void Sys_SyncObjectPosix::StStateChange::WakeAll(Sys_SyncObjectPosix& object)
 }
 
 Sys_SyncObject::EWaitResult Sys_SyncObjectPosix::WaitOn(Sys_SyncObjectPosix* const* objects, std::size_t count,
-                                                        Sys_SyncObject::EWaitForMultipleObjects mode,
-                                                        int32 timeLimit)
+                                                        Sys_SyncObject::EWaitForMultipleObjects mode, int32 timeLimit)
 {
     std::unique_lock<std::mutex> lock(StateLock());
+    DeliverCompletions(lock);
     Clock::time_point now = Clock::now();
     Waiter waiter(objects, count, mode);
     if (TrySatisfyLocked(waiter, now))
@@ -240,6 +277,8 @@ Sys_SyncObject::EWaitResult Sys_SyncObjectPosix::WaitOn(Sys_SyncObjectPosix* con
         else
             waiter.wake->cv.wait(lock);
 
+        // A completion may set what this thread waits for.
+        DeliverCompletions(lock);
         if (waiter.satisfied)
             return Sys_SyncObject::kWaitSignalled;
         now = Clock::now();

@@ -22,10 +22,24 @@
 //
 // Timers fire lazily: a waiter that waits on a timer sleeps no longer than
 // the timer's due time and looks at it when it wakes.
+//
+// Every thread has a queue of completions: calls that other threads post
+// to it and that run on it, inside its next wait on sync objects (any
+// wait, also one of no time), before the wait looks at its objects. That
+// is how a queued file transfer reports back on the thread that queued it.
 class Sys_SyncObjectPosix
 {
 public:
     using Clock = std::chrono::steady_clock;
+    struct WakeUp;
+    // A thread, as a target of completions; it may outlive the thread.
+    using CompletionTarget = std::shared_ptr<WakeUp>;
+    using CompletionFunction = void (*)(void* data);
+
+    static CompletionTarget ThisThreadCompletionTarget();
+    // Queues function(data) to run on target's thread inside its next wait
+    // and wakes the thread if it waits now. The function must not throw.
+    static void PostCompletion(CompletionTarget const& target, CompletionFunction function, void* data);
 
     // The installed wait on several objects. Objects must be of this platform.
     static Sys_SyncObject::EWaitResult WaitForMultipleObjects(Sys_SyncObject::HandleList const& objects,
@@ -38,7 +52,6 @@ public:
 
 protected:
     struct Waiter;
-    struct WakeUp;
 
     // Holds the state lock for a change of the state of sync objects. The
     // waiters that the change satisfies are woken once the lock is released,
@@ -94,6 +107,9 @@ private:
     static Sys_SyncObject::EWaitResult WaitOn(Sys_SyncObjectPosix* const* objects, std::size_t count,
                                               Sys_SyncObject::EWaitForMultipleObjects mode, int32 timeLimit);
     static bool TrySatisfyLocked(Waiter& waiter, Clock::time_point now);
+    // Runs the completions posted to this thread, with the state lock
+    // released while they run.
+    static void DeliverCompletions(std::unique_lock<std::mutex>& lock);
     // What a thread sleeps on while it waits; it lives as long as anyone who
     // is about to wake the thread holds it.
     static std::shared_ptr<WakeUp> const& ThisThreadWakeUp();

@@ -107,6 +107,15 @@ TEST_F(VflRead, InfoAgreesWithSoxiAndCatWithSox)
         ASSERT_EQ(RunCommand("sox " + path + " -t raw -e signed -L -", &theirs), 0);
         EXPECT_EQ(ours.size(), theirs.size());
         EXPECT_TRUE(ours == theirs) << "samples differ";
+
+        // Past the page cache, from the start and from an odd frame.
+        std::string direct;
+        ASSERT_EQ(RunCommand(Vfl("cat --unbuffered " + path), &direct), 0);
+        EXPECT_TRUE(direct == theirs) << "unbuffered samples differ";
+        std::string part;
+        ASSERT_EQ(RunCommand(Vfl("cat --unbuffered --start 7 " + path), &part), 0);
+        std::string const plainPart = Out(Vfl("cat --start 7 " + path));
+        EXPECT_TRUE(part == plainPart) << "unbuffered samples from frame 7 differ";
     }
 }
 

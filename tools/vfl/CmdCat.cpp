@@ -9,9 +9,11 @@
 #include "tools/vfl/UsageError.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -22,12 +24,16 @@ vfl::CommandSpec const kSpec = {"cat",
                                 "file from standard input. Times are frames, or seconds as 90s or 1:30.5.",
                                 {{0, "start", "TIME", "first frame to write (default 0)"},
                                  {0, "length", "TIME", "how much to write (default: to the end)"},
-                                 {0, "frames", "N", "the same as --length"}},
+                                 {0, "frames", "N", "the same as --length"},
+                                 {0, "unbuffered", nullptr, "read past the page cache, by whole sectors"}},
                                 1,
                                 1};
 
 // Large enough that the system calls, not the loop, set the pace.
 constexpr int64 kBlockBytes = 1 << 20;
+// Unbuffered reads want the caller's memory on the file's sector grid;
+// every sector size there is divides this.
+constexpr int64 kSectorGrid = 4096;
 // A frame wider than this is not a real audio file.
 constexpr int64 kMaxFrameBytes = 1 << 16;
 } // namespace
@@ -64,7 +70,9 @@ int CmdCat(int argc, char** argv)
             vfl::ReportFileError("cat", "", path, "not an audio file in a known format");
             return 1;
         }
-        FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead);
+        bool const unbuffered = args.Has("unbuffered");
+        FF_AudioFile::StOpen open(&file, unbuffered ? FF_AudioFile::eOpenRead | FF_AudioFile::eOpenUnbuffered
+                                                    : FF_AudioFile::eOpenRead);
         FF_AudioFileAttr const attr = file.GetAudioFileAttr();
         int64 const frameBytes = static_cast<int64>(attr.GetBytesPerSample()) * attr.GetNumChannels();
         if (frameBytes <= 0 || frameBytes > kMaxFrameBytes)
@@ -82,15 +90,26 @@ int CmdCat(int argc, char** argv)
             remaining = std::min(remaining, length.ToFrames(attr.GetSamplesPerSec()));
 
         file.SampleSetPosition(Sys_File::kFromStart, first);
-        int64 const blockFrames = std::max<int64>(1, kBlockBytes / frameBytes);
-        std::unique_ptr<char[]> buffer(new char[static_cast<size_t>(blockFrames * frameBytes)]);
+        int64 blockFrames = std::max<int64>(1, kBlockBytes / frameBytes);
+        // Unbuffered, each block is a whole number of grid steps, so that
+        // every block starts at the same place on the grid; the buffer has
+        // room to start anywhere on it.
+        if (unbuffered)
+            blockFrames = (blockFrames + kSectorGrid - 1) / kSectorGrid * kSectorGrid;
+        int64 const blockBytes = blockFrames * frameBytes;
+        std::vector<char> memory(static_cast<size_t>(blockBytes + 2 * kSectorGrid));
+        char* buffer = memory.data();
+        if (unbuffered)
+            buffer += (kSectorGrid - reinterpret_cast<std::uintptr_t>(buffer) % kSectorGrid) % kSectorGrid;
+        if (unbuffered && file.Implements(FF_AudioFile::eNativeInterface))
+            buffer += file.SampleToOffset(first) % kSectorGrid;
         std::setvbuf(stdout, nullptr, _IONBF, 0);
         while (remaining > 0)
         {
             int64 const n = std::min(remaining, blockFrames);
-            file.SampleRead(buffer.get(), n);
+            file.SampleRead(buffer, n);
             size_t const bytes = static_cast<size_t>(n * frameBytes);
-            if (std::fwrite(buffer.get(), 1, bytes, stdout) != bytes)
+            if (std::fwrite(buffer, 1, bytes, stdout) != bytes)
             {
                 vfl::ReportError("cat", "cannot write to standard output");
                 return 1;
