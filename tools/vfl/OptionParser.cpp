@@ -57,7 +57,7 @@ int64 TimeValue::ToFrames(int32 rate) const
     return inSeconds ? static_cast<int64>(std::llround(seconds * rate)) : frames;
 }
 
-OptionParser::OptionParser(CommandSpec const& spec) : mSpec(spec) {}
+OptionParser::OptionParser(CommandSpec const& command) : mSpec(command) {}
 
 OptionSpec const* OptionParser::Find(std::string const& longName) const
 {
@@ -75,17 +75,17 @@ OptionSpec const* OptionParser::FindShort(char c) const
     return nullptr;
 }
 
-void OptionParser::Take(OptionSpec const& spec, std::string const& spelt, std::vector<std::string> values)
+void OptionParser::Take(OptionSpec const& option, std::string const& spelt, std::vector<std::string> values)
 {
-    if (spec.value && !TakesAll(spec.value))
+    if (option.value && !TakesAll(option.value))
     {
-        std::vector<std::string> const words = WordsOf(spec.value);
+        std::vector<std::string> const words = WordsOf(option.value);
         for (std::size_t k = 0; k < values.size() && k < words.size(); ++k)
             if (values[k].empty())
                 throw UsageError(spelt + " needs a " + words[k] + ", not an empty one");
     }
-    mValues[spec.name] = std::move(values);
-    mGiven.push_back(spec.name);
+    mValues[option.name] = std::move(values);
+    mGiven.push_back(option.name);
 }
 
 void OptionParser::Parse(int argc, char** argv)
@@ -109,7 +109,7 @@ void OptionParser::Parse(int argc, char** argv)
             mHelp = true;
             continue;
         }
-        OptionSpec const* spec = nullptr;
+        OptionSpec const* option = nullptr;
         std::string spelt;
         bool hasAttached = false;
         std::string attached;
@@ -122,52 +122,52 @@ void OptionParser::Parse(int argc, char** argv)
                 attached = name.substr(eq + 1);
                 name.resize(eq);
             }
-            spec = Find(name);
+            option = Find(name);
             spelt = "--" + name;
         }
         else
         {
-            spec = FindShort(a[1]);
+            option = FindShort(a[1]);
             spelt = a.substr(0, 2);
             if (a.size() > 2)
             {
                 hasAttached = true;
                 attached = a.substr(2);
             }
-            if (spec && !spec->value && hasAttached)
-                spec = nullptr; // "-qx" is no switch of ours
+            if (option && !option->value && hasAttached)
+                option = nullptr; // "-qx" is no switch of ours
         }
-        if (!spec)
+        if (!option)
             throw UsageError("unknown option '" + a + "'");
-        if (!spec->value)
+        if (!option->value)
         {
             if (hasAttached)
                 throw UsageError(spelt + " takes no value");
-            Take(*spec, spelt, {});
+            Take(*option, spelt, {});
             continue;
         }
         std::vector<std::string> values;
         if (hasAttached)
             values.push_back(attached);
-        if (TakesAll(spec->value))
+        if (TakesAll(option->value))
         {
             while (i + 1 < argc && !LooksLikeOption(argv[i + 1]))
                 values.push_back(argv[++i]);
             if (values.empty())
                 throw UsageError(spelt + " needs at least one " +
-                                 std::string(spec->value).substr(0, std::string(spec->value).size() - 3));
+                                 std::string(option->value).substr(0, std::string(option->value).size() - 3));
         }
         else
         {
-            std::size_t const words = WordsOf(spec->value).size();
+            std::size_t const words = WordsOf(option->value).size();
             while (values.size() < words)
             {
                 if (i + 1 >= argc || LooksLikeOption(argv[i + 1]))
-                    throw UsageError(spelt + " needs " + (words > 1 ? "" : "a ") + spec->value);
+                    throw UsageError(spelt + " needs " + (words > 1 ? "" : "a ") + option->value);
                 values.push_back(argv[++i]);
             }
         }
-        Take(*spec, spelt, std::move(values));
+        Take(*option, spelt, std::move(values));
     }
     if (mHelp)
         return;

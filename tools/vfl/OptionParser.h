@@ -51,7 +51,7 @@ struct TimeValue
 class OptionParser
 {
 public:
-    explicit OptionParser(CommandSpec const& spec);
+    explicit OptionParser(CommandSpec const& command);
 
     // Reads argv[1] to argv[argc - 1] (argv[0] is the command's name).
     // Throws UsageError for an unknown option, a missing or extra value,
@@ -84,7 +84,7 @@ public:
 private:
     OptionSpec const* Find(std::string const& longName) const;
     OptionSpec const* FindShort(char c) const;
-    void Take(OptionSpec const& spec, std::string const& spelt, std::vector<std::string> values);
+    void Take(OptionSpec const& option, std::string const& spelt, std::vector<std::string> values);
 
     CommandSpec const& mSpec;
     bool mHelp = false;
