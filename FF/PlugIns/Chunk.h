@@ -92,6 +92,9 @@ public:
     // its class computes.
     std::int64_t StoredFileSize() const { return mFileSize; }
     std::int64_t GetSamplesAtCreation() const { return mSamplesAtCreation; }
+    // The length the chunk counts as loaded with: the file's, once the
+    // parse has settled it.
+    void SetSamplesAtCreation(std::int64_t frames) { mSamplesAtCreation = frames; }
     ChunkyFile* GetOwner() const { return mOwner; }
 
 protected:

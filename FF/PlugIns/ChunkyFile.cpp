@@ -77,12 +77,15 @@ PlugInResult ChunkyFile::WalkChunks(bool keep, ChunkVisitor const& visit)
         if (keep)
         {
             chunk->SetFileSize(tell - pos);
-            // A further audio chunk overrides the one before, which becomes
-            // bytes kept as they are: there is one audio chunk to grow.
-            if (chunk->GetKind() == Chunk::kAudioData)
+            // A further chunk of the stream's facts or of its audio overrides
+            // the one before, which becomes bytes kept as they are: a rewrite
+            // writes the facts once, and there is one audio chunk to grow.
+            std::int32_t const kind = chunk->GetKind();
+            if (kind == Chunk::kAudioData || kind == Chunk::kFmt || kind == Chunk::kComm)
                 for (auto& earlier : mChunks)
-                    if (earlier->GetKind() == Chunk::kAudioData)
+                    if (earlier->GetKind() == kind)
                     {
+                        mFactsTwice = true;
                         auto kept = std::make_unique<Chunk>(this, earlier->GetId(), Chunk::kUnknown);
                         kept->SetFileSize(earlier->StoredFileSize());
                         earlier = std::move(kept);
@@ -162,6 +165,7 @@ PlugInResult ChunkyFile::DoOpen()
     mLongAudioSize = -1;
     mAudioBytes = -1;
     mLittleEndianAudio.reset();
+    mFactsTwice = false;
     PlugInResult const r = WalkChunks(true, [](Chunk& chunk, ChunkId id, std::int64_t size, std::int64_t pos,
                                                std::int64_t eof) { return chunk.ReadChunk(id, size, pos, eof); });
     // The frames are those the audio chunk holds in full, whatever a header
@@ -174,6 +178,10 @@ PlugInResult ChunkyFile::DoOpen()
             SetHeaderIncomplete();
         SetNumSamplesValue(mAudioBytes / frameSize);
     }
+    // Chunks made while the parse still changed the length were loaded with
+    // the file as it is opened: only a caller's cut may discard them.
+    for (auto& c : mChunks)
+        c->SetSamplesAtCreation(NumSamples());
     return r;
 }
 
@@ -280,6 +288,12 @@ PlugInResult ChunkyFile::BeforeAudioGrows()
 
 PlugInResult ChunkyFile::DoFlush()
 {
+    // A file that states its stream or holds its audio twice is read as the
+    // later chunks say, but which of them another tool would believe is not
+    // known: it is not rewritten, so that nothing in it changes.
+    // Nor is a file that does not begin with its form's header.
+    if (mFactsTwice || (!mChunks.empty() && mChunks.front()->GetKind() != Chunk::kFileHeader))
+        return kAudioFile_Unimplemented;
     std::int64_t sum = 0;
     for (auto& c : mChunks)
         sum += c->GetFileSize();

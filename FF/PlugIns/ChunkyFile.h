@@ -119,6 +119,7 @@ protected:
     bool PlausibleHeaderAt(std::int64_t pos, std::int64_t fileEOF);
 
     std::int64_t mLongAudioSize = -1;
+    bool mFactsTwice = false;
     std::optional<bool> mLittleEndianAudio;
     // Body bytes of the audio chunk as the parse found them, -1 for none.
     std::int64_t mAudioBytes = -1;

@@ -500,22 +500,19 @@ TEST_F(ChunkRewrite, PadBodyFollowsTheSumInFront)
     }
 }
 
-// A file with two audio chunks reads the second; a rewrite keeps the first
-// as bytes, not as a second audio chunk sized from the frames of the other.
-TEST_F(ChunkRewrite, ASecondAudioChunkLeavesTheFirstAsItWas)
+// A file with two audio chunks reads the second, and is not rewritten:
+// which one another tool believes is not known, so nothing in it changes.
+TEST_F(ChunkRewrite, AFileWithTwoAudioChunksIsNotRewritten)
 {
     Bytes const audio = Noise(80, 9);
     Bytes const file = WaveBuilder().RiffHeader().Fmt(1, 8000, 16).Data({}).Data(audio).FixRiffSize().Bytes();
     Handler h(file);
     ASSERT_EQ(h.mAudio->Open(), S_OK);
-    ASSERT_EQ(h.IE()->Implement(&IID_IVelmoraAudioFile), S_OK);
-    ASSERT_EQ(h.mAudio->Flush(), S_OK);
-    Bytes const& b = h.mFile.Bytes();
-    EXPECT_TRUE(std::equal(file.begin() + 12, file.end(), b.begin() + 12));
-    Handler again(b);
-    ASSERT_EQ(again.mAudio->Open(), S_OK);
     std::int64_t frames = 0;
-    again.IE()->GetNumSamples(&frames);
+    h.IE()->GetNumSamples(&frames);
     EXPECT_EQ(frames, 40);
+    ASSERT_EQ(h.IE()->Implement(&IID_IVelmoraAudioFile), S_OK);
+    EXPECT_NE(h.mAudio->Flush(), S_OK);
+    EXPECT_EQ(h.mFile.Bytes(), file);
 }
 } // namespace
