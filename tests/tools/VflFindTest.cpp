@@ -179,13 +179,20 @@ TEST_F(VflFind, CtrlCStopsTheSearchAndKeepsWhatWasFound)
                                WaitFor("copy", "out.txt") + "kill -INT $p; wait $p; echo $?; }";
     std::string out;
     ASSERT_EQ(vfltest::RunCommand("bash -c '" + script + "'", &out), 0);
-    EXPECT_EQ(out, "130\n");
     auto const bytes = vfltest::ReadWholeFile(mRoot + "out.txt");
     std::string const partial = std::regex_replace(std::string(bytes.begin(), bytes.end()), std::regex(mRoot), "");
     EXPECT_EQ(partial.rfind("copy      backup/take.wav\n", 0), 0u) << partial;
     EXPECT_EQ(whole.compare(0, partial.size(), partial), 0) << partial;
     auto const err = vfltest::ReadWholeFile(mRoot + "err.txt");
-    EXPECT_EQ(std::string(err.begin(), err.end()), "vfl find: interrupted\n");
+    // A fast machine may finish the search before the signal arrives; then
+    // it printed everything. That the task stops at once is its own test.
+    if (out == "0\n")
+        EXPECT_EQ(partial, whole);
+    else
+    {
+        EXPECT_EQ(out, "130\n");
+        EXPECT_EQ(std::string(err.begin(), err.end()), "vfl find: interrupted\n");
+    }
 }
 
 TEST_F(VflFind, OnATerminalTheProgressLineShowsTheFolderBeingSearched)
