@@ -101,18 +101,6 @@ std::string WithTrailingSlash(std::string path)
     return path;
 }
 
-std::string HomeFolder()
-{
-    if (char const* home = std::getenv("HOME"); home && home[0] == '/')
-        return home;
-    struct passwd pw;
-    struct passwd* found = nullptr;
-    char buffer[4096];
-    if (::getpwuid_r(::getuid(), &pw, buffer, sizeof(buffer), &found) == 0 && found && found->pw_dir)
-        return found->pw_dir;
-    return std::string();
-}
-
 // The extended attributes in the user namespace travel with a copy, as the
 // named streams of other systems do: Macintosh information lives there.
 void CopyUserXattrs(int from, int to)
@@ -377,7 +365,7 @@ Sys_FileLoc Sys_UtilsPosix::GetDesktopFolderLoc()
 {
     if (char const* desktop = std::getenv("XDG_DESKTOP_DIR"); desktop && desktop[0] == '/')
         return Sys_FileLoc(WithTrailingSlash(desktop));
-    std::string const home = HomeFolder();
+    std::string const home = Sys_UtilsPosix::HomeFolder();
     CMN_ASSERT(!home.empty());
     return Sys_FileLoc(WithTrailingSlash(home) + "Desktop/");
 }
@@ -652,4 +640,16 @@ void Sys_UtilsPosix::MakeFilterPairsString(std::vector<Sys_FileType>* types, cha
         buffer[0] = '\0';
         buffer[1] = '\0';
     }
+}
+
+std::string Sys_UtilsPosix::HomeFolder()
+{
+    if (char const* home = std::getenv("HOME"); home && home[0] == '/')
+        return home;
+    struct passwd pw;
+    struct passwd* found = nullptr;
+    char buffer[4096];
+    if (::getpwuid_r(::getuid(), &pw, buffer, sizeof(buffer), &found) == 0 && found && found->pw_dir)
+        return found->pw_dir;
+    return std::string();
 }

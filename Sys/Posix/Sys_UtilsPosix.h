@@ -16,6 +16,9 @@ class Sys_UtilsPosix
 public:
     // Installs every function below into Sys_Utils.
     static void SetPlatformDependentMethods();
+    // The user's home folder: $HOME when it is a path, else the password
+    // database's; empty when neither says.
+    static std::string HomeFolder();
 
     static int32 ThreadSafeIncrement(volatile int32& value);
     static int32 ThreadSafeDecrement(volatile int32& value);

@@ -47,18 +47,6 @@ Roots& GetRoots()
     return *roots;
 }
 
-std::string HomeFolder()
-{
-    if (char const* home = std::getenv("HOME"); home && home[0] == '/')
-        return home;
-    struct passwd pw;
-    struct passwd* found = nullptr;
-    char buffer[4096];
-    if (::getpwuid_r(::getuid(), &pw, buffer, sizeof(buffer), &found) == 0 && found && found->pw_dir)
-        return found->pw_dir;
-    return std::string();
-}
-
 // The set root, else the variable, else the home folder and fallback; with
 // a trailing '/', or empty when there is no home.
 std::string RootFolder(std::string const& set, char const* variable, char const* fallback)
@@ -68,7 +56,7 @@ std::string RootFolder(std::string const& set, char const* variable, char const*
     {
         if (char const* value = std::getenv(variable); value && value[0] == '/')
             root = value;
-        else if (std::string const home = HomeFolder(); !home.empty())
+        else if (std::string const home = Sys_UtilsPosix::HomeFolder(); !home.empty())
             root = home + fallback;
     }
     if (!root.empty() && root.back() != '/')
