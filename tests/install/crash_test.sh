@@ -15,14 +15,22 @@ export XDG_STATE_HOME="$work/state" XDG_CONFIG_HOME="$work/config"
 status=0
 "$work/host/crash_host" 2>"$work/stderr" || status=$?
 cat "$work/stderr"
+fail() { echo "crash_test: $*" >&2; exit 1; }
 # The fatal path ends the process with exit(0).
-[ "$status" -eq 0 ]
-logs=("$work/state/Zenthar/Velmora/Velmora Utilities/ExceptionLogFiles"/Log-*.vlx)
-[ "${#logs[@]}" -eq 1 ] && [ -f "${logs[0]}" ]
-expected=$(printf 'A fatal exception has occured.\nVelmora must exit.\nA log file has been written to: \n%s' "${logs[0]}")
-[ "$(cat "$work/stderr")" = "$expected" ]
-out=$("$work/prefix/bin/vfl" crashlog "${logs[0]}")
+[ "$status" -eq 0 ] || fail "the host ended with status $status"
+folder="$work/state/Zenthar/Velmora/Velmora Utilities/ExceptionLogFiles"
+logs=("$folder"/Log-*.vlx)
+[ "${#logs[@]}" -eq 1 ] && [ -f "${logs[0]}" ] || fail "not one log in $folder: ${logs[*]}"
+# The message names the location asked for first; the log is written to one
+# asked for after it, which is later when the clock has moved in between.
+message=$(printf 'A fatal exception has occured.\nVelmora must exit.\nA log file has been written to: \n%s' "$folder/Log-")
+stderr=$(cat "$work/stderr")
+[ "${stderr#"$message"}" != "$stderr" ] || fail "unexpected message"
+named=${stderr#"$message"}; named=${named%.vlx}
+written=${logs[0]#"$folder/Log-"}; written=${written%.vlx}
+[[ "$named" =~ ^[0-9]+$ ]] && [ "$written" -ge "$named" ] || fail "the message names Log-$named.vlx, the log is Log-$written.vlx"
+out=$("$work/prefix/bin/vfl" crashlog "${logs[0]}") || fail "vfl crashlog failed"
 echo "$out"
-grep -q '^Access violation occurred' <<<"$out"
+grep -q '^Access violation occurred' <<<"$out" || fail "no description in the log"
 # The first address of the stack is the faulting function.
-sed -n '/^Stack: /{n;p;q}' <<<"$out" | grep -q $'^0x[0-9a-f]*:\t VflCrashHostFault + 0x'
+sed -n '/^Stack: /{n;p;q}' <<<"$out" | grep -q $'^0x[0-9a-f]*:\t VflCrashHostFault + 0x' || fail "the stack does not start at the fault"
