@@ -5,6 +5,7 @@
 #include "Sys/Posix/Sys_FileLocIteratorPosix.h"
 #include "Sys/Posix/Sys_FileLocPosix.h"
 #include "Sys/Posix/Sys_FilePosix.h"
+#include "Sys/Posix/Sys_HFSUtilsPosix.h"
 #include "Sys/Posix/Sys_MutexPosix.h"
 #include "Sys/Posix/Sys_SEHandlerPosix.h"
 #include "Sys/Posix/Sys_SemaphorePosix.h"
@@ -24,6 +25,7 @@ void Sys_Init::PlatformInit()
     Sys_SemaphorePosix::SetPlatformDependentMethods();
     Sys_FileLocPosix::SetPlatformDependentMethods();
     Sys_VolumePosix::SetPlatformDependentMethods();
+    Sys_HFSUtilsPosix::SetPlatformDependentMethods();
     Sys_ThreadPosix::SetPlatformDependentMethods();
     Sys_FilePosix::SetPlatformDependentMethods();
     Sys_UtilsPosix::SetPlatformDependentMethods();
