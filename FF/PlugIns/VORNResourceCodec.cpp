@@ -1,0 +1,288 @@
+#include "FF/PlugIns/VORNResourceCodec.h"
+
+#include "Sys/Sys_Umid.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+
+namespace
+{
+using Bytes = VORNResourceCodec::Bytes;
+
+void Put16(Bytes& out, std::uint32_t v)
+{
+    out.push_back(static_cast<std::uint8_t>(v >> 8));
+    out.push_back(static_cast<std::uint8_t>(v));
+}
+
+void Put32(Bytes& out, std::uint32_t v)
+{
+    Put16(out, v >> 16);
+    Put16(out, v & 0xFFFF);
+}
+
+std::uint32_t Get16(std::uint8_t const* p)
+{
+    return static_cast<std::uint32_t>(p[0]) << 8 | p[1];
+}
+
+std::uint32_t Get32(std::uint8_t const* p)
+{
+    return Get16(p) << 16 | Get16(p + 2);
+}
+
+// Signed 32 bits on disk, 64 in memory.
+std::uint64_t GetSigned32(std::uint8_t const* p)
+{
+    return static_cast<std::uint64_t>(static_cast<std::int64_t>(static_cast<std::int32_t>(Get32(p))));
+}
+
+std::string Trimmed(std::string const& text)
+{
+    std::size_t const first = text.find_first_not_of(" \t");
+    if (first == std::string::npos)
+        return std::string();
+    return text.substr(first, text.find_last_not_of(" \t") + 1 - first);
+}
+
+template <class T> bool ParseWhole(std::string const& text, T* value)
+{
+    std::string const t = Trimmed(text);
+    char const* const end = t.data() + t.size();
+    char const* begin = t.data();
+    // from_chars takes no plus sign.
+    if (begin != end && *begin == '+')
+        ++begin;
+    T parsed{};
+    auto const [ptr, ec] = std::from_chars(begin, end, parsed);
+    if (ec != std::errc() || ptr != end || begin == end)
+        return false;
+    *value = parsed;
+    return true;
+}
+
+constexpr std::uint32_t kLoopForward = 0x75;
+constexpr std::uint32_t kLoopForwardBackward = 0x76;
+} // namespace
+
+// ------------------------------------------------------------------ strings
+
+Bytes VORNResourceCodec::EncodePascalString(std::string const& text)
+{
+    std::size_t const length = std::min<std::size_t>(text.size(), 255);
+    Bytes out;
+    out.reserve(length + 1);
+    out.push_back(static_cast<std::uint8_t>(length));
+    out.insert(out.end(), text.begin(), text.begin() + static_cast<std::ptrdiff_t>(length));
+    return out;
+}
+
+bool VORNResourceCodec::DecodePascalString(Bytes const& bytes, std::string* text)
+{
+    if (bytes.empty() || bytes[0] + std::size_t{1} > bytes.size())
+        return false;
+    text->assign(bytes.begin() + 1, bytes.begin() + 1 + bytes[0]);
+    return true;
+}
+
+std::string VORNResourceCodec::FormatInteger(std::int64_t value)
+{
+    char buffer[24];
+    auto const [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
+    return std::string(buffer, end);
+}
+
+std::string VORNResourceCodec::FormatRate(double rate)
+{
+    char buffer[400];
+    auto const [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, rate, std::chars_format::fixed, 6);
+    return ec == std::errc() ? std::string(buffer, end) : std::string("0.000000");
+}
+
+bool VORNResourceCodec::ParseInteger(std::string const& text, std::int64_t* value)
+{
+    return ParseWhole(text, value);
+}
+
+bool VORNResourceCodec::ParseRate(std::string const& text, double* rate)
+{
+    return ParseWhole(text, rate);
+}
+
+// --------------------------------------------------------------------- umid
+
+Bytes VORNResourceCodec::EncodeUmid(std::uint8_t const* umid)
+{
+    Sys_Umid id;
+    std::memcpy(&id, umid, 16);
+    id.SwapIfWin32();
+    Bytes out(kUmidSize, 0);
+    std::memcpy(out.data() + 8, &id, 16);
+    return out;
+}
+
+bool VORNResourceCodec::DecodeUmid(Bytes const& bytes, std::uint8_t* umid)
+{
+    if (bytes.size() < kUmidSize)
+        return false;
+    Sys_Umid id;
+    std::memcpy(&id, bytes.data() + 8, 16);
+    id.SwapIfWin32();
+    std::memcpy(umid, &id, 16);
+    return true;
+}
+
+// ---------------------------------------------------------------- overviews
+
+Bytes VORNResourceCodec::EncodeOverview(std::uint8_t const* block, std::size_t size)
+{
+    Bytes out;
+    if (size < kOverviewHeaderSize)
+        return out;
+    std::uint32_t spi = 0;
+    std::memcpy(&spi, block + 6, 4);
+    out.reserve(size);
+    Put16(out, 1);
+    Put32(out, kOverviewHeaderSize);
+    Put32(out, spi);
+    Put32(out, 0);
+    out.insert(out.end(), block + kOverviewHeaderSize, block + size);
+    return out;
+}
+
+bool VORNResourceCodec::DecodeOverview(Bytes const& bytes, Bytes* block, std::uint32_t* samplesPerInterval)
+{
+    if (bytes.size() < kOverviewHeaderSize)
+        return false;
+    std::uint32_t const spi = Get32(bytes.data() + 6);
+    if (spi == 0)
+        return false;
+    block->assign(bytes.begin(), bytes.end());
+    std::int16_t const version = 1;
+    std::uint32_t const offset = kOverviewHeaderSize, zero = 0;
+    std::memcpy(block->data(), &version, 2);
+    std::memcpy(block->data() + 2, &offset, 4);
+    std::memcpy(block->data() + 6, &spi, 4);
+    std::memcpy(block->data() + 10, &zero, 4);
+    *samplesPerInterval = spi;
+    return true;
+}
+
+// ------------------------------------------------------------------ regions
+
+Bytes VORNResourceCodec::EncodeRegions(std::vector<PlugInRegion> const& regions)
+{
+    Bytes out;
+    out.reserve(kRegionHeaderSize + regions.size() * kRegionRecordSize);
+    Put16(out, 1);
+    Put32(out, 12);
+    Put32(out, kRegionRecordSize);
+    Put32(out, 0);
+    Put32(out, static_cast<std::uint32_t>(regions.size()));
+    std::uint32_t index = 0;
+    for (PlugInRegion const& r : regions)
+    {
+        Put32(out, index++);
+        for (std::uint64_t v : {r.startSample, r.stopSample, r.syncSample, r.userTimeStamp, r.originalTimeStamp})
+            Put32(out, static_cast<std::uint32_t>(v));
+        std::uint8_t name[32] = {};
+        name[0] = std::min<std::uint8_t>(r.nameLength, 31);
+        std::memcpy(name + 1, r.name, name[0]);
+        out.insert(out.end(), name, name + 32);
+    }
+    return out;
+}
+
+bool VORNResourceCodec::DecodeRegions(Bytes const& bytes, std::vector<PlugInRegion>* regions)
+{
+    regions->clear();
+    if (bytes.size() < kRegionHeaderSize || (bytes.size() - kRegionHeaderSize) % kRegionRecordSize != 0)
+        return false;
+    std::uint8_t const* const p = bytes.data();
+    if (Get16(p) != 1 || Get32(p + 2) != 12 || Get32(p + 6) != kRegionRecordSize)
+        return false;
+    std::size_t const count = (bytes.size() - kRegionHeaderSize) / kRegionRecordSize;
+    regions->reserve(count);
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        std::uint8_t const* const rec = p + kRegionHeaderSize + i * kRegionRecordSize;
+        PlugInRegion r = {};
+        Sys_Umid const id = Sys_Umid::Create();
+        std::memcpy(r.umid, &id, 16);
+        r.startSample = GetSigned32(rec + 4);
+        r.stopSample = GetSigned32(rec + 8);
+        r.syncSample = GetSigned32(rec + 12);
+        r.userTimeStamp = GetSigned32(rec + 16);
+        r.originalTimeStamp = GetSigned32(rec + 20);
+        r.nameLength = std::min<std::uint8_t>(rec[24], 31);
+        std::memcpy(r.name, rec + 25, r.nameLength);
+        regions->push_back(r);
+    }
+    return true;
+}
+
+// -------------------------------------------------------------------- loops
+
+Bytes VORNResourceCodec::EncodeLoops(PlugInInstrument const& instrument)
+{
+    struct Loop
+    {
+        std::int32_t type;
+        std::int64_t start, stop;
+        std::uint32_t which;
+    };
+    Loop const loops[] = {{instrument.loop1Type, instrument.loop1Start, instrument.loop1Stop, 1},
+                          {instrument.loop2Type, instrument.loop2Start, instrument.loop2Stop, 2}};
+    std::uint32_t count = 0;
+    for (Loop const& l : loops)
+        count += l.type != 0 ? 1 : 0;
+    Bytes out;
+    out.reserve(kLoopHeaderSize + count * kLoopRecordSize);
+    Put16(out, 1);
+    Put16(out, 1);
+    Put16(out, 1);
+    Put16(out, count);
+    for (Loop const& l : loops)
+    {
+        if (l.type == 0)
+            continue;
+        Put32(out, static_cast<std::uint32_t>(l.start));
+        Put32(out, static_cast<std::uint32_t>(l.stop));
+        Put16(out, l.which);
+        Put16(out, l.type == 2 ? kLoopForwardBackward : kLoopForward);
+        Put16(out, 0);
+    }
+    return out;
+}
+
+std::int16_t VORNResourceCodec::DecodeLoops(Bytes const& bytes, PlugInInstrument* instrument)
+{
+    *instrument = PlugInInstrument{};
+    if (bytes.size() < kLoopHeaderSize || Get16(bytes.data()) != 1)
+        return kBadLoopList;
+    std::size_t const count =
+        std::min<std::size_t>(Get16(bytes.data() + 6), (bytes.size() - kLoopHeaderSize) / kLoopRecordSize);
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        std::uint8_t const* const rec = bytes.data() + kLoopHeaderSize + i * kLoopRecordSize;
+        auto const start = static_cast<std::int64_t>(static_cast<std::int32_t>(Get32(rec)));
+        auto const stop = static_cast<std::int64_t>(static_cast<std::int32_t>(Get32(rec + 4)));
+        std::int32_t const type = Get16(rec + 10) == kLoopForwardBackward ? 2 : 1;
+        switch (Get16(rec + 8))
+        {
+        case 1:
+            instrument->loop1Type = type;
+            instrument->loop1Start = start;
+            instrument->loop1Stop = stop;
+            break;
+        case 2:
+            instrument->loop2Type = type;
+            instrument->loop2Start = start;
+            instrument->loop2Stop = stop;
+            break;
+        default: break;
+        }
+    }
+    return 0;
+}
