@@ -1045,8 +1045,15 @@ void FF_AudioFile::Print(std::ostream& out, bool cache)
         create = PlugInTable::Find("WAVE");
     else if (type == Sys_FileType(std::string("aif")))
         create = PlugInTable::Find("AIFC"); // serves plain AIFF here too
-    else if (type == Sys_FileType(PlugInTable::MacType("Vn4f")))
+    else if (Sys_Utils::AreTypesEquivalent(type, Sys_FileType(PlugInTable::MacType("Vn4f"))))
         create = PlugInTable::Find("VORN");
+    // A VORN file is one by its resource fork, whatever its name says.
+    if (!create && mImportExport)
+    {
+        char name[8] = {};
+        if (mImportExport->GetFileTypeName(8, name) == S_OK && std::strncmp(name, "VORN", 8) == 0)
+            create = PlugInTable::Find("VORN");
+    }
     if (!create)
     {
         out << "Unknown file type\n";

@@ -2,6 +2,7 @@
 
 #include "FF/PlugIns/AIFC.h"
 #include "FF/PlugIns/AIFF.h"
+#include "FF/PlugIns/VORN.h"
 #include "FF/PlugIns/WAVE.h"
 
 #include <cstring>
@@ -11,14 +12,15 @@ namespace
 {
 // Made on first use, so that it stands before the first audio file whatever
 // the order of static initialisation. AIFC stands before AIFF: each refuses
-// the other's form type. The VORN handler takes its place behind them when
-// it is built.
+// the other's form type. VORN comes last: it knows a file by its resource
+// fork alone, and a file any other handler takes is not one.
 std::vector<PlugInTableEntry> const& Table()
 {
     static std::vector<PlugInTableEntry> const table = {
         {"WAVE", &WAVE::Create, Sys_FileType(std::string("wav"))},
         {"AIFC", &AIFC::Create, Sys_FileType(PlugInTable::MacType("AIFC"))},
         {"AIFF", &AIFF::Create, Sys_FileType(PlugInTable::MacType("AIFF"))},
+        {"VORN", &VORN::Create, Sys_FileType(PlugInTable::MacType("Vn4f"))},
     };
     return table;
 }

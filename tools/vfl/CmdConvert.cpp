@@ -34,8 +34,9 @@ vfl::CommandSpec const kSpec = {
     "[OPTIONS] INPUT... -o OUTPUT...\n[OPTIONS] -d FOLDER [-j N] INPUT...",
     "Converts one interleaved input, or several mono inputs of one format, into\n"
     "one interleaved output or one mono output per channel. Each output's type\n"
-    "comes from its extension (.wav, .aif/.aiff, .aifc, .mp3) unless -t names\n"
-    "one for all. Outputs are written beside their destination and replace it\n"
+    "comes from its extension (.wav, .aif/.aiff, .aifc, .vorn, .mp3) unless -t\n"
+    "names one for all (a VORN file keeps its metadata in Resource.FRK/NAME).\n"
+    "Outputs are written beside their destination and replace it\n"
     "only when complete: a failure or Ctrl-C leaves an old file as it was.\n"
     "INPUT - reads standard input; OUTPUT - writes to standard output (with -t).\n"
     "With -d, each input is converted on its own into FOLDER, under its own\n"
@@ -43,7 +44,7 @@ vfl::CommandSpec const kSpec = {
     {{'o', "output", "OUT...", "the outputs (the arguments up to the next option)"},
      {'d', "directory", "FOLDER", "convert each input on its own into FOLDER"},
      {'j', "jobs", "N", "with -d: conversions at once (default: processors)"},
-     {'t', "type", "TYPE", "wav, aif (AIFF), aifc (AIFF-C) or mp3 for every output"},
+     {'t', "type", "TYPE", "wav, aif (AIFF), aifc (AIFF-C), vorn or mp3 for every\noutput"},
      {'b', "bits", "BITS", "8, 16, 24 or 32 (default: the input's; mp3: 16)"},
      {'r', "rate", "HZ", "output rate, 48000 or 48k (default: the input's)"},
      {0, "quality", "Q", "rate conversion: 0 linear, 1 to 4 windowed sinc of 17,\n33, 129 and 257 taps (default 4)"},
@@ -86,7 +87,7 @@ std::string WrittenType(std::string const& name)
         return "wav";
     if (t == "aif" || t == "aiff")
         return "aif";
-    if (t == "aifc" || t == "mp3")
+    if (t == "aifc" || t == "mp3" || t == "vorn")
         return t;
     return "";
 }
@@ -102,12 +103,12 @@ std::string OutputType(std::string const& path, std::string const& forced)
     std::size_t const dot = path.find_last_of('.');
     if (dot == std::string::npos || (slash != std::string::npos && dot < slash))
         throw vfl::UsageError("output " + path +
-                              " has no extension to tell its type: name it .wav, .aif, .aifc or "
-                              ".mp3, or give -t TYPE");
+                              " has no extension to tell its type: name it .wav, .aif, .aifc, "
+                              ".vorn or .mp3, or give -t TYPE");
     std::string const type = WrittenType(path.substr(dot + 1));
     if (type.empty())
         throw vfl::UsageError("output " + path + ": vfl does not write '" + path.substr(dot) +
-                              "' files; name it .wav, .aif, .aifc or .mp3, or give -t TYPE");
+                              "' files; name it .wav, .aif, .aifc, .vorn or .mp3, or give -t TYPE");
     return type;
 }
 
@@ -143,7 +144,7 @@ Settings ReadSettings(vfl::OptionParser const& args)
     {
         s.forcedType = WrittenType(args.Text("type"));
         if (s.forcedType.empty())
-            throw vfl::UsageError("-t needs wav, aif, aifc or mp3, not '" + args.Text("type") + "'");
+            throw vfl::UsageError("-t needs wav, aif, aifc, vorn or mp3, not '" + args.Text("type") + "'");
     }
     s.quality = args.Count("quality", 4, 0, 4);
     s.bits = args.Count("bits", -1, 8, 32);
@@ -264,6 +265,10 @@ int ConvertOne(vfl::OptionParser const& args, Settings settings)
     std::vector<std::string> types;
     for (auto const& path : outputs)
         types.push_back(OutputType(path, settings.forcedType));
+    for (std::size_t i = 0; i < outputs.size(); ++i)
+        if (outputs[i] == "-" && types[i] == "vorn")
+            throw vfl::UsageError("standard output (-) cannot take a vorn file: its metadata lies in a resource "
+                                  "fork beside it");
     RefuseMp3OptionsWithoutMp3(args, types);
     int64 const mp3Outputs = std::count(types.begin(), types.end(), "mp3");
     if (mp3Outputs > 1)

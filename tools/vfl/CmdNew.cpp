@@ -16,22 +16,23 @@
 
 namespace
 {
-vfl::CommandSpec const kSpec = {"new",
-                                "OUT -r RATE -b BITS -c CHANNELS [-t TYPE]",
-                                "Writes a new audio file from raw PCM on standard input: interleaved,\n"
-                                "signed, little endian, BITS/8 bytes per sample. The file is written beside\n"
-                                "OUT and takes its place when the input ends; on Ctrl-C (or SIGTERM, SIGHUP)\n"
-                                "it keeps every whole frame received, as a recorder would. OUT - writes\n"
-                                "the file to standard output when the input ends (give -t).",
-                                {{'r', "rate", "HZ", "samples per second: 48000 or 48k"},
-                                 {'b', "bits", "BITS", "8, 16, 24 or 32"},
-                                 {'c', "channels", "N", "number of channels, 1 to 64"},
-                                 {'t', "type", "TYPE", "wav, aif (AIFF) or aifc (AIFF-C); default: OUT's extension"},
-                                 {0, "unique", nullptr,
-                                  "OUT is the wished name: write under a free name the library\nchooses "
-                                  "(shortened and numbered as needed), and print it"}},
-                                1,
-                                1};
+vfl::CommandSpec const kSpec = {
+    "new",
+    "OUT -r RATE -b BITS -c CHANNELS [-t TYPE]",
+    "Writes a new audio file from raw PCM on standard input: interleaved,\n"
+    "signed, little endian, BITS/8 bytes per sample. The file is written beside\n"
+    "OUT and takes its place when the input ends; on Ctrl-C (or SIGTERM, SIGHUP)\n"
+    "it keeps every whole frame received, as a recorder would. OUT - writes\n"
+    "the file to standard output when the input ends (give -t).",
+    {{'r', "rate", "HZ", "samples per second: 48000 or 48k"},
+     {'b', "bits", "BITS", "8, 16, 24 or 32"},
+     {'c', "channels", "N", "number of channels, 1 to 64"},
+     {'t', "type", "TYPE", "wav, aif (AIFF), aifc (AIFF-C) or vorn; default: OUT's\nextension"},
+     {0, "unique", nullptr,
+      "OUT is the wished name: write under a free name the library\nchooses "
+      "(shortened and numbered as needed), and print it"}},
+    1,
+    1};
 
 constexpr int64 kBlockBytes = 1 << 20;
 
@@ -53,12 +54,12 @@ std::string TypeFromExtension(std::string const& path)
         return "wav";
     if (ext == "aif" || ext == "aiff")
         return "aif";
-    if (ext == "aifc")
-        return "aifc";
+    if (ext == "aifc" || ext == "vorn")
+        return ext;
     throw vfl::UsageError("output " + path +
                           (ext.empty() ? std::string(" has no extension to tell its type")
                                        : ": vfl new does not write '." + ext + "' files") +
-                          "; name it .wav, .aif or .aifc, or give -t TYPE");
+                          "; name it .wav, .aif, .aifc or .vorn, or give -t TYPE");
 }
 } // namespace
 
@@ -80,8 +81,11 @@ int CmdNew(int argc, char** argv)
     std::string type = args.Has("type") ? Lower(args.Text("type")) : TypeFromExtension(out);
     if (type == "aiff")
         type = "aif";
-    if (type != "wav" && type != "aif" && type != "aifc")
-        throw vfl::UsageError("vfl new writes wav, aif or aifc, not '" + type + "'");
+    if (type != "wav" && type != "aif" && type != "aifc" && type != "vorn")
+        throw vfl::UsageError("vfl new writes wav, aif, aifc or vorn, not '" + type + "'");
+    if (type == "vorn" && out == "-")
+        throw vfl::UsageError("standard output (-) cannot take a vorn file: its metadata lies in a resource fork "
+                              "beside it");
 
     if (args.Has("unique"))
     {

@@ -1,7 +1,8 @@
 // An output file written under a temporary name beside its destination and
 // put in the destination's place only when it is complete, so that a
 // failure or an interrupt never leaves a part of a file, and an old file of
-// the same name stays as it was until the new one replaces it.
+// the same name stays as it was until the new one replaces it. A resource
+// fork written for the temporary file (Resource.FRK/NAME) moves with it.
 #pragma once
 
 #include <string>
@@ -34,5 +35,6 @@ private:
     std::string mTarget; // the destination with its links followed
     std::string mTemporary;
     bool mCommitted = false;
+    bool mForkFolderExisted = false; // Resource.FRK beside the destination
 };
 } // namespace vfl

@@ -30,15 +30,17 @@ void InitLibrary()
                                                static_cast<uint32>(static_cast<unsigned char>(code[3]))));
     };
     auto ext = [](char const* e) { return Sys_FileType(std::string(e)); };
+    // A VORN file is known by its resource fork whatever its name; ".vorn"
+    // names the type for the files vfl writes.
     std::vector<Sys_FileType> known = {ext("wav"),  ext("aif"),  ext("aiff"), ext("aifc"), ext("mp3"),
-                                       mac("WAVE"), mac("AIFF"), mac("AIFC"), mac("Vn4f")};
-    std::vector<std::string> descriptions = {"WAVE audio", "AIFF audio", "AIFF audio",   "AIFF-C audio", "MP3 audio",
-                                             "WAVE audio", "AIFF audio", "AIFF-C audio", "VORN audio"};
+                                       ext("vorn"), mac("WAVE"), mac("AIFF"), mac("AIFC"), mac("Vn4f")};
+    std::vector<std::string> descriptions = {"WAVE audio", "AIFF audio", "AIFF audio", "AIFF-C audio", "MP3 audio",
+                                             "VORN audio", "WAVE audio", "AIFF audio", "AIFF-C audio", "VORN audio"};
     Sys_Utils::RegisterKnownTypes(known, descriptions);
     std::vector<std::vector<Sys_FileType>> groups = {{ext("wav"), mac("WAVE"), mac(".WAV")},
                                                      {ext("aif"), ext("aiff"), mac("AIFF")},
                                                      {ext("aifc"), mac("AIFC")},
-                                                     {mac("Vn4f")},
+                                                     {ext("vorn"), mac("Vn4f")},
                                                      {ext("mp3")}};
     for (auto& g : groups)
         Sys_Utils::RegisterEquivalentTypes(g);
