@@ -344,8 +344,8 @@ PlugInResult VORN::DoFlush()
     {
         PlugInOverview const& o = mOverviews.front();
         std::int64_t const size = o.data ? RelocatableBlock::GetSize(o.data) : 0;
-        Bytes const bytes =
-            Codec::EncodeOverview(reinterpret_cast<std::uint8_t const*>(*o.data), static_cast<std::size_t>(size));
+        Bytes const bytes = Codec::EncodeOverview(reinterpret_cast<std::uint8_t const*>(*o.data),
+                                                  static_cast<std::size_t>(size), o.samplesPerInterval);
         err = bytes.empty() ? RM::kErrParameter : ReplaceResource(kOverview, kResourceId, std::string(), bytes);
     }
     if (err == RM::kNoError)

@@ -135,13 +135,11 @@ bool VORNResourceCodec::DecodeUmid(Bytes const& bytes, std::uint8_t* umid)
 
 // ---------------------------------------------------------------- overviews
 
-Bytes VORNResourceCodec::EncodeOverview(std::uint8_t const* block, std::size_t size)
+Bytes VORNResourceCodec::EncodeOverview(std::uint8_t const* block, std::size_t size, std::uint32_t spi)
 {
     Bytes out;
     if (size < kOverviewHeaderSize)
         return out;
-    std::uint32_t spi = 0;
-    std::memcpy(&spi, block + 6, 4);
     out.reserve(size);
     Put16(out, 1);
     Put32(out, kOverviewHeaderSize);

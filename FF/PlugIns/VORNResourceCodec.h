@@ -49,8 +49,9 @@ public:
 
     // qxOV: the overview block with its 14-byte header (1, 14, samples per
     // interval, 0) and one channel of 8-bit (max, min) pairs. `block` is the
-    // payload behind a header in host order, as an overview is kept.
-    static Bytes EncodeOverview(std::uint8_t const* block, std::size_t size);
+    // payload behind a 14-byte header, as an overview is kept in memory; the
+    // header on disk is made from samplesPerInterval.
+    static Bytes EncodeOverview(std::uint8_t const* block, std::size_t size, std::uint32_t samplesPerInterval);
     // The block in memory: header in host order, payload as it is; false
     // for a resource shorter than its header or with 0 samples per interval.
     static bool DecodeOverview(Bytes const& bytes, Bytes* block, std::uint32_t* samplesPerInterval);

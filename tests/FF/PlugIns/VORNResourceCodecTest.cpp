@@ -184,7 +184,7 @@ TEST_F(VORNResourceCodec, OverviewHeaderIsBigEndianOnDiskAndHostOrderInMemory)
     EXPECT_EQ(offset, 14u);
     EXPECT_EQ(fromBlock, 256u);
     EXPECT_TRUE(std::equal(block.begin() + 14, block.end(), onDisk.begin() + 14));
-    EXPECT_EQ(C::EncodeOverview(block.data(), block.size()), onDisk);
+    EXPECT_EQ(C::EncodeOverview(block.data(), block.size(), 256), onDisk);
 
     for (char const* bad : {"0001 0000000e 00000000 00000000 7f80", "0001 0000000e 00000100 000000"})
     {

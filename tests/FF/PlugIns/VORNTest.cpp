@@ -1,0 +1,259 @@
+// VORN files on disk through FF_AudioFile: raw big-endian audio in the data
+// fork, everything else in Resource.FRK/NAME, read back after close; files
+// laid out by hand as a Mac writes them (big-endian resource contents); and
+// files that are refused, without anything being written for them.
+#include "FF/FF_AudioFile.h"
+#include "FF/FF_AudioInstrumentAttr.h"
+#include "FF/PlugIns/PlugInTable.h"
+#include "FF/PlugIns/RelocatableBlock.h"
+#include "Sys/Sys_FileLoc.h"
+#include "Sys/Sys_Init.h"
+#include "Sys/Sys_ResourceFork.h"
+#include "support/TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+
+namespace
+{
+namespace fs = std::filesystem;
+using Bytes = std::vector<std::uint8_t>;
+using RF = Sys_ResourceFork;
+
+Sys_FileType const kVorn(PlugInTable::MacType("Vn4f"));
+
+class VORNFile : public ::testing::Test
+{
+protected:
+    void SetUp() override { Sys_Init::Init(); }
+
+    std::string Fork(std::string const& name) const { return mDir.File("Resource.FRK/" + name); }
+
+    // A fork made here by hand, resource by resource.
+    void WriteFork(std::string const& name, std::vector<RF::Resource> resources) const
+    {
+        RF fork;
+        for (auto& r : resources)
+            fork.Add(std::move(r));
+        Bytes bytes;
+        ASSERT_TRUE(fork.Serialize(&bytes));
+        fs::create_directories(mDir.Path() / "Resource.FRK");
+        vfltest::WriteWholeFile(Fork(name), bytes);
+    }
+
+    vfltest::TempDir mDir;
+};
+
+RF::Resource Resource(char const (&type)[5], std::int16_t id, Bytes data, std::string name = "")
+{
+    RF::Resource r;
+    r.type = RF::Code(type);
+    r.id = id;
+    r.hasName = !name.empty();
+    r.name = name;
+    r.data = std::move(data);
+    return r;
+}
+
+RF::Resource Str(std::int16_t id, std::string const& name, std::string const& value)
+{
+    Bytes data{static_cast<std::uint8_t>(value.size())};
+    data.insert(data.end(), value.begin(), value.end());
+    return Resource("STR ", id, data, name);
+}
+
+std::vector<RF::Resource> Strings(char const* size, char const* rate, char const* channels)
+{
+    return {Str(1000, "sample-size", size), Str(1001, "sample-rate", rate), Str(1002, "channels", channels)};
+}
+
+TEST_F(VORNFile, EverythingSurvivesCloseAndReopen)
+{
+    struct Case
+    {
+        int bits, channels;
+    } const cases[] = {{8, 1}, {8, 2}, {16, 1}, {16, 2}, {24, 1}, {24, 2}};
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(std::to_string(c.bits) + " bits, " + std::to_string(c.channels) + " channels");
+        std::string const name = "take" + std::to_string(c.bits) + "x" + std::to_string(c.channels);
+        std::string const path = mDir.File(name);
+        int const width = c.bits / 8;
+        std::int64_t const frames = 1000;
+        // Samples whose bytes all differ, in host order; the file holds them big-endian.
+        Bytes host(static_cast<std::size_t>(frames * c.channels * width)), expected(host.size());
+        for (std::size_t s = 0; s < host.size() / width; ++s)
+        {
+            std::uint32_t const v = static_cast<std::uint32_t>(s * 2654435761u);
+            for (int b = 0; b < width; ++b)
+            {
+                host[s * width + b] = static_cast<std::uint8_t>(v >> (8 * b));
+                expected[s * width + width - 1 - b] = static_cast<std::uint8_t>(v >> (8 * b));
+            }
+        }
+        Sys_Umid umid;
+        int32 const spi = 100, intervals = 10;
+        {
+            FF_AudioFile file((Sys_FileLoc(path)));
+            file.Format(kVorn, c.channels, 44100, c.bits, 0);
+            FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+            Bytes buffer = host;
+            file.SampleWrite(buffer.data(), frames);
+            file.SetNumSamples(frames);
+            file.AddRegion("verse", 10, 500, 20, 3, 4);
+            file.SetInstrumentAttr(FF_AudioInstrumentAttr(60, 0, FF_AudioInstrumentAttr::kLoopForwardBackward, 5, 50,
+                                                          FF_AudioInstrumentAttr::kLoopForward, 60, 900));
+            char** block = RelocatableBlock::New(14 + 2 * intervals);
+            for (int i = 0; i < 2 * intervals; ++i)
+                (*block)[14 + i] = static_cast<char>(i * 11);
+            file.SetOverview(block, spi, 8, intervals);
+            umid = file.GetUmid();
+        }
+        EXPECT_EQ(vfltest::ReadWholeFile(path), expected);
+
+        FF_AudioFile file((Sys_FileLoc(path)));
+        ASSERT_TRUE(file.Implements(FF_AudioFile::eVelmoraInterface)) << file.GetUnknownReason();
+        EXPECT_EQ(file.GetDescription(FF_AudioFile::eShortDescription), "VORN");
+        FF_AudioFileAttr const a = file.GetAudioFileAttr();
+        EXPECT_EQ(a.GetBitsPerSample(), c.bits);
+        EXPECT_EQ(a.GetNumChannels(), c.channels);
+        EXPECT_EQ(a.GetSamplesPerSec(), 44100);
+        EXPECT_EQ(a.GetNumSamples(), frames);
+        EXPECT_TRUE(file.GetUmid() == umid);
+        FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead);
+        Bytes back(host.size());
+        file.SampleRead(back.data(), frames);
+        EXPECT_EQ(back, host);
+
+        std::vector<FF_ImportAudioRegion> regions;
+        file.GetRegions(&regions, false);
+        // The whole-file region that setting the length made, then ours.
+        ASSERT_EQ(regions.size(), 2u);
+        EXPECT_TRUE(regions[0].IsWholeFileRegion());
+        EXPECT_EQ(regions[0].GetName(), name);
+        EXPECT_EQ(regions[1].GetName(), "verse");
+        EXPECT_EQ(regions[1].GetStartSample(), 10u);
+        EXPECT_EQ(regions[1].GetStopSample(), 500u);
+        EXPECT_EQ(regions[1].GetSyncSample(), 20u);
+        EXPECT_EQ(regions[1].GetUserTimeStamp(), 3u);
+
+        FF_AudioInstrumentAttr loops;
+        ASSERT_TRUE(file.HasInstrumentAttr());
+        file.GetInstrumentAttr(&loops);
+        EXPECT_EQ(loops.GetLoop1Type(), FF_AudioInstrumentAttr::kLoopForwardBackward);
+        EXPECT_EQ(loops.GetLoop1StopSample(), 50);
+        EXPECT_EQ(loops.GetLoop2Type(), FF_AudioInstrumentAttr::kLoopForward);
+        EXPECT_EQ(loops.GetLoop2StartSample(), 60);
+
+        ASSERT_TRUE(file.HasOverview(spi, 8));
+        int32 got = 0;
+        char** overview = file.GetOverview(spi, 8, &got);
+        EXPECT_EQ(got, intervals);
+        for (int i = 0; i < 2 * intervals; ++i)
+            EXPECT_EQ((*overview)[14 + i], static_cast<char>(i * 11)) << i;
+        RelocatableBlock::Dispose(overview);
+    }
+}
+
+TEST_F(VORNFile, AMacFileIsReadFromItsBigEndianResources)
+{
+    std::string const path = mDir.File("From a Mac");
+    vfltest::WriteWholeFile(path, Bytes{0x01, 0x02, 0xFF, 0xFE, 0x80, 0x00}); // three 16-bit frames
+    Bytes regions = {0, 1, 0, 0, 0, 12, 0, 0, 0, 56, 0, 0, 0, 0, 0, 0, 0, 1,  // header
+                     0, 0, 0, 0, 0, 0,  0, 1, 0, 0,  0, 2, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 4, 'l', 'o', 'o', 'p'};
+    regions.resize(18 + 56, 0);
+    auto resources = Strings("2", "22050.000000", "1");
+    resources.push_back(
+        Resource("umid", 1000, {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0, 3, 0, 0, 0, 4}));
+    resources.push_back(Resource("qxRL", 1000, regions));
+    resources.push_back(Resource("qxLL", 1000, {0, 1, 0, 1, 0, 1, 0, 1, 0, 0, 0, 1, 0, 0, 0, 2, 0, 2, 0, 0x76, 0, 0}));
+    WriteFork("From a Mac", resources);
+
+    FF_AudioFile file((Sys_FileLoc(path)));
+    ASSERT_TRUE(file.Implements(FF_AudioFile::eVelmoraInterface)) << file.GetUnknownReason();
+    EXPECT_EQ(file.GetAudioFileAttr().GetSamplesPerSec(), 22050);
+    EXPECT_EQ(file.GetAudioFileAttr().GetNumSamples(), 3);
+    EXPECT_TRUE(file.GetUmid() == Sys_Umid(1, 2, 3, 4));
+    std::vector<FF_ImportAudioRegion> found;
+    file.GetRegions(&found, false);
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_EQ(found[0].GetName(), "loop");
+    EXPECT_EQ(found[0].GetStopSample(), 2u);
+    FF_AudioInstrumentAttr loops;
+    file.GetInstrumentAttr(&loops);
+    EXPECT_EQ(loops.GetLoop1Type(), FF_AudioInstrumentAttr::kLoopNone);
+    EXPECT_EQ(loops.GetLoop2Type(), FF_AudioInstrumentAttr::kLoopForwardBackward);
+    EXPECT_EQ(loops.GetLoop2StopSample(), 2);
+    FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead);
+    std::int16_t samples[3] = {};
+    file.SampleRead(samples, 3);
+    EXPECT_EQ(samples[0], 0x0102);
+    EXPECT_EQ(samples[1], -2);
+    EXPECT_EQ(samples[2], -32768);
+}
+
+TEST_F(VORNFile, FilesThatAreNoneAreRefusedAndNothingIsWritten)
+{
+    struct Case
+    {
+        char const* what;
+        Bytes data;
+        bool fork;
+        std::vector<RF::Resource> resources;
+    } const cases[] = {
+        {"no fork", Bytes(12, 0), false, {}},
+        {"11 bytes of 8-bit stereo", Bytes(11, 0), true, Strings("1", "44100.000000", "2")},
+        {"no channels string", Bytes(12, 0), true, {Str(1000, "sample-size", "1"), Str(1001, "sample-rate", "8000")}},
+        {"sample size 0", Bytes(12, 0), true, Strings("0", "8000", "1")},
+        {"no rate", Bytes(12, 0), true, Strings("2", "fast", "1")},
+        {"a loop list written little-endian", Bytes(12, 0), true,
+         []
+         {
+             auto r = Strings("2", "8000", "1");
+             r.push_back(Resource("qxLL", 1000, {1, 0, 1, 0, 1, 0, 0, 0}));
+             return r;
+         }()},
+        {"a damaged fork", Bytes(12, 0), true, {}},
+    };
+    int n = 0;
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(c.what);
+        std::string const name = "file" + std::to_string(n++);
+        vfltest::WriteWholeFile(mDir.File(name), c.data);
+        if (c.fork)
+            WriteFork(name, c.resources);
+        if (std::string(c.what) == "a damaged fork")
+            vfltest::WriteWholeFile(Fork(name), Bytes(300, 0xFF));
+        Bytes const forkBefore = c.fork ? vfltest::ReadWholeFile(Fork(name)) : Bytes();
+        auto const before = fs::last_write_time(mDir.File(name));
+
+        FF_AudioFile file(Sys_FileLoc(mDir.File(name)));
+        EXPECT_FALSE(file.Implements(FF_AudioFile::eImportExportInterface));
+        EXPECT_EQ(fs::exists(Fork(name)), c.fork);
+        if (c.fork)
+        {
+            EXPECT_EQ(vfltest::ReadWholeFile(Fork(name)), forkBefore);
+        }
+        EXPECT_EQ(fs::last_write_time(mDir.File(name)), before);
+    }
+    // Nothing made a fork folder for the file without one... nor for any.
+    EXPECT_FALSE(fs::exists(Fork("file0")));
+}
+
+TEST_F(VORNFile, TwelveBitsAreStoredInTwoBytesAndReadAsSixteen)
+{
+    std::string const path = mDir.File("twelve");
+    {
+        FF_AudioFile file((Sys_FileLoc(path)));
+        file.Format(kVorn, 1, 8000, 12, 4);
+    }
+    FF_AudioFile file((Sys_FileLoc(path)));
+    ASSERT_TRUE(file.Implements(FF_AudioFile::eImportExportInterface)) << file.GetUnknownReason();
+    EXPECT_EQ(file.GetAudioFileAttr().GetBitsPerSample(), 16);
+    EXPECT_EQ(fs::file_size(path), 8u);
+}
+
+} // namespace
