@@ -278,6 +278,10 @@ PlugInResult VORN::DoFormat()
     for (auto const& s : strings)
         if (err == RM::kNoError)
             err = ReplaceResource(kStr, s.id, s.name, Codec::EncodePascalString(s.value));
+    // A file made anew in the place of another keeps none of its metadata.
+    for (std::uint32_t const type : {kOverview, kRegions, kLoops})
+        if (err == RM::kNoError)
+            err = RemoveResource(type, kResourceId);
     // A new file gets its identity at once, as Implement gives it.
     if (err == RM::kNoError)
     {

@@ -133,7 +133,9 @@ Facts Gather(FF_AudioFile& file, Sys_FileLoc const& loc, std::string const& name
     if (f.identity)
     {
         f.umid = file.GetUmid().AsString();
-        f.modified = Sys_Utils::UTC2String(static_cast<int64>(file.GetUTCModDate()));
+        // 0: the format keeps no date (VORN).
+        if (uint64 const date = file.GetUTCModDate(); date != 0)
+            f.modified = Sys_Utils::UTC2String(static_cast<int64>(date));
         f.revision = file.GetDataRevision();
     }
     f.broadcast = file.Implements(FF_AudioFile::eEbuInterface);
@@ -214,8 +216,12 @@ void PrintText(Facts const& f)
     if (!f.volume.empty())
         std::printf("  volume: %s\n", f.volume.c_str());
     if (f.identity)
-        std::printf("  umid: %s\n  modified: %s\n  revision: %" PRIu64 "\n", f.umid.c_str(), f.modified.c_str(),
-                    f.revision);
+    {
+        std::printf("  umid: %s\n", f.umid.c_str());
+        if (!f.modified.empty())
+            std::printf("  modified: %s\n", f.modified.c_str());
+        std::printf("  revision: %" PRIu64 "\n", f.revision);
+    }
     if (f.broadcast)
     {
         std::printf("  broadcast time reference: %" PRId64 "\n", f.timeReference);
@@ -279,7 +285,8 @@ void PrintJson(Facts const& f)
         if (!f.volume.empty())
             line += ",\"volume\":" + vfl::JsonString(f.volume);
         if (f.identity)
-            line += ",\"umid\":" + vfl::JsonString(f.umid) + ",\"modified\":" + vfl::JsonString(f.modified) +
+            line += ",\"umid\":" + vfl::JsonString(f.umid) +
+                    (f.modified.empty() ? std::string() : ",\"modified\":" + vfl::JsonString(f.modified)) +
                     ",\"revision\":\"" + std::to_string(f.revision) + "\"";
         if (f.broadcast)
         {

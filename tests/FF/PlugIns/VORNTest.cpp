@@ -256,4 +256,30 @@ TEST_F(VORNFile, TwelveBitsAreStoredInTwoBytesAndReadAsSixteen)
     EXPECT_EQ(fs::file_size(path), 8u);
 }
 
+TEST_F(VORNFile, FormattingAgainLeavesNoMetadataOfTheOldFile)
+{
+    std::string const path = mDir.File("again");
+    for (int round = 0; round < 2; ++round)
+    {
+        FF_AudioFile file((Sys_FileLoc(path)));
+        file.Format(kVorn, 1, 8000, 16, 0);
+        if (round == 0)
+        {
+            FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+            std::int16_t samples[100] = {};
+            file.SampleWrite(samples, 100);
+            file.SetNumSamples(100);
+            file.AddRegion("old", 1, 2, 1, 0, 0);
+            file.SetInstrumentAttr(FF_AudioInstrumentAttr(60, 0, FF_AudioInstrumentAttr::kLoopForward, 1, 2));
+        }
+    }
+    FF_AudioFile file((Sys_FileLoc(path)));
+    ASSERT_TRUE(file.Implements(FF_AudioFile::eImportExportInterface)) << file.GetUnknownReason();
+    EXPECT_EQ(file.GetAudioFileAttr().GetNumSamples(), 0);
+    std::vector<FF_ImportAudioRegion> regions;
+    file.GetRegions(&regions, false);
+    EXPECT_TRUE(regions.empty());
+    EXPECT_FALSE(file.HasInstrumentAttr());
+}
+
 } // namespace
