@@ -631,12 +631,9 @@ void Sys_ResourceManager::DisposeHandle(Handle handle)
     s.memError = 0;
     if (!handle)
         return;
-    // A resource's handle goes with its resource, never on its own.
-    if (s.handles.count(handle))
-    {
-        s.memError = kErrParameter;
-        return;
-    }
+    // A resource's handle disposed of directly: the manager forgets it, as
+    // if it had been released, so nothing is left pointing at freed memory.
+    s.handles.erase(handle);
     s.disposeBlock(handle);
 }
 
