@@ -278,3 +278,20 @@ u32 MacFileInfo::GetCreator() const
 {
     return (u32(mFinderInfo[4]) << 24) | (u32(mFinderInfo[5]) << 16) | (u32(mFinderInfo[6]) << 8) | mFinderInfo[7];
 }
+
+u32 MacFileInfo::ReadFileType(std::string const& path)
+{
+    Sys_MacFileSystem* const fs = Sys_MacFileSystem::Get();
+    if (!fs)
+        return 0;
+    if (!fs->UsesWideNames())
+    {
+        MacFileInfo info;
+        return info.Open(path) == 0 ? info.GetFileType() : 0;
+    }
+    std::vector<u8> afp;
+    if (fs->ReadStream(path, kAfpInfoStream, &afp, nullptr) != 0 || afp.size() != kAfpInfoSize ||
+        LE32(afp.data()) != kAfpInfoSignature)
+        return 0;
+    return (u32(afp[16]) << 24) | (u32(afp[17]) << 16) | (u32(afp[18]) << 8) | afp[19];
+}

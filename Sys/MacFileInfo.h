@@ -47,6 +47,10 @@ public:
     // first character in the high byte; 0 when there is none.
     u32 GetFileType() const;
     u32 GetCreator() const;
+    // Just the file type of a file, 0 for none: what deciding the type of a
+    // file needs, without the fork sizes and names, whose lookups decide
+    // types themselves.
+    static u32 ReadFileType(std::string const& path);
 
     bool mReadOnly = false;       // the information can be read, not written
     bool mNoSeparateName = false; // the name came from the directory
