@@ -1,5 +1,9 @@
 #include "Sys/FSSpec.h"
 
+#include <cstring>
+
+#include "Sys/Sys_MacCompatibility.h"
+
 #include "Sys/Sys_FSSpecRegistry.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_Utils.h"
@@ -17,7 +21,22 @@ void Sys_FileLoc2FSSpec(Sys_FileLoc const& location, FSSpec* spec, bool macName)
         // A location on no mounted volume: numbered under the root.
     }
     Sys_FSSpecRegistry::Make(root, location.GetFullPath(), spec);
-    (void)macName;
+    bool mac = false;
+    try
+    {
+        mac = macName && location.GetVolume().GetFileSystemType() == Sys_Volume::kFileSystemHFS;
+    }
+    catch (...)
+    {
+    }
+    if (mac)
+    {
+        // The name the Macintosh shows; the folder keeps the registry's
+        // number, so the specification still leads back to the file.
+        std::string const name = GetMacFileName(location).substr(0, Sys_FSSpecRegistry::kMaxNameLength);
+        spec->name[0] = static_cast<unsigned char>(name.size());
+        std::memcpy(spec->name + 1, name.data(), name.size());
+    }
 }
 
 bool FSSpec2Sys_FileLoc(FSSpec const& spec, Sys_FileLoc* location)

@@ -8,6 +8,7 @@
 
 #include "Cmn/Cmn_TypedException.h"
 #include "Sys/FSSpec.h"
+#include "Sys/MacFileInfo.h"
 #include "Sys/Sys_AppleDouble.h"
 #include "Sys/Sys_File.h"
 #include "Sys/Sys_FileLoc.h"
@@ -93,6 +94,11 @@ State& S()
 {
     static State* state = new State; // lives until the process ends
     return *state;
+}
+
+u32 Reversed(u32 v)
+{
+    return (v >> 24) | ((v >> 8) & 0xFF00) | ((v << 8) & 0xFF0000) | (v << 24);
 }
 
 int16 ErrorOf(int32 osErr)
@@ -363,8 +369,14 @@ void Sys_ResourceManager::CreateFork(Sys_FileLoc const& file, u32 creator, u32 t
     ForkState f;
     f.dataPath = file.GetFullPath();
     s.error = WriteFork(f);
-    (void)creator;
-    (void)type;
+    if (s.error == 0 && (type != 0 || creator != 0))
+    {
+        // The file's Finder info, where its file system keeps it; a file
+        // system that keeps none leaves the fork made all the same.
+        MacFileInfo info;
+        if (info.Open(f.dataPath) == 0)
+            info.SetInfo(MacFileInfo::kSetType | MacFileInfo::kSetCreator, Reversed(type), Reversed(creator));
+    }
 }
 
 void Sys_ResourceManager::CloseFork(int16 ref)
@@ -619,12 +631,9 @@ void Sys_ResourceManager::DisposeHandle(Handle handle)
     s.memError = 0;
     if (!handle)
         return;
-    // A resource's handle goes with its resource, never on its own.
-    if (s.handles.count(handle))
-    {
-        s.memError = kErrParameter;
-        return;
-    }
+    // A resource's handle disposed of directly: the manager forgets it, as
+    // if it had been released, so nothing is left pointing at freed memory.
+    s.handles.erase(handle);
     s.disposeBlock(handle);
 }
 

@@ -102,6 +102,8 @@ public:
 
     // ---- blocks
     static Handle NewHandle(int64 size);
+    // Null is accepted. A resource's handle may be given too: the manager
+    // then forgets it, and a change not yet written is lost.
     static void DisposeHandle(Handle handle);
     static int64 GetHandleSize(Handle handle);
     static int16 GetMemError();

@@ -6,6 +6,7 @@
 #include "Sys/Posix/Sys_FileLocPosix.h"
 #include "Sys/Posix/Sys_FilePosix.h"
 #include "Sys/Posix/Sys_HFSUtilsPosix.h"
+#include "Sys/Posix/Sys_MacFileSystemPosix.h"
 #include "Sys/Posix/Sys_MutexPosix.h"
 #include "Sys/Posix/Sys_SEHandlerPosix.h"
 #include "Sys/Posix/Sys_SemaphorePosix.h"
@@ -34,4 +35,5 @@ void Sys_Init::PlatformInit()
     Sys_SEHandlerPosix::SetPlatformDependentMethods();
     Sys_DLLPosix::SetPlatformDependentMethods();
     Sys_TimerEventPosix::SetPlatformDependentMethods();
+    Sys_MacFileSystemPosix::SetPlatformDependentMethods();
 }

@@ -23,6 +23,7 @@
 #include "Cmn/Cmn_ExceptionCodes.h"
 #include "Cmn/Cmn_TStringXData.h"
 #include "Cmn/Cmn_TypedExceptionContext.h"
+#include "Sys/MacFileInfo.h"
 #include "Sys/Posix/Sys_FileLocPosix.h"
 #include "Sys/Posix/Sys_VolumePosix.h"
 #include "Sys/Sys_ThrowIfOSErr.h"
@@ -80,6 +81,25 @@ int LadderIndex(int32 priority)
         if (kPriorityLadder[i] == priority)
             return i;
     return -1;
+}
+
+// A file that is there, on a volume the HFS drivers mounted.
+bool OnMacVolume(std::string const& path)
+{
+    struct stat st;
+    if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode))
+        return false;
+    try
+    {
+        // Not through a location: a location asks for its type when it
+        // works out its volume.
+        Sys_Volume::ImplPtr const volume = Sys_VolumePosix::Create(Sys_VolumePosix::GetRootOfPath(path).c_str());
+        return volume && volume->GetFileSystemType() == Sys_Volume::kFileSystemHFS;
+    }
+    catch (...)
+    {
+        return false;
+    }
 }
 
 bool IsFolderOnDisk(std::string const& path)
@@ -280,8 +300,17 @@ Sys_FileType Sys_UtilsPosix::GetFileType(std::string const& path)
     if ((!path.empty() && path.back() == '/') || (!unmounted && IsFolderOnDisk(path)))
         t1 = Sys_FileType(Sys_FileType::kTypeFolder);
 
-    // Macintosh type codes are read from HFS volumes only, which this
-    // platform does not mount; that step finds nothing here.
+    // The Macintosh type of a file on a Macintosh volume, where the
+    // registry knows it: such a file keeps it whatever its name says.
+    if (t1.GetFileType() == Sys_FileType::kTypeUnknown && !unmounted && OnMacVolume(path))
+    {
+        if (u32 const code = MacFileInfo::ReadFileType(path))
+        {
+            Sys_FileType const byCode(static_cast<int32>(code));
+            if (Sys_Utils::IsKnownType(byCode))
+                t1 = byCode;
+        }
+    }
 
     Sys_FileType t2;
     size_t const dot = path.rfind('.');

@@ -327,6 +327,11 @@ TEST_F(SysResourceManagerTest, ResourcesSurviveCloseAndReopen)
     M::Handle const text = M::GetString(1000);
     ASSERT_NE(text, nullptr);
     EXPECT_EQ(std::string(*text + 1, size_t((*text)[0])), "3");
+    // Disposed of like a plain block: the manager lets go of it and loads afresh.
+    M::DisposeHandle(text);
+    M::Handle const reloaded = M::GetString(1000);
+    ASSERT_NE(reloaded, nullptr);
+    EXPECT_EQ(std::string(*reloaded + 1, size_t((*reloaded)[0])), "3");
     M::Handle const detached = M::GetResource(Sys_ResourceFork::Code("qxRL"), 1000);
     M::DetachResource(detached);
     EXPECT_EQ(M::GetError(), 0);

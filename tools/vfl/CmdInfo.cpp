@@ -1,8 +1,10 @@
 #include "Cmn/Cmn_Exception.h"
 #include "FF/FF_AudioFile.h"
+#include "Sys/MacFileInfo.h"
 #include "Sys/Sys_File.h"
 #include "Sys/Sys_FileAttr.h"
 #include "Sys/Sys_FileLoc.h"
+#include "Sys/Sys_MacRoman.h"
 #include "tools/vfl/Commands.h"
 #include "tools/vfl/OptionParser.h"
 #include "tools/vfl/SpooledInput.h"
@@ -67,7 +69,42 @@ struct Facts
     std::vector<Overview> overviews;
     bool instrument = false;
     FF_AudioInstrumentAttr instrumentAttr;
+    // Finder type and creator, where a Macintosh or a file server left them.
+    std::string finderType, finderCreator;
 };
+
+// A four-character code as text: Mac OS Roman in UTF-8, "\xNN" for a control byte.
+std::string CodeText(u32 code)
+{
+    std::string text;
+    for (int shift = 24; shift >= 0; shift -= 8)
+    {
+        u8 const byte = u8(code >> shift);
+        u16 const c = Sys_MacRoman::ToUnicode(byte);
+        char buffer[8];
+        if (c < 0x20 || c == 0x7F)
+            std::snprintf(buffer, sizeof buffer, "\\x%02X", byte);
+        else if (c < 0x80)
+            std::snprintf(buffer, sizeof buffer, "%c", char(c));
+        else if (c < 0x800)
+            std::snprintf(buffer, sizeof buffer, "%c%c", char(0xC0 | (c >> 6)), char(0x80 | (c & 0x3F)));
+        else
+            std::snprintf(buffer, sizeof buffer, "%c%c%c", char(0xE0 | (c >> 12)), char(0x80 | ((c >> 6) & 0x3F)),
+                          char(0x80 | (c & 0x3F)));
+        text += buffer;
+    }
+    return text;
+}
+
+// Reading the Finder info never writes, and a file without it has none.
+void ReadFinderInfo(Sys_FileLoc const& loc, Facts& f)
+{
+    MacFileInfo info;
+    if (info.Open(loc.GetFullPath()) != 0 || (info.GetFileType() == 0 && info.GetCreator() == 0))
+        return;
+    f.finderType = CodeText(info.GetFileType());
+    f.finderCreator = CodeText(info.GetCreator());
+}
 
 // The overviews, from the file's own chunk walk.
 void ReadChunkDetails(FF_AudioFile& file, Facts& f)
@@ -117,6 +154,7 @@ Facts Gather(FF_AudioFile& file, Sys_FileLoc const& loc, std::string const& name
     {
     }
     f.type = vfl::TypeName(file);
+    ReadFinderInfo(loc, f);
     f.known = file.Implements(FF_AudioFile::eImportExportInterface);
     if (!f.known)
     {
@@ -195,6 +233,8 @@ char const* LoopName(int type)
 void PrintText(Facts const& f)
 {
     std::printf("%s\n  type: %s\n", f.path.c_str(), f.type.c_str());
+    if (!f.finderType.empty())
+        std::printf("  Finder type: %s\n  Finder creator: %s\n", f.finderType.c_str(), f.finderCreator.c_str());
     if (!f.known)
     {
         std::printf("  unknown: %s\n", f.unknownReason.c_str());
@@ -263,6 +303,9 @@ void PrintText(Facts const& f)
 void PrintJson(Facts const& f)
 {
     std::string line = "{\"path\":" + vfl::JsonString(f.path) + ",\"type\":" + vfl::JsonString(f.type);
+    if (!f.finderType.empty())
+        line += ",\"finderType\":" + vfl::JsonString(f.finderType) +
+                ",\"finderCreator\":" + vfl::JsonString(f.finderCreator);
     if (!f.known)
         line += ",\"unknown\":" + vfl::JsonString(f.unknownReason);
     if (f.known)
