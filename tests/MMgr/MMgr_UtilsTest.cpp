@@ -9,7 +9,6 @@
 #include <sys/stat.h>
 
 #include "Cmn/Cmn_Assert.h"
-#include "Sys/Posix/Sys_HFSUtilsPosix.h"
 #include "Sys/Posix/Sys_UtilsPosix.h"
 #include "Sys/Sys_FileTestSupport.h"
 #include "Sys/Sys_HFSUtils.h"
@@ -235,15 +234,6 @@ TEST_F(MMgrUtilsHFSTest, AskingANumberOfAnotherFileSystemIsAnAssertion)
     MMgr_Utils::GetFolderLocFromDirID(disk, 2, &loc);
     Cmn_Assert::SetHandler(saved);
     EXPECT_EQ(sAssertions, 1);
-}
-
-TEST(SysHFSUtilsPosixTest, ANativeFolderHasNoDirectoryNumber)
-{
-    vfltest::TempDir dir;
-    int32 directory = -7;
-    EXPECT_FALSE(Sys_HFSUtilsPosix::GetDirID(dir.Path().string(), &directory));
-    EXPECT_FALSE(Sys_HFSUtilsPosix::GetDirID(dir.File("missing"), &directory));
-    EXPECT_EQ(directory, -7);
 }
 
 } // namespace
