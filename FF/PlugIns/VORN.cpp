@@ -65,6 +65,17 @@ PlugInResult VORN::CanImplement(PlugInGuid const* iid)
     return (*iid == IID_IVelmoraAudioFile || *iid == IID_IOrvanelAudioFile) ? S_OK : S_FALSE;
 }
 
+bool VORN::NamedVORN()
+{
+    Sys_FileImpl* impl = nullptr;
+    if (!mFile || mFile->GetImpl(&impl) != S_OK || !impl)
+        return false;
+    std::string name = impl->GetFileLoc().GetFileName();
+    for (char& c : name)
+        c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+    return name.size() > 5 && name.compare(name.size() - 5, 5, ".vorn") == 0;
+}
+
 PlugInResult VORN::Refuse(PlugInResult result, std::string reason)
 {
     SetRefusalReason(std::move(reason));
@@ -148,8 +159,11 @@ PlugInResult VORN::DoOpen()
     {
         // Most files have no fork: they are simply no VORN files, and what
         // their first bytes say tells the user more.
+        // Only a name that says VORN earns a word about the missing fork.
         if (err == RM::kErrForkNotFound)
-            return kAudioFile_CorruptFile;
+            return NamedVORN() ? Refuse(kAudioFile_CorruptFile, "VORN file without its resource fork (looked for "
+                                                                "Resource.FRK/NAME, ._NAME and NAME/rsrc)")
+                               : kAudioFile_CorruptFile;
         return Refuse(ErrorResult(err), "resource fork cannot be read (error " + std::to_string(err) + ")");
     }
 

@@ -61,4 +61,6 @@ private:
     static std::int16_t RemoveResource(std::uint32_t type, std::int16_t id);
     std::int16_t WriteUmid();
     PlugInResult Refuse(PlugInResult result, std::string reason);
+    // Whether the file's name ends in ".vorn".
+    bool NamedVORN();
 };

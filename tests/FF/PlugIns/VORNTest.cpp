@@ -234,8 +234,11 @@ TEST_F(VORNFile, FilesThatAreNoneAreRefusedAndNothingIsWritten)
         }
         EXPECT_EQ(fs::last_write_time(mDir.File(name)), before);
     }
-    // Nothing made a fork folder for the file without one... nor for any.
     EXPECT_FALSE(fs::exists(Fork("file0")));
+    // A name that says VORN gets a word about the missing fork.
+    vfltest::WriteWholeFile(mDir.File("lost.vorn"), Bytes(4, 0));
+    FF_AudioFile lost(Sys_FileLoc(mDir.File("lost.vorn")));
+    EXPECT_NE(lost.GetUnknownReason().find("without its resource fork"), std::string::npos);
 }
 
 TEST_F(VORNFile, FormattingAgainLeavesNoMetadataOfTheOldFile)
