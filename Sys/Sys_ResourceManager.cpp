@@ -208,6 +208,7 @@ int16 WriteFork(ForkState& f)
     std::vector<u8> bytes;
     if (!f.fork.Serialize(&bytes))
         return Sys_ResourceManager::kErrParameter;
+    bool whole = true;
     int16 const err = Guarded(
         [&]
         {
@@ -217,10 +218,11 @@ int16 WriteFork(ForkState& f)
             Sys_File::StOpen open(&file, Sys_File::kOpenWrite | Sys_File::kOpenRead | Sys_File::kOpenCreate |
                                              Sys_File::kOpenExisting);
             file.SetPosition(Sys_File::kFromStart, 0);
-            if (file.Write(bytes.data(), int64(bytes.size())) != int64(bytes.size()))
-                throw std::bad_alloc();
+            whole = file.Write(bytes.data(), int64(bytes.size())) == int64(bytes.size());
             file.SetEOF(int64(bytes.size()));
         });
+    if (err == 0 && !whole)
+        return Sys_ResourceManager::kErrDiskFull;
     if (err == 0)
         f.dirty = false;
     return err;
