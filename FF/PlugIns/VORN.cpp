@@ -434,9 +434,11 @@ PlugInResult VORN::PrintFile(std::ostream& out)
     }
     out << "resource fork in " << place.path << " at " << place.offset << ": " << place.length << " bytes, "
         << fork.GetResources().size() << " resources\n";
+    // One resource a line; an overview also in the fields of an 'ovwf'
+    // chunk's print, which vfl info reads.
     for (auto const& r : fork.GetResources())
     {
-        out << "'" << Sys_ResourceFork::CodeText(r.type) << "' " << r.id;
+        out << "Resource ID: " << Sys_ResourceFork::CodeText(r.type) << " " << r.id;
         if (r.hasName)
             out << " \"" << r.name << "\"";
         out << ": " << r.data.size() << " bytes";
@@ -444,6 +446,11 @@ PlugInResult VORN::PrintFile(std::ostream& out)
         if (r.type == kStr && Codec::DecodePascalString(r.data, &text))
             out << " \"" << text << "\"";
         out << "\n";
+        Bytes block;
+        std::uint32_t spi = 0;
+        if (r.type == kOverview && r.id == kResourceId && Codec::DecodeOverview(r.data, &block, &spi))
+            out << "\t\tsamplesPerInterval " << spi << "\n\t\tbitsPerInterval 8\n\t\tnumIntervals "
+                << (block.size() - Codec::kOverviewHeaderSize) / 2 << "\n";
     }
     return S_OK;
 }

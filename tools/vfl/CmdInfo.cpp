@@ -120,6 +120,12 @@ void ReadChunkDetails(FF_AudioFile& file, Facts& f)
             chunk = line.substr(10);
             continue;
         }
+        // A VORN file's overview is a resource of its fork.
+        if (line.rfind("Resource ID: ", 0) == 0)
+        {
+            chunk = line.rfind("Resource ID: qxOV ", 0) == 0 ? "ovwf" : line.substr(13, 4);
+            continue;
+        }
         auto field = [&](char const* label, std::string* value)
         {
             std::string const l = label;
