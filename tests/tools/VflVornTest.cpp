@@ -122,6 +122,9 @@ TEST_F(VflVorn, ReadingCommandsCreateNothing)
     for (auto const& file : files)
         for (char const* command : {"info", "cat", "print"})
             vfltest::RunCommand(Vfl(std::string(command) + " '" + file.string() + "' > /dev/null 2>&1"));
+    // A search by name finds the file, not its fork of the same name.
+    std::string const folder = fs::canonical(mDir.Path()).string();
+    EXPECT_EQ(Out(Vfl("find '*.vorn' --in " + folder + " --tree")), folder + "/take.vorn\n");
     EXPECT_EQ(Listing(mDir.Path()), before);
     EXPECT_EQ(Out(Vfl("info -t '" + F("take copy") + "'")), "vorn\n");
 }

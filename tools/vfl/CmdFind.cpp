@@ -25,12 +25,12 @@ namespace
 vfl::CommandSpec const kSpec = {
     "find",
     "[NAME-PATTERN] [--umid UMID | --like FILE] [--in FOLDER [--tree] | --volumes [--types TYPES]] [--json]",
-    "Searches for audio files (of the types wav, aif, aiff and aifc) whose name\n"
-    "matches NAME-PATTERN: '*' stands for any run of characters, '?' for any one,\n"
-    "without regard to case; without a pattern, every audio file. Results are\n"
-    "printed as they are found. Ctrl-C stops the search and keeps what was found.\n"
-    "Exit status: 0 if something was found (with --umid: the file itself), 1 if\n"
-    "not, 2 for a usage error, 130 when interrupted.",
+    "Searches for audio files (of the types wav, aif, aiff, aifc and vorn) whose\n"
+    "name matches NAME-PATTERN: '*' stands for any run of characters, '?' for\n"
+    "any one, without regard to case; without a pattern, every audio file.\n"
+    "Results are printed as they are found. Ctrl-C stops the search and keeps\n"
+    "what was found. Exit status: 0 if something was found (with --umid: the\n"
+    "file itself), 1 if not, 2 for a usage error, 130 when interrupted.",
     {{0, "umid", "UMID",
       "the file whose media identifier is UMID (as 'vfl info' prints it, or its\nfour words with dots): the "
       "search stops there and prints it as 'exact';\nwith a NAME-PATTERN, the other matching files are printed "
@@ -97,7 +97,11 @@ bool HasAudioType(std::string const& path)
     Sys_FileType const type(path.substr(dot + 1));
     if (!Sys_Utils::IsKnownType(type))
         return false;
-    for (char const* audio : {"wav", "aif", "aifc"})
+    // The forks of VORN files bear their files' names.
+    static std::string const kForkFolder = "/resource.frk/";
+    if (LowerClassic(path).find(kForkFolder) != std::string::npos)
+        return false;
+    for (char const* audio : {"wav", "aif", "aifc", "vorn"})
         if (Sys_Utils::AreTypesEquivalent(type, Sys_FileType(audio)))
             return true;
     return false;
