@@ -1,6 +1,7 @@
 #include "FF/FF_AudioProcess.h"
 
 #include "Cmn/Cmn_Exception.h"
+#include "FF/FF_AudioProcessRunner.h"
 #include "FF/FF_AudioProcessUtils.h"
 
 #include <utility>
@@ -91,7 +92,10 @@ void FF_AudioProcess::PassOn(BlockPtr block, int32 priority)
     FF_AudioProcess* const next = GetNext();
     next->GetInputQueue().Push(std::move(block));
     // Last: from here on the rest of the chain may run, and end, at any time.
-    FF_ScheduleProcess(Handle(next), priority);
+    if (FF_AudioProcessRunner* runner = next->mRunner.load())
+        runner->Kick();
+    else
+        FF_ScheduleProcess(Handle(next), priority);
 }
 
 FF_AudioProcess::BlockPtr FF_AudioProcess::WaitForPoolBlock()

@@ -9,7 +9,10 @@
 #include "Sys/Sys_Task.h"
 #include "Sys/Sys_ThreadSafeQueue.h"
 
+#include <atomic>
 #include <memory>
+
+class FF_AudioProcessRunner;
 
 // One stage of a process chain. Each slice (one Exec) moves one block
 // through the stage: a producer takes a block from the chain's pool and
@@ -61,6 +64,9 @@ public:
     // Not owned; set only at the head and the tail of a chain.
     void SetProcessBlockPool(BlockPool* pool);
     BlockQueue& GetInputQueue() { return mInputQueue; }
+    // Set by a chain while it runs: blocks handed to this stage then wake
+    // its runner instead of queuing one slice each. Not owned.
+    void SetRunner(FF_AudioProcessRunner* runner) { mRunner.store(runner); }
 
 protected:
     FF_AudioProcess();
@@ -81,7 +87,8 @@ protected:
     // The next stage itself, without a new reference; null at the tail.
     FF_AudioProcess* GetNext() const { return static_cast<FF_AudioProcess*>(mNextProcess.Get()); }
     // Appends block to the next stage's input queue, then schedules the next
-    // stage. Whatever the next stage does may run before this returns.
+    // stage (or wakes its runner). Whatever the next stage does may run
+    // before this returns.
     void PassOn(BlockPtr block, int32 priority);
     // For producers: waits, really blocking the thread, until the pool has a
     // block or the abort event is set, and takes the block. Null if the
@@ -102,6 +109,7 @@ private:
     Sys_Task::Handle mNextProcess;
     BlockQueue mInputQueue;
     BlockPool* mProcessBlockPool = nullptr;
+    std::atomic<FF_AudioProcessRunner*> mRunner{nullptr};
     Sys_Event::Handle mAbortEvent;
     // The abort event and the pool's semaphore, made once.
     Sys_SyncObject::HandleList mPoolWaitList;
