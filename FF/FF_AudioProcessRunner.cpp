@@ -33,6 +33,7 @@ Sys_Task::EResult FF_AudioProcessRunner::ExecImpl()
         while (stage.Exec() == kStatusReady)
         {
         }
+        stage.FlushPassOn();
         return kResultCompleted;
     }
     FF_AudioProcess::BlockQueue& queue = stage.GetInputQueue();
@@ -50,6 +51,7 @@ Sys_Task::EResult FF_AudioProcessRunner::ExecImpl()
                 break;
             mPool->Put(queue.Pop());
         }
+        stage.FlushPassOn();
         // Both sides are sequentially consistent: either a block pushed
         // from here on finds the flag clear and queues the runner again, or
         // the look below finds the block.

@@ -45,7 +45,7 @@ struct Chain
     }
 };
 
-TEST(FF_AudioProcessChain, OneBlockTravelsTheWholeChainPerTurn)
+TEST(FF_AudioProcessChain, EveryBlockTravelsTheWholeChainInOrder)
 {
     struct Case
     {
@@ -119,7 +119,7 @@ TEST(FF_AudioProcessChain, AStageThatThrowsFailsTheChainWithItsExceptionAndEndsT
         {2, -1, -1, "producer failed at block 2"},
         {-1, 0, -1, "filter failed at block 0"},
         {-1, -1, 3, "consumer failed at block 3"},
-        // One block is in flight at a time: the first failure is the only one.
+        // Block 2 never gets past the failed filter: one failure only.
         {-1, 1, 2, "filter failed at block 1"},
     };
     for (Case const& k : cases)
@@ -189,28 +189,75 @@ TEST(FF_AudioProcessChain, ChainsRunOneAfterTheOtherAndAFailureStaysWithItsChain
     EXPECT_EQ(chains[3].consumer->samples, Ramp(2, 503, 16, 3));
 }
 
-TEST(FF_AudioProcessChain, AStreamThatEndsShortOfWhatTheTailWantsFailsInsteadOfHanging)
+TEST(FF_AudioProcessChain, AStreamLongerOrShorterThanWhatTheTailWantsEndsTheChainWithoutHanging)
 {
-    // The consumer is told of one sample more than the producer has.
-    struct ShortProducer : MemoryProducer
+    // The consumer is told of more or fewer samples than the producer has.
+    struct MisstatingProducer : MemoryProducer
     {
         using MemoryProducer::MemoryProducer;
+        i64 misstatement = 0;
         void Preflight(FF_AudioProcessBlock* p) override
         {
             MemoryProducer::Preflight(p);
-            p->SetTotalSamples(p->GetTotalSamples() + 1);
+            p->SetTotalSamples(p->GetTotalSamples() + misstatement);
+        }
+    };
+    struct Case
+    {
+        i64 misstatement;
+        Sys_Task::EStatus chain, consumer;
+    } const cases[] = {
+        // One sample more: the tail would wait for ever.
+        {1, Sys_Task::kStatusFailed, Sys_Task::kStatusAborted},
+        // Two blocks fewer: the tail completes while blocks are on their
+        // way, which go back to the pool.
+        {-20, Sys_Task::kStatusCompleted, Sys_Task::kStatusCompleted},
+    };
+    Sys_Init::Init();
+    for (Case const& k : cases)
+    {
+        SCOPED_TRACE(k.misstatement);
+        H<MemoryConsumer> consumer(new MemoryConsumer());
+        H<MisstatingProducer> producer(new MisstatingProducer(Ramp(1, 50, 16), 16, 10));
+        producer->misstatement = k.misstatement;
+        FF_AudioProcessChain::Handle chain(new FF_AudioProcessChain());
+        chain->Append(producer);
+        chain->Append(H<TestFilter>(new TestFilter()));
+        chain->Append(consumer);
+        chain->Allocate();
+        FF_ScheduleChain(chain);
+        ASSERT_EQ(WaitForChain(*chain), k.chain);
+        if (k.chain == Sys_Task::kStatusFailed)
+            EXPECT_NE(ExceptionText(*chain).find("stream ended before"), std::string::npos);
+        EXPECT_EQ(consumer->GetStatus(), k.consumer);
+    }
+}
+
+// The tail's first slice finds blocks queued behind the one it takes: the
+// stages run at once, and the head reads ahead.
+TEST(FF_AudioProcessChain, SeveralBlocksAreInFlightAtOnce)
+{
+    struct PatientConsumer : MemoryConsumer
+    {
+        std::atomic<bool> sawOthers{false};
+        EResult ExecImpl() override
+        {
+            if (sizes.empty())
+                sawOthers = vfltest::Eventually([&] { return GetInputQueue().GetSize() >= 4; });
+            return MemoryConsumer::ExecImpl();
         }
     };
     Sys_Init::Init();
-    H<MemoryConsumer> consumer(new MemoryConsumer());
+    H<PatientConsumer> consumer(new PatientConsumer());
     FF_AudioProcessChain::Handle chain(new FF_AudioProcessChain());
-    chain->Append(H<MemoryProducer>(new ShortProducer(Ramp(1, 50, 16), 16, 10)));
+    chain->Append(H<MemoryProducer>(new MemoryProducer(Ramp(2, 1000, 16), 16, 10)));
+    chain->Append(H<TestFilter>(new TestFilter()));
     chain->Append(consumer);
     chain->Allocate();
     FF_ScheduleChain(chain);
-    ASSERT_EQ(WaitForChain(*chain), Sys_Task::kStatusFailed);
-    EXPECT_NE(ExceptionText(*chain).find("stream ended before"), std::string::npos);
-    EXPECT_EQ(consumer->GetStatus(), Sys_Task::kStatusAborted);
+    ASSERT_EQ(WaitForChain(*chain), Sys_Task::kStatusCompleted);
+    EXPECT_TRUE(consumer->sawOthers);
+    EXPECT_EQ(consumer->samples, Ramp(2, 1000, 16));
 }
 
 TEST(FF_AudioProcessChain, AChainOfTheWrongShapeIsRefusedAtAllocate)
