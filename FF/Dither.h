@@ -24,20 +24,28 @@ public:
         return static_cast<i32>(c);
     }
 
+    // As NoiseShape's, with the dither: v + r is (v + step * r) / step.
+    template <bool InFloat, class Load> void QuantizeRun(Load const& load, i32* out, u64 count)
+    {
+        RunScaled<InFloat>(load, out, count, &NextRandom);
+    }
+
     // The next number of the process-wide generator, in [0, 1).
     static f64 NextRandom()
     {
-        // Minimal-standard steps in wrapping 32-bit arithmetic, then the seed
-        // is doubled less 2 after its value is used: the doubling takes the
+        // The minimal-standard step, 16807 times the seed modulo 2^31 - 1,
+        // as the remainder of one 64-bit product by that prime. For every
+        // 32-bit seed, negative ones included, it is the number that the
+        // division-free steps in wrapping 32-bit arithmetic give, with a
+        // shorter chain from one number to the next. Then the seed is
+        // doubled less 2 after its value is used: the doubling takes the
         // sequence off the textbook one on purpose, and outputs depend on it.
-        i32 seed = sSeed;
-        i32 const k = seed / 127773;
-        seed = static_cast<i32>(static_cast<u32>(seed - k * 127773) * 16807u - static_cast<u32>(k) * 2836u);
-        if (seed < 0)
-            seed = static_cast<i32>(static_cast<u32>(seed) + 2147483647u);
-        f64 const r = static_cast<f64>(seed) * 4.656612875245797e-10;
-        sSeed = static_cast<i32>(static_cast<u32>(seed) * 2u - 2u);
-        return r;
+        constexpr u64 cPrime = 2147483647u;
+        u64 const product = 16807u * static_cast<u64>(static_cast<i64>(sSeed) + static_cast<i64>(2 * cPrime));
+        u64 drawn = (product & cPrime) + (product >> 31);
+        drawn = drawn >= cPrime ? drawn - cPrime : drawn;
+        sSeed = static_cast<i32>(static_cast<u32>(drawn) * 2u - 2u);
+        return static_cast<f64>(drawn) * 4.656612875245797e-10;
     }
 
 private:

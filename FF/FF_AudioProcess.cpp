@@ -1,6 +1,7 @@
 #include "FF/FF_AudioProcess.h"
 
 #include "Cmn/Cmn_Exception.h"
+#include "FF/FF_AudioProcessRunner.h"
 #include "FF/FF_AudioProcessUtils.h"
 
 #include <utility>
@@ -10,6 +11,11 @@ namespace
 // A filter hands its output on at this priority, ahead of a new block from
 // the producer.
 constexpr int32 kFilterPassOnPriority = 1;
+// Blocks handed to a runner before it is woken, and blocks given back to
+// the pool before a producer that waits for one is woken: a thread woken for
+// each block would spend more on waking than on the block.
+constexpr std::size_t kPassOnBatch = 8;
+constexpr int32 kReturnBatch = 4;
 } // namespace
 
 FF_AudioProcess::FF_AudioProcess()
@@ -89,9 +95,32 @@ void FF_AudioProcess::PassOn(BlockPtr block, int32 priority)
 {
     Require(static_cast<bool>(mNextProcess), "a stage hands a block on but has no stage after it");
     FF_AudioProcess* const next = GetNext();
+    bool const last = block->GetEndOfStream();
     next->GetInputQueue().Push(std::move(block));
     // Last: from here on the rest of the chain may run, and end, at any time.
-    FF_ScheduleProcess(Handle(next), priority);
+    FF_AudioProcessRunner* const runner = next->mRunner.load();
+    if (!runner)
+        FF_ScheduleProcess(Handle(next), priority);
+    else if (last || next->GetInputQueue().GetSize() >= kPassOnBatch)
+    {
+        mPassOnPending = false;
+        runner->Kick();
+    }
+    else
+        mPassOnPending = true;
+}
+
+void FF_AudioProcess::FlushPassOn()
+{
+    if (mUnannouncedReturns > 0)
+    {
+        mProcessBlockPool->Announce(std::exchange(mUnannouncedReturns, 0));
+    }
+    if (!mPassOnPending)
+        return;
+    mPassOnPending = false;
+    if (FF_AudioProcessRunner* const runner = GetNext() ? GetNext()->mRunner.load() : nullptr)
+        runner->Kick();
 }
 
 FF_AudioProcess::BlockPtr FF_AudioProcess::WaitForPoolBlock()
@@ -105,7 +134,15 @@ FF_AudioProcess::BlockPtr FF_AudioProcess::WaitForPoolBlock()
         mPoolWaitList.push_back(mAbortEvent);
         mPoolWaitList.push_back(mProcessBlockPool->GetSemaphore());
     }
-    Sys_SyncObject::WaitForMultipleObjects(mPoolWaitList, Sys_SyncObject::kWaitForAny, Sys_SyncObject::kWaitForever);
+    if (Sys_SyncObject::WaitForMultipleObjects(mPoolWaitList, Sys_SyncObject::kWaitForAny, 0) ==
+        Sys_SyncObject::kWaitTimedOut)
+    {
+        // Every block is on its way: the stages after this one must hear of
+        // those handed on before this waits for one to come back.
+        FlushPassOn();
+        Sys_SyncObject::WaitForMultipleObjects(mPoolWaitList, Sys_SyncObject::kWaitForAny,
+                                               Sys_SyncObject::kWaitForever);
+    }
     if (mAbortEvent->IsSet())
         return nullptr;
     BlockPtr block = mProcessBlockPool->Get();
@@ -119,7 +156,14 @@ FF_AudioProcess::BlockPtr FF_AudioProcess::WaitForPoolBlock()
 void FF_AudioProcess::ReturnToPool(BlockPtr block)
 {
     Require(mProcessBlockPool != nullptr, "a consumer runs without the chain's pool of blocks");
-    mProcessBlockPool->Put(std::move(block));
+    if (!mRunner.load())
+    {
+        mProcessBlockPool->Put(std::move(block));
+        return;
+    }
+    mProcessBlockPool->PutQuietly(std::move(block));
+    if (++mUnannouncedReturns >= kReturnBatch)
+        mProcessBlockPool->Announce(std::exchange(mUnannouncedReturns, 0));
 }
 
 bool FF_AudioProcess::IsAbortEventSet() const

@@ -9,7 +9,10 @@
 #include "Sys/Sys_Task.h"
 #include "Sys/Sys_ThreadSafeQueue.h"
 
+#include <atomic>
 #include <memory>
+
+class FF_AudioProcessRunner;
 
 // One stage of a process chain. Each slice (one Exec) moves one block
 // through the stage: a producer takes a block from the chain's pool and
@@ -61,6 +64,13 @@ public:
     // Not owned; set only at the head and the tail of a chain.
     void SetProcessBlockPool(BlockPool* pool);
     BlockQueue& GetInputQueue() { return mInputQueue; }
+    // Set by a chain while it runs: blocks handed to this stage then wake
+    // its runner instead of queuing one slice each. Not owned.
+    void SetRunner(FF_AudioProcessRunner* runner) { mRunner.store(runner); }
+    // Wakes the next stage's runner for the blocks handed on since it was
+    // last woken, and announces the blocks given back to the pool since the
+    // last announcement. A runner calls it at the end of its turn.
+    void FlushPassOn();
 
 protected:
     FF_AudioProcess();
@@ -81,13 +91,19 @@ protected:
     // The next stage itself, without a new reference; null at the tail.
     FF_AudioProcess* GetNext() const { return static_cast<FF_AudioProcess*>(mNextProcess.Get()); }
     // Appends block to the next stage's input queue, then schedules the next
-    // stage. Whatever the next stage does may run before this returns.
+    // stage. Whatever the next stage does may run before this returns. In a
+    // running chain the next stage's runner is woken for a few blocks at a
+    // time, for the last block of the stream, and at the end of every turn
+    // of this stage's runner (FlushPassOn), so that a thread is woken for
+    // several blocks where it was woken for every one.
     void PassOn(BlockPtr block, int32 priority);
     // For producers: waits, really blocking the thread, until the pool has a
     // block or the abort event is set, and takes the block. Null if the
     // chain is being aborted.
     BlockPtr WaitForPoolBlock();
-    // For consumers: gives a block back to the chain's pool.
+    // For consumers: gives a block back to the chain's pool. In a running
+    // chain a few blocks are announced at once, and the rest at the end of
+    // the runner's turn.
     void ReturnToPool(BlockPtr block);
     bool IsAbortEventSet() const;
 
@@ -102,6 +118,11 @@ private:
     Sys_Task::Handle mNextProcess;
     BlockQueue mInputQueue;
     BlockPool* mProcessBlockPool = nullptr;
+    std::atomic<FF_AudioProcessRunner*> mRunner{nullptr};
+    // Blocks were handed to the next stage's runner without waking it.
+    bool mPassOnPending = false;
+    // Blocks given back to the pool and not yet announced.
+    int32 mUnannouncedReturns = 0;
     Sys_Event::Handle mAbortEvent;
     // The abort event and the pool's semaphore, made once.
     Sys_SyncObject::HandleList mPoolWaitList;

@@ -3,6 +3,7 @@
 #include "Cmn/Cmn_Assert.h"
 #include "Cmn/Cmn_Exception.h"
 #include "FF/FF_AudioProcessBlock.h"
+#include "FF/FF_AudioProcessRunner.h"
 #include "FF/FF_AudioProcessUtils.h"
 
 #include <algorithm>
@@ -10,8 +11,9 @@
 namespace
 {
 
-// The head is scheduled ahead of a producer's hand-on to a filter.
-constexpr int32 kHeadPriority = 1;
+// How often a chain whose tail has completed before the stream ended looks
+// whether the blocks still on their way are back.
+constexpr int32 kDrainPollMilliseconds = 5;
 
 constexpr int32 kAbortedOrFailed = Sys_Task::kStatusAborted | Sys_Task::kStatusFailed;
 constexpr int32 kReadyOrCompleted = Sys_Task::kStatusReady | Sys_Task::kStatusCompleted;
@@ -19,7 +21,6 @@ constexpr int32 kReadyOrCompleted = Sys_Task::kStatusReady | Sys_Task::kStatusCo
 // again by itself.
 constexpr int32 kSettled =
     Sys_Task::kStatusReady | Sys_Task::kStatusAborted | Sys_Task::kStatusFailed | Sys_Task::kStatusCompleted;
-constexpr int32 kNotRunning = kSettled | Sys_Task::kStatusRepeat | Sys_Task::kStatusBlocked;
 
 void ThrowContract(char const* text)
 {
@@ -106,13 +107,6 @@ void FF_AudioProcessChain::Allocate()
 
 Sys_Task::EResult FF_AudioProcessChain::ExecImpl()
 {
-    // Together for the run only: between chains the threads idle, and the
-    // next chain gathers them on whichever processor the system gives it.
-    struct Together
-    {
-        Together() { FF_KeepProcessThreadsTogether(true); }
-        ~Together() { FF_KeepProcessThreadsTogether(false); }
-    } together;
     Process();
     return mWasAborted ? kResultAborted : kResultCompleted;
 }
@@ -131,79 +125,95 @@ void FF_AudioProcessChain::AbortImpl()
     }
 }
 
-Sys_Task::EStatus FF_AudioProcessChain::SettledHeadStatus(Sys_Event::Handle const& headSettled)
-{
-    for (;;)
-    {
-        // Reset before the look: a slice that ends after the look sets the
-        // event again, so the wait below cannot miss it.
-        headSettled->Reset();
-        EStatus const status = mHead->GetStatus();
-        if (status != kStatusRunning)
-            return status;
-        headSettled->Wait(Sys_SyncObject::kWaitForever);
-    }
-}
-
 void FF_AudioProcessChain::Process()
 {
     if (!mProcessBlockPool)
         ThrowContract("a process chain runs without having been allocated");
 
+    // Several blocks travel the chain at once, each stage on its own thread,
+    // bounded by the pool. Each stage still takes the blocks one per slice
+    // and in order, so what the stages make is the same as with one block
+    // at a time; only the waits between the stages go.
     std::vector<FF_AudioProcess::Handle> const stages = GetStages();
-    // The events that end a turn: the abort, any stage's end, and last the
-    // tail's return to ready (or completion) after the block of the turn.
+    std::vector<FF_AudioProcessRunner::Handle> runners;
+    runners.reserve(stages.size());
+    for (auto const& stage : stages)
+    {
+        runners.emplace_back(
+            new FF_AudioProcessRunner(stage, stage == mHead, Sys_Task::Handle(this), mProcessBlockPool.get()));
+        stage->SetRunner(runners.back().Get());
+    }
+    // The runners are known to the stages only while this runs; a stage
+    // still in a slice is waited for before they go.
+    struct Detach
+    {
+        std::vector<FF_AudioProcess::Handle> const& stages;
+        ~Detach()
+        {
+            Sys_Event::HandleList resting;
+            for (auto const& stage : stages)
+                resting.push_back(stage->GetNotificationEvent(~int32{kStatusRunning}));
+            Sys_Event::WaitForMultipleEvents(resting, Sys_SyncObject::kWaitForAll, Sys_SyncObject::kWaitForever);
+            for (auto const& stage : stages)
+                stage->SetRunner(nullptr);
+        }
+    } detach{stages};
+
+    // What ends the run: the abort, any stage's failure or abort, and the
+    // end of the stream at the head.
     Sys_Event::HandleList events;
     events.reserve(stages.size() + 2);
     events.push_back(mAbortEvent);
     for (auto const& stage : stages)
         events.push_back(stage->GetNotificationEvent(kAbortedOrFailed));
-    Sys_Event::Handle const tailDone = mTail->GetNotificationEvent(kReadyOrCompleted);
-    // A tail that has not run is ready, so the event starts out set.
-    tailDone->Reset();
-    events.push_back(tailDone);
-    Sys_SyncObject::HandleList waitList(events.begin(), events.end());
-    Sys_Event::Handle const headSettled = mHead->GetNotificationEvent(kNotRunning);
+    std::size_t const failures = events.size();
+    events.push_back(mHead->GetNotificationEvent(kStatusCompleted));
+    auto const failed = [&]
+    {
+        for (std::size_t i = 0; i < failures; ++i)
+        {
+            if (events[i]->IsSet())
+                return true;
+        }
+        return false;
+    };
 
+    runners.front()->Kick();
+    Sys_Event::WaitForMultipleEvents(events, Sys_SyncObject::kWaitForAny, Sys_SyncObject::kWaitForever);
+    if (failed())
+    {
+        HandleAbort();
+        return;
+    }
+
+    // The stream has ended at the head: wait for the blocks still on their
+    // way, until all of them are back in the pool. A tail that has taken
+    // the last block there will ever be and still wants samples then would
+    // be waited for in vain.
+    events.back() = mTail->GetNotificationEvent(kReadyOrCompleted);
+    Sys_Event::Handle const tailRests = events.back();
     for (;;)
     {
-        if (SettledHeadStatus(headSettled) != kStatusReady)
-            break; // the producer has ended
-        // A consumer that has all its samples takes no more blocks.
-        if (mTail->GetStatus() == kStatusCompleted)
-            break;
-        FF_ScheduleProcess(mHead, kHeadPriority);
-        Sys_SyncObject::WaitForMultipleObjects(waitList, Sys_SyncObject::kWaitForAny, Sys_SyncObject::kWaitForever);
-        if (!tailDone->IsSet())
+        tailRests->Reset();
+        EStatus const tail = mTail->GetStatus();
+        bool const drained = mProcessBlockPool->GetSize() == static_cast<std::size_t>(kPoolSize);
+        if (tail == kStatusCompleted && drained)
+            return;
+        if (tail == kStatusReady && drained)
         {
-            // Woken by an abort or by a stage's end.
+            HandleAbort();
+            ThrowContract("the stream ended before the last stage of the chain had all its samples");
+        }
+        // A completed tail takes no more blocks: its runner gives them back
+        // to the pool, and nothing tells when the last one has come.
+        int32 const wait = tail == kStatusCompleted ? kDrainPollMilliseconds : Sys_SyncObject::kWaitForever;
+        Sys_Event::WaitForMultipleEvents(events, Sys_SyncObject::kWaitForAny, wait);
+        if (failed())
+        {
             HandleAbort();
             return;
         }
-        tailDone->Reset();
-        for (std::size_t i = events.size() - 1; i-- > 0;)
-        {
-            if (events[i]->IsSet())
-            {
-                HandleAbort();
-                return;
-            }
-        }
     }
-
-    // The stream has ended at the head; wait for the tail to complete.
-    events.back() = mTail->GetNotificationEvent(kStatusCompleted);
-    waitList.back() = events.back();
-    if (mHead->GetStatus() == kStatusCompleted && mTail->GetStatus() == kStatusReady)
-    {
-        // The tail has taken the last block there will ever be and still
-        // wants samples: waiting for it would never end.
-        HandleAbort();
-        ThrowContract("the stream ended before the last stage of the chain had all its samples");
-    }
-    Sys_SyncObject::WaitForMultipleObjects(waitList, Sys_SyncObject::kWaitForAny, Sys_SyncObject::kWaitForever);
-    if (mTail->GetStatus() != kStatusCompleted)
-        HandleAbort();
 }
 
 void FF_AudioProcessChain::HandleAbort()

@@ -12,9 +12,10 @@
 
 // A chain of stages run as one job: a producer at the head, filters, a
 // consumer at the tail. The chain allocates every block from one prototype,
-// then, as a task on the driver thread, paces the head so that exactly one
-// block travels the whole chain per turn, watches every stage, and turns
-// any stage's failure, or an abort, into the clean end of all of them.
+// then, as a task on the driver thread, lets the blocks of its pool travel
+// the chain, several at once (each stage on the thread of its kind), watches
+// every stage, and turns any stage's failure, or an abort, into the clean
+// end of all of them.
 //
 // Use: Append the stages, set a percentage object, Allocate, FF_ScheduleChain,
 // then watch GetStatus or a notification event and poll GetPercentCompleted.
@@ -39,8 +40,7 @@ public:
     // nothing to process is complete: 100, not a division by zero. The
     // counters are read from any thread while the stage runs, so the stage
     // keeps them atomic; a stale value only shows an older percentage.
-    template <class T>
-    class UnitsProcessed : public PercentCompletedObject
+    template <class T> class UnitsProcessed : public PercentCompletedObject
     {
     public:
         explicit UnitsProcessed(T* stage) : mStage(stage) {}
@@ -91,10 +91,6 @@ private:
     // Aborts every stage, waits until none runs any more, and throws the
     // exception of the failed stage nearest the tail if there is one.
     void HandleAbort();
-    // The head's status once it has left kStatusRunning: a producer stays
-    // running for a moment after it has handed its block on, and only the
-    // status after its slice tells whether it has more.
-    EStatus SettledHeadStatus(Sys_Event::Handle const& headSettled);
 
     FF_AudioProcess::Handle mHead;
     FF_AudioProcess::Handle mTail;

@@ -1,6 +1,7 @@
 #include "FF/FF_AudioProcessReadFiles.h"
 
 #include "FF/FF_AudioProcessBlock.h"
+#include "FF/FF_AudioProcessInterleave.h"
 #include "Sys/Sys_Mutex.h"
 #include "Sys/Sys_StAcquireMutex.h"
 
@@ -26,16 +27,6 @@ template <int Bytes> void Deinterleave(char const* source, char* const* channels
         char* to = channels[c];
         for (i64 i = 0; i < frames; ++i)
             std::memcpy(to + i * Bytes, from + i * frameSize, Bytes);
-    }
-}
-
-// Stereo, the common case: both channels in one pass over the frames.
-template <int Bytes> void DeinterleaveStereo(char const* source, char* left, char* right, i64 frames)
-{
-    for (i64 i = 0; i < frames; ++i)
-    {
-        std::memcpy(left + i * Bytes, source + 2 * i * Bytes, Bytes);
-        std::memcpy(right + i * Bytes, source + (2 * i + 1) * Bytes, Bytes);
     }
 }
 
@@ -216,11 +207,9 @@ void FF_AudioProcessReadFiles::Process(FF_AudioProcessBlock*, FF_AudioProcessBlo
         char* channels[cMaxInterleavedChannels];
         for (i32 c = 0; c < mNumStreams; ++c)
             channels[c] = out->GetChannelData(static_cast<u32>(c));
-        switch (mNumStreams == 2 ? -bytesPerSample : bytesPerSample)
+        switch (mNumStreams == 2 && bytesPerSample <= 3 ? 0 : bytesPerSample)
         {
-        case -1: DeinterleaveStereo<1>(mInterleavedReadPtr, channels[0], channels[1], take); break;
-        case -2: DeinterleaveStereo<2>(mInterleavedReadPtr, channels[0], channels[1], take); break;
-        case -3: DeinterleaveStereo<3>(mInterleavedReadPtr, channels[0], channels[1], take); break;
+        case 0: FF_DeinterleaveStereo(mInterleavedReadPtr, channels[0], channels[1], take, bytesPerSample); break;
         case 1: Deinterleave<1>(mInterleavedReadPtr, channels, mNumStreams, take); break;
         case 2: Deinterleave<2>(mInterleavedReadPtr, channels, mNumStreams, take); break;
         case 3: Deinterleave<3>(mInterleavedReadPtr, channels, mNumStreams, take); break;

@@ -22,17 +22,16 @@ template <int InBytes, int OutBytes, int Shift> void Widen(char const* in, char*
 template <int InBytes, int OutBytes, bool InFloat, typename Quantizer>
 [[gnu::always_inline]] inline void NarrowBody(Quantizer& quantize, char const* in, char* out, u64 count)
 {
-    // Results go to a local array first: a store through the output bytes
-    // could alias the quantiser's state, which would then make a round trip
-    // through memory on every sample of a loop that is one long chain.
+    // Results go to a local array first, then to the output bytes in a loop
+    // of their own, away from the chain of the quantiser's state.
     constexpr u64 cRun = 256;
     i32 results[cRun];
     for (u64 n = 0; n < count; n += cRun)
     {
         u64 const m = std::min(cRun, count - n);
         char const* from = in + n * InBytes;
-        for (u64 u = 0; u < m; ++u)
-            results[u] = quantize.template Quantize<InFloat>(Block::LoadSample<InBytes>(from + u * InBytes));
+        quantize.template QuantizeRun<InFloat>([from](u64 u) { return Block::LoadSample<InBytes>(from + u * InBytes); },
+                                               results, m);
         char* to = out + n * OutBytes;
         for (u64 u = 0; u < m; ++u)
             Block::StoreSample<OutBytes>(to + u * OutBytes, results[u]);

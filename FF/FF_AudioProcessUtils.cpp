@@ -61,33 +61,25 @@ void FF_InitProcessThreads()
     std::call_once(sInitOnce, &MakeThreads);
 }
 
-void FF_KeepProcessThreadsTogether(bool together)
-{
-    FF_InitProcessThreads();
-    for (auto* thread : {sDriverThread, sProducerThread, sFilterThread, sConsumerThread})
-        (*thread)->StayWithCaller(together);
-}
-
 void FF_ScheduleProcess(FF_AudioProcess::Handle const& process, int32 priority)
 {
+    FF_ScheduleOnThreadOf(process->GetProcessType(), process, priority);
+}
+
+void FF_ScheduleOnThreadOf(FF_AudioProcess::EProcessType type, Sys_Task::Handle const& task, int32 priority)
+{
     FF_InitProcessThreads();
-    switch (process->GetProcessType())
+    switch (type)
     {
-    case FF_AudioProcess::kProcessFilter:
-        (*sFilterThread)->AddTask(process, priority);
-        break;
-    case FF_AudioProcess::kProcessProducer:
-        (*sProducerThread)->AddTask(process, priority);
-        break;
-    case FF_AudioProcess::kProcessConsumer:
-        (*sConsumerThread)->AddTask(process, priority);
-        break;
+    case FF_AudioProcess::kProcessFilter: (*sFilterThread)->AddTask(task, priority); break;
+    case FF_AudioProcess::kProcessProducer: (*sProducerThread)->AddTask(task, priority); break;
+    case FF_AudioProcess::kProcessConsumer: (*sConsumerThread)->AddTask(task, priority); break;
     default:
         // Not queued anywhere, the stage would never run and its chain
         // would wait for it for ever.
         CMN_ASSERT(false);
         throw Cmn_TypedException<Cmn_TStringXData>::New(XC_Cmn_TextAssert,
-                                                       Cmn_TStringXData("a stage of an unknown kind is scheduled"));
+                                                        Cmn_TStringXData("a stage of an unknown kind is scheduled"));
     }
 }
 

@@ -15,14 +15,11 @@ class Sys_Task;
 // Makes the four threads if they do not exist yet. Any thread may call it.
 void FF_InitProcessThreads();
 
-// With true, keeps the four threads on the processor that the caller runs
-// on; with false, lets them run anywhere again. A chain moves one block at a
-// time, so its stages never run at once: on one processor each hand-over of
-// a block is a task switch rather than a wake-up across processors.
-void FF_KeepProcessThreadsTogether(bool together);
-
 // Queues one slice of a stage on the thread of its kind.
 void FF_ScheduleProcess(FF_AudioProcess::Handle const& process, int32 priority);
+
+// Queues a task on the thread that runs the stages of the given kind.
+void FF_ScheduleOnThreadOf(FF_AudioProcess::EProcessType type, Sys_Task::Handle const& task, int32 priority);
 
 // Queues a chain on the driver thread. The chain must have been allocated.
 void FF_ScheduleChain(Cmn_PolymorphicHandle<FF_AudioProcessChain, Sys_Task> const& chain);

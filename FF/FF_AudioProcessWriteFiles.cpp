@@ -1,6 +1,7 @@
 #include "FF/FF_AudioProcessWriteFiles.h"
 
 #include "FF/FF_AudioProcessBlock.h"
+#include "FF/FF_AudioProcessInterleave.h"
 #include "Sys/Sys_Mutex.h"
 #include "Sys/Sys_StAcquireMutex.h"
 
@@ -9,25 +10,17 @@
 namespace
 {
 
+// An interleaved file is written this many blocks at a time: one call to
+// the system per block would cost about as much as the copy itself.
+constexpr i64 kBlocksPerWrite = 16;
+
 // Puts one channel's samples into every numChannels-th place of the
 // interleave buffer, starting at the channel's own place.
-template <int Bytes>
-void InterleaveChannel(char const* from, char* to, i32 numChannels, i64 frames)
+template <int Bytes> void InterleaveChannel(char const* from, char* to, i32 numChannels, i64 frames)
 {
     i64 const frameSize = static_cast<i64>(Bytes) * numChannels;
     for (i64 i = 0; i < frames; ++i)
         std::memcpy(to + i * frameSize, from + i * Bytes, Bytes);
-}
-
-// Stereo, the common case: both channels in one pass over the frames.
-template <int Bytes>
-void InterleaveStereo(char const* left, char const* right, char* to, i64 frames)
-{
-    for (i64 i = 0; i < frames; ++i)
-    {
-        std::memcpy(to + 2 * i * Bytes, left + i * Bytes, Bytes);
-        std::memcpy(to + (2 * i + 1) * Bytes, right + i * Bytes, Bytes);
-    }
 }
 
 void InterleaveChannelAnyWidth(char const* from, char* to, i32 numChannels, i64 frames, i32 bytes)
@@ -92,7 +85,7 @@ void FF_AudioProcessWriteFiles::Preflight(FF_AudioProcessBlock* prototype)
         file->SampleSetPosition(Sys_File::kFromStart, mStartSample);
     if (static_cast<std::size_t>(channels) != mAudioFiles.size())
     {
-        mInterleaveFrames = prototype->GetNumSamples();
+        mInterleaveFrames = prototype->GetNumSamples() * kBlocksPerWrite;
         mInterleaveBuffer = std::make_unique<char[]>(
             static_cast<std::size_t>(mInterleaveFrames * static_cast<i64>(bytesPerSample) * channels));
     }
@@ -182,18 +175,15 @@ void FF_AudioProcessWriteFiles::Process(FF_AudioProcessBlock* in, FF_AudioProces
     }
     else
     {
-        Require(n <= mInterleaveFrames, "a block holds more samples than a file writer can interleave");
-        char* const buffer = mInterleaveBuffer.get();
+        // Whatever a block holds fits: the buffer is sized for the largest
+        // block, many times over, and is written out before it could not.
+        Require(n <= mInterleaveFrames - mBufferedFrames,
+                "a block holds more samples than a file writer can interleave");
+        char* const buffer =
+            mInterleaveBuffer.get() + mBufferedFrames * static_cast<i64>(mBytesPerSample) * mNumChannels;
         if (mNumChannels == 2 && mBytesPerSample <= 3)
         {
-            char const* left = in->GetChannelData(0);
-            char const* right = in->GetChannelData(1);
-            switch (mBytesPerSample)
-            {
-            case 1: InterleaveStereo<1>(left, right, buffer, n); break;
-            case 2: InterleaveStereo<2>(left, right, buffer, n); break;
-            default: InterleaveStereo<3>(left, right, buffer, n); break;
-            }
+            FF_InterleaveStereo(in->GetChannelData(0), in->GetChannelData(1), buffer, n, mBytesPerSample);
         }
         else
         {
@@ -211,7 +201,16 @@ void FF_AudioProcessWriteFiles::Process(FF_AudioProcessBlock* in, FF_AudioProces
                 }
             }
         }
-        mAudioFiles.front()->SampleWrite(buffer, n, FF_AudioFile::eLeaveBufferInFileOrder);
+        mBufferedFrames += n;
+        // Written when the next block might not fit, and at the end of the
+        // stream, before the files are flushed.
+        bool const last = static_cast<u64>(n) == GetUnitsToProcess() - GetUnitsProcessed();
+        if (last || mInterleaveFrames - mBufferedFrames < mInterleaveFrames / kBlocksPerWrite)
+        {
+            mAudioFiles.front()->SampleWrite(mInterleaveBuffer.get(), mBufferedFrames,
+                                             FF_AudioFile::eLeaveBufferInFileOrder);
+            mBufferedFrames = 0;
+        }
     }
     mUnitsProcessed.store(GetUnitsProcessed() + static_cast<u64>(n), std::memory_order_relaxed);
 }

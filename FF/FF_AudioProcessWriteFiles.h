@@ -51,6 +51,8 @@ private:
     i32 mNumChannels = 0;
     i32 mBytesPerSample = 0;
     i64 mInterleaveFrames = 0;
+    // Frames interleaved but not yet written.
+    i64 mBufferedFrames = 0;
     // Set by AbortImpl under mMutex: the files are emptied and closed.
     bool mAborted = false;
 };

@@ -29,6 +29,16 @@ public:
         return static_cast<i32>(c);
     }
 
+    // Quantises count samples, load(n) giving the n-th, as count calls of
+    // Quantize would, bit for bit. The loop keeps its state in units of one
+    // step: the step is a power of two, so every product with it or its
+    // inverse is exact, and two multiplications leave the chain that runs
+    // from one sample to the next.
+    template <bool InFloat, class Load> void QuantizeRun(Load const& load, i32* out, u64 count)
+    {
+        RunScaled<InFloat>(load, out, count, [] { return 0.0; });
+    }
+
     i32 GetStep() const { return mStep; }
     f64 GetError() const { return mError; }
 
@@ -52,6 +62,43 @@ protected:
             return std::trunc(bounded);
         else
             return static_cast<f64>(static_cast<i32>(bounded));
+    }
+
+    // The loop of QuantizeRun; random() is the dither, in steps, added
+    // after the feedback (a constant 0 adds nothing).
+    template <bool InFloat, class Load, class Random>
+    [[gnu::always_inline]] inline void RunScaled(Load const& load, i32* out, u64 count, Random const& random)
+    {
+        f64 const feedback = cFeedback[1];
+        f64 error = mError * mInverseStep;
+        f64 history = mHistory[1] * mInverseStep;
+        for (u64 n = 0; n < count; ++n)
+        {
+            f64 const a = error + feedback * history;
+            history = a;
+            f64 const v = static_cast<f64>(load(n)) * mInverseStep - a;
+            f64 const c = ScaledQuantizeAndClip<InFloat>(v + random() + 0.5);
+            error = c - v;
+            out[n] = static_cast<i32>(c);
+        }
+        mError = error * mStepAsDouble;
+        mHistory[1] = history * mStepAsDouble;
+    }
+    // QuantizeAndClip on a value already divided by the step. Limiting
+    // after the truncation gives the same, the limits being integers; in
+    // floating point the test is a branch that is almost never taken, so
+    // that it stays out of the chain from one sample to the next.
+    template <bool InFloat> f64 ScaledQuantizeAndClip(f64 scaled) const
+    {
+        if constexpr (InFloat)
+        {
+            f64 const c = std::trunc(scaled);
+            if (c > mMaxAsDouble || c < mMinAsDouble) [[unlikely]]
+                return std::clamp(c, mMinAsDouble, mMaxAsDouble);
+            return c;
+        }
+        else
+            return QuantizeAndClip<false>(scaled);
     }
 
     // Only the second coefficient of each pair is applied: the history has

@@ -11,8 +11,7 @@
 // give back. The semaphore counts the objects in the pool: a client waits on
 // it (alone, or together with other objects such as an abort event) and
 // only then calls Get, which so always finds an object.
-template <class T>
-class Sys_ResourcePool : public Sys_ThreadSafeQueue<std::unique_ptr<T>>
+template <class T> class Sys_ResourcePool : public Sys_ThreadSafeQueue<std::unique_ptr<T>>
 {
 public:
     // count objects, each made with T's copy constructor from prototype. A
@@ -40,6 +39,21 @@ public:
             return;
         this->Push(std::move(object));
         mSemaphore->Release(1);
+    }
+
+    // Gives an object back without telling the clients yet: Announce makes
+    // that many objects given back so known, one release of the semaphore
+    // for several objects, so that a waiting client is woken once for them.
+    void PutQuietly(std::unique_ptr<T> object)
+    {
+        CMN_ASSERT(object != nullptr);
+        if (object)
+            this->Push(std::move(object));
+    }
+    void Announce(int32 count)
+    {
+        if (count > 0)
+            mSemaphore->Release(count);
     }
 
     Sys_Semaphore::Handle const& GetSemaphore() const { return mSemaphore; }

@@ -67,19 +67,28 @@ if want new; then
 fi
 
 if want convert; then
+  # Ten minutes of stereo: each conversion against the same job in sox,
+  # best of 3 wall-clock seconds, page cache warm.
   f="$OUT/ten16.wav"
   [ -f "$f" ] || sox -n -r 44100 -c 2 -b 16 "$f" synth 600 sine 200-8000 sine 300-12000 gain -3
   f24="$OUT/ten24.wav"
   [ -f "$f24" ] || sox "$f" -b 24 -t wavpcm "$f24"
-  t_vfl=$(best_of 2 "'$VFL' convert '$f' -o '$OUT/v48.wav' --rate 48000 --bits 24 --quality 4")
-  t_sox=$(best_of 2 "sox '$f' -b 24 '$OUT/s48.wav' rate -v 48k")
-  echo "10 minutes of 44.1 kHz 16-bit stereo to 48 kHz 24-bit (257-tap sinc against sox rate -v), best of 2:"
-  printf "  vfl convert %.3fs   sox %.3fs   vfl/sox = %s\n" "$t_vfl" "$t_sox" "$(ratio "$t_vfl" "$t_sox")"
-  t_vfl=$(best_of 2 "'$VFL' convert '$f24' -o '$OUT/v16.wav' --bits 16")
-  t_sox=$(best_of 2 "sox '$f24' -b 16 '$OUT/s16.wav' dither")
-  echo "10 minutes of 24-bit stereo to 16 bits with dither, best of 2:"
-  printf "  vfl convert %.3fs   sox %.3fs   vfl/sox = %s\n" "$t_vfl" "$t_sox" "$(ratio "$t_vfl" "$t_sox")"
-  rm -f "$OUT/v48.wav" "$OUT/s48.wav" "$OUT/v16.wav" "$OUT/s16.wav"
+  f96="$OUT/ten96.wav"
+  [ -f "$f96" ] || sox "$f" -b 24 -r 96000 -t wavpcm "$f96" rate
+  cat "$f" "$f24" "$f96" >/dev/null
+  compare() { # title, vfl arguments, sox arguments
+    local t_vfl t_sox
+    t_vfl=$(best_of 3 "'$VFL' convert $2")
+    t_sox=$(best_of 3 "sox $3")
+    printf "  %-44s vfl %.3fs   sox %.3fs   vfl/sox = %s\n" "$1" "$t_vfl" "$t_sox" "$(ratio "$t_vfl" "$t_sox")"
+  }
+  echo "10 minutes of stereo, best of 3:"
+  compare "24 to 16 bits with dither" "'$f24' -o '$OUT/v.wav' --bits 16" "'$f24' -b 16 '$OUT/s.wav' dither"
+  compare "16 to 24 bits" "'$f' -o '$OUT/v.wav' --bits 24" "'$f' -b 24 '$OUT/s.wav'"
+  compare "96 kHz/24 to 44.1 kHz/16, 257 taps, dither" "'$f96' -o '$OUT/v.wav' --rate 44100 --bits 16 --quality 4" \
+          "'$f96' -b 16 '$OUT/s.wav' rate -v 44100 dither"
+  compare "44.1 to 48 kHz, 257 taps" "'$f' -o '$OUT/v.wav' --rate 48000 --quality 4" "'$f' '$OUT/s.wav' rate -v 48k"
+  rm -f "$OUT/v.wav" "$OUT/s.wav"
 fi
 
 if want mp3; then
@@ -97,12 +106,18 @@ if want mp3; then
 fi
 
 if want overview; then
-  f=$(big_wav)
+  f="$OUT/ten16.wav"
+  [ -f "$f" ] || sox -n -r 44100 -c 2 -b 16 "$f" synth 600 sine 200-8000 sine 300-12000 gain -3
   cat "$f" >/dev/null
-  t_cat=$(best_of 3 "cat '$f' >/dev/null")
-  t_vfl=$(best_of 3 "'$VFL' overview '$f' --spi 1024 >/dev/null")
-  echo "overview of a 1 GiB 16-bit stereo WAVE against reading it with cat (page cache warm), best of 3:"
+  t_cat=$(best_of 5 "cat '$f' >/dev/null")
+  t_vfl=$(best_of 5 "'$VFL' overview '$f' --spi 1024 >/dev/null")
+  echo "overview of a 100 MB 16-bit stereo WAVE against reading it with cat (page cache warm), best of 5:"
   printf "  cat %.3fs   vfl overview %.3fs   vfl/cat = %s\n" "$t_cat" "$t_vfl" "$(ratio "$t_vfl" "$t_cat")"
+fi
+
+if want copy; then
+  # A reader-writer chain of 1 GiB made durable, against cp and a sync.
+  BUILD=build/release OUT="$OUT/chain" bench/chain_vs_cp.sh 3
 fi
 
 if want compact; then

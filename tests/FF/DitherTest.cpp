@@ -1,6 +1,7 @@
 #include "FF/Dither.h"
 
 #include "FF/FF_AudioProcessTestBlocks.h"
+#include "FF/ReferenceModels.h"
 
 #include <gtest/gtest.h>
 
@@ -49,6 +50,26 @@ TEST(Dither, DoubledSeedWrapsAndGoesOnFromTheNegativeValue)
         StSeed seed(c.seed);
         EXPECT_EQ(Dither::NextRandom(), static_cast<f64>(c.drawn) * 4.656612875245797e-10);
         EXPECT_EQ(DitherTestAccess::GetSeed(), c.after);
+    }
+}
+
+// Long runs from seeds at the edges of the arithmetic (the wrap of the
+// doubled seed, the prime itself, the most negative seed) give the numbers
+// and seeds of the steps in wrapping 32-bit arithmetic.
+TEST(Dither, TheGeneratorFollowsTheWrappingStepsForMillionsOfNumbers)
+{
+    i32 const starts[] = {983040, 0, 1, -1, -2, 2147483647, -2147483647 - 1, 1073741824, 1073741825, -1073741824};
+    for (i32 start : starts)
+    {
+        SCOPED_TRACE(start);
+        StSeed seed(start);
+        i32 refSeed = start;
+        ffproc::ReferenceQuantizer ref{24, 16, true, refSeed};
+        for (int n = 0; n < 1000000; ++n)
+        {
+            ASSERT_EQ(Dither::NextRandom(), ref.Random()) << "number " << n;
+            ASSERT_EQ(DitherTestAccess::GetSeed(), refSeed) << "number " << n;
+        }
     }
 }
 

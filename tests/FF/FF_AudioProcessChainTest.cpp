@@ -45,7 +45,7 @@ struct Chain
     }
 };
 
-TEST(FF_AudioProcessChain, OneBlockTravelsTheWholeChainPerTurn)
+TEST(FF_AudioProcessChain, EveryBlockTravelsTheWholeChainInOrder)
 {
     struct Case
     {
@@ -57,9 +57,7 @@ TEST(FF_AudioProcessChain, OneBlockTravelsTheWholeChainPerTurn)
     Case const cases[] = {
         {1, 0, 1, {0}}, // the end flag on an empty first block
         {1, 1, 0, {1}}, // producer straight to consumer
-        {2, 64, 2, {64}},
-        {2, 65, 3, {64, 1}},
-        {3, 200, 1, {64, 64, 64, 8}},
+        {2, 64, 2, {64}}, {2, 65, 3, {64, 1}}, {3, 200, 1, {64, 64, 64, 8}},
     };
     for (Case const& k : cases)
     {
@@ -121,7 +119,7 @@ TEST(FF_AudioProcessChain, AStageThatThrowsFailsTheChainWithItsExceptionAndEndsT
         {2, -1, -1, "producer failed at block 2"},
         {-1, 0, -1, "filter failed at block 0"},
         {-1, -1, 3, "consumer failed at block 3"},
-        // One block is in flight at a time: the first failure is the only one.
+        // Block 2 never gets past the failed filter: one failure only.
         {-1, 1, 2, "filter failed at block 1"},
     };
     for (Case const& k : cases)
@@ -141,8 +139,9 @@ TEST(FF_AudioProcessChain, AStageThatThrowsFailsTheChainWithItsExceptionAndEndsT
         {
             EXPECT_EQ(e.GetData().GetString(), k.text);
         }
-        for (Sys_Task const* stage : {static_cast<Sys_Task*>(c.producer.Get()),
-                                      static_cast<Sys_Task*>(c.filters[0].Get()), static_cast<Sys_Task*>(c.consumer.Get())})
+        for (Sys_Task const* stage :
+             {static_cast<Sys_Task*>(c.producer.Get()), static_cast<Sys_Task*>(c.filters[0].Get()),
+              static_cast<Sys_Task*>(c.consumer.Get())})
             EXPECT_NE(stage->GetStatus() & kFinalStates, 0);
     }
 }
@@ -154,9 +153,8 @@ TEST(FF_AudioProcessChain, AbortWhileTheProducerWaitsOnAnEmptyPool)
     c.chain->Allocate();
     Sys_Semaphore::Handle const pool = c.consumer->PoolSemaphore();
     FF_ScheduleChain(c.chain);
-    // All 16 blocks are held at the tail; the producer waits for a 17th.
-    ASSERT_TRUE(vfltest::Eventually([&] { return vfltest::WaitersOn(*pool) == 1; }));
-    EXPECT_EQ(c.consumer->held.size(), 16u);
+    // All 16 blocks end up held at the tail; the producer waits for a 17th.
+    ASSERT_TRUE(vfltest::Eventually([&] { return c.consumer->heldCount == 16 && vfltest::WaitersOn(*pool) == 1; }));
 
     c.chain->Abort();
     ASSERT_EQ(WaitForChain(*c.chain), Sys_Task::kStatusAborted);
@@ -180,8 +178,8 @@ TEST(FF_AudioProcessChain, ChainsRunOneAfterTheOtherAndAFailureStaysWithItsChain
         c.chain->Allocate();
     for (auto& c : chains)
         FF_ScheduleChain(c.chain);
-    Sys_Task::EStatus const expected[] = {Sys_Task::kStatusCompleted, Sys_Task::kStatusFailed,
-                                          Sys_Task::kStatusFailed, Sys_Task::kStatusCompleted};
+    Sys_Task::EStatus const expected[] = {Sys_Task::kStatusCompleted, Sys_Task::kStatusFailed, Sys_Task::kStatusFailed,
+                                          Sys_Task::kStatusCompleted};
     for (std::size_t i = 0; i < chains.size(); ++i)
     {
         SCOPED_TRACE(i);
@@ -191,33 +189,81 @@ TEST(FF_AudioProcessChain, ChainsRunOneAfterTheOtherAndAFailureStaysWithItsChain
     EXPECT_EQ(chains[3].consumer->samples, Ramp(2, 503, 16, 3));
 }
 
-TEST(FF_AudioProcessChain, AStreamThatEndsShortOfWhatTheTailWantsFailsInsteadOfHanging)
+TEST(FF_AudioProcessChain, AStreamLongerOrShorterThanWhatTheTailWantsEndsTheChainWithoutHanging)
 {
-    // The consumer is told of one sample more than the producer has.
-    struct ShortProducer : MemoryProducer
+    // The consumer is told of more or fewer samples than the producer has.
+    struct MisstatingProducer : MemoryProducer
     {
         using MemoryProducer::MemoryProducer;
+        i64 misstatement = 0;
         void Preflight(FF_AudioProcessBlock* p) override
         {
             MemoryProducer::Preflight(p);
-            p->SetTotalSamples(p->GetTotalSamples() + 1);
+            p->SetTotalSamples(p->GetTotalSamples() + misstatement);
+        }
+    };
+    struct Case
+    {
+        i64 misstatement;
+        Sys_Task::EStatus chain, consumer;
+    } const cases[] = {
+        // One sample more: the tail would wait for ever.
+        {1, Sys_Task::kStatusFailed, Sys_Task::kStatusAborted},
+        // Two blocks fewer: the tail completes while blocks are on their
+        // way, which go back to the pool.
+        {-20, Sys_Task::kStatusCompleted, Sys_Task::kStatusCompleted},
+    };
+    Sys_Init::Init();
+    for (Case const& k : cases)
+    {
+        SCOPED_TRACE(k.misstatement);
+        H<MemoryConsumer> consumer(new MemoryConsumer());
+        H<MisstatingProducer> producer(new MisstatingProducer(Ramp(1, 50, 16), 16, 10));
+        producer->misstatement = k.misstatement;
+        FF_AudioProcessChain::Handle chain(new FF_AudioProcessChain());
+        chain->Append(producer);
+        chain->Append(H<TestFilter>(new TestFilter()));
+        chain->Append(consumer);
+        chain->Allocate();
+        FF_ScheduleChain(chain);
+        ASSERT_EQ(WaitForChain(*chain), k.chain);
+        if (k.chain == Sys_Task::kStatusFailed)
+            EXPECT_NE(ExceptionText(*chain).find("stream ended before"), std::string::npos);
+        EXPECT_EQ(consumer->GetStatus(), k.consumer);
+    }
+}
+
+// The tail's first slice finds blocks queued behind the one it takes: the
+// stages run at once, and the head reads ahead.
+TEST(FF_AudioProcessChain, SeveralBlocksAreInFlightAtOnce)
+{
+    struct PatientConsumer : MemoryConsumer
+    {
+        std::atomic<bool> sawOthers{false};
+        EResult ExecImpl() override
+        {
+            if (sizes.empty())
+                sawOthers = vfltest::Eventually([&] { return GetInputQueue().GetSize() >= 4; });
+            return MemoryConsumer::ExecImpl();
         }
     };
     Sys_Init::Init();
-    H<MemoryConsumer> consumer(new MemoryConsumer());
+    H<PatientConsumer> consumer(new PatientConsumer());
     FF_AudioProcessChain::Handle chain(new FF_AudioProcessChain());
-    chain->Append(H<MemoryProducer>(new ShortProducer(Ramp(1, 50, 16), 16, 10)));
+    chain->Append(H<MemoryProducer>(new MemoryProducer(Ramp(2, 1000, 16), 16, 10)));
+    chain->Append(H<TestFilter>(new TestFilter()));
     chain->Append(consumer);
     chain->Allocate();
     FF_ScheduleChain(chain);
-    ASSERT_EQ(WaitForChain(*chain), Sys_Task::kStatusFailed);
-    EXPECT_NE(ExceptionText(*chain).find("stream ended before"), std::string::npos);
-    EXPECT_EQ(consumer->GetStatus(), Sys_Task::kStatusAborted);
+    ASSERT_EQ(WaitForChain(*chain), Sys_Task::kStatusCompleted);
+    EXPECT_TRUE(consumer->sawOthers);
+    EXPECT_EQ(consumer->samples, Ramp(2, 1000, 16));
 }
 
 TEST(FF_AudioProcessChain, AChainOfTheWrongShapeIsRefusedAtAllocate)
 {
-    auto const stage = [](char kind) -> FF_AudioProcess::Handle {
+    auto const stage = [](char kind) -> FF_AudioProcess::Handle
+    {
         if (kind == 'p')
             return H<MemoryProducer>(new MemoryProducer(Ramp(1, 10, 16), 16, 4));
         if (kind == 'c')

@@ -132,6 +132,8 @@ public:
     int holdFrom = -1;
     Samples samples;
     std::vector<BlockPtr> held;
+    // The size of held, for other threads.
+    std::atomic<std::size_t> heldCount{0};
 
     u64 GetUnitsToProcess() const { return mToProcess; }
     u64 GetUnitsProcessed() const { return mProcessed.load(); }
@@ -158,7 +160,10 @@ protected:
         BlockPtr block = GetInputQueue().Pop();
         Process(block.get(), nullptr);
         if (holdFrom >= 0 && static_cast<int>(sizes.size()) > holdFrom)
+        {
             held.push_back(std::move(block));
+            heldCount = held.size();
+        }
         else
             ReturnToPool(std::move(block));
         return mProcessed.load() == mToProcess ? kResultCompleted : kResultReady;
@@ -224,8 +229,7 @@ protected:
     }
 };
 
-template <class T>
-using H = Cmn_PolymorphicHandle<T, Sys_Task>;
+template <class T> using H = Cmn_PolymorphicHandle<T, Sys_Task>;
 
 // Distinct values in every channel and sample that fit in `bits`.
 inline Samples Ramp(int channels, i64 length, int bits, i32 seed = 0)

@@ -2,7 +2,7 @@
 
 #include "tools/vfl/Terminal.h"
 
-#include <thread>
+#include "Sys/Sys_Event.h"
 
 #include <algorithm>
 #include <cmath>
@@ -103,19 +103,18 @@ void ProgressLine::Finish()
 Sys_Task::EStatus ProgressLine::Follow(FF_AudioProcessChain& task)
 {
     bool aborted = false;
-    for (;;)
+    // Woken at once by the end, and every 20 ms for the line and Ctrl-C.
+    Sys_Event::Handle const ended =
+        task.GetNotificationEvent(Sys_Task::kStatusCompleted | Sys_Task::kStatusFailed | Sys_Task::kStatusAborted);
+    while (!ended->IsSet())
     {
-        Sys_Task::EStatus const status = task.GetStatus();
-        if (status == Sys_Task::kStatusCompleted || status == Sys_Task::kStatusFailed ||
-            status == Sys_Task::kStatusAborted)
-            break;
         if (Interrupted() && !aborted)
         {
             task.Abort();
             aborted = true;
         }
         Update(task.GetPercentCompleted());
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        ended->Wait(20);
     }
     Finish();
     return task.GetStatus();

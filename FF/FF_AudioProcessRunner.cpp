@@ -1,0 +1,63 @@
+#include "FF/FF_AudioProcessRunner.h"
+
+#include "FF/FF_AudioProcessUtils.h"
+
+namespace
+{
+// Every thread runs the runners of one chain only, so they need no order.
+constexpr int32 kRunnerPriority = 0;
+} // namespace
+
+FF_AudioProcessRunner::FF_AudioProcessRunner(FF_AudioProcess::Handle const& stage, bool isHead,
+                                             Sys_Task::Handle const& chain, FF_AudioProcess::BlockPool* pool)
+    : mStage(stage), mIsHead(isHead), mChain(chain), mPool(pool)
+{
+    SetName("FF_AudioProcessRunner");
+}
+
+FF_AudioProcessRunner::~FF_AudioProcessRunner() = default;
+
+void FF_AudioProcessRunner::Kick()
+{
+    if (!mScheduled.exchange(true))
+        FF_ScheduleOnThreadOf(mStage->GetProcessType(), Sys_Task::Handle(this), kRunnerPriority);
+}
+
+Sys_Task::EResult FF_AudioProcessRunner::ExecImpl()
+{
+    FF_AudioProcess& stage = *mStage;
+    if (mIsHead)
+    {
+        // A producer waits for a free block inside its slice, and an abort
+        // of the chain ends that wait.
+        while (stage.Exec() == kStatusReady)
+        {
+        }
+        stage.FlushPassOn();
+        return kResultCompleted;
+    }
+    FF_AudioProcess::BlockQueue& queue = stage.GetInputQueue();
+    for (;;)
+    {
+        while (!queue.IsEmpty())
+        {
+            if (!mStageEnded)
+            {
+                mStageEnded = stage.Exec() != kStatusReady;
+                continue;
+            }
+            // Blocks of an aborted or failed chain stay where they are.
+            if (stage.GetStatus() != kStatusCompleted)
+                break;
+            mPool->Put(queue.Pop());
+        }
+        stage.FlushPassOn();
+        // Both sides are sequentially consistent: either a block pushed
+        // from here on finds the flag clear and queues the runner again, or
+        // the look below finds the block.
+        mScheduled.store(false);
+        bool const keeps = mStageEnded && stage.GetStatus() != kStatusCompleted;
+        if (queue.IsEmpty() || keeps || mScheduled.exchange(true))
+            return kResultReady;
+    }
+}
