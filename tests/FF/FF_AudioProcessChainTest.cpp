@@ -228,7 +228,9 @@ TEST(FF_AudioProcessChain, AStreamLongerOrShorterThanWhatTheTailWantsEndsTheChai
         FF_ScheduleChain(chain);
         ASSERT_EQ(WaitForChain(*chain), k.chain);
         if (k.chain == Sys_Task::kStatusFailed)
+        {
             EXPECT_NE(ExceptionText(*chain).find("stream ended before"), std::string::npos);
+        }
         EXPECT_EQ(consumer->GetStatus(), k.consumer);
     }
 }
