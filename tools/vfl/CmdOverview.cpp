@@ -134,11 +134,7 @@ int CmdOverview(int argc, char** argv)
     if (!png.empty())
     {
         vfl::OverviewDrawing d;
-        std::size_t const slash = path.find_last_of('/');
-        char facts[128];
-        std::snprintf(facts, sizeof facts, "  %d ch, %d Hz, %d bit, %s", channels, attr.GetSamplesPerSec(),
-                      attr.GetBitsPerSample(), vfl::ProgressLine::Clock(seconds).c_str());
-        d.title = (slash == std::string::npos ? path : path.substr(slash + 1)) + facts;
+        d.title = vfl::OverviewTitle(path, channels, attr.GetSamplesPerSec(), attr.GetBitsPerSample(), seconds);
         d.seconds = seconds;
         for (std::size_t i = 0; i < chosen.size(); ++i)
         {

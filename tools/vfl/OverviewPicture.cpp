@@ -1,5 +1,7 @@
 #include "tools/vfl/OverviewPicture.h"
 
+#include "tools/vfl/ProgressLine.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -36,6 +38,15 @@ double TickStep(double duration, int plotWidth)
 
 namespace vfl
 {
+std::string OverviewTitle(std::string const& path, int channels, int rate, int bits, double seconds)
+{
+    std::size_t const slash = path.find_last_of('/');
+    char facts[128];
+    std::snprintf(facts, sizeof facts, "  %d ch, %d Hz, %d bit, %s", channels, rate, bits,
+                  ProgressLine::Clock(seconds).c_str());
+    return (slash == std::string::npos ? path : path.substr(slash + 1)) + facts;
+}
+
 std::string ChannelName(int channel, int channels)
 {
     if (channels == 1)

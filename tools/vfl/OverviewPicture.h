@@ -21,6 +21,8 @@ struct OverviewDrawing
 
 // The picture of the lanes at the size asked for.
 Picture DrawOverview(OverviewDrawing const& d, int width, int height);
+// The picture's title: the file's name and its format.
+std::string OverviewTitle(std::string const& path, int channels, int rate, int bits, double seconds);
 // What a lane is called: the places of one and two channels, numbers beyond.
 std::string ChannelName(int channel, int channels);
 // The room the picture keeps left and right of its plot.
