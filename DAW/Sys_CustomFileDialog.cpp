@@ -102,6 +102,16 @@ bool Sys_CustomFileDialog::Pose()
     }
     else if (Sys_FileLoc const folder = GetDefaultInitialFolder())
         setup.folder = folder.GetFullPath();
+    else
+    {
+        // Where the user was last, as far as the background pass has seen it.
+        for (Sys_RecentItem const& item : Sys_RecentItems::GetRecentFolders())
+            if (item.mOnline == Sys_RecentItem::kOnline && item.mType.GetFileType() == Sys_FileType::kTypeFolder)
+            {
+                setup.folder = item.mPath;
+                break;
+            }
+    }
     setup.name = mDefaultName;
     setup.idlePeriod = mIdlePeriod;
     setup.parent = sParentWindow;

@@ -56,7 +56,6 @@ bool Sys_CustomFileDialogGtk::Run(Sys_CustomFileDialog& dialog, Setup const& set
     gtk_file_chooser_set_select_multiple(fc, setup.multiple);
     // The dialog asks its own question about an existing file.
     gtk_file_chooser_set_do_overwrite_confirmation(fc, FALSE);
-    gtk_window_set_default_size(GTK_WINDOW(mChooser), 640, 480);
     gtk_window_set_position(GTK_WINDOW(mChooser), GTK_WIN_POS_CENTER_ON_PARENT);
     mFilters = Sys_FileDialogGtk::AddFilters(fc, setup.filters, setup.allFiles);
     if (setup.filterIndex >= 0 && setup.filterIndex < static_cast<int32>(mFilters.size()))
@@ -69,10 +68,14 @@ bool Sys_CustomFileDialogGtk::Run(Sys_CustomFileDialog& dialog, Setup const& set
     // chooser open.
     g_signal_connect(mChooser, "response", G_CALLBACK(&OnResponse), this);
     g_signal_connect(mChooser, "notify::filter", G_CALLBACK(&OnFilterChanged), this);
+    // The chooser takes the size it had last when it maps, whatever it was
+    // given before; the workstation's dialogs are 640 by 480.
+    g_signal_connect(mChooser, "map", G_CALLBACK(&OnMap), nullptr);
 
     Sys_CustomFileDialogGtk* const outer = sRunning;
     sRunning = this;
     Guarded([&] { dialog.DoInitDone(); });
+
     guint const timer = g_timeout_add(static_cast<guint>(std::max<int32>(setup.idlePeriod, 1)), &OnIdle, this);
     gint const response = mFailure ? GTK_RESPONSE_CANCEL : gtk_dialog_run(GTK_DIALOG(mChooser));
     g_source_remove(timer);
@@ -94,6 +97,25 @@ void Sys_CustomFileDialogGtk::OnResponse(GtkDialog* chooser, gint response, gpoi
     self->Guarded([&] { taken = self->mDialog->DoFileOK(); });
     if (!taken && !self->mFailure)
         g_signal_stop_emission_by_name(chooser, "response");
+}
+
+void Sys_CustomFileDialogGtk::OnMap(GtkWidget* chooser, gpointer)
+{
+    constexpr int kWidth = 640, kHeight = 480;
+    gtk_window_resize(GTK_WINDOW(chooser), kWidth, kHeight);
+    // Centred on its parent, or on the screen, with its top left corner on
+    // the screen.
+    GtkWindow* const parent = gtk_window_get_transient_for(GTK_WINDOW(chooser));
+    GdkRectangle area = {0, 0, 0, 0};
+    if (parent && gtk_widget_get_mapped(GTK_WIDGET(parent)))
+    {
+        gtk_window_get_position(parent, &area.x, &area.y);
+        gtk_window_get_size(parent, &area.width, &area.height);
+    }
+    else if (GdkMonitor* const monitor = gdk_display_get_primary_monitor(gtk_widget_get_display(chooser)))
+        gdk_monitor_get_geometry(monitor, &area);
+    gtk_window_move(GTK_WINDOW(chooser), std::max(0, area.x + (area.width - kWidth) / 2),
+                    std::max(0, area.y + (area.height - kHeight) / 2));
 }
 
 void Sys_CustomFileDialogGtk::OnFilterChanged(GObject*, GParamSpec*, gpointer data)

@@ -38,6 +38,7 @@ public:
 
 private:
     static void OnResponse(GtkDialog* chooser, gint response, gpointer self);
+    static void OnMap(GtkWidget* chooser, gpointer);
     static void OnFilterChanged(GObject* chooser, GParamSpec*, gpointer self);
     static gboolean OnIdle(gpointer self);
 

@@ -121,6 +121,9 @@ Browser::Browser(std::string const& keys, std::string const& keysSource) : mCont
     gtk_container_set_border_width(GTK_CONTAINER(content), 10);
     mInformation = gtk_label_new("Open a file with File > Open... (Ctrl+O).");
     gtk_label_set_selectable(GTK_LABEL(mInformation), TRUE);
+    // Selectable by the mouse, without taking the focus (and selecting
+    // everything) when the window opens.
+    gtk_widget_set_can_focus(mInformation, FALSE);
     gtk_label_set_xalign(GTK_LABEL(mInformation), 0);
     gtk_label_set_yalign(GTK_LABEL(mInformation), 0);
     PangoAttrList* const mono = pango_attr_list_new();
