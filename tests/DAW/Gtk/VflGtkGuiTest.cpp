@@ -154,51 +154,71 @@ bool SamePixels(GdkPixbuf* a, GdkPixbuf* b)
     return true;
 }
 
-// Answers each chooser that shows: the first time it pictures the chooser
-// and its recent files menu; then it types the next path into it.
-struct Chooser
+// What a person does in the dialogs, a step at a time: each step waits
+// until what it needs shows, then acts (in this process, then by xdotool
+// on the dialog shown).
+struct Step
 {
-    std::vector<std::string> paths; // one a dialog
-    std::size_t answered = 0;
-    GtkWidget* seen = nullptr;
-    int step = 0;
-    GtkWidget* files = nullptr; // the recent files menu
-    std::string recentMenu;
+    std::function<bool()> ready;
+    std::function<void()> act;
+    std::string keys; // xdotool's arguments
 };
 
-gboolean Answer(gpointer data)
+struct Script
 {
-    auto* const c = static_cast<Chooser*>(data);
+    std::vector<Step> steps;
+    std::size_t next = 0;
+};
+
+GtkWidget* ShownMessage()
+{
+    GtkWidget* shown = nullptr;
+    GList* const windows = gtk_window_list_toplevels();
+    for (GList* w = windows; w; w = w->next)
+        if (GTK_IS_MESSAGE_DIALOG(w->data) && gtk_widget_get_mapped(GTK_WIDGET(w->data)))
+            shown = GTK_WIDGET(w->data);
+    g_list_free(windows);
+    return shown;
+}
+
+GtkWidget* ShownChooser()
+{
     Sys_CustomFileDialogGtk* const running = Sys_CustomFileDialogGtk::GetRunning();
-    if (!running || !running->GetChooser() || !gtk_widget_get_mapped(running->GetChooser()) ||
-        running->GetChooser() == c->seen || c->answered >= c->paths.size())
+    return running && running->GetChooser() && gtk_widget_get_mapped(running->GetChooser()) && !ShownMessage()
+               ? running->GetChooser()
+               : nullptr;
+}
+
+gboolean Perform(gpointer data)
+{
+    auto* const script = static_cast<Script*>(data);
+    if (script->next >= script->steps.size() || !script->steps[script->next].ready())
         return G_SOURCE_CONTINUE;
-    GtkWidget* const bar = running->GetMenuBar();
-    if (c->answered == 0 && bar && c->step == 0)
-    {
-        // Fi&les, the second of the bar, opened by its mnemonic.
-        GList* const items = gtk_container_get_children(GTK_CONTAINER(bar));
-        c->files = gtk_menu_item_get_submenu(GTK_MENU_ITEM(g_list_nth_data(items, 1)));
-        g_list_free(items);
-        Xdotool("windowfocus --sync " + Xid(running->GetChooser()) + " key alt+l");
-        c->step = 1;
-        return G_SOURCE_CONTINUE;
-    }
-    if (c->step == 1)
-    {
-        if (!gtk_widget_get_mapped(c->files))
-            return G_SOURCE_CONTINUE;
-        c->recentMenu = Draw(bar);
-        vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_OpenDialogRecentFiles");
-        gtk_menu_shell_deactivate(GTK_MENU_SHELL(bar));
-        c->step = 2;
-        return G_SOURCE_CONTINUE;
-    }
-    c->seen = running->GetChooser();
-    Xdotool("windowfocus --sync " + Xid(c->seen) + " key ctrl+l type --delay 20 '" + c->paths[c->answered] +
-            "'; xdotool key Return");
-    ++c->answered;
+    Step const& step = script->steps[script->next++];
+    GtkWidget* const focus = ShownMessage() ? ShownMessage() : ShownChooser();
+    if (step.act)
+        step.act();
+    if (!step.keys.empty() && focus)
+        Xdotool("windowfocus --sync " + Xid(focus) + " " + step.keys);
     return G_SOURCE_CONTINUE;
+}
+
+// A chooser that shows now, other than the one of the step before.
+std::function<bool()> NewChooser(GtkWidget** last)
+{
+    return [last]
+    {
+        GtkWidget* const c = ShownChooser();
+        if (!c || c == *last)
+            return false;
+        *last = c;
+        return true;
+    };
+}
+
+std::string TypePath(std::string const& path)
+{
+    return "key ctrl+l type --delay 20 '" + path + "'; xdotool key Return";
 }
 
 std::string SourceFile(std::string const& path)
@@ -228,6 +248,8 @@ TEST(VflGtkGui, FileOpenAndItsKeyShowTheFilesInformationAndOverview)
     setenv("XDG_DATA_HOME", (dir + "data").c_str(), 1);
     WriteList(dir + "data/Zenthar/Recent Files", {older, dir + "gone.wav"});
     WriteList(dir + "data/Zenthar/Recent Folders", {dir});
+    // As the program calls itself; the message boxes' caption.
+    g_set_application_name("vfl-gtk");
     vfl::InitLibrary();
     Sys_FileDialogGtk::SetPlatformDependentMethods();
     Sys_RecentItems::InitializeRecentItemsLists();
@@ -237,14 +259,57 @@ TEST(VflGtkGui, FileOpenAndItsKeyShowTheFilesInformationAndOverview)
     Browser browser(SourceFile("tools/vfl-gtk/vfl-gtk.keys"), "vfl-gtk.keys");
     GtkWidget* const window = browser.GetWindow();
     ASSERT_TRUE(WaitFor([&] { return gtk_widget_get_mapped(window); }));
-    Chooser chooser;
-    chooser.paths = {tone, voice};
-    guint const answering = g_timeout_add(50, &Answer, &chooser);
+    GtkWidget* last = nullptr;
+    GtkWidget* filesMenu = nullptr;
+    std::string recentMenu, question;
+    std::string const typeConverted = "key ctrl+a type --delay 20 '" + dir + "converted'; xdotool key Return";
+    Script script;
+    script.steps = {
+        // The recent files menu, opened by its mnemonic and pictured.
+        {NewChooser(&last),
+         [&]
+         {
+             GList* const items =
+                 gtk_container_get_children(GTK_CONTAINER(Sys_CustomFileDialogGtk::GetRunning()->GetMenuBar()));
+             filesMenu = gtk_menu_item_get_submenu(GTK_MENU_ITEM(g_list_nth_data(items, 1)));
+             g_list_free(items);
+         },
+         "key alt+l"},
+        {[&] { return filesMenu && gtk_widget_get_mapped(filesMenu); },
+         [&]
+         {
+             GtkWidget* const bar = Sys_CustomFileDialogGtk::GetRunning()->GetMenuBar();
+             recentMenu = Draw(bar);
+             vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_OpenDialogRecentFiles");
+             gtk_menu_shell_deactivate(GTK_MENU_SHELL(bar));
+         },
+         TypePath(tone)},
+        {NewChooser(&last), {}, TypePath(voice)},
+        // Convert: a new file, then the same name again, not replaced and
+        // then replaced.
+        {NewChooser(&last), [] { vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_ConvertDialog"); },
+         typeConverted},
+        {NewChooser(&last), {}, typeConverted},
+        {[] { return ShownMessage() != nullptr; },
+         [&]
+         {
+             question = gtk_window_get_title(GTK_WINDOW(ShownMessage())) + std::string(": ");
+             gchar* text = nullptr;
+             g_object_get(ShownMessage(), "text", &text, nullptr);
+             question += text ? text : "";
+             g_free(text);
+             vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_ReplaceQuestion");
+         },
+         "key Return"},
+        {[&] { return ShownChooser() == last; }, {}, "key Return"},
+        {[] { return ShownMessage() != nullptr; }, {}, "key alt+y"},
+    };
+    guint const performing = g_timeout_add(50, &Perform, &script);
 
     // File > Open... by the menu's mnemonics.
     Xdotool("windowfocus --sync " + Xid(window) + " key alt+f key o");
     ASSERT_TRUE(WaitFor([&] { return browser.GetPath() == tone && browser.GetOverview(); })) << browser.GetStatusText();
-    EXPECT_EQ(chooser.recentMenu, "_Folders [" + dir + "], Fi_les [" + older + "]");
+    EXPECT_EQ(recentMenu, "_Folders [" + dir + "], Fi_les [" + older + "]");
     // What vfl info says, and vfl overview's picture, pixel for pixel.
     EXPECT_EQ(browser.GetInformationText(), Shell(std::string(VFL_TOOL_PATH) + " info " + tone));
     Shell(std::string(VFL_TOOL_PATH) + " overview " + tone + " --width 960 --png " + dir + "tone.png -q");
@@ -264,8 +329,22 @@ TEST(VflGtkGui, FileOpenAndItsKeyShowTheFilesInformationAndOverview)
     ASSERT_GE(recent.size(), 3u);
     EXPECT_EQ(recent[0].mPath, voice);
     EXPECT_EQ(recent[1].mPath, tone);
-    g_source_remove(answering);
     std::cout << "screenshot: " << vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_WindowMono") << "\n";
+
+    // Ctrl+E writes it as a new file; again under that name, the question
+    // is answered No (the default, by Return) and then Yes.
+    for (char const* round : {"new", "replaced"})
+    {
+        Xdotool("windowfocus --sync " + Xid(window) + " key ctrl+e");
+        ASSERT_TRUE(WaitFor([&] { return browser.GetStatusText() == "Converted to " + dir + "converted.wav"; }))
+            << round << ": " << browser.GetStatusText();
+        browser.Do(kBrowserReload);
+        ASSERT_TRUE(WaitFor([&] { return browser.GetStatusText().empty(); }));
+    }
+    EXPECT_EQ(script.next, script.steps.size());
+    EXPECT_EQ(question, "vfl-gtk: converted.wav\nThis file already exists.\nReplace existing file?");
+    EXPECT_EQ(Shell(std::string(VFL_TOOL_PATH) + " info -r -c -s " + dir + "converted.wav"), "8000\n1\n12000\n");
+    g_source_remove(performing);
 }
 
 TEST(VflGtkGui, TheProgramStartsOnAFileAndQuitsByItsKey)
