@@ -79,6 +79,17 @@ int main(int argc, char** argv)
         keys = text.str();
         keysSource = keysFile;
     }
+    try
+    {
+        // A file that is no bindings file is said before any window opens.
+        std::istringstream in(keys);
+        DAW_KeyBindingText::Read(in, keysSource);
+    }
+    catch (std::exception const& e)
+    {
+        std::fprintf(stderr, "vfl-gtk: %s\n", vfl::ExceptionText(e).c_str());
+        return 1;
+    }
     if (!gtk_init_check(&argc, &argv))
     {
         std::fputs("vfl-gtk: no display to open a window on (is DISPLAY set?)\n", stderr);
