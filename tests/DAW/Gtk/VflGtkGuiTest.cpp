@@ -9,7 +9,7 @@
 #include "Sys/Gtk/Sys_FileDialogGtk.h"
 #include "Sys/Sys_RecentItems.h"
 #include "support/GtkScreenshot.h"
-#include "tools/vfl-gtk/Browser.h"
+#include "tools/vfl-gtk/Gtk/Browser.h"
 #include "tools/vfl/ToolSupport.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "tools/vfl-gtk/Browser.h"
+#include "tools/vfl-gtk/Gtk/Browser.h"
 
 #include "Cmn/Cmn_Exception.h"
 #include "DAW/DAW_CommandRegistry.h"
@@ -12,8 +12,8 @@
 #include "FF/FF_AudioProcessChain.h"
 #include "Sys/Sys_RecentItems.h"
 #include "Sys/Sys_Utils.h"
-#include "tools/vfl-gtk/BrowserCommand.h"
-#include "tools/vfl-gtk/BrowserMenuItem.h"
+#include "tools/vfl-gtk/Gtk/BrowserCommand.h"
+#include "tools/vfl-gtk/Gtk/BrowserMenuItem.h"
 #include "tools/vfl/FileFacts.h"
 #include "tools/vfl/OverviewPicture.h"
 #include "tools/vfl/ToolSupport.h"

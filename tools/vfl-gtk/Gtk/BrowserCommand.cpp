@@ -1,6 +1,6 @@
-#include "tools/vfl-gtk/BrowserCommand.h"
+#include "tools/vfl-gtk/Gtk/BrowserCommand.h"
 
-#include "tools/vfl-gtk/Browser.h"
+#include "tools/vfl-gtk/Gtk/Browser.h"
 
 BrowserCommand::BrowserCommand(EBrowserAction action, std::string name)
     : DAW_Command(std::move(name), action, 0), mAction(action)

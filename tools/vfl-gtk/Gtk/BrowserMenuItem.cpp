@@ -1,6 +1,6 @@
-#include "tools/vfl-gtk/BrowserMenuItem.h"
+#include "tools/vfl-gtk/Gtk/BrowserMenuItem.h"
 
-#include "tools/vfl-gtk/Browser.h"
+#include "tools/vfl-gtk/Gtk/Browser.h"
 
 BrowserMenuItem::BrowserMenuItem(Browser& browser, EBrowserAction action, std::string const& text)
     : DAW_MenuEntrySimple(text), mBrowser(browser), mAction(action)
