@@ -310,36 +310,43 @@ void Sys_CustomFileDialog::UpdateRecentItemsMenu()
         return;
     mMenuGeneration = Sys_RecentItems::GetGeneration();
     // Only what the background pass found there: nothing here asks the disk.
+    std::vector<std::string> folders, files;
     if (mFoldersMenu)
-    {
-        mFoldersMenu->DeleteAllEntries();
-        int32 shown = 0;
         for (Sys_RecentItem const& item : Sys_RecentItems::GetRecentFolders())
-            if (shown < kMaxRecentMenuItems && item.mOnline == Sys_RecentItem::kOnline &&
+            if (static_cast<int32>(folders.size()) < kMaxRecentMenuItems && item.mOnline == Sys_RecentItem::kOnline &&
                 item.mType.GetFileType() == Sys_FileType::kTypeFolder)
-            {
-                mFoldersMenu->AppendEntry(
-                    new Sys_FileLocMenuItem(&RecentFolderCallback, this, Sys_FileLoc(item.mPath)));
-                ++shown;
-            }
-    }
+                folders.push_back(item.mPath);
     if (mFilesMenu)
     {
-        mFilesMenu->DeleteAllEntries();
         Sys_FileType const filter = GetCurrentFilterType();
-        int32 shown = 0;
         for (Sys_RecentItem const& item : Sys_RecentItems::GetRecentFiles())
         {
             // All files is no type to be equivalent to.
             bool const ofType =
                 std::find(mFileTypes.begin(), mFileTypes.end(), item.mType) != mFileTypes.end() ||
                 (filter.GetFileType() == Sys_FileType::kTypeFile && Sys_Utils::AreTypesEquivalent(filter, item.mType));
-            if (shown < kMaxRecentMenuItems && ofType && item.mOnline == Sys_RecentItem::kOnline)
-            {
-                mFilesMenu->AppendEntry(new Sys_FileLocMenuItem(&RecentFileCallback, this, Sys_FileLoc(item.mPath)));
-                ++shown;
-            }
+            if (static_cast<int32>(files.size()) < kMaxRecentMenuItems && ofType &&
+                item.mOnline == Sys_RecentItem::kOnline)
+                files.push_back(item.mPath);
         }
+    }
+    // A menu the user has open is left alone while nothing in it changes.
+    if (mMenusFilled && folders == mShownFolders && files == mShownFiles)
+        return;
+    mMenusFilled = true;
+    mShownFolders = folders;
+    mShownFiles = files;
+    if (mFoldersMenu)
+    {
+        mFoldersMenu->DeleteAllEntries();
+        for (std::string const& path : folders)
+            mFoldersMenu->AppendEntry(new Sys_FileLocMenuItem(&RecentFolderCallback, this, Sys_FileLoc(path)));
+    }
+    if (mFilesMenu)
+    {
+        mFilesMenu->DeleteAllEntries();
+        for (std::string const& path : files)
+            mFilesMenu->AppendEntry(new Sys_FileLocMenuItem(&RecentFileCallback, this, Sys_FileLoc(path)));
     }
     if (mBackend)
         mBackend->UpdateMenu();

@@ -109,6 +109,8 @@ private:
     int32 mIdlePeriod = 30;
     bool mInIdle = false;
     uint32 mMenuGeneration = 0;
+    bool mMenusFilled = false;
+    std::vector<std::string> mShownFolders, mShownFiles;
     std::unique_ptr<Sys_FileChooserBackend> mBackend;
     std::unique_ptr<DAW_MenuEntrySubMenu> mRecentMenu;
     DAW_MenuEntrySubMenu* mFoldersMenu = nullptr;

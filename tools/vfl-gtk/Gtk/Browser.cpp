@@ -201,16 +201,19 @@ void Browser::BuildMenus()
 void Browser::FillRecentMenu()
 {
     mRecentGeneration = Sys_RecentItems::GetGeneration();
-    mRecentMenu->DeleteAllEntries();
-    int32 shown = 0;
     // What the background pass found there; nothing here asks the disk.
+    std::vector<std::string> shown;
     for (Sys_RecentItem const& item : Sys_RecentItems::GetRecentFiles())
-        if (shown < kRecentShown && item.mOnline == Sys_RecentItem::kOnline &&
+        if (static_cast<int32>(shown.size()) < kRecentShown && item.mOnline == Sys_RecentItem::kOnline &&
             item.mType.GetFileType() != Sys_FileType::kTypeFolder)
-        {
-            mRecentMenu->AppendEntry(new Sys_FileLocMenuItem(&OpenRecent, this, Sys_FileLoc(item.mPath)));
-            ++shown;
-        }
+            shown.push_back(item.mPath);
+    // A menu the user has open is left alone while nothing in it changes.
+    if (shown == mRecentShown)
+        return;
+    mRecentShown = shown;
+    mRecentMenu->DeleteAllEntries();
+    for (std::string const& path : shown)
+        mRecentMenu->AppendEntry(new Sys_FileLocMenuItem(&OpenRecent, this, Sys_FileLoc(path)));
     DAW_MenuMgrGtk::UpdateMenu(mMenuBar);
     gtk_widget_show_all(mMenuBar);
 }

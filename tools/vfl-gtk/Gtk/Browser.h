@@ -87,6 +87,7 @@ private:
     std::unique_ptr<DAW_MenuEntrySubMenu> mMenu;
     DAW_MenuEntrySubMenu* mRecentMenu = nullptr;
     uint32 mRecentGeneration = ~0u;
+    std::vector<std::string> mRecentShown;
     DAW_KeyBindingMap mBindings;
     DAW_KeyboardInputContext mContext;
     DAW_KeyInputGtk mKeys;

@@ -10,8 +10,8 @@
 // share/vfl/vfl-gtk.keys to start from).
 #include "DAW/DAW_KeyBindingText.h"
 #include "Sys/Gtk/Sys_FileDialogGtk.h"
-#include "tools/vfl-gtk/Gtk/Browser.h"
 #include "tools/vfl-gtk/DefaultKeys.h"
+#include "tools/vfl-gtk/Gtk/Browser.h"
 #include "tools/vfl/ToolSupport.h"
 
 #include <gtk/gtk.h>
