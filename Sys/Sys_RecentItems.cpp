@@ -73,6 +73,12 @@ bool Sys_RecentItems::IsInitialized()
 void Sys_RecentItems::ReadRecentFoldersAndFiles()
 {
     Lists& lists = TheLists();
+    if (!lists.mutex)
+    {
+        // The first reading is the initialisation's.
+        InitializeRecentItemsLists();
+        return;
+    }
     {
         Sys_StAcquireMutex const lock(lists.mutex);
         lists.files.Clear();
@@ -138,6 +144,7 @@ std::vector<Sys_RecentItem> Sys_RecentItems::GetRecentFolders()
 
 Sys_Event::Handle Sys_RecentItems::GetListsEvent()
 {
+    InitializeRecentItemsLists();
     return TheLists().event;
 }
 

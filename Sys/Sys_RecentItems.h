@@ -38,7 +38,7 @@ public:
     static void InitializeRecentItemsLists();
     static bool IsInitialized();
     // Both lists again from their files, replacing what is in memory, and a
-    // new background pass over them.
+    // new background pass over them (before the initialisation: that).
     static void ReadRecentFoldersAndFiles();
     // Both lists to their files, whole. Throws the file errors.
     static void WriteRecentFoldersAndFiles();
@@ -50,7 +50,8 @@ public:
     // Copies, taken under the list mutex.
     static std::vector<Sys_RecentItem> GetRecentFiles();
     static std::vector<Sys_RecentItem> GetRecentFolders();
-    // Set when the first background pass is through, and from then on.
+    // Set when the first background pass is through, and from then on;
+    // initialises the lists first if need be.
     static Sys_Event::Handle GetListsEvent();
     static uint32 GetGeneration();
     // Starts a background pass unless one is under way.
