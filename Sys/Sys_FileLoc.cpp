@@ -4,13 +4,26 @@
 #include "Sys/Sys_FileLocImpl.h"
 #include "Sys/Sys_Volume.h"
 
-namespace {
+namespace
+{
 
 Sys_FileLoc::PathCreateMethod sPathCreate = nullptr;
+Sys_FileLoc::IsValidPathMethod sIsValidPath = nullptr;
 Sys_FileLoc::VolumeRootCreateMethod sVolumeRootCreate = nullptr;
 Sys_FileLoc::FullCreateMethod sFullCreate = nullptr;
 
 } // namespace
+
+void Sys_FileLoc::SetIsValidPathMethod(IsValidPathMethod method)
+{
+    sIsValidPath = method;
+}
+
+bool Sys_FileLoc::IsValidPath(std::string const& path)
+{
+    CMN_ASSERT(sIsValidPath != nullptr);
+    return sIsValidPath && sIsValidPath(path);
+}
 
 void Sys_FileLoc::SetPathCreateMethod(PathCreateMethod method)
 {

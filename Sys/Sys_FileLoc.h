@@ -39,6 +39,7 @@ public:
 
     using PathCreateMethod = Sys_FileLocImpl* (*)(std::string const& path);
     using VolumeRootCreateMethod = Sys_FileLocImpl* (*)(Sys_Volume const& volume);
+    using IsValidPathMethod = bool (*)(std::string const& path);
     using FullCreateMethod = Sys_FileLocImpl* (*)(Sys_Volume const& volume, Sys_FileLoc const& folder,
                                                   std::string const& name, std::string const& extension);
 
@@ -79,7 +80,12 @@ public:
     bool operator!=(Sys_FileLoc const& other) const { return Compare(other) != 0; }
     bool operator<(Sys_FileLoc const& other) const { return Compare(other) < 0; }
 
+    // True if the text is a path a location can be made of (on Linux an
+    // absolute one); asks nothing of the disk.
+    static bool IsValidPath(std::string const& path);
+
     static void SetPathCreateMethod(PathCreateMethod method);
+    static void SetIsValidPathMethod(IsValidPathMethod method);
     static void SetVolumeRootCreateMethod(VolumeRootCreateMethod method);
     static void SetFullCreateMethod(FullCreateMethod method);
 

@@ -41,6 +41,8 @@ Sys_Utils::MicrosecondsMethod Sys_Utils::sMicroseconds = nullptr;
 Sys_Utils::GetResourceForkLocMethod Sys_Utils::sGetResourceForkLoc = nullptr;
 Sys_Utils::IsSameFileMethod Sys_Utils::sIsSameFile = nullptr;
 Sys_Utils::GetMaxFileNameLengthMethod Sys_Utils::sGetMaxFileNameLength = nullptr;
+Sys_Utils::GetAppDataFolderLocMethod Sys_Utils::sGetAppDataFolderLoc = nullptr;
+Sys_Utils::ReplaceFileMethod Sys_Utils::sReplaceFile = nullptr;
 
 namespace
 {
@@ -273,6 +275,16 @@ bool Sys_Utils::IsSameFile(Sys_FileLoc const& a, Sys_FileLoc const& b)
 int32 Sys_Utils::GetMaxFileNameLength(Sys_FileLoc const& folder)
 {
     return Installed(sGetMaxFileNameLength)(folder);
+}
+
+Sys_FileLoc Sys_Utils::GetAppDataFolderLoc()
+{
+    return Installed(sGetAppDataFolderLoc)();
+}
+
+void Sys_Utils::ReplaceFile(Sys_FileLoc const& from, Sys_FileLoc const& to)
+{
+    Installed(sReplaceFile)(from, to);
 }
 
 // ---------------------------------------------------------------- copying

@@ -57,6 +57,8 @@ public:
     using GetResourceForkLocMethod = Sys_FileLoc (*)(Sys_FileLoc const& loc);
     using IsSameFileMethod = bool (*)(Sys_FileLoc const& a, Sys_FileLoc const& b);
     using GetMaxFileNameLengthMethod = int32 (*)(Sys_FileLoc const& folder);
+    using GetAppDataFolderLocMethod = Sys_FileLoc (*)();
+    using ReplaceFileMethod = void (*)(Sys_FileLoc const& from, Sys_FileLoc const& to);
 
     // ---- platform services
     // Atomic counters; each returns the new value.
@@ -108,6 +110,14 @@ public:
     // sets no limit. Throws the system error if the folder cannot be asked
     // (it is not there).
     static int32 GetMaxFileNameLength(Sys_FileLoc const& folder);
+    // The user's own folder of the workstation's data files ("Zenthar" in
+    // the per-user application data), made if it is missing; an empty
+    // location when the user has no such place.
+    static Sys_FileLoc GetAppDataFolderLoc();
+    // Puts the file `from` in the place of `to` in one step: a reader sees
+    // either the old file or the new one, never a part. Unlike MoveFile it
+    // replaces, and it throws the system error when it cannot.
+    static void ReplaceFile(Sys_FileLoc const& from, Sys_FileLoc const& to);
 
     static void SetThreadSafeIncrementMethod(ThreadSafeIncrementMethod method) { sThreadSafeIncrement = method; }
     static void SetThreadSafeDecrementMethod(ThreadSafeDecrementMethod method) { sThreadSafeDecrement = method; }
@@ -149,6 +159,8 @@ public:
     static void SetGetResourceForkLocMethod(GetResourceForkLocMethod method) { sGetResourceForkLoc = method; }
     static void SetIsSameFileMethod(IsSameFileMethod method) { sIsSameFile = method; }
     static void SetGetMaxFileNameLengthMethod(GetMaxFileNameLengthMethod method) { sGetMaxFileNameLength = method; }
+    static void SetGetAppDataFolderLocMethod(GetAppDataFolderLocMethod method) { sGetAppDataFolderLoc = method; }
+    static void SetReplaceFileMethod(ReplaceFileMethod method) { sReplaceFile = method; }
 
     // ---- portable services
     // Bytes that a copy of the file takes on the volume: data and resource
@@ -212,4 +224,6 @@ private:
     static GetResourceForkLocMethod sGetResourceForkLoc;
     static IsSameFileMethod sIsSameFile;
     static GetMaxFileNameLengthMethod sGetMaxFileNameLength;
+    static GetAppDataFolderLocMethod sGetAppDataFolderLoc;
+    static ReplaceFileMethod sReplaceFile;
 };

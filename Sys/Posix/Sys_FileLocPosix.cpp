@@ -70,6 +70,12 @@ std::string RootStringOf(Sys_Volume const& volume)
 void Sys_FileLocPosix::SetPlatformDependentMethods()
 {
     Sys_FileLoc::SetPathCreateMethod(&Sys_FileLocPosix::PathCreate);
+    Sys_FileLoc::SetIsValidPathMethod(
+        [](std::string const& path)
+        {
+            std::string copy = path;
+            return CanonicalizePath(&copy);
+        });
     Sys_FileLoc::SetVolumeRootCreateMethod(&Sys_FileLocPosix::VolumeRootCreate);
     Sys_FileLoc::SetFullCreateMethod(&Sys_FileLocPosix::FullCreate);
 }

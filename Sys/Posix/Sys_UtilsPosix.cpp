@@ -26,6 +26,7 @@
 #include "Sys/MacFileInfo.h"
 #include "Sys/Posix/Sys_FileLocPosix.h"
 #include "Sys/Posix/Sys_VolumePosix.h"
+#include "Sys/Sys_RecentItems.h"
 #include "Sys/Sys_ThrowIfOSErr.h"
 #include "Sys/Sys_Utils.h"
 #include "Sys/Sys_Volume.h"
@@ -266,6 +267,9 @@ void Sys_UtilsPosix::SetPlatformDependentMethods()
     Sys_Utils::SetGetResourceForkLocMethod(&GetResourceForkLoc);
     Sys_Utils::SetIsSameFileMethod(&IsSameFile);
     Sys_Utils::SetGetMaxFileNameLengthMethod(&GetMaxFileNameLength);
+    Sys_Utils::SetGetAppDataFolderLocMethod(&GetAppDataFolderLoc);
+    Sys_Utils::SetReplaceFileMethod(&ReplaceFile);
+    Sys_RecentItems::SetProbeMethod(&ProbeRecentItem);
 }
 
 int32 Sys_UtilsPosix::ThreadSafeIncrement(volatile int32& value)
@@ -450,6 +454,41 @@ int32 Sys_UtilsPosix::GetMaxFileNameLength(Sys_FileLoc const& folder)
 void Sys_UtilsPosix::CopyFileA(Sys_FileLoc const& from, Sys_FileLoc const& to)
 {
     CopyRegularFile(from.GetFullPath(), to.GetFullPath(), false);
+}
+
+Sys_FileLoc Sys_UtilsPosix::GetAppDataFolderLoc()
+{
+    // A relative $XDG_DATA_HOME is to be ignored, as the base directory
+    // rules say.
+    std::string root;
+    if (char const* data = std::getenv("XDG_DATA_HOME"); data && data[0] == '/')
+        root = data;
+    else if (std::string const home = HomeFolder(); !home.empty())
+        root = home + "/.local/share";
+    else
+        return Sys_FileLoc();
+    if (root.back() != '/')
+        root += '/';
+    Sys_FileLoc folder(root + "Zenthar/");
+    CreateFolder(folder);
+    return folder;
+}
+
+bool Sys_UtilsPosix::ProbeRecentItem(std::string const& path, Sys_FileType* type, bool* online)
+{
+    std::string canonical = path;
+    if (!Sys_FileLocPosix::CanonicalizePath(&canonical))
+        return false;
+    *type = GetFileType(canonical);
+    struct stat st;
+    *online = ::stat(canonical.c_str(), &st) == 0;
+    return true;
+}
+
+void Sys_UtilsPosix::ReplaceFile(Sys_FileLoc const& from, Sys_FileLoc const& to)
+{
+    if (::rename(from.GetFullPath().c_str(), to.GetFullPath().c_str()) != 0)
+        Sys_ThrowIfOSErr(errno);
 }
 
 void Sys_UtilsPosix::MoveFileA(Sys_FileLoc const& from, Sys_FileLoc const& to)

@@ -56,6 +56,14 @@ public:
 
     // Quiet: failures are not reported.
     static void CopyFileA(Sys_FileLoc const& from, Sys_FileLoc const& to);
+    // $XDG_DATA_HOME/Zenthar/ (~/.local/share/Zenthar/ by default), made
+    // if missing; empty without a home.
+    static Sys_FileLoc GetAppDataFolderLoc();
+    // What a recent item's path is and whether it is there: a path that
+    // canonicalizes, its type and a stat of it.
+    static bool ProbeRecentItem(std::string const& path, Sys_FileType* type, bool* online);
+    // rename(2): one step on one volume; throws the system error.
+    static void ReplaceFile(Sys_FileLoc const& from, Sys_FileLoc const& to);
     // Never replaces an existing destination.
     static void MoveFileA(Sys_FileLoc const& from, Sys_FileLoc const& to);
     static void DeleteFileA(Sys_FileLoc const& loc);

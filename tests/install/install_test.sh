@@ -18,3 +18,10 @@ for host in host_cmake host_pkgconfig; do
   echo "$host: $out"
   [ "$out" = "2 channels, 48000 Hz, 16 bits, 100 frames" ]
 done
+# The browser is installed with the library where it is built, with its key
+# bindings, which the installed vfl reads without conflicts.
+if [ -e "$build_dir/vfl-gtk" ]; then
+  LD_LIBRARY_PATH="$work/prefix/lib:$work/prefix/lib/x86_64-linux-gnu" "$work/prefix/bin/vfl-gtk" --version
+  LD_LIBRARY_PATH="$work/prefix/lib:$work/prefix/lib/x86_64-linux-gnu" \
+    "$work/prefix/bin/vfl" keys "$work/prefix/share/vfl/vfl-gtk.keys" >/dev/null
+fi

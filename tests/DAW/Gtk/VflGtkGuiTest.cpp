@@ -1,0 +1,386 @@
+// vfl-gtk on the X server of the test (xvfb-run): its window in this
+// process, where xdotool opens File > Open and types a WAVE file's path
+// into the chooser, and Ctrl+O from the bindings file does the same; what
+// the window then shows is what vfl info and vfl overview --png give. And
+// the program itself starts on a file and quits by its key. Skipped
+// without a display or without xdotool.
+#include "DAW/Gtk/DAW_MenuMgrGtk.h"
+#include "Sys/Gtk/Sys_CustomFileDialogGtk.h"
+#include "Sys/Gtk/Sys_FileDialogGtk.h"
+#include "Sys/Sys_RecentItems.h"
+#include "support/GtkScreenshot.h"
+#include "tools/vfl-gtk/Gtk/Browser.h"
+#include "tools/vfl/ToolSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+// Last: the X11 headers define macros such as None.
+#include <gdk/gdkx.h>
+
+namespace
+{
+bool HaveXdotool()
+{
+    return std::system("command -v xdotool >/dev/null 2>&1") == 0;
+}
+
+gboolean StopWaiting(gpointer flag)
+{
+    *static_cast<bool*>(flag) = true;
+    // A chooser left open would keep its own loop, and the test, running.
+    if (Sys_CustomFileDialogGtk* const running = Sys_CustomFileDialogGtk::GetRunning())
+    {
+        vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_TimedOut");
+        gtk_dialog_response(GTK_DIALOG(running->GetChooser()), GTK_RESPONSE_CANCEL);
+    }
+    return G_SOURCE_REMOVE;
+}
+
+// Runs the main loop until done() holds; the limit only keeps a broken run
+// from hanging.
+bool WaitFor(std::function<bool()> const& done)
+{
+    bool timedOut = false;
+    guint const timer = g_timeout_add_seconds(30, &StopWaiting, &timedOut);
+    while (!timedOut && !done())
+        g_main_context_iteration(nullptr, TRUE);
+    if (!timedOut)
+        g_source_remove(timer);
+    return !timedOut;
+}
+
+void Xdotool(std::string const& arguments)
+{
+    std::string const command = "xdotool " + arguments;
+    gchar* argv[] = {g_strdup("/bin/sh"), g_strdup("-c"), g_strdup(command.c_str()), nullptr};
+    GError* error = nullptr;
+    EXPECT_TRUE(g_spawn_async(nullptr, argv, nullptr, G_SPAWN_DEFAULT, nullptr, nullptr, nullptr, &error))
+        << (error ? error->message : "");
+    for (gchar* a : argv)
+        g_free(a);
+}
+
+std::string Shell(std::string const& command)
+{
+    gchar* out = nullptr;
+    gint status = 0;
+    std::string const line = "/bin/sh -c '" + command + "'";
+    EXPECT_TRUE(g_spawn_command_line_sync(line.c_str(), &out, nullptr, &status, nullptr)) << command;
+    EXPECT_EQ(status, 0) << command;
+    std::string const text = out ? out : "";
+    g_free(out);
+    return text;
+}
+
+std::string Xid(GtkWidget* window)
+{
+    return std::to_string(gdk_x11_window_get_xid(gtk_widget_get_window(window)));
+}
+
+// A 16-bit WAVE file of a sine per channel.
+void WriteWave(std::string const& path, int channels, int rate, int frames)
+{
+    std::vector<std::int16_t> samples;
+    for (int i = 0; i < frames; ++i)
+        for (int c = 0; c < channels; ++c)
+            samples.push_back(static_cast<std::int16_t>(
+                std::lround(9000.0 * i / frames * std::sin(2 * M_PI * (220.0 * (c + 1)) * i / rate))));
+    std::uint32_t const data = static_cast<std::uint32_t>(samples.size() * 2);
+    std::ofstream out(path, std::ios::binary);
+    auto u32 = [&](std::uint32_t v) { out.write(reinterpret_cast<char const*>(&v), 4); };
+    auto u16 = [&](std::uint16_t v) { out.write(reinterpret_cast<char const*>(&v), 2); };
+    out.write("RIFF", 4);
+    u32(36 + data);
+    out.write("WAVEfmt ", 8);
+    u32(16);
+    u16(1);
+    u16(static_cast<std::uint16_t>(channels));
+    u32(static_cast<std::uint32_t>(rate));
+    u32(static_cast<std::uint32_t>(rate * channels * 2));
+    u16(static_cast<std::uint16_t>(channels * 2));
+    u16(16);
+    out.write("data", 4);
+    u32(data);
+    out.write(reinterpret_cast<char const*>(samples.data()), data);
+}
+
+void WriteList(std::string const& path, std::vector<std::string> const& entries)
+{
+    std::ofstream out(path, std::ios::binary);
+    for (std::string const& e : entries)
+        out.write(e.c_str(), static_cast<std::streamsize>(e.size() + 1));
+}
+
+// The items of a menu shell as their texts, a sub menu's in brackets.
+std::string Draw(GtkWidget* shell)
+{
+    std::string text;
+    GList* const children = gtk_container_get_children(GTK_CONTAINER(shell));
+    for (GList* c = children; c; c = c->next)
+    {
+        auto* const item = static_cast<GtkWidget*>(c->data);
+        text += (text.empty() ? "" : ", ") + std::string(gtk_menu_item_get_label(GTK_MENU_ITEM(item)));
+        if (GtkWidget* const sub = gtk_menu_item_get_submenu(GTK_MENU_ITEM(item)))
+            text += " [" + Draw(sub) + "]";
+    }
+    g_list_free(children);
+    return text;
+}
+
+// Pixel for pixel; pictures of other sizes are unequal.
+bool SamePixels(GdkPixbuf* a, GdkPixbuf* b)
+{
+    int const w = gdk_pixbuf_get_width(a), h = gdk_pixbuf_get_height(a);
+    if (w != gdk_pixbuf_get_width(b) || h != gdk_pixbuf_get_height(b))
+        return false;
+    int const na = gdk_pixbuf_get_n_channels(a), nb = gdk_pixbuf_get_n_channels(b);
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x)
+        {
+            guchar const* pa = gdk_pixbuf_get_pixels(a) + y * gdk_pixbuf_get_rowstride(a) + x * na;
+            guchar const* pb = gdk_pixbuf_get_pixels(b) + y * gdk_pixbuf_get_rowstride(b) + x * nb;
+            if (pa[0] != pb[0] || pa[1] != pb[1] || pa[2] != pb[2])
+                return false;
+        }
+    return true;
+}
+
+// What a person does in the dialogs, a step at a time: each step waits
+// until what it needs shows, then acts (in this process, then by xdotool
+// on the dialog shown).
+struct Step
+{
+    std::function<bool()> ready;
+    std::function<void()> act;
+    std::string keys; // xdotool's arguments
+};
+
+struct Script
+{
+    std::vector<Step> steps;
+    std::size_t next = 0;
+};
+
+GtkWidget* ShownMessage()
+{
+    GtkWidget* shown = nullptr;
+    GList* const windows = gtk_window_list_toplevels();
+    for (GList* w = windows; w; w = w->next)
+        if (GTK_IS_MESSAGE_DIALOG(w->data) && gtk_widget_get_mapped(GTK_WIDGET(w->data)))
+            shown = GTK_WIDGET(w->data);
+    g_list_free(windows);
+    return shown;
+}
+
+GtkWidget* ShownChooser()
+{
+    Sys_CustomFileDialogGtk* const running = Sys_CustomFileDialogGtk::GetRunning();
+    return running && running->GetChooser() && gtk_widget_get_mapped(running->GetChooser()) && !ShownMessage()
+               ? running->GetChooser()
+               : nullptr;
+}
+
+gboolean Perform(gpointer data)
+{
+    auto* const script = static_cast<Script*>(data);
+    if (script->next >= script->steps.size() || !script->steps[script->next].ready())
+        return G_SOURCE_CONTINUE;
+    Step const& step = script->steps[script->next++];
+    GtkWidget* const focus = ShownMessage() ? ShownMessage() : ShownChooser();
+    if (step.act)
+        step.act();
+    if (!step.keys.empty() && focus)
+        Xdotool("windowfocus --sync " + Xid(focus) + " " + step.keys);
+    return G_SOURCE_CONTINUE;
+}
+
+// A chooser that shows now, other than the one of the step before.
+std::function<bool()> NewChooser(GtkWidget** last)
+{
+    return [last]
+    {
+        GtkWidget* const c = ShownChooser();
+        if (!c || c == *last)
+            return false;
+        *last = c;
+        return true;
+    };
+}
+
+std::string TypePath(std::string const& path)
+{
+    return "key ctrl+l type --delay 20 '" + path + "'; xdotool key Return";
+}
+
+std::string SourceFile(std::string const& path)
+{
+    std::ifstream in(std::string(VFL_SOURCE_DIR) + "/" + path);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+} // namespace
+
+TEST(VflGtkGui, FileOpenAndItsKeyShowTheFilesInformationAndOverview)
+{
+    if (!std::getenv("DISPLAY") || !HaveXdotool())
+        GTEST_SKIP() << "needs an X display and xdotool (run under xvfb-run)";
+    ASSERT_TRUE(gtk_init_check(nullptr, nullptr));
+    gchar* const made = g_dir_make_tmp("vflgtk-XXXXXX", nullptr);
+    ASSERT_NE(made, nullptr);
+    std::string const dir = std::string(made) + "/";
+    g_free(made);
+    std::string const tone = dir + "tone.wav", voice = dir + "voice.wav", older = dir + "older.wav";
+    WriteWave(tone, 2, 44100, 44100);
+    WriteWave(voice, 1, 8000, 12000);
+    WriteWave(older, 1, 8000, 800);
+    // Lists of their own: one recent file gone, one there.
+    ASSERT_EQ(g_mkdir_with_parents((dir + "data/Zenthar").c_str(), 0700), 0);
+    setenv("XDG_DATA_HOME", (dir + "data").c_str(), 1);
+    WriteList(dir + "data/Zenthar/Recent Files", {older, dir + "gone.wav"});
+    WriteList(dir + "data/Zenthar/Recent Folders", {dir});
+    // As the program calls itself; the message boxes' caption.
+    g_set_application_name("vfl-gtk");
+    vfl::InitLibrary();
+    Sys_FileDialogGtk::SetPlatformDependentMethods();
+    Sys_RecentItems::InitializeRecentItemsLists();
+    Sys_RecentItems::ReadRecentFoldersAndFiles();
+    ASSERT_EQ(Sys_RecentItems::GetListsEvent()->Wait(60000), Sys_SyncObject::kWaitSignalled);
+
+    Browser browser(SourceFile("tools/vfl-gtk/vfl-gtk.keys"), "vfl-gtk.keys");
+    GtkWidget* const window = browser.GetWindow();
+    ASSERT_TRUE(WaitFor([&] { return gtk_widget_get_mapped(window); }));
+    GtkWidget* last = nullptr;
+    GtkWidget* filesMenu = nullptr;
+    std::string recentMenu, question;
+    std::string const typeConverted = "key ctrl+a type --delay 20 '" + dir + "converted'; xdotool key Return";
+    Script script;
+    script.steps = {
+        // The recent files menu, opened by its mnemonic and pictured.
+        {NewChooser(&last),
+         [&]
+         {
+             GList* const items =
+                 gtk_container_get_children(GTK_CONTAINER(Sys_CustomFileDialogGtk::GetRunning()->GetMenuBar()));
+             filesMenu = gtk_menu_item_get_submenu(GTK_MENU_ITEM(g_list_nth_data(items, 1)));
+             g_list_free(items);
+         },
+         "key alt+l"},
+        {[&] { return filesMenu && gtk_widget_get_mapped(filesMenu); },
+         [&]
+         {
+             GtkWidget* const bar = Sys_CustomFileDialogGtk::GetRunning()->GetMenuBar();
+             recentMenu = Draw(bar);
+             vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_OpenDialogRecentFiles");
+             gtk_menu_shell_deactivate(GTK_MENU_SHELL(bar));
+         },
+         TypePath(tone)},
+        {NewChooser(&last), {}, TypePath(voice)},
+        // Convert: a new file, then the same name again, not replaced and
+        // then replaced.
+        {NewChooser(&last), [] { vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_ConvertDialog"); },
+         typeConverted},
+        {NewChooser(&last), {}, typeConverted},
+        {[] { return ShownMessage() != nullptr; },
+         [&]
+         {
+             question = gtk_window_get_title(GTK_WINDOW(ShownMessage())) + std::string(": ");
+             gchar* text = nullptr;
+             g_object_get(ShownMessage(), "text", &text, nullptr);
+             question += text ? text : "";
+             g_free(text);
+             vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_ReplaceQuestion");
+         },
+         "key Return"},
+        {[&] { return ShownChooser() == last; }, {}, "key Return"},
+        {[] { return ShownMessage() != nullptr; }, {}, "key alt+y"},
+    };
+    guint const performing = g_timeout_add(50, &Perform, &script);
+
+    // File > Open... by the menu's mnemonics.
+    Xdotool("windowfocus --sync " + Xid(window) + " key alt+f key o");
+    ASSERT_TRUE(WaitFor([&] { return browser.GetPath() == tone && browser.GetOverview(); })) << browser.GetStatusText();
+    EXPECT_EQ(recentMenu, "_Folders [" + dir + "], Fi_les [" + older + "]");
+    // What vfl info says, and vfl overview's picture, pixel for pixel.
+    EXPECT_EQ(browser.GetInformationText(), Shell(std::string(VFL_TOOL_PATH) + " info " + tone));
+    Shell(std::string(VFL_TOOL_PATH) + " overview " + tone + " --width 960 --png " + dir + "tone.png -q");
+    GdkPixbuf* const expected = gdk_pixbuf_new_from_file((dir + "tone.png").c_str(), nullptr);
+    ASSERT_NE(expected, nullptr);
+    EXPECT_TRUE(SamePixels(browser.GetOverview(), expected));
+    g_object_unref(expected);
+    std::cout << "screenshot: " << vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_Window") << "\n";
+
+    // Ctrl+O, as the bindings file has it, opens the chooser again.
+    Xdotool("windowfocus --sync " + Xid(window) + " key ctrl+o");
+    ASSERT_TRUE(WaitFor([&] { return browser.GetPath() == voice && browser.GetOverview(); }))
+        << browser.GetStatusText();
+    EXPECT_NE(browser.GetInformationText().find("  channels: 1\n  sample rate: 8000\n"), std::string::npos);
+    EXPECT_EQ(gdk_pixbuf_get_height(browser.GetOverview()), 50 + 130);
+    std::vector<Sys_RecentItem> const recent = Sys_RecentItems::GetRecentFiles();
+    ASSERT_GE(recent.size(), 3u);
+    EXPECT_EQ(recent[0].mPath, voice);
+    EXPECT_EQ(recent[1].mPath, tone);
+    std::cout << "screenshot: " << vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_WindowMono") << "\n";
+
+    // Ctrl+E writes it as a new file; again under that name, the question
+    // is answered No (the default, by Return) and then Yes.
+    for (char const* round : {"new", "replaced"})
+    {
+        Xdotool("windowfocus --sync " + Xid(window) + " key ctrl+e");
+        ASSERT_TRUE(WaitFor([&] { return browser.GetStatusText() == "Converted to " + dir + "converted.wav"; }))
+            << round << ": " << browser.GetStatusText();
+        browser.Do(kBrowserReload);
+        ASSERT_TRUE(WaitFor([&] { return browser.GetStatusText().empty(); }));
+    }
+    EXPECT_EQ(script.next, script.steps.size());
+    EXPECT_EQ(question, "vfl-gtk: converted.wav\nThis file already exists.\nReplace existing file?");
+    EXPECT_EQ(Shell(std::string(VFL_TOOL_PATH) + " info -r -c -s " + dir + "converted.wav"), "8000\n1\n12000\n");
+    g_source_remove(performing);
+}
+
+TEST(VflGtkGui, TheProgramStartsOnAFileAndQuitsByItsKey)
+{
+    if (!std::getenv("DISPLAY") || !HaveXdotool())
+        GTEST_SKIP() << "needs an X display and xdotool (run under xvfb-run)";
+    ASSERT_TRUE(gtk_init_check(nullptr, nullptr));
+    gchar* const made = g_dir_make_tmp("vflgtk-XXXXXX", nullptr);
+    std::string const file = std::string(made) + "/started.wav";
+    g_free(made);
+    WriteWave(file, 2, 48000, 4800);
+    gchar* argv[] = {g_strdup(VFL_GTK_TOOL_PATH), g_strdup(file.c_str()), nullptr};
+    GPid child = 0;
+    ASSERT_TRUE(g_spawn_async(nullptr, argv, nullptr, G_SPAWN_DO_NOT_REAP_CHILD, nullptr, nullptr, &child, nullptr));
+    for (gchar* a : argv)
+        g_free(a);
+    int status = -1;
+    bool ended = false;
+    struct Exit
+    {
+        int* status;
+        bool* ended;
+    } exit{&status, &ended};
+    g_child_watch_add(
+        child,
+        [](GPid, gint s, gpointer data)
+        {
+            *static_cast<Exit*>(data)->status = s;
+            *static_cast<Exit*>(data)->ended = true;
+        },
+        &exit);
+    // Its window, named after the file, once it is there.
+    std::string const id = Shell("timeout 60 xdotool search --sync --name started.wav | head -n 1");
+    ASSERT_FALSE(id.empty());
+    std::cout << "screenshot: " << vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_Started") << "\n";
+    Xdotool("windowfocus --sync " + id.substr(0, id.find('\n')) + " key ctrl+q");
+    ASSERT_TRUE(WaitFor([&] { return ended; }));
+    EXPECT_TRUE(g_spawn_check_wait_status(status, nullptr));
+}
