@@ -7,6 +7,13 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cmake --install "$build_dir" --prefix "$work/prefix" >/dev/null
 export CMAKE_PREFIX_PATH="$work/prefix"
+# Every installed header compiles with only the installed ones beside it
+# (and the toolkit's, for the window library's).
+( cd "$work/prefix/include/vfl" && find . -name '*.h' | sort | sed 's|^\./\(.*\)|#include "\1"|' ) >"$work/all.cpp"
+gtk_flags=""
+if grep -q '/Gtk/' "$work/all.cpp"; then gtk_flags=$(pkg-config --cflags gtk+-3.0); fi
+# shellcheck disable=SC2086 # the toolkit's flags are several words
+c++ -std=c++20 -fsyntax-only -I "$work/prefix/include/vfl" $gtk_flags "$work/all.cpp"
 export PKG_CONFIG_PATH="$work/prefix/lib/pkgconfig:$work/prefix/lib/x86_64-linux-gnu/pkgconfig"
 # The host is built the way the library was (sanitizers included).
 cmake -S "$source_dir/tests/install/host" -B "$work/host" -G Ninja \
