@@ -1,7 +1,6 @@
-// Feeds arbitrary bytes to the AIFF-C and AIFF handlers through a file in
-// memory: the reading and the rewriting of ExerciseHandler.h.
+// Feeds arbitrary bytes to the AIFF handler through a file in memory: the
+// reading and the rewriting of ExerciseHandler.h.
 #include "ExerciseHandler.h"
-#include "FF/PlugIns/AIFC.h"
 #include "FF/PlugIns/AIFF.h"
 #include "Sys/Sys_Init.h"
 
@@ -14,7 +13,6 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
-    fuzz::Exercise(&AIFC::Create, data, size);
     fuzz::Exercise(&AIFF::Create, data, size);
     return 0;
 }

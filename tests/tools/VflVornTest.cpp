@@ -101,7 +101,7 @@ TEST_F(VflVorn, ReadingCommandsCreateNothing)
 {
     // The seed files of the format tests, and files of other kinds.
     fs::path const corpus = fs::path(VFL_SOURCE_DIR) / "fuzz" / "corpus";
-    for (char const* kind : {"wave", "aiff"})
+    for (char const* kind : {"wave", "aiff", "aifc"})
         for (auto const& e : fs::directory_iterator(corpus / kind))
             fs::copy_file(e.path(), mDir.Path() / e.path().filename());
     vfltest::WriteWholeFile(F("notes.txt"), {'h', 'i', '\n'});
