@@ -15,7 +15,7 @@ constexpr int32 kFilterPassOnPriority = 1;
 // the pool before a producer that waits for one is woken: a thread woken for
 // each block would spend more on waking than on the block.
 constexpr std::size_t kPassOnBatch = 8;
-constexpr int32 kReturnBatch = 4;
+constexpr int32 kReturnBatch = 8;
 } // namespace
 
 FF_AudioProcess::FF_AudioProcess()
