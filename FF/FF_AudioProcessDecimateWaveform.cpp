@@ -42,8 +42,7 @@ template <int Bits> i32 ReduceTo8(i32 sample)
 }
 
 // The smallest and largest reduced value of n samples.
-template <int Width, int Bits>
-[[gnu::always_inline]] inline void MinMaxBody(char const* p, i64 n, i32& lo, i32& hi)
+template <int Width, int Bits> [[gnu::always_inline]] inline void MinMaxBody(char const* p, i64 n, i32& lo, i32& hi)
 {
     i32 l = lo;
     i32 h = hi;
@@ -179,6 +178,12 @@ template <int Width, int Bits> void FF_AudioProcessDecimateWaveform::Scan(char c
     }
 }
 
+namespace
+{
+// As every filter's: ahead of a new block from the producer.
+constexpr int32 kPassOnPriority = 1;
+} // namespace
+
 FF_AudioProcess::EProcessType FF_AudioProcessDecimateWaveform::GetProcessType() const
 {
     return GetNextProcess() ? kProcessFilter : kProcessConsumer;
@@ -188,8 +193,13 @@ Sys_Task::EResult FF_AudioProcessDecimateWaveform::ExecImpl()
 {
     if (GetNext())
     {
-        EResult const result = FF_AudioProcess::ExecImpl();
-        return result == kResultReady && IsComplete() ? kResultCompleted : result;
+        // The stream passes on unchanged: the block itself goes on, as a
+        // filter's output would, rather than a copy of it.
+        BlockPtr input = GetInputQueue().Pop();
+        Require(input != nullptr, "an overview stage was scheduled without a block");
+        Process(input.get(), nullptr);
+        PassOn(std::move(input), kPassOnPriority);
+        return IsComplete() ? kResultCompleted : kResultReady;
     }
     // At the tail the stream ends here: the block goes back to the pool.
     if (IsAbortRequested())
