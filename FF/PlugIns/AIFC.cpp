@@ -1,4 +1,5 @@
 #include "FF/PlugIns/AIFC.h"
+#include "Cmn/Cmn_Types.h"
 
 #include "FF/PlugIns/AIFCExtCommChunk.h"
 #include "FF/PlugIns/AIFCHeaderChunk.h"
@@ -9,7 +10,7 @@ PlugInResult AIFC::Create(void** object)
     return HandOut(new AIFC, object);
 }
 
-PlugInResult AIFC::GetFileTypeName(std::int32_t size, char* buffer)
+PlugInResult AIFC::GetFileTypeName(i32 size, char* buffer)
 {
     return CopyTypeName(size, buffer, "AIFC");
 }

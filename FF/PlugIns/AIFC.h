@@ -2,6 +2,7 @@
 // identity metadata to a foreign file, but no instrument data.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/AIFF.h"
 
 class AIFC : public AIFF
@@ -9,7 +10,7 @@ class AIFC : public AIFF
 public:
     static PlugInResult Create(void** object);
 
-    PlugInResult GetFileTypeName(std::int32_t size, char* buffer) override;
+    PlugInResult GetFileTypeName(i32 size, char* buffer) override;
     using ChunkyFile::DoImplement;
     PlugInResult DoImplement(PlugInGuid const* iid, ChunkList& list) override;
 

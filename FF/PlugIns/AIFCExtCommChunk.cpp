@@ -1,4 +1,5 @@
 #include "FF/PlugIns/AIFCExtCommChunk.h"
+#include "Cmn/Cmn_Types.h"
 
 #include "FF/PlugIns/ChunkyFile.h"
 
@@ -10,15 +11,15 @@ namespace
 {
 // A name has at most 255 characters behind its length byte; bytes beyond
 // are passed over unread, so that a large chunk costs no memory.
-constexpr std::int64_t kMaxNameBytes = 255;
+constexpr i64 kMaxNameBytes = 255;
 } // namespace
 
 AIFCExtCommChunk::AIFCExtCommChunk(ChunkyFile* owner) : AIFFCommChunk(owner) {}
 
-PlugInResult AIFCExtCommChunk::ReadName(std::int64_t size, std::string* name)
+PlugInResult AIFCExtCommChunk::ReadName(i64 size, std::string* name)
 {
-    std::int64_t const rest = static_cast<std::int64_t>(size) - kFixedSize;
-    std::int64_t const bytes = rest < kMaxNameBytes ? rest : kMaxNameBytes;
+    i64 const rest = static_cast<i64>(size) - kFixedSize;
+    i64 const bytes = rest < kMaxNameBytes ? rest : kMaxNameBytes;
     std::vector<char> buffer(static_cast<std::size_t>(bytes) + 1, '\0');
     PlugInResult r = ReadExact(buffer.data(), bytes);
     if (r != S_OK)
@@ -30,7 +31,7 @@ PlugInResult AIFCExtCommChunk::ReadName(std::int64_t size, std::string* name)
         return r;
     // The length byte is signed: a length the bytes cannot hold, or one of
     // 128 and more, leaves the raw text, length byte and all.
-    auto const length = static_cast<std::int64_t>(static_cast<signed char>(buffer[0]));
+    auto const length = static_cast<i64>(static_cast<signed char>(buffer[0]));
     if (length >= 0 && length < bytes)
     {
         std::memmove(buffer.data(), buffer.data() + 1, static_cast<std::size_t>(length));
@@ -40,11 +41,11 @@ PlugInResult AIFCExtCommChunk::ReadName(std::int64_t size, std::string* name)
     return S_OK;
 }
 
-PlugInResult AIFCExtCommChunk::Read(std::int64_t size, std::int64_t)
+PlugInResult AIFCExtCommChunk::Read(i64 size, i64)
 {
     if (size < kFixedSize)
         return kAudioFile_Unimplemented;
-    std::uint8_t body[kFixedSize];
+    u8 body[kFixedSize];
     PlugInResult r = ReadExact(body, kFixedSize);
     if (r != S_OK)
         return r;
@@ -82,7 +83,7 @@ PlugInResult AIFCExtCommChunk::Read(std::int64_t size, std::int64_t)
     if (bytes != 0 && (((body[6] << 8) | body[7]) + 7) / 8 != bytes)
     {
         body[6] = 0;
-        body[7] = static_cast<std::uint8_t>(bytes * 8);
+        body[7] = static_cast<u8>(bytes * 8);
     }
     r = SetFacts(body);
     if (r == S_OK)
@@ -93,27 +94,27 @@ PlugInResult AIFCExtCommChunk::Read(std::int64_t size, std::int64_t)
     return r;
 }
 
-std::int64_t AIFCExtCommChunk::NameBufferSize() const
+i64 AIFCExtCommChunk::NameBufferSize() const
 {
-    return (static_cast<std::int64_t>(mCompressionName.size()) + 1 + 1) & ~std::int64_t{1};
+    return (static_cast<i64>(mCompressionName.size()) + 1 + 1) & ~i64{1};
 }
 
-std::int64_t AIFCExtCommChunk::GetSize(std::int32_t)
+i64 AIFCExtCommChunk::GetSize(i32)
 {
     return kFixedSize + NameBufferSize();
 }
 
-PlugInResult AIFCExtCommChunk::Write(std::int64_t, std::int64_t)
+PlugInResult AIFCExtCommChunk::Write(i64, i64)
 {
-    std::vector<std::uint8_t> body(static_cast<std::size_t>(kFixedSize + NameBufferSize()), 0);
+    std::vector<u8> body(static_cast<std::size_t>(kFixedSize + NameBufferSize()), 0);
     FillBody(body.data());
     std::memcpy(body.data() + kSize, &mCompressionType, 4);
-    body[kFixedSize] = static_cast<std::uint8_t>(mCompressionName.size() & 0xFF);
+    body[kFixedSize] = static_cast<u8>(mCompressionName.size() & 0xFF);
     std::memcpy(body.data() + kFixedSize + 1, mCompressionName.data(), mCompressionName.size());
-    return WriteExact(body.data(), static_cast<std::int64_t>(body.size()));
+    return WriteExact(body.data(), static_cast<i64>(body.size()));
 }
 
-PlugInResult AIFCExtCommChunk::Print(std::ostream& out, std::int64_t size, std::int64_t)
+PlugInResult AIFCExtCommChunk::Print(std::ostream& out, i64 size, i64)
 {
     // A plain AIFF 'COMM' prints its four facts through this class too.
     if (size < kSize)
@@ -121,13 +122,13 @@ PlugInResult AIFCExtCommChunk::Print(std::ostream& out, std::int64_t size, std::
         out << "\t** Contents Unknown **\n";
         return Skip(size);
     }
-    std::uint8_t body[kFixedSize];
+    u8 body[kFixedSize];
     PlugInResult r = ReadExact(body, kSize);
     if (r != S_OK)
         return r;
     PrintFacts(out, body);
     if (size < kFixedSize)
-        return Skip(static_cast<std::int64_t>(size) - kSize);
+        return Skip(static_cast<i64>(size) - kSize);
     r = ReadExact(body + kSize, 4);
     if (r != S_OK)
         return r;

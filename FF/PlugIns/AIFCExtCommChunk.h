@@ -4,6 +4,7 @@
 // 'sowt', '42ni' (or '42n1') and '23ni' little-endian.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/AIFFCommChunk.h"
 
 #include <string>
@@ -11,21 +12,21 @@
 class AIFCExtCommChunk : public AIFFCommChunk
 {
 public:
-    static constexpr std::int64_t kFixedSize = 22;
+    static constexpr i64 kFixedSize = 22;
 
     explicit AIFCExtCommChunk(ChunkyFile* owner);
-    PlugInResult Read(std::int64_t size, std::int64_t bodyPosition) override;
-    PlugInResult Write(std::int64_t size, std::int64_t bodyPosition) override;
-    PlugInResult Print(std::ostream& out, std::int64_t size, std::int64_t bodyPosition) override;
-    std::int64_t GetSize(std::int32_t) override;
+    PlugInResult Read(i64 size, i64 bodyPosition) override;
+    PlugInResult Write(i64 size, i64 bodyPosition) override;
+    PlugInResult Print(std::ostream& out, i64 size, i64 bodyPosition) override;
+    i64 GetSize(i32) override;
 
     std::string const& GetCompressionName() const { return mCompressionName; }
 
 private:
     // Reads the name's bytes behind the fixed part and decodes them.
-    PlugInResult ReadName(std::int64_t size, std::string* name);
+    PlugInResult ReadName(i64 size, std::string* name);
     // The length byte and the characters, rounded up to an even count.
-    std::int64_t NameBufferSize() const;
+    i64 NameBufferSize() const;
 
     std::string mCompressionName = "Not Compressed";
     ChunkId mCompressionType = kCompression_NONE;

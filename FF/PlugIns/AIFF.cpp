@@ -1,4 +1,5 @@
 #include "FF/PlugIns/AIFF.h"
+#include "Cmn/Cmn_Types.h"
 
 #include <algorithm>
 
@@ -16,9 +17,9 @@
 
 namespace
 {
-std::uint16_t BigEndian16(std::uint8_t const* p)
+u16 BigEndian16(u8 const* p)
 {
-    return static_cast<std::uint16_t>((p[0] << 8) | p[1]);
+    return static_cast<u16>((p[0] << 8) | p[1]);
 }
 } // namespace
 
@@ -27,12 +28,12 @@ PlugInResult AIFF::Create(void** object)
     return HandOut(new AIFF, object);
 }
 
-PlugInResult AIFF::GetFileTypeName(std::int32_t size, char* buffer)
+PlugInResult AIFF::GetFileTypeName(i32 size, char* buffer)
 {
     return CopyTypeName(size, buffer, "AIFF");
 }
 
-PlugInResult AIFF::GetByteOrder(std::int32_t* order)
+PlugInResult AIFF::GetByteOrder(i32* order)
 {
     *order = IsLittleEndianAudio() ? 1 : 0;
     return S_OK;
@@ -48,15 +49,15 @@ PlugInResult AIFF::DoOpen()
 
 namespace
 {
-bool FitsThirtyTwoBits(std::int64_t frames, std::int64_t frameSize)
+bool FitsThirtyTwoBits(i64 frames, i64 frameSize)
 {
     // Room for the metadata around the audio.
-    constexpr std::int64_t kMargin = std::int64_t{1} << 20;
+    constexpr i64 kMargin = i64{1} << 20;
     return frames >= 0 && frames <= (0xFFFFFFFFll - kMargin) / (frameSize > 0 ? frameSize : 1);
 }
 } // namespace
 
-PlugInResult AIFF::DoSetNumSamples(std::int64_t frames)
+PlugInResult AIFF::DoSetNumSamples(i64 frames)
 {
     if (!FitsThirtyTwoBits(frames, FrameSize()))
         return kAudioFile_BadParameter;
@@ -180,15 +181,14 @@ void AIFF::ResolveLoops()
     instrument.loop2Type = 0;
     instrument.loop2Start = instrument.loop2Stop = 0;
 
-    std::uint8_t const* inst = mInstInfo->data();
-    std::uint16_t const sustainMode = BigEndian16(inst + 8);
-    std::uint16_t const releaseMode = BigEndian16(inst + 14);
+    u8 const* inst = mInstInfo->data();
+    u16 const sustainMode = BigEndian16(inst + 8);
+    u16 const releaseMode = BigEndian16(inst + 14);
     // Marker ids of sustain begin and end, release begin and end.
-    std::int16_t const ids[4] = {
-        static_cast<std::int16_t>(BigEndian16(inst + 10)), static_cast<std::int16_t>(BigEndian16(inst + 12)),
-        static_cast<std::int16_t>(BigEndian16(inst + 16)), static_cast<std::int16_t>(BigEndian16(inst + 18))};
+    i16 const ids[4] = {static_cast<i16>(BigEndian16(inst + 10)), static_cast<i16>(BigEndian16(inst + 12)),
+                        static_cast<i16>(BigEndian16(inst + 16)), static_cast<i16>(BigEndian16(inst + 18))};
     bool found[4] = {};
-    std::int64_t position[4] = {};
+    i64 position[4] = {};
     if (sustainMode != 0 || releaseMode != 0)
     {
         for (auto const& m : mMarkers)
@@ -217,16 +217,16 @@ void AIFF::ResolveLoops()
 
 std::vector<AIFF::Marker> AIFF::OtherMarkers() const
 {
-    std::vector<std::int16_t> loopIds;
+    std::vector<i16> loopIds;
     if (mInstInfo)
     {
-        std::uint8_t const* inst = mInstInfo->data();
+        u8 const* inst = mInstInfo->data();
         if (BigEndian16(inst + 8) != 0)
-            loopIds.insert(loopIds.end(), {static_cast<std::int16_t>(BigEndian16(inst + 10)),
-                                           static_cast<std::int16_t>(BigEndian16(inst + 12))});
+            loopIds.insert(loopIds.end(),
+                           {static_cast<i16>(BigEndian16(inst + 10)), static_cast<i16>(BigEndian16(inst + 12))});
         if (BigEndian16(inst + 14) != 0)
-            loopIds.insert(loopIds.end(), {static_cast<std::int16_t>(BigEndian16(inst + 16)),
-                                           static_cast<std::int16_t>(BigEndian16(inst + 18))});
+            loopIds.insert(loopIds.end(),
+                           {static_cast<i16>(BigEndian16(inst + 16)), static_cast<i16>(BigEndian16(inst + 18))});
     }
     std::vector<Marker> others;
     for (auto const& m : mMarkers)
@@ -235,10 +235,10 @@ std::vector<AIFF::Marker> AIFF::OtherMarkers() const
     return others;
 }
 
-std::int32_t AIFF::LoopMarkerBase() const
+i32 AIFF::LoopMarkerBase() const
 {
-    std::int32_t base = 0;
+    i32 base = 0;
     for (auto const& m : OtherMarkers())
-        base = std::max<std::int32_t>(base, m.id + 1);
+        base = std::max<i32>(base, m.id + 1);
     return base;
 }

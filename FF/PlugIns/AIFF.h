@@ -2,6 +2,7 @@
 // 'INST' chunk whose loops point at markers of a 'MARK' chunk.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/ChunkyFile.h"
 
 #include <array>
@@ -15,19 +16,19 @@ public:
     // One marker of a 'MARK' chunk as read from the file.
     struct Marker
     {
-        std::int16_t id;
-        std::uint32_t position;
+        i16 id;
+        u32 position;
         std::string name;
-        std::int32_t role; // 1 "beg loop", 2 "end loop", 0 any other name
+        i32 role; // 1 "beg loop", 2 "end loop", 0 any other name
     };
     static constexpr std::size_t kInstInfoSize = 20;
-    using InstInfo = std::array<std::uint8_t, kInstInfoSize>;
+    using InstInfo = std::array<u8, kInstInfoSize>;
 
     // The factory of the handler table: a new instance with its first reference.
     static PlugInResult Create(void** object);
 
-    PlugInResult GetFileTypeName(std::int32_t size, char* buffer) override;
-    PlugInResult GetByteOrder(std::int32_t* order) override;
+    PlugInResult GetFileTypeName(i32 size, char* buffer) override;
+    PlugInResult GetByteOrder(i32* order) override;
 
     bool IsBigEndian() override { return true; }
     bool IsUnsigned8Bit() override { return false; }
@@ -35,12 +36,12 @@ public:
     PlugInResult DoFormat() override;
     // The format's sizes are 32 bits: a file that would pass them is
     // refused rather than written with sizes that wrap.
-    PlugInResult DoSetNumSamples(std::int64_t frames) override;
+    PlugInResult DoSetNumSamples(i64 frames) override;
     using ChunkyFile::DoImplement;
     PlugInResult DoImplement(PlugInGuid const* iid, ChunkList& list) override;
     std::unique_ptr<Chunk> CreateChunk(ChunkId id) override;
     void CreateDefaultChunks(ChunkList& list) override;
-    std::int32_t DataChunkHeaderSize() override { return 16; }
+    i32 DataChunkHeaderSize() override { return 16; }
 
     // A loop needs its markers: when the record has one and the file has no
     // 'MARK' chunk (it went at a flush while there was no loop), a new one
@@ -60,7 +61,7 @@ public:
     std::vector<Marker> OtherMarkers() const;
     // The id of the first of the four loop markers a rewrite writes: past
     // every id the other markers take.
-    std::int32_t LoopMarkerBase() const;
+    i32 LoopMarkerBase() const;
     // Sets the instrument's loops from the 'INST' copy and the markers, once
     // all three exist: called after either chunk is read, so that their
     // order in the file does not matter.

@@ -2,21 +2,22 @@
 // 80-bit extended float.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/Chunk.h"
 #include "FF/PlugIns/PlugIn.h"
 
 class AIFFCommChunk : public Chunk
 {
 public:
-    static constexpr std::int64_t kSize = 18;
+    static constexpr i64 kSize = 18;
 
     explicit AIFFCommChunk(ChunkyFile* owner);
     bool IsObsolete() override { return false; }
-    PlugInResult Read(std::int64_t size, std::int64_t bodyPosition) override;
-    PlugInResult Write(std::int64_t size, std::int64_t bodyPosition) override;
-    PlugInResult Print(std::ostream& out, std::int64_t size, std::int64_t bodyPosition) override;
-    std::int64_t GetSize(std::int32_t) override { return kSize; }
-    std::uint64_t ValueBits() const override
+    PlugInResult Read(i64 size, i64 bodyPosition) override;
+    PlugInResult Write(i64 size, i64 bodyPosition) override;
+    PlugInResult Print(std::ostream& out, i64 size, i64 bodyPosition) override;
+    i64 GetSize(i32) override { return kSize; }
+    u64 ValueBits() const override
     {
         return PlugIn::kValidChannels | PlugIn::kValidSampleRate | PlugIn::kValidBitsPerSample |
                PlugIn::kValidNumSamples;
@@ -24,9 +25,9 @@ public:
 
 protected:
     // Takes the four facts from the 18 bytes, or refuses them.
-    PlugInResult SetFacts(std::uint8_t const* body);
+    PlugInResult SetFacts(u8 const* body);
     // The 18 bytes from the cached facts.
-    void FillBody(std::uint8_t* body);
+    void FillBody(u8* body);
     // Prints the four facts of the 18 bytes.
-    static void PrintFacts(std::ostream& out, std::uint8_t const* body);
+    static void PrintFacts(std::ostream& out, u8 const* body);
 };

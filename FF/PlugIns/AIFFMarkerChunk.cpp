@@ -1,4 +1,5 @@
 #include "FF/PlugIns/AIFFMarkerChunk.h"
+#include "Cmn/Cmn_Types.h"
 
 #include "FF/PlugIns/AIFF.h"
 
@@ -7,23 +8,23 @@
 
 namespace
 {
-constexpr std::int64_t kRecordSize = 16;   // a written marker: 7 bytes, the 8-character name and a pad byte
-constexpr std::int64_t kMinRecordSize = 7; // id, position and the length byte
+constexpr i64 kRecordSize = 16;   // a written marker: 7 bytes, the 8-character name and a pad byte
+constexpr i64 kMinRecordSize = 7; // id, position and the length byte
 // The most that 65535 markers can take: names of 255 characters and pads.
-constexpr std::int64_t kMaxBody = 2 + 65535 * (kMinRecordSize + 255 + 1);
+constexpr i64 kMaxBody = 2 + 65535 * (kMinRecordSize + 255 + 1);
 constexpr char kBegin[] = "beg loop";
 constexpr char kEnd[] = "end loop";
 static_assert(kMinRecordSize + sizeof kBegin - 1 + 1 == kRecordSize);
 
-std::uint16_t BigEndian16(std::uint8_t const* p)
+u16 BigEndian16(u8 const* p)
 {
-    return static_cast<std::uint16_t>((p[0] << 8) | p[1]);
+    return static_cast<u16>((p[0] << 8) | p[1]);
 }
 } // namespace
 
 AIFFMarkerChunk::AIFFMarkerChunk(AIFF* owner) : Chunk(owner, kChunkId_MARK, kMark), mAiff(owner) {}
 
-std::int32_t AIFFMarkerChunk::LoopsToWrite() const
+i32 AIFFMarkerChunk::LoopsToWrite() const
 {
     if (!mAiff->HasInstrument())
         return 0;
@@ -36,54 +37,54 @@ bool AIFFMarkerChunk::IsObsolete()
     return LoopsToWrite() == 0 && !KeepsItsBytes() && mAiff->OtherMarkers().empty();
 }
 
-std::int64_t AIFFMarkerChunk::GetSize(std::int32_t)
+i64 AIFFMarkerChunk::GetSize(i32)
 {
-    std::int64_t size = 2 + 2 * kRecordSize * LoopsToWrite();
+    i64 size = 2 + 2 * kRecordSize * LoopsToWrite();
     for (auto const& m : mAiff->OtherMarkers())
     {
-        std::int64_t const record = kMinRecordSize + static_cast<std::int64_t>(m.name.size());
+        i64 const record = kMinRecordSize + static_cast<i64>(m.name.size());
         size += record + (record & 1);
     }
     return size;
 }
 
-PlugInResult AIFFMarkerChunk::Read(std::int64_t size, std::int64_t)
+PlugInResult AIFFMarkerChunk::Read(i64 size, i64)
 {
     if (size < 2)
         return E_FAIL;
-    std::int64_t const bytes = size < kMaxBody ? size : kMaxBody;
-    std::vector<std::uint8_t> body(static_cast<std::size_t>(bytes));
+    i64 const bytes = size < kMaxBody ? size : kMaxBody;
+    std::vector<u8> body(static_cast<std::size_t>(bytes));
     PlugInResult r = ReadExact(body.data(), bytes);
     if (r != S_OK)
         return r;
-    r = Skip(static_cast<std::int64_t>(size) - bytes);
+    r = Skip(static_cast<i64>(size) - bytes);
     if (r != S_OK)
         return r;
 
     // Computed signed: no markers need 2 bytes, not a wrapped count.
-    std::int64_t const count = BigEndian16(body.data());
+    i64 const count = BigEndian16(body.data());
     // Each marker takes at least 8 bytes (its fields, the length byte and
     // a pad); names shorter than this system's own are common.
-    if (static_cast<std::int64_t>(size) < 2 + count * (kMinRecordSize + 1))
+    if (static_cast<i64>(size) < 2 + count * (kMinRecordSize + 1))
         return kAudioFile_BadParameter;
 
     std::vector<AIFF::Marker> markers;
     markers.reserve(static_cast<std::size_t>(count));
-    std::int64_t at = 2;
-    for (std::int64_t i = 0; i < count; ++i)
+    i64 at = 2;
+    for (i64 i = 0; i < count; ++i)
     {
         // Long names can take a marker past the end of the body, which the
         // count test above does not see: such a chunk is damaged.
         if (at + kMinRecordSize > bytes)
             return kAudioFile_BadParameter;
-        std::uint8_t const* p = body.data() + at;
-        std::int64_t const length = p[6];
+        u8 const* p = body.data() + at;
+        i64 const length = p[6];
         if (at + kMinRecordSize + length > bytes)
             return kAudioFile_BadParameter;
         AIFF::Marker m;
-        m.id = static_cast<std::int16_t>(BigEndian16(p));
-        m.position = (static_cast<std::uint32_t>(p[2]) << 24) | (static_cast<std::uint32_t>(p[3]) << 16) |
-                     (static_cast<std::uint32_t>(p[4]) << 8) | p[5];
+        m.id = static_cast<i16>(BigEndian16(p));
+        m.position =
+            (static_cast<u32>(p[2]) << 24) | (static_cast<u32>(p[3]) << 16) | (static_cast<u32>(p[4]) << 8) | p[5];
         m.name.assign(reinterpret_cast<char const*>(p + kMinRecordSize), static_cast<std::size_t>(length));
         m.role = m.name == kBegin ? 1 : m.name == kEnd ? 2 : 0;
         markers.push_back(std::move(m));
@@ -97,26 +98,26 @@ PlugInResult AIFFMarkerChunk::Read(std::int64_t size, std::int64_t)
     return S_OK;
 }
 
-PlugInResult AIFFMarkerChunk::Write(std::int64_t, std::int64_t)
+PlugInResult AIFFMarkerChunk::Write(i64, i64)
 {
-    std::int32_t const loops = LoopsToWrite();
+    i32 const loops = LoopsToWrite();
     std::vector<AIFF::Marker> const others = mAiff->OtherMarkers();
-    std::vector<std::uint8_t> body(static_cast<std::size_t>(GetSize(0)), 0);
-    auto const count = static_cast<std::uint16_t>(others.size() + 2 * static_cast<std::size_t>(loops));
-    body[0] = static_cast<std::uint8_t>(count >> 8);
-    body[1] = static_cast<std::uint8_t>(count);
+    std::vector<u8> body(static_cast<std::size_t>(GetSize(0)), 0);
+    auto const count = static_cast<u16>(others.size() + 2 * static_cast<std::size_t>(loops));
+    body[0] = static_cast<u8>(count >> 8);
+    body[1] = static_cast<u8>(count);
     std::size_t at = 2;
-    auto put = [&](std::int32_t id, std::int64_t position, std::string const& name)
+    auto put = [&](i32 id, i64 position, std::string const& name)
     {
-        auto const frame = static_cast<std::uint32_t>(position);
-        std::uint8_t* p = body.data() + at;
-        p[0] = static_cast<std::uint8_t>(id >> 8);
-        p[1] = static_cast<std::uint8_t>(id);
-        p[2] = static_cast<std::uint8_t>(frame >> 24);
-        p[3] = static_cast<std::uint8_t>(frame >> 16);
-        p[4] = static_cast<std::uint8_t>(frame >> 8);
-        p[5] = static_cast<std::uint8_t>(frame);
-        p[6] = static_cast<std::uint8_t>(name.size());
+        auto const frame = static_cast<u32>(position);
+        u8* p = body.data() + at;
+        p[0] = static_cast<u8>(id >> 8);
+        p[1] = static_cast<u8>(id);
+        p[2] = static_cast<u8>(frame >> 24);
+        p[3] = static_cast<u8>(frame >> 16);
+        p[4] = static_cast<u8>(frame >> 8);
+        p[5] = static_cast<u8>(frame);
+        p[6] = static_cast<u8>(name.size());
         std::memcpy(p + kMinRecordSize, name.data(), name.size());
         at += static_cast<std::size_t>(kMinRecordSize) + name.size();
         at += at & 1;
@@ -125,7 +126,7 @@ PlugInResult AIFFMarkerChunk::Write(std::int64_t, std::int64_t)
         put(m.id, m.position, m.name);
     // Loop 1 on the first two ids past the others, loop 2 on the next two,
     // whether or not the other loop is written.
-    std::int32_t const base = mAiff->LoopMarkerBase();
+    i32 const base = mAiff->LoopMarkerBase();
     if (loops > 0)
     {
         PlugInInstrument const& i = mAiff->Instrument();
@@ -140,5 +141,5 @@ PlugInResult AIFFMarkerChunk::Write(std::int64_t, std::int64_t)
             put(base + 3, i.loop2Stop, kEnd);
         }
     }
-    return WriteExact(body.data(), static_cast<std::int64_t>(body.size()));
+    return WriteExact(body.data(), static_cast<i64>(body.size()));
 }

@@ -4,6 +4,7 @@
 // when it has neither.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/Chunk.h"
 #include "FF/PlugIns/PlugIn.h"
 
@@ -14,15 +15,15 @@ class AIFFMarkerChunk : public Chunk
 public:
     explicit AIFFMarkerChunk(AIFF* owner);
     bool IsObsolete() override;
-    PlugInResult Read(std::int64_t size, std::int64_t bodyPosition) override;
-    PlugInResult Write(std::int64_t size, std::int64_t bodyPosition) override;
+    PlugInResult Read(i64 size, i64 bodyPosition) override;
+    PlugInResult Write(i64 size, i64 bodyPosition) override;
     // Not printed: the answer ends a printout of the file.
-    PlugInResult Print(std::ostream&, std::int64_t, std::int64_t) override { return E_FAIL; }
-    std::int64_t GetSize(std::int32_t) override;
-    std::uint64_t ValueBits() const override { return PlugIn::kValidInstrument; }
+    PlugInResult Print(std::ostream&, i64, i64) override { return E_FAIL; }
+    i64 GetSize(i32) override;
+    u64 ValueBits() const override { return PlugIn::kValidInstrument; }
 
 private:
-    std::int32_t LoopsToWrite() const;
+    i32 LoopsToWrite() const;
 
     AIFF* mAiff;
 };

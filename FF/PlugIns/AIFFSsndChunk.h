@@ -3,6 +3,7 @@
 // count, which 'COMM' gives.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/Chunk.h"
 
 class AIFFSsndChunk : public Chunk
@@ -11,28 +12,28 @@ public:
     explicit AIFFSsndChunk(ChunkyFile* owner);
     // While the length is the one read, the bytes the chunk really takes
     // (a writer may have left out the pad); else what the length makes.
-    std::int64_t GetFileSize() override;
+    i64 GetFileSize() override;
     bool IsObsolete() override { return false; }
-    PlugInResult Read(std::int64_t size, std::int64_t bodyPosition) override;
+    PlugInResult Read(i64 size, i64 bodyPosition) override;
     // Sets the data offset and passes over the audio, which is written
     // straight into the file, never through here.
-    PlugInResult Write(std::int64_t size, std::int64_t bodyPosition) override;
-    PlugInResult Print(std::ostream& out, std::int64_t size, std::int64_t bodyPosition) override;
-    std::int64_t GetSize(std::int32_t nominal) override;
+    PlugInResult Write(i64 size, i64 bodyPosition) override;
+    PlugInResult Print(std::ostream& out, i64 size, i64 bodyPosition) override;
+    i64 GetSize(i32 nominal) override;
 
-    std::uint32_t GetOffset() const { return mOffset; }
-    std::uint32_t GetBlockSize() const { return mBlockSize; }
+    u32 GetOffset() const { return mOffset; }
+    u32 GetBlockSize() const { return mBlockSize; }
 
 private:
     bool AsRead() const;
 
-    std::uint32_t mOffset = 0;
-    std::uint32_t mBlockSize = 0;
+    u32 mOffset = 0;
+    u32 mBlockSize = 0;
     // The offset field as the file has it (some writers put an absolute
     // position there), written back as it was.
-    std::uint32_t mOffsetField = 0;
-    std::uint32_t mBlockSizeField = 0;
+    u32 mOffsetField = 0;
+    u32 mBlockSizeField = 0;
     // The body as the file held it: while the length is unchanged a rewrite
     // keeps every byte of it.
-    std::int64_t mDiskBytes = -1;
+    i64 mDiskBytes = -1;
 };

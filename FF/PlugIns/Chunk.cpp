@@ -1,4 +1,5 @@
 #include "FF/PlugIns/Chunk.h"
+#include "Cmn/Cmn_Types.h"
 
 #include "Cmn/Cmn_Assert.h"
 #include "FF/PlugIns/ChunkyFile.h"
@@ -7,14 +8,14 @@
 #include <cstring>
 #include <ostream>
 
-Chunk::Chunk(ChunkyFile* owner, ChunkId id, std::int32_t kind)
+Chunk::Chunk(ChunkyFile* owner, ChunkId id, i32 kind)
     : mOwner(owner), mKind(kind), mId(id), mSamplesAtCreation(owner ? owner->NumSamples() : 0)
 {
 }
 
 Chunk::~Chunk() = default;
 
-std::int64_t Chunk::GetFileSize()
+i64 Chunk::GetFileSize()
 {
     return mFileSize;
 }
@@ -25,34 +26,34 @@ bool Chunk::IsObsolete()
     return false;
 }
 
-PlugInResult Chunk::Read(std::int64_t, std::int64_t)
+PlugInResult Chunk::Read(i64, i64)
 {
     CMN_ASSERT(false);
     return E_FAIL;
 }
 
-PlugInResult Chunk::Write(std::int64_t, std::int64_t)
+PlugInResult Chunk::Write(i64, i64)
 {
     CMN_ASSERT(false);
     return E_FAIL;
 }
 
-PlugInResult Chunk::Print(std::ostream&, std::int64_t, std::int64_t)
+PlugInResult Chunk::Print(std::ostream&, i64, i64)
 {
     CMN_ASSERT(false);
     return E_FAIL;
 }
 
-std::int64_t Chunk::GetSize(std::int32_t)
+i64 Chunk::GetSize(i32)
 {
     CMN_ASSERT(false);
     return 0;
 }
 
-std::int64_t Chunk::GetTotalSize(std::int32_t nominal)
+i64 Chunk::GetTotalSize(i32 nominal)
 {
     if (KeepsItsBytes())
-        return mHeld.empty() ? GetFileSize() : static_cast<std::int64_t>(mHeld.size());
+        return mHeld.empty() ? GetFileSize() : static_cast<i64>(mHeld.size());
     return GetSize(nominal) + 8;
 }
 
@@ -62,11 +63,11 @@ bool Chunk::KeepsItsBytes()
         return true;
     if (mKind == kCorrupt || (mFileSize == 0 && mHeld.empty()))
         return false;
-    std::uint64_t const bits = ValueBits();
+    u64 const bits = ValueBits();
     return bits != kAlwaysWritten && (bits & mOwner->ChangedMask()) == 0;
 }
 
-PlugInResult Chunk::HoldBytes(std::int64_t position)
+PlugInResult Chunk::HoldBytes(i64 position)
 {
     if (mFileSize == 0 || !mHeld.empty())
         return S_OK;
@@ -95,9 +96,9 @@ bool Chunk::ShouldDiscard()
     return IsObsolete();
 }
 
-PlugInResult Chunk::ReadChunk(ChunkId, std::int64_t size, std::int64_t position, std::int64_t fileEOF)
+PlugInResult Chunk::ReadChunk(ChunkId, i64 size, i64 position, i64 fileEOF)
 {
-    std::int64_t const body = position + 8;
+    i64 const body = position + 8;
     // An audio chunk may not say how long it is (a recorder that stopped,
     // a stream): its handler knows how much of it there is.
     if (mKind == kAudioData)
@@ -129,44 +130,44 @@ PlugInResult Chunk::ReadChunk(ChunkId, std::int64_t size, std::int64_t position,
     return result;
 }
 
-PlugInResult Chunk::WriteChunk(std::int64_t position)
+PlugInResult Chunk::WriteChunk(i64 position)
 {
     CMN_ASSERT(mKind != kCorrupt);
     if (KeepsItsBytes())
     {
         if (mHeld.empty())
             return Skip(GetFileSize());
-        PlugInResult const r = WriteExact(mHeld.data(), static_cast<std::int64_t>(mHeld.size()));
+        PlugInResult const r = WriteExact(mHeld.data(), static_cast<i64>(mHeld.size()));
         if (r == S_OK)
-            std::vector<std::uint8_t>().swap(mHeld);
+            std::vector<u8>().swap(mHeld);
         return r;
     }
     unsigned char header[8];
     std::memcpy(header, &mId, 4);
-    std::uint32_t const size = Swap32(mOwner->SizeField(*this, GetTotalSize(1) - 8));
+    u32 const size = Swap32(mOwner->SizeField(*this, GetTotalSize(1) - 8));
     std::memcpy(header + 4, &size, 4);
     PlugInResult r = WriteExact(header, 8);
     if (r == S_OK)
         r = Write(GetSize(0), position + 8);
     // A body made afresh from changed values no longer needs its old bytes.
     if (r == S_OK)
-        std::vector<std::uint8_t>().swap(mHeld);
+        std::vector<u8>().swap(mHeld);
     return r;
 }
 
-PlugInResult Chunk::PrintChunk(std::ostream& out, std::int64_t position, std::int64_t fileEOF)
+PlugInResult Chunk::PrintChunk(std::ostream& out, i64 position, i64 fileEOF)
 {
     unsigned char header[8];
     PlugInResult r = ReadExact(header, 8);
     if (r != S_OK)
         return r;
-    std::uint32_t size;
+    u32 size;
     std::memcpy(&size, header + 4, 4);
     size = Swap32(size);
-    std::int64_t extent = size;
+    i64 extent = size;
     if (mKind == kAudioData)
         extent = mOwner->AudioBodySize(size, position + 8, fileEOF);
-    else if (mKind != kFileHeader && position + 8 + static_cast<std::int64_t>(size) > fileEOF)
+    else if (mKind != kFileHeader && position + 8 + static_cast<i64>(size) > fileEOF)
         mKind = kCorrupt;
     out << "Chunk Position: " << position << "\n"
         << "Chunk ID: " << std::string(reinterpret_cast<char const*>(header), 4) << "\n"
@@ -186,38 +187,38 @@ PlugInResult Chunk::PrintChunk(std::ostream& out, std::int64_t position, std::in
     return mOwner->GetFile()->SetPosition(0, mOwner->ChunkEnd(position + 8 + extent, fileEOF));
 }
 
-PlugInResult Chunk::WriteExact(void const* buffer, std::int64_t count)
+PlugInResult Chunk::WriteExact(void const* buffer, i64 count)
 {
-    std::int64_t put = count;
+    i64 put = count;
     PlugInResult r = mOwner->GetFile()->Write(const_cast<void*>(buffer), &put);
     if (r != S_OK)
         return r;
     return put == count ? S_OK : E_UNEXPECTED;
 }
 
-PlugInResult Chunk::ReadExact(void* buffer, std::int64_t count)
+PlugInResult Chunk::ReadExact(void* buffer, i64 count)
 {
-    std::int64_t got = count;
+    i64 got = count;
     PlugInResult r = mOwner->GetFile()->Read(buffer, &got);
     if (r != S_OK)
         return r;
     return got == count ? S_OK : E_UNEXPECTED;
 }
 
-PlugInResult Chunk::Skip(std::int64_t count)
+PlugInResult Chunk::Skip(i64 count)
 {
     return mOwner->GetFile()->SetPosition(1, count);
 }
 
-std::uint16_t Chunk::Swap16(std::uint16_t v) const
+u16 Chunk::Swap16(u16 v) const
 {
     return mOwner->Swap16(v);
 }
-std::uint32_t Chunk::Swap32(std::uint32_t v) const
+u32 Chunk::Swap32(u32 v) const
 {
     return mOwner->Swap32(v);
 }
-std::uint64_t Chunk::Swap64(std::uint64_t v) const
+u64 Chunk::Swap64(u64 v) const
 {
     return mOwner->Swap64(v);
 }

@@ -3,6 +3,7 @@
 // write and print its body; the walk over the file is ChunkyFile's.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/ChunkId.h"
 #include "FF/PlugIns/PlugInResult.h"
 
@@ -15,7 +16,7 @@ class ChunkyFile;
 class Chunk
 {
 public:
-    enum EKind : std::int32_t
+    enum EKind : i32
     {
         kUnknown = 0,
         kCorrupt = 1,
@@ -38,36 +39,36 @@ public:
 
     // Chunks made afresh from the cache at every flush answer this from
     // ValueBits: their bytes are the handler's own.
-    static constexpr std::uint64_t kAlwaysWritten = ~std::uint64_t{0};
+    static constexpr u64 kAlwaysWritten = ~u64{0};
     // The most bytes of one chunk that are held in memory while it has no
     // place on disk (behind an audio chunk that grows).
-    static constexpr std::int64_t kMaxHeldBytes = std::int64_t{64} << 20;
+    static constexpr i64 kMaxHeldBytes = i64{64} << 20;
 
-    Chunk(ChunkyFile* owner, ChunkId id, std::int32_t kind = kUnknown);
+    Chunk(ChunkyFile* owner, ChunkId id, i32 kind = kUnknown);
     Chunk(Chunk const&) = delete;
     Chunk& operator=(Chunk const&) = delete;
 
     virtual ~Chunk();
-    virtual std::int64_t GetFileSize();
+    virtual i64 GetFileSize();
     virtual bool IsObsolete();
-    virtual PlugInResult Read(std::int64_t size, std::int64_t bodyPosition);
-    virtual PlugInResult Write(std::int64_t size, std::int64_t bodyPosition);
-    virtual PlugInResult Print(std::ostream& out, std::int64_t size, std::int64_t bodyPosition);
+    virtual PlugInResult Read(i64 size, i64 bodyPosition);
+    virtual PlugInResult Write(i64 size, i64 bodyPosition);
+    virtual PlugInResult Print(std::ostream& out, i64 size, i64 bodyPosition);
     // nominal 1: the value for the header; 0: the bytes taken in the file, pad included.
-    virtual std::int64_t GetSize(std::int32_t nominal);
+    virtual i64 GetSize(i32 nominal);
     // The cached values (valid-mask bits) that the body is made from. A chunk
     // that came from the file keeps its bytes as they are until the caller
     // changes one of them: another tool may have written more into it than
     // this handler reads.
-    virtual std::uint64_t ValueBits() const { return kAlwaysWritten; }
+    virtual u64 ValueBits() const { return kAlwaysWritten; }
 
-    std::int64_t GetTotalSize(std::int32_t nominal);
+    i64 GetTotalSize(i32 nominal);
     bool ShouldDiscard();
-    PlugInResult ReadChunk(ChunkId id, std::int64_t size, std::int64_t position, std::int64_t fileEOF);
+    PlugInResult ReadChunk(ChunkId id, i64 size, i64 position, i64 fileEOF);
     // Writes header and body at `position` (where the file stands).
-    PlugInResult WriteChunk(std::int64_t position);
+    PlugInResult WriteChunk(i64 position);
     // Prints the chunk that starts at `position`; the file stands there.
-    PlugInResult PrintChunk(std::ostream& out, std::int64_t position, std::int64_t fileEOF);
+    PlugInResult PrintChunk(std::ostream& out, i64 position, i64 fileEOF);
     // The file got a new identity: chunks that carry it start afresh.
     virtual void Restamp() {}
 
@@ -77,7 +78,7 @@ public:
     bool KeepsItsBytes();
     // Copies the chunk's bytes, as they lie at `position`, into memory, so
     // that they survive the chunk losing its place in the file.
-    PlugInResult HoldBytes(std::int64_t position);
+    PlugInResult HoldBytes(i64 position);
     bool HoldsBytes() const { return !mHeld.empty(); }
     // Bytes behind the last chunk (a tag other tools append, a cut chunk):
     // kept as they are, outside the form.
@@ -85,36 +86,36 @@ public:
     bool IsTrailing() const { return mTrailing; }
     void SetId(ChunkId id) { mId = id; }
 
-    std::int32_t GetKind() const { return mKind; }
+    i32 GetKind() const { return mKind; }
     ChunkId GetId() const { return mId; }
-    void SetFileSize(std::int64_t size) { mFileSize = size; }
+    void SetFileSize(i64 size) { mFileSize = size; }
     // The bytes the chunk took on disk at the last parse or flush, whatever
     // its class computes.
-    std::int64_t StoredFileSize() const { return mFileSize; }
-    std::int64_t GetSamplesAtCreation() const { return mSamplesAtCreation; }
+    i64 StoredFileSize() const { return mFileSize; }
+    i64 GetSamplesAtCreation() const { return mSamplesAtCreation; }
     // The length the chunk counts as loaded with: the file's, once the
     // parse has settled it.
-    void SetSamplesAtCreation(std::int64_t frames) { mSamplesAtCreation = frames; }
+    void SetSamplesAtCreation(i64 frames) { mSamplesAtCreation = frames; }
     ChunkyFile* GetOwner() const { return mOwner; }
 
 protected:
-    std::vector<std::uint8_t> const& HeldBytes() const { return mHeld; }
+    std::vector<u8> const& HeldBytes() const { return mHeld; }
     // Reads exactly `count` bytes at the current position; a short read is E_UNEXPECTED.
-    PlugInResult ReadExact(void* buffer, std::int64_t count);
+    PlugInResult ReadExact(void* buffer, i64 count);
     // Writes exactly `count` bytes; a short write is E_UNEXPECTED.
-    PlugInResult WriteExact(void const* buffer, std::int64_t count);
+    PlugInResult WriteExact(void const* buffer, i64 count);
     // Moves the file position forward by `count` bytes.
-    PlugInResult Skip(std::int64_t count);
+    PlugInResult Skip(i64 count);
     // Multi-byte fields in the file's byte order.
-    std::uint16_t Swap16(std::uint16_t v) const;
-    std::uint32_t Swap32(std::uint32_t v) const;
-    std::uint64_t Swap64(std::uint64_t v) const;
+    u16 Swap16(u16 v) const;
+    u32 Swap32(u32 v) const;
+    u64 Swap64(u64 v) const;
 
     ChunkyFile* mOwner;
-    std::int64_t mFileSize = 0;
-    std::int32_t mKind;
+    i64 mFileSize = 0;
+    i32 mKind;
     ChunkId mId;
-    std::int64_t mSamplesAtCreation;
-    std::vector<std::uint8_t> mHeld;
+    i64 mSamplesAtCreation;
+    std::vector<u8> mHeld;
     bool mTrailing = false;
 };

@@ -3,11 +3,13 @@
 // id read from a big-endian file compares equal without a swap.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
+
 #include <cstdint>
 #include <cstring>
 #include <string>
 
-using ChunkId = std::uint32_t;
+using ChunkId = u32;
 
 inline ChunkId ChunkIdFromText(char const (&text)[5])
 {

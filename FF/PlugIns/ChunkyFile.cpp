@@ -1,4 +1,5 @@
 #include "FF/PlugIns/ChunkyFile.h"
+#include "Cmn/Cmn_Types.h"
 
 #include "FF/PlugIns/IFile.h"
 #include "FF/PlugIns/PadChunk.h"
@@ -17,7 +18,7 @@ PlugInResult ChunkyFile::WalkChunks(bool keep, ChunkVisitor const& visit)
 {
     if (!mFile)
         return E_UNEXPECTED;
-    std::int64_t fileEOF = 0;
+    i64 fileEOF = 0;
     PlugInResult r = mFile->GetEOF(&fileEOF);
     if (r != S_OK)
         return r;
@@ -25,7 +26,7 @@ PlugInResult ChunkyFile::WalkChunks(bool keep, ChunkVisitor const& visit)
     if (r != S_OK)
         return r;
 
-    std::int64_t pos = 0;
+    i64 pos = 0;
     // Whatever the walk does not take as chunks stays in the file, behind them.
     auto keepTheRest = [&]
     {
@@ -44,7 +45,7 @@ PlugInResult ChunkyFile::WalkChunks(bool keep, ChunkVisitor const& visit)
         if (walked > kMaxChunks)
             return keepTheRest();
         unsigned char header[8];
-        std::int64_t got = 8;
+        i64 got = 8;
         r = mFile->Read(header, &got);
         if (r != S_OK)
             return r;
@@ -53,7 +54,7 @@ PlugInResult ChunkyFile::WalkChunks(bool keep, ChunkVisitor const& visit)
         if (got != 8)
             return keepTheRest();
         ChunkId id;
-        std::uint32_t size;
+        u32 size;
         std::memcpy(&id, header, 4);
         std::memcpy(&size, header + 4, 4);
 
@@ -68,7 +69,7 @@ PlugInResult ChunkyFile::WalkChunks(bool keep, ChunkVisitor const& visit)
         // A corrupt chunk ends the file for the walk; what came before stands.
         if (chunk->GetKind() == Chunk::kCorrupt)
             return keepTheRest();
-        std::int64_t tell = 0;
+        i64 tell = 0;
         r = mFile->GetPosition(&tell);
         if (r != S_OK)
             return r;
@@ -80,7 +81,7 @@ PlugInResult ChunkyFile::WalkChunks(bool keep, ChunkVisitor const& visit)
             // A further chunk of the stream's facts or of its audio overrides
             // the one before, which becomes bytes kept as they are: a rewrite
             // writes the facts once, and there is one audio chunk to grow.
-            std::int32_t const kind = chunk->GetKind();
+            i32 const kind = chunk->GetKind();
             if (kind == Chunk::kAudioData || kind == Chunk::kFmt || kind == Chunk::kComm)
                 for (auto& earlier : mChunks)
                     if (earlier->GetKind() == kind)
@@ -97,15 +98,15 @@ PlugInResult ChunkyFile::WalkChunks(bool keep, ChunkVisitor const& visit)
     return S_OK;
 }
 
-bool ChunkyFile::PlausibleHeaderAt(std::int64_t pos, std::int64_t fileEOF)
+bool ChunkyFile::PlausibleHeaderAt(i64 pos, i64 fileEOF)
 {
     if (pos + 8 > fileEOF)
         return false;
-    std::int64_t saved = 0;
+    i64 saved = 0;
     if (mFile->GetPosition(&saved) != S_OK || mFile->SetPosition(0, pos) != S_OK)
         return false;
     unsigned char header[8];
-    std::int64_t got = 8;
+    i64 got = 8;
     bool const read = mFile->Read(header, &got) == S_OK && got == 8;
     mFile->SetPosition(0, saved);
     if (!read)
@@ -113,12 +114,12 @@ bool ChunkyFile::PlausibleHeaderAt(std::int64_t pos, std::int64_t fileEOF)
     for (int i = 0; i < 4; ++i)
         if (header[i] < 0x20 || header[i] > 0x7E)
             return false;
-    std::uint32_t size;
+    u32 size;
     std::memcpy(&size, header + 4, 4);
-    return pos + 8 + static_cast<std::int64_t>(Swap32(size)) <= fileEOF;
+    return pos + 8 + static_cast<i64>(Swap32(size)) <= fileEOF;
 }
 
-std::int64_t ChunkyFile::ChunkEnd(std::int64_t bodyEnd, std::int64_t fileEOF)
+i64 ChunkyFile::ChunkEnd(i64 bodyEnd, i64 fileEOF)
 {
     if ((bodyEnd & 1) == 0 || bodyEnd >= fileEOF)
         return bodyEnd;
@@ -129,9 +130,9 @@ std::int64_t ChunkyFile::ChunkEnd(std::int64_t bodyEnd, std::int64_t fileEOF)
     return bodyEnd + 1;
 }
 
-std::int64_t ChunkyFile::AudioBodySize(std::int64_t size, std::int64_t body, std::int64_t fileEOF)
+i64 ChunkyFile::AudioBodySize(i64 size, i64 body, i64 fileEOF)
 {
-    std::int64_t const there = fileEOF > body ? fileEOF - body : 0;
+    i64 const there = fileEOF > body ? fileEOF - body : 0;
     if (size == 0xFFFFFFFF && mLongAudioSize >= 0)
         size = mLongAudioSize;
     // A size of 0 with bytes behind it that are no chunk is a header that
@@ -144,14 +145,14 @@ std::int64_t ChunkyFile::AudioBodySize(std::int64_t size, std::int64_t body, std
     return there;
 }
 
-std::uint32_t ChunkyFile::SizeField(Chunk&, std::int64_t size)
+u32 ChunkyFile::SizeField(Chunk&, i64 size)
 {
-    return size > 0xFFFFFFFF ? 0xFFFFFFFFu : static_cast<std::uint32_t>(size);
+    return size > 0xFFFFFFFF ? 0xFFFFFFFFu : static_cast<u32>(size);
 }
 
-std::int64_t ChunkyFile::GetFormSize()
+i64 ChunkyFile::GetFormSize()
 {
-    std::int64_t behind = 0;
+    i64 behind = 0;
     for (ChunkList* list : {&mNewChunks, &mChunks})
         for (auto it = list->rbegin(); it != list->rend() && (*it)->IsTrailing(); ++it)
             behind += (*it)->GetTotalSize(0);
@@ -166,11 +167,11 @@ PlugInResult ChunkyFile::DoOpen()
     mAudioBytes = -1;
     mLittleEndianAudio.reset();
     mFactsTwice = false;
-    PlugInResult const r = WalkChunks(true, [](Chunk& chunk, ChunkId id, std::int64_t size, std::int64_t pos,
-                                               std::int64_t eof) { return chunk.ReadChunk(id, size, pos, eof); });
+    PlugInResult const r = WalkChunks(true, [](Chunk& chunk, ChunkId id, i64 size, i64 pos, i64 eof)
+                                      { return chunk.ReadChunk(id, size, pos, eof); });
     // The frames are those the audio chunk holds in full, whatever a header
     // claims: a count beyond them would read past the audio.
-    std::int64_t const frameSize = FrameSize();
+    i64 const frameSize = FrameSize();
     if (r == S_OK && mAudioBytes >= 0 && frameSize > 0 && (GetValidMask() & kValidNumSamples) &&
         (IsHeaderIncomplete() || NumSamples() > mAudioBytes / frameSize))
     {
@@ -185,9 +186,9 @@ PlugInResult ChunkyFile::DoOpen()
     return r;
 }
 
-std::int64_t ChunkyFile::GetTotalFileSize()
+i64 ChunkyFile::GetTotalFileSize()
 {
-    std::int64_t sum = 0;
+    i64 sum = 0;
     for (auto& c : mChunks)
         sum += c->GetTotalSize(0);
     for (auto& c : mNewChunks)
@@ -195,7 +196,7 @@ std::int64_t ChunkyFile::GetTotalFileSize()
     return sum;
 }
 
-bool ChunkyFile::HasKind(ChunkList const& list, std::int32_t kind)
+bool ChunkyFile::HasKind(ChunkList const& list, i32 kind)
 {
     for (auto const& c : list)
         if (c->GetKind() == kind)
@@ -216,7 +217,7 @@ PlugInResult ChunkyFile::DoFormat()
         return r;
     // Only the audio chunk is written now, so that samples can follow at
     // once; the first flush writes the rest around it.
-    std::int64_t sum = 0;
+    i64 sum = 0;
     for (auto& c : mNewChunks)
     {
         if (c->GetKind() == Chunk::kAudioData)
@@ -231,7 +232,7 @@ PlugInResult ChunkyFile::DoFormat()
     return E_UNEXPECTED;
 }
 
-PlugInResult ChunkyFile::DoSetNumSamples(std::int64_t frames)
+PlugInResult ChunkyFile::DoSetNumSamples(i64 frames)
 {
     // A shortened file is a new piece of media.
     if (frames < mCommittedSamples)
@@ -269,7 +270,7 @@ PlugInResult ChunkyFile::BeforeAudioGrows()
 {
     // Chunks behind the audio keep their bytes in memory while the audio
     // grows over their place.
-    std::int64_t pos = 0;
+    i64 pos = 0;
     bool behind = false;
     for (auto& c : mChunks)
     {
@@ -294,18 +295,18 @@ PlugInResult ChunkyFile::DoFlush()
     // Nor is a file that does not begin with its form's header.
     if (mFactsTwice || (!mChunks.empty() && mChunks.front()->GetKind() != Chunk::kFileHeader))
         return kAudioFile_Unimplemented;
-    std::int64_t sum = 0;
+    i64 sum = 0;
     for (auto& c : mChunks)
         sum += c->GetFileSize();
 
     // Each chunk that changed size moves everything behind it, in place.
-    std::int64_t pos = 0;
+    i64 pos = 0;
     for (auto it = mChunks.begin(); it != mChunks.end();)
     {
         Chunk& c = **it;
         bool const discard = c.ShouldDiscard();
-        std::int64_t const fileSize = c.GetFileSize();
-        std::int64_t const delta = discard ? -fileSize : c.GetTotalSize(0) - fileSize;
+        i64 const fileSize = c.GetFileSize();
+        i64 const delta = discard ? -fileSize : c.GetTotalSize(0) - fileSize;
         // A failed move is reported: the chunks written below would land on
         // bytes that are not where they should be.
         PlugInResult const moved = MoveBytes(pos + fileSize, sum - (pos + fileSize), delta);
@@ -355,7 +356,7 @@ PlugInResult ChunkyFile::DoFlush()
         r = c->WriteChunk(pos);
         if (r != S_OK)
             return r;
-        std::int64_t tell = 0;
+        i64 tell = 0;
         r = mFile->GetPosition(&tell);
         if (r != S_OK)
             return r;
@@ -366,31 +367,31 @@ PlugInResult ChunkyFile::DoFlush()
     return mFile->SetEOF(GetTotalFileSize());
 }
 
-PlugInResult ChunkyFile::MoveBytes(std::int64_t start, std::int64_t length, std::int64_t delta)
+PlugInResult ChunkyFile::MoveBytes(i64 start, i64 length, i64 delta)
 {
     if (delta == 0)
         return S_OK;
-    std::int64_t saved = 0;
+    i64 saved = 0;
     PlugInResult r = mFile->GetPosition(&saved);
     if (r != S_OK)
         return r;
     // Only the bytes the file holds move: an audio chunk of an unfinished
     // file may be counted a pad byte longer than it is.
-    std::int64_t eof = 0;
+    i64 eof = 0;
     r = mFile->GetEOF(&eof);
     if (r != S_OK)
         return r;
     if (start + length > eof)
         length = eof > start ? eof - start : 0;
 
-    constexpr std::int64_t kBlock = 0x8000;
+    constexpr i64 kBlock = 0x8000;
     char buffer[kBlock];
-    auto copy = [&](std::int64_t from, std::int64_t count) -> PlugInResult
+    auto copy = [&](i64 from, i64 count) -> PlugInResult
     {
         PlugInResult rr = mFile->SetPosition(0, from);
         if (rr != S_OK)
             return rr;
-        std::int64_t got = count;
+        i64 got = count;
         rr = mFile->Read(buffer, &got);
         if (rr != S_OK)
             return rr;
@@ -399,7 +400,7 @@ PlugInResult ChunkyFile::MoveBytes(std::int64_t start, std::int64_t length, std:
         rr = mFile->SetPosition(0, from + delta);
         if (rr != S_OK)
             return rr;
-        std::int64_t put = count;
+        i64 put = count;
         rr = mFile->Write(buffer, &put);
         if (rr != S_OK)
             return rr;
@@ -411,9 +412,9 @@ PlugInResult ChunkyFile::MoveBytes(std::int64_t start, std::int64_t length, std:
     if (delta < 0)
     {
         // Towards the start: copy from the head so that overlaps survive.
-        for (std::int64_t source = start, remaining = length; remaining > 0 && r == S_OK;)
+        for (i64 source = start, remaining = length; remaining > 0 && r == S_OK;)
         {
-            std::int64_t const block = remaining < kBlock ? remaining : kBlock;
+            i64 const block = remaining < kBlock ? remaining : kBlock;
             r = copy(source, block);
             source += block;
             remaining -= block;
@@ -422,9 +423,9 @@ PlugInResult ChunkyFile::MoveBytes(std::int64_t start, std::int64_t length, std:
     else
     {
         // Towards the end: copy from the tail.
-        for (std::int64_t cursor = start + length, remaining = length; remaining > 0 && r == S_OK;)
+        for (i64 cursor = start + length, remaining = length; remaining > 0 && r == S_OK;)
         {
-            std::int64_t const block = remaining < kBlock ? remaining : kBlock;
+            i64 const block = remaining < kBlock ? remaining : kBlock;
             cursor -= block;
             r = copy(cursor, block);
             remaining -= block;
@@ -437,7 +438,7 @@ PlugInResult ChunkyFile::MoveBytes(std::int64_t start, std::int64_t length, std:
 PlugInResult ChunkyFile::PrintFile(std::ostream& out)
 {
     return WalkChunks(false,
-                      [&](Chunk& chunk, ChunkId, std::uint32_t, std::int64_t pos, std::int64_t eof)
+                      [&](Chunk& chunk, ChunkId, u32, i64 pos, i64 eof)
                       {
                           PlugInResult r = mFile->SetPosition(0, pos);
                           return r == S_OK ? chunk.PrintChunk(out, pos, eof) : r;

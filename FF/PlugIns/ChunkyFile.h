@@ -3,6 +3,7 @@
 // offset; metadata lives in the handler's cached values.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/Chunk.h"
 #include "FF/PlugIns/PlugIn.h"
 
@@ -22,7 +23,7 @@ public:
     PlugInResult DoOpen() override;
     PlugInResult DoFormat() override;
     PlugInResult DoFlush() override;
-    PlugInResult DoSetNumSamples(std::int64_t frames) override;
+    PlugInResult DoSetNumSamples(i64 frames) override;
     PlugInResult PrintFile(std::ostream& out) override;
     PlugInResult StampWithUmid() override;
     // Chunks behind the audio keep their bytes in memory before samples
@@ -51,43 +52,43 @@ public:
     std::unique_ptr<Chunk> CreateCommonChunk(ChunkId id);
     virtual void CreateDefaultChunks(ChunkList& list) = 0;
     // Bytes between the start of the audio chunk and its first audio byte.
-    virtual std::int32_t DataChunkHeaderSize() = 0;
+    virtual i32 DataChunkHeaderSize() = 0;
 
     // Where the next chunk starts behind a body that ends at `bodyEnd`: the
     // size rounded up to even, as the formats pad odd bodies. A writer that
     // forgot the pad is recognised by a plausible chunk header at the odd
     // position where the even one has none.
-    std::int64_t ChunkEnd(std::int64_t bodyEnd, std::int64_t fileEOF);
+    i64 ChunkEnd(i64 bodyEnd, i64 fileEOF);
     // The bytes of an audio chunk whose header says `size`, with its body at
     // `body`: a size of 0 or 0xFFFFFFFF, or one that runs past the end, is a
     // header that was never finished (a recorder that stopped, a file written
     // to a pipe, a copy cut short), and the audio runs to the end of the file.
-    std::int64_t AudioBodySize(std::int64_t size, std::int64_t body, std::int64_t fileEOF);
+    i64 AudioBodySize(i64 size, i64 body, i64 fileEOF);
     // The bytes of audio proper that the parse found in the audio chunk.
-    void SetAudioBytes(std::int64_t bytes) { mAudioBytes = bytes; }
+    void SetAudioBytes(i64 bytes) { mAudioBytes = bytes; }
     // Audio bytes in the other order than the chunks' numbers (AIFF-C 'sowt').
     void SetLittleEndianAudio(bool little) { mLittleEndianAudio = little; }
     bool IsLittleEndianAudio() override { return mLittleEndianAudio.value_or(!IsBigEndian()); }
     // The audio chunk's size as a 'ds64' chunk gives it, -1 while none did.
-    void SetLongAudioSize(std::int64_t size) { mLongAudioSize = size; }
+    void SetLongAudioSize(i64 size) { mLongAudioSize = size; }
     // The value of a chunk's size field for a body of `size` bytes.
-    virtual std::uint32_t SizeField(Chunk& chunk, std::int64_t size);
+    virtual u32 SizeField(Chunk& chunk, i64 size);
     // The bytes of the form: the file without what stands behind it.
-    std::int64_t GetFormSize();
+    i64 GetFormSize();
 
     ChunkList const& GetChunks() const { return mChunks; }
     ChunkList const& GetNewChunks() const { return mNewChunks; }
     // The sum of the total sizes of both lists: what the file's length must be.
-    std::int64_t GetTotalFileSize();
+    i64 GetTotalFileSize();
     // Moves `length` bytes at `start` by `delta` in place, no further than
     // the end of the file. The position is restored at the end; a failed
     // copy is the answer.
-    PlugInResult MoveBytes(std::int64_t start, std::int64_t length, std::int64_t delta);
+    PlugInResult MoveBytes(i64 start, i64 length, i64 delta);
 
     // Swaps of on-disk numbers: they act only for a big-endian format.
-    std::uint16_t Swap16(std::uint16_t v) { return IsBigEndian() ? __builtin_bswap16(v) : v; }
-    std::uint32_t Swap32(std::uint32_t v) { return IsBigEndian() ? __builtin_bswap32(v) : v; }
-    std::uint64_t Swap64(std::uint64_t v) { return IsBigEndian() ? __builtin_bswap64(v) : v; }
+    u16 Swap16(u16 v) { return IsBigEndian() ? __builtin_bswap16(v) : v; }
+    u32 Swap32(u32 v) { return IsBigEndian() ? __builtin_bswap32(v) : v; }
+    u64 Swap64(u64 v) { return IsBigEndian() ? __builtin_bswap64(v) : v; }
 
 protected:
     ChunkyFile() = default;
@@ -95,8 +96,7 @@ protected:
 
     // Handles the chunk at `pos` (the file stands behind its header) and
     // leaves the file behind it.
-    using ChunkVisitor = std::function<PlugInResult(Chunk& chunk, ChunkId id, std::int64_t size, std::int64_t pos,
-                                                    std::int64_t fileEOF)>;
+    using ChunkVisitor = std::function<PlugInResult(Chunk& chunk, ChunkId id, i64 size, i64 pos, i64 fileEOF)>;
     // Walks the chunks from the start of the file: to its end, a header cut
     // short, a corrupt chunk, a chunk that does not move the walk forward, or
     // kMaxChunks chunks. With `keep` the chunks go to `mChunks`, and whatever
@@ -112,17 +112,17 @@ protected:
     PlugInResult AddIdentityChunks(ChunkList& list, bool inFrontOfOmfi, bool newModificationRecord);
 
     // True if the list holds a chunk of that kind.
-    static bool HasKind(ChunkList const& list, std::int32_t kind);
+    static bool HasKind(ChunkList const& list, i32 kind);
 
     // True if a plausible chunk header stands at `pos`; the file position is
     // kept.
-    bool PlausibleHeaderAt(std::int64_t pos, std::int64_t fileEOF);
+    bool PlausibleHeaderAt(i64 pos, i64 fileEOF);
 
-    std::int64_t mLongAudioSize = -1;
+    i64 mLongAudioSize = -1;
     bool mFactsTwice = false;
     std::optional<bool> mLittleEndianAudio;
     // Body bytes of the audio chunk as the parse found them, -1 for none.
-    std::int64_t mAudioBytes = -1;
+    i64 mAudioBytes = -1;
     ChunkList mChunks;    // on disk, in file order
     ChunkList mNewChunks; // to be written behind them at the next flush
 };

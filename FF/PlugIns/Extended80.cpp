@@ -1,4 +1,5 @@
 #include "FF/PlugIns/Extended80.h"
+#include "Cmn/Cmn_Types.h"
 
 #include <bit>
 #include <cstdint>
@@ -9,17 +10,17 @@ constexpr int kBias80 = 16383;
 constexpr int kBias64 = 1023;
 constexpr int kMaxExponent80 = 0x7FFF;
 constexpr int kMaxExponent64 = 0x7FF;
-constexpr std::uint64_t kIntegerBit = std::uint64_t{1} << 63;
-constexpr std::uint64_t kFractionMask64 = (std::uint64_t{1} << 52) - 1;
+constexpr u64 kIntegerBit = u64{1} << 63;
+constexpr u64 kFractionMask64 = (u64{1} << 52) - 1;
 
 // `value` shifted right by `shift` (1 to 64), rounded to nearest, ties to even.
-std::uint64_t ShiftRightRounded(std::uint64_t value, int shift)
+u64 ShiftRightRounded(u64 value, int shift)
 {
     if (shift > 64)
         return 0; // less than half of the smallest step
-    std::uint64_t const kept = shift == 64 ? 0 : value >> shift;
-    std::uint64_t const rest = shift == 64 ? value : value & ((std::uint64_t{1} << shift) - 1);
-    std::uint64_t const half = std::uint64_t{1} << (shift - 1);
+    u64 const kept = shift == 64 ? 0 : value >> shift;
+    u64 const rest = shift == 64 ? value : value & ((u64{1} << shift) - 1);
+    u64 const half = u64{1} << (shift - 1);
     if (rest > half || (rest == half && (kept & 1)))
         return kept + 1;
     return kept;
@@ -28,16 +29,16 @@ std::uint64_t ShiftRightRounded(std::uint64_t value, int shift)
 
 double x80tod(unsigned char const* bytes)
 {
-    std::uint64_t const sign = static_cast<std::uint64_t>(bytes[0] >> 7) << 63;
+    u64 const sign = static_cast<u64>(bytes[0] >> 7) << 63;
     int const exponent = ((bytes[0] & 0x7F) << 8) | bytes[1];
-    std::uint64_t mantissa = 0;
+    u64 mantissa = 0;
     for (int i = 2; i < 10; ++i)
         mantissa = (mantissa << 8) | bytes[i];
 
     if (exponent == kMaxExponent80)
     {
         // Infinity has a zero fraction; the integer bit does not count.
-        std::uint64_t const bits = (mantissa & ~kIntegerBit) == 0 ? 0x7FF0000000000000ull : 0x7FF8000000000000ull;
+        u64 const bits = (mantissa & ~kIntegerBit) == 0 ? 0x7FF0000000000000ull : 0x7FF8000000000000ull;
         return std::bit_cast<double>(sign | bits);
     }
     if (mantissa == 0)
@@ -56,8 +57,8 @@ double x80tod(unsigned char const* bytes)
     {
         // 53 significant bits with the hidden one; a carry out of rounding
         // runs into the exponent field, and from the largest into infinity.
-        std::uint64_t const significand = ShiftRightRounded(mantissa, 11);
-        return std::bit_cast<double>(sign | ((static_cast<std::uint64_t>(biased - 1) << 52) + significand));
+        u64 const significand = ShiftRightRounded(mantissa, 11);
+        return std::bit_cast<double>(sign | ((static_cast<u64>(biased - 1) << 52) + significand));
     }
     // A double denormal: fraction * 2^-1074. Rounding up to 2^52 gives the
     // smallest normal, whose bits are the same number.
@@ -66,18 +67,18 @@ double x80tod(unsigned char const* bytes)
 
 void dtox80(double const* value, unsigned char* bytes)
 {
-    std::uint64_t const bits = std::bit_cast<std::uint64_t>(*value);
+    u64 const bits = std::bit_cast<u64>(*value);
     unsigned const sign = static_cast<unsigned>(bits >> 63);
     int const biased = static_cast<int>((bits >> 52) & kMaxExponent64);
-    std::uint64_t const fraction = bits & kFractionMask64;
+    u64 const fraction = bits & kFractionMask64;
 
     int exponent = 0;
-    std::uint64_t mantissa = 0;
+    u64 mantissa = 0;
     if (biased == kMaxExponent64)
     {
         exponent = kMaxExponent80;
         // A NaN stays a quiet NaN with its payload.
-        mantissa = fraction == 0 ? kIntegerBit : kIntegerBit | (std::uint64_t{1} << 62) | (fraction << 11);
+        mantissa = fraction == 0 ? kIntegerBit : kIntegerBit | (u64{1} << 62) | (fraction << 11);
     }
     else if (biased == 0 && fraction == 0)
     {

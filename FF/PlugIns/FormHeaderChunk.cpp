@@ -1,4 +1,5 @@
 #include "FF/PlugIns/FormHeaderChunk.h"
+#include "Cmn/Cmn_Types.h"
 
 #include "FF/PlugIns/ChunkyFile.h"
 
@@ -9,19 +10,19 @@ FormHeaderChunk::FormHeaderChunk(ChunkyFile* owner, ChunkId headerId, ChunkId fo
 {
 }
 
-PlugInResult FormHeaderChunk::Read(std::int64_t, std::int64_t)
+PlugInResult FormHeaderChunk::Read(i64, i64)
 {
     ChunkId form = 0;
     PlugInResult const r = ReadExact(&form, 4);
     return r == S_OK && form == mFormType ? S_OK : kAudioFile_BadParameter;
 }
 
-PlugInResult FormHeaderChunk::Write(std::int64_t, std::int64_t)
+PlugInResult FormHeaderChunk::Write(i64, i64)
 {
     return WriteExact(&mFormType, 4);
 }
 
-PlugInResult FormHeaderChunk::Print(std::ostream& out, std::int64_t, std::int64_t)
+PlugInResult FormHeaderChunk::Print(std::ostream& out, i64, i64)
 {
     ChunkId form = 0;
     PlugInResult const r = ReadExact(&form, 4);
@@ -31,7 +32,7 @@ PlugInResult FormHeaderChunk::Print(std::ostream& out, std::int64_t, std::int64_
     return S_OK;
 }
 
-std::int64_t FormHeaderChunk::GetSize(std::int32_t nominal)
+i64 FormHeaderChunk::GetSize(i32 nominal)
 {
     // The nominal 0 case must not ask for the total: that sum asks here.
     if (nominal == 0)

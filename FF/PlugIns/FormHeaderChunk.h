@@ -3,6 +3,7 @@
 // children. Its size covers the whole file.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/Chunk.h"
 
 class FormHeaderChunk : public Chunk
@@ -11,10 +12,10 @@ public:
     bool IsObsolete() override { return false; }
     // A header without this form type, or too short to hold one, refuses
     // the file: it belongs to another handler or to none.
-    PlugInResult Read(std::int64_t size, std::int64_t bodyPosition) override;
-    PlugInResult Write(std::int64_t size, std::int64_t bodyPosition) override;
-    PlugInResult Print(std::ostream& out, std::int64_t size, std::int64_t bodyPosition) override;
-    std::int64_t GetSize(std::int32_t nominal) override;
+    PlugInResult Read(i64 size, i64 bodyPosition) override;
+    PlugInResult Write(i64 size, i64 bodyPosition) override;
+    PlugInResult Print(std::ostream& out, i64 size, i64 bodyPosition) override;
+    i64 GetSize(i32 nominal) override;
 
 protected:
     FormHeaderChunk(ChunkyFile* owner, ChunkId headerId, ChunkId formType);

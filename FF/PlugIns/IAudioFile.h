@@ -1,6 +1,7 @@
 // Lifecycle of a handler: attach a file, lay out a new one, parse, write back, print.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/IUnknown.h"
 #include <cstdint>
 #include <iosfwd>
@@ -11,8 +12,7 @@ class IAudioFile : public IUnknown
 {
 public:
     virtual PlugInResult SetFile(IFile* file) = 0;
-    virtual PlugInResult Format(std::uint16_t channels, std::int32_t samplesPerSec, std::uint16_t bitsPerSample,
-                                std::int64_t numSamples) = 0;
+    virtual PlugInResult Format(u16 channels, i32 samplesPerSec, u16 bitsPerSample, i64 numSamples) = 0;
     virtual PlugInResult Open() = 0;
     virtual PlugInResult Flush() = 0;
     virtual PlugInResult PrintFile(std::ostream& out) = 0;

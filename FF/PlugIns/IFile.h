@@ -1,6 +1,7 @@
 // The handler's only way to the disk: a view of the open Sys_File.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/IUnknown.h"
 #include <cstdint>
 
@@ -9,14 +10,14 @@ class Sys_FileImpl;
 class IFile : public IUnknown
 {
 public:
-    virtual PlugInResult SetEOF(std::int64_t size) = 0;
-    virtual PlugInResult GetEOF(std::int64_t* size) = 0;
+    virtual PlugInResult SetEOF(i64 size) = 0;
+    virtual PlugInResult GetEOF(i64* size) = 0;
     // from: 0 counts from the start, 1 from the current position.
-    virtual PlugInResult SetPosition(std::int32_t from, std::int64_t offset) = 0;
-    virtual PlugInResult GetPosition(std::int64_t* position) = 0;
+    virtual PlugInResult SetPosition(i32 from, i64 offset) = 0;
+    virtual PlugInResult GetPosition(i64* position) = 0;
     // count: bytes asked for in, bytes transferred out.
-    virtual PlugInResult Read(void* buffer, std::int64_t* count) = 0;
-    virtual PlugInResult Write(void* buffer, std::int64_t* count) = 0;
+    virtual PlugInResult Read(void* buffer, i64* count) = 0;
+    virtual PlugInResult Write(void* buffer, i64* count) = 0;
     virtual PlugInResult GetImpl(Sys_FileImpl** impl) = 0;
 
 protected:

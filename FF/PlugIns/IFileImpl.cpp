@@ -1,4 +1,5 @@
 #include "FF/PlugIns/IFileImpl.h"
+#include "Cmn/Cmn_Types.h"
 
 #include "Cmn/Cmn_Exception.h"
 #include "Sys/Sys_File.h"
@@ -20,19 +21,19 @@ PlugInResult IFileImpl::QueryInterface(PlugInGuid const& iid, void** object)
     return S_OK;
 }
 
-std::uint32_t IFileImpl::AddRef()
+u32 IFileImpl::AddRef()
 {
-    return static_cast<std::uint32_t>(++mRefCount);
+    return static_cast<u32>(++mRefCount);
 }
 
-std::uint32_t IFileImpl::Release()
+u32 IFileImpl::Release()
 {
     if (--mRefCount == 0)
     {
         delete this;
         return 0;
     }
-    return static_cast<std::uint32_t>(mRefCount);
+    return static_cast<u32>(mRefCount);
 }
 
 template <class F> PlugInResult IFileImpl::Guarded(F&& f)
@@ -46,7 +47,7 @@ template <class F> PlugInResult IFileImpl::Guarded(F&& f)
     }
     catch (Cmn_TypedException<Sys_OSErrData> const& e)
     {
-        std::int32_t const err = e.GetData().GetErr();
+        i32 const err = e.GetData().GetErr();
         return err == 0 ? S_OK : PlugInResultFromOSError(err);
     }
     catch (...)
@@ -55,32 +56,32 @@ template <class F> PlugInResult IFileImpl::Guarded(F&& f)
     }
 }
 
-PlugInResult IFileImpl::SetEOF(std::int64_t size)
+PlugInResult IFileImpl::SetEOF(i64 size)
 {
     return Guarded([&] { mFile->SetEOF(size); });
 }
 
-PlugInResult IFileImpl::GetEOF(std::int64_t* size)
+PlugInResult IFileImpl::GetEOF(i64* size)
 {
     return Guarded([&] { *size = mFile->GetEOF(); });
 }
 
-PlugInResult IFileImpl::SetPosition(std::int32_t from, std::int64_t offset)
+PlugInResult IFileImpl::SetPosition(i32 from, i64 offset)
 {
     return Guarded([&] { mFile->SetPosition(static_cast<Sys_File::EOffsetFrom>(from), offset); });
 }
 
-PlugInResult IFileImpl::GetPosition(std::int64_t* position)
+PlugInResult IFileImpl::GetPosition(i64* position)
 {
     return Guarded([&] { *position = mFile->GetPosition(); });
 }
 
-PlugInResult IFileImpl::Read(void* buffer, std::int64_t* count)
+PlugInResult IFileImpl::Read(void* buffer, i64* count)
 {
     return Guarded([&] { *count = mFile->Read(buffer, *count); });
 }
 
-PlugInResult IFileImpl::Write(void* buffer, std::int64_t* count)
+PlugInResult IFileImpl::Write(void* buffer, i64* count)
 {
     return Guarded([&] { *count = mFile->Write(buffer, *count); });
 }

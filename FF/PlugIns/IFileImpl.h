@@ -3,6 +3,7 @@
 // since nothing may be thrown across the plug-in interfaces.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/IFile.h"
 
 class Sys_File;
@@ -14,15 +15,15 @@ public:
     static IFileImpl* Create(Sys_File* file);
 
     PlugInResult QueryInterface(PlugInGuid const& iid, void** object) override;
-    std::uint32_t AddRef() override;
-    std::uint32_t Release() override;
+    u32 AddRef() override;
+    u32 Release() override;
 
-    PlugInResult SetEOF(std::int64_t size) override;
-    PlugInResult GetEOF(std::int64_t* size) override;
-    PlugInResult SetPosition(std::int32_t from, std::int64_t offset) override;
-    PlugInResult GetPosition(std::int64_t* position) override;
-    PlugInResult Read(void* buffer, std::int64_t* count) override;
-    PlugInResult Write(void* buffer, std::int64_t* count) override;
+    PlugInResult SetEOF(i64 size) override;
+    PlugInResult GetEOF(i64* size) override;
+    PlugInResult SetPosition(i32 from, i64 offset) override;
+    PlugInResult GetPosition(i64* position) override;
+    PlugInResult Read(void* buffer, i64* count) override;
+    PlugInResult Write(void* buffer, i64* count) override;
     PlugInResult GetImpl(Sys_FileImpl** impl) override;
 
 private:
@@ -32,5 +33,5 @@ private:
     template <class F> PlugInResult Guarded(F&& f);
 
     Sys_File* mFile;
-    std::int32_t mRefCount = 0;
+    i32 mRefCount = 0;
 };

@@ -2,6 +2,7 @@
 // region editing and waveform overviews.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/IUnknown.h"
 #include <cstdint>
 
@@ -10,16 +11,14 @@ struct PlugInRegion;
 class INativeAudioFile : public IUnknown
 {
 public:
-    virtual PlugInResult SampleToOffset(std::int64_t sample, std::int64_t* byteOffset) = 0;
-    virtual PlugInResult OffsetToSample(std::int64_t byteOffset, std::int64_t* sample) = 0;
-    virtual PlugInResult SetNumSamples(std::int64_t frames) = 0;
+    virtual PlugInResult SampleToOffset(i64 sample, i64* byteOffset) = 0;
+    virtual PlugInResult OffsetToSample(i64 byteOffset, i64* sample) = 0;
+    virtual PlugInResult SetNumSamples(i64 frames) = 0;
     virtual PlugInResult AddRegion(PlugInRegion* region) = 0;
-    virtual PlugInResult RemoveRegion(std::uint8_t const* umid) = 0;
-    virtual PlugInResult HasOverview(std::int32_t samplesPerInterval, std::int32_t bitsPerInterval) = 0;
-    virtual PlugInResult GetOverview(char*** data, std::int32_t samplesPerInterval, std::int32_t bitsPerInterval,
-                                     std::int32_t* numIntervals) = 0;
-    virtual PlugInResult SetOverview(char** data, std::int32_t samplesPerInterval, std::int32_t bitsPerInterval,
-                                     std::int32_t numIntervals) = 0;
+    virtual PlugInResult RemoveRegion(u8 const* umid) = 0;
+    virtual PlugInResult HasOverview(i32 samplesPerInterval, i32 bitsPerInterval) = 0;
+    virtual PlugInResult GetOverview(char*** data, i32 samplesPerInterval, i32 bitsPerInterval, i32* numIntervals) = 0;
+    virtual PlugInResult SetOverview(char** data, i32 samplesPerInterval, i32 bitsPerInterval, i32 numIntervals) = 0;
 
 protected:
     ~INativeAudioFile() = default;

@@ -1,6 +1,7 @@
 // Identity and reference count, the first three slots of every plug-in interface.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/PlugInGuid.h"
 #include "FF/PlugIns/PlugInResult.h"
 
@@ -8,8 +9,8 @@ class IUnknown
 {
 public:
     virtual PlugInResult QueryInterface(PlugInGuid const& iid, void** object) = 0;
-    virtual std::uint32_t AddRef() = 0;
-    virtual std::uint32_t Release() = 0;
+    virtual u32 AddRef() = 0;
+    virtual u32 Release() = 0;
 
 protected:
     ~IUnknown() = default; // lifetime goes through Release

@@ -1,4 +1,5 @@
 #include "FF/PlugIns/PadChunk.h"
+#include "Cmn/Cmn_Types.h"
 
 #include "FF/PlugIns/ChunkyFile.h"
 #include "FF/PlugIns/IFile.h"
@@ -24,7 +25,7 @@ PadChunk::PadChunk(ChunkyFile* owner) : Chunk(owner, kChunkId_Elmo, kPad)
                 volume.IsMounted() ? volume.GetVolumeType() : Sys_Volume::kVolumeTypeNone;
             if (type == Sys_Volume::kVolumeTypeFixed || type == Sys_Volume::kVolumeTypeRemovable)
             {
-                std::int32_t const bytes = volume.GetBytesPerSector();
+                i32 const bytes = volume.GetBytesPerSector();
                 if (bytes > 0)
                     mSectorSize = bytes;
             }
@@ -36,26 +37,26 @@ PadChunk::PadChunk(ChunkyFile* owner) : Chunk(owner, kChunkId_Elmo, kPad)
     }
 }
 
-PlugInResult PadChunk::Read(std::int64_t size, std::int64_t)
+PlugInResult PadChunk::Read(i64 size, i64)
 {
     return Skip(size);
 }
 
-PlugInResult PadChunk::Write(std::int64_t size, std::int64_t)
+PlugInResult PadChunk::Write(i64 size, i64)
 {
     return Skip(size);
 }
 
-PlugInResult PadChunk::Print(std::ostream& out, std::int64_t size, std::int64_t)
+PlugInResult PadChunk::Print(std::ostream& out, i64 size, i64)
 {
     out << "\t** Padding to sector boundary **\n";
     return Skip(size);
 }
 
-std::int64_t PadChunk::GetSize(std::int32_t)
+i64 PadChunk::GetSize(i32)
 {
     // Everything in front of the first pad, on disk and then new.
-    std::int64_t sum = 0;
+    i64 sum = 0;
     bool reached = false;
     for (auto const& c : mOwner->GetChunks())
     {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/Chunk.h"
 
 // 'Elmo': padding that puts the first audio byte on a sector boundary of
@@ -10,13 +11,13 @@ class PadChunk : public Chunk
 public:
     explicit PadChunk(ChunkyFile* owner);
     bool IsObsolete() override { return false; }
-    PlugInResult Read(std::int64_t size, std::int64_t bodyPosition) override;
-    PlugInResult Write(std::int64_t size, std::int64_t bodyPosition) override;
-    PlugInResult Print(std::ostream& out, std::int64_t size, std::int64_t bodyPosition) override;
-    std::int64_t GetSize(std::int32_t nominal) override;
+    PlugInResult Read(i64 size, i64 bodyPosition) override;
+    PlugInResult Write(i64 size, i64 bodyPosition) override;
+    PlugInResult Print(std::ostream& out, i64 size, i64 bodyPosition) override;
+    i64 GetSize(i32 nominal) override;
 
-    std::int32_t GetSectorSize() const { return mSectorSize; }
+    i32 GetSectorSize() const { return mSectorSize; }
 
 private:
-    std::int32_t mSectorSize = 512;
+    i32 mSectorSize = 512;
 };

@@ -1,4 +1,5 @@
 #include "FF/PlugIns/PlugIn.h"
+#include "Cmn/Cmn_Types.h"
 
 #include "FF/PlugIns/IFile.h"
 #include "FF/PlugIns/RelocatableBlock.h"
@@ -15,10 +16,10 @@ constexpr char kDefaultStartTimeCode[] = "00:00:00:00";
 constexpr char kDefaultMasterMobName[] = "Test Master Mob Name";
 constexpr char kDefaultTapeMobName[] = "Test Tape Mob Name";
 
-bool SameOverview(PlugInOverview const& o, std::int32_t spi, std::int32_t bpi)
+bool SameOverview(PlugInOverview const& o, i32 spi, i32 bpi)
 {
-    return o.samplesPerInterval == static_cast<std::uint32_t>(spi) &&
-           o.bitsPerInterval == static_cast<std::uint32_t>(bpi) && o.channels == 1;
+    return o.samplesPerInterval == static_cast<u32>(spi) && o.bitsPerInterval == static_cast<u32>(bpi) &&
+           o.channels == 1;
 }
 
 } // namespace
@@ -76,40 +77,40 @@ void PlugIn::DisposeOverviews()
     mOverviews.clear();
 }
 
-std::uint64_t PlugIn::Now()
+u64 PlugIn::Now()
 {
     // File time units (100 ns since 1601), so that dates mean the same in
     // files written on any system.
-    return static_cast<std::uint64_t>(Sys_Utils::GetUTC());
+    return static_cast<u64>(Sys_Utils::GetUTC());
 }
 
-void PlugIn::SetChannels(std::uint16_t channels)
+void PlugIn::SetChannels(u16 channels)
 {
     mChannels = channels;
     mValidMask |= kValidChannels;
 }
-void PlugIn::SetSampleRate(std::int32_t rate)
+void PlugIn::SetSampleRate(i32 rate)
 {
     mSampleRate = rate;
     mValidMask |= kValidSampleRate;
 }
-void PlugIn::SetBitsPerSample(std::uint16_t bits)
+void PlugIn::SetBitsPerSample(u16 bits)
 {
     mBitsPerSample = bits;
     mValidMask |= kValidBitsPerSample;
 }
-void PlugIn::SetNumSamplesValue(std::int64_t frames)
+void PlugIn::SetNumSamplesValue(i64 frames)
 {
     mNumSamples = frames;
     mValidMask |= kValidNumSamples;
 }
-void PlugIn::SetDataOffset(std::int64_t offset)
+void PlugIn::SetDataOffset(i64 offset)
 {
     mDataOffset = offset;
     mValidMask |= kValidDataOffset;
 }
 
-void PlugIn::SetUmidBytes(std::uint8_t const* umid)
+void PlugIn::SetUmidBytes(u8 const* umid)
 {
     std::memcpy(mUmid, umid, sizeof mUmid);
     mValidMask |= kValidUmid;
@@ -166,19 +167,19 @@ PlugInResult PlugIn::QueryInterface(PlugInGuid const& iid, void** object)
     return S_OK;
 }
 
-std::uint32_t PlugIn::AddRef()
+u32 PlugIn::AddRef()
 {
-    return static_cast<std::uint32_t>(++mRefCount);
+    return static_cast<u32>(++mRefCount);
 }
 
-std::uint32_t PlugIn::Release()
+u32 PlugIn::Release()
 {
     if (--mRefCount == 0)
     {
         delete this;
         return 0;
     }
-    return static_cast<std::uint32_t>(mRefCount);
+    return static_cast<u32>(mRefCount);
 }
 
 // ---------------------------------------------------------------- IAudioFile
@@ -197,8 +198,7 @@ PlugInResult PlugIn::SetFile(IFile* file)
     return S_OK;
 }
 
-PlugInResult PlugIn::Format(std::uint16_t channels, std::int32_t samplesPerSec, std::uint16_t bitsPerSample,
-                            std::int64_t numSamples)
+PlugInResult PlugIn::Format(u16 channels, i32 samplesPerSec, u16 bitsPerSample, i64 numSamples)
 {
     Reset();
     SetChannels(channels);
@@ -206,7 +206,7 @@ PlugInResult PlugIn::Format(std::uint16_t channels, std::int32_t samplesPerSec, 
     SetBitsPerSample(bitsPerSample);
     SetNumSamplesValue(numSamples);
     mUTCModDate = Now();
-    mChangedMask = ~std::uint64_t{0};
+    mChangedMask = ~u64{0};
     return DoFormat();
 }
 
@@ -267,7 +267,7 @@ PlugInResult PlugIn::PrintCache(std::ostream& out)
     }
     if (HasVelmora(mValidMask))
     {
-        auto hex = [&](std::uint8_t const* id)
+        auto hex = [&](u8 const* id)
         {
             static char const digits[] = "0123456789abcdef";
             for (int i = 0; i < 16; ++i)
@@ -305,7 +305,7 @@ PlugInResult PlugIn::PrintCache(std::ostream& out)
 
 // ---------------------------------------------------- IImportExportAudioFile
 
-PlugInResult PlugIn::CopyTypeName(std::int32_t size, char* buffer, char const* name)
+PlugInResult PlugIn::CopyTypeName(i32 size, char* buffer, char const* name)
 {
     if (size != 8)
         return E_FAIL;
@@ -319,43 +319,42 @@ PlugInResult PlugIn::Implement(PlugInGuid const* iid)
     return DoImplement(iid);
 }
 
-PlugInResult PlugIn::GetNumChannels(std::uint16_t* channels)
+PlugInResult PlugIn::GetNumChannels(u16* channels)
 {
     *channels = mChannels;
     return S_OK;
 }
-PlugInResult PlugIn::GetSamplesPerSec(std::int32_t* rate)
+PlugInResult PlugIn::GetSamplesPerSec(i32* rate)
 {
     *rate = mSampleRate;
     return S_OK;
 }
-PlugInResult PlugIn::GetBitsPerSample(std::uint16_t* bits)
+PlugInResult PlugIn::GetBitsPerSample(u16* bits)
 {
     *bits = mBitsPerSample;
     return S_OK;
 }
-PlugInResult PlugIn::GetNumSamples(std::int64_t* frames)
+PlugInResult PlugIn::GetNumSamples(i64* frames)
 {
     *frames = mNumSamples;
     return S_OK;
 }
 
-PlugInResult PlugIn::SampleRead(void* buffer, std::int64_t frames)
+PlugInResult PlugIn::SampleRead(void* buffer, i64 frames)
 {
     // A missing file is remembered, but the range test still speaks first.
     PlugInResult result = mFile ? S_OK : E_UNEXPECTED;
-    if (static_cast<std::uint64_t>(frames) + static_cast<std::uint64_t>(mPosition) >
-        static_cast<std::uint64_t>(mNumSamples))
+    if (static_cast<u64>(frames) + static_cast<u64>(mPosition) > static_cast<u64>(mNumSamples))
         return kImportExport_BadParameter;
     if (frames == 0 || result != S_OK)
         return result;
 
-    std::int64_t const frameSize = FrameSize();
-    std::int64_t const bytes = frames * frameSize;
+    i64 const frameSize = FrameSize();
+    i64 const bytes = frames * frameSize;
     result = mFile->SetPosition(0, mDataOffset + mPosition * frameSize);
     if (result != S_OK)
         return result;
-    std::int64_t got = bytes;
+    i64 got = bytes;
     result = mFile->Read(buffer, &got);
     if (result != S_OK)
         return result;
@@ -364,21 +363,21 @@ PlugInResult PlugIn::SampleRead(void* buffer, std::int64_t frames)
     mPosition += frames;
     if (IsUnsigned8Bit())
     {
-        auto* p = static_cast<std::uint8_t*>(buffer);
-        for (std::int64_t i = 0; i < bytes; ++i)
+        auto* p = static_cast<u8*>(buffer);
+        for (i64 i = 0; i < bytes; ++i)
             p[i] ^= 0x80;
     }
     return S_OK;
 }
 
-PlugInResult PlugIn::SampleWrite(void* buffer, std::int64_t frames)
+PlugInResult PlugIn::SampleWrite(void* buffer, i64 frames)
 {
     if (!mFile)
         return E_UNEXPECTED;
     if (frames == 0)
         return S_OK;
-    std::int64_t const frameSize = FrameSize();
-    std::int64_t const bytes = frames * frameSize;
+    i64 const frameSize = FrameSize();
+    i64 const bytes = frames * frameSize;
     if (mPosition + frames > mNumSamples)
     {
         PlugInResult const r = BeforeAudioGrows();
@@ -388,14 +387,14 @@ PlugInResult PlugIn::SampleWrite(void* buffer, std::int64_t frames)
     if (IsUnsigned8Bit())
     {
         // The caller's buffer stays flipped: the format keeps 8-bit audio unsigned.
-        auto* p = static_cast<std::uint8_t*>(buffer);
-        for (std::int64_t i = 0; i < bytes; ++i)
+        auto* p = static_cast<u8*>(buffer);
+        for (i64 i = 0; i < bytes; ++i)
             p[i] ^= 0x80;
     }
     PlugInResult r = mFile->SetPosition(0, mDataOffset + mPosition * frameSize);
     if (r != S_OK)
         return r;
-    std::int64_t put = bytes;
+    i64 put = bytes;
     r = mFile->Write(buffer, &put);
     if (r != S_OK)
         return r;
@@ -406,7 +405,7 @@ PlugInResult PlugIn::SampleWrite(void* buffer, std::int64_t frames)
     return S_OK;
 }
 
-PlugInResult PlugIn::SampleSetPosition(std::int32_t from, std::int64_t frames)
+PlugInResult PlugIn::SampleSetPosition(i32 from, i64 frames)
 {
     if (!mFile)
         return E_UNEXPECTED;
@@ -420,19 +419,19 @@ PlugInResult PlugIn::SampleSetPosition(std::int32_t from, std::int64_t frames)
     return mFile->SetPosition(0, mDataOffset + mPosition * FrameSize());
 }
 
-PlugInResult PlugIn::SampleGetPosition(std::int64_t* frames)
+PlugInResult PlugIn::SampleGetPosition(i64* frames)
 {
     *frames = mPosition;
     return S_OK;
 }
 
-PlugInResult PlugIn::GetNumRegions(std::uint32_t* count)
+PlugInResult PlugIn::GetNumRegions(u32* count)
 {
-    *count = static_cast<std::uint32_t>(mRegions.size());
+    *count = static_cast<u32>(mRegions.size());
     return S_OK;
 }
 
-PlugInResult PlugIn::GetRegion(std::uint32_t index, PlugInRegion* region)
+PlugInResult PlugIn::GetRegion(u32 index, PlugInRegion* region)
 {
     if (index >= mRegions.size())
         return E_FAIL;
@@ -442,23 +441,23 @@ PlugInResult PlugIn::GetRegion(std::uint32_t index, PlugInRegion* region)
 
 // ---------------------------------------------------------- INativeAudioFile
 
-PlugInResult PlugIn::SampleToOffset(std::int64_t sample, std::int64_t* byteOffset)
+PlugInResult PlugIn::SampleToOffset(i64 sample, i64* byteOffset)
 {
     *byteOffset = mDataOffset + sample * FrameSize();
     return S_OK;
 }
 
-PlugInResult PlugIn::OffsetToSample(std::int64_t byteOffset, std::int64_t* sample)
+PlugInResult PlugIn::OffsetToSample(i64 byteOffset, i64* sample)
 {
-    std::int64_t const frameSize = FrameSize();
-    std::int64_t const rel = byteOffset - mDataOffset;
+    i64 const frameSize = FrameSize();
+    i64 const rel = byteOffset - mDataOffset;
     if (frameSize == 0 || rel % frameSize != 0)
         return kNative_BadParameter;
     *sample = rel / frameSize;
     return S_OK;
 }
 
-PlugInResult PlugIn::SetNumSamples(std::int64_t frames)
+PlugInResult PlugIn::SetNumSamples(i64 frames)
 {
     if (frames == mNumSamples)
         return S_OK;
@@ -488,7 +487,7 @@ PlugInResult PlugIn::AddRegion(PlugInRegion* region)
     return S_OK;
 }
 
-PlugInResult PlugIn::RemoveRegion(std::uint8_t const* umid)
+PlugInResult PlugIn::RemoveRegion(u8 const* umid)
 {
     std::size_t before = mRegions.size();
     std::erase_if(mRegions, [&](PlugInRegion const& r) { return std::memcmp(r.umid, umid, 16) == 0; });
@@ -496,7 +495,7 @@ PlugInResult PlugIn::RemoveRegion(std::uint8_t const* umid)
     return mRegions.size() == before ? E_FAIL : S_OK;
 }
 
-PlugInResult PlugIn::HasOverview(std::int32_t spi, std::int32_t bpi)
+PlugInResult PlugIn::HasOverview(i32 spi, i32 bpi)
 {
     for (auto const& o : mOverviews)
         if (SameOverview(o, spi, bpi))
@@ -504,7 +503,7 @@ PlugInResult PlugIn::HasOverview(std::int32_t spi, std::int32_t bpi)
     return S_FALSE;
 }
 
-PlugInResult PlugIn::GetOverview(char*** data, std::int32_t spi, std::int32_t bpi, std::int32_t* numIntervals)
+PlugInResult PlugIn::GetOverview(char*** data, i32 spi, i32 bpi, i32* numIntervals)
 {
     bool found = false;
     for (auto& o : mOverviews)
@@ -514,22 +513,22 @@ PlugInResult PlugIn::GetOverview(char*** data, std::int32_t spi, std::int32_t bp
         // The caller disposes of the block from now on; the record keeps the
         // pointer for the next flush.
         *data = o.data;
-        *numIntervals = static_cast<std::int32_t>(o.numIntervals);
+        *numIntervals = static_cast<i32>(o.numIntervals);
         o.owned = false;
         found = true;
     }
     return found ? S_OK : E_FAIL;
 }
 
-PlugInResult PlugIn::SetOverview(char** data, std::int32_t spi, std::int32_t bpi, std::int32_t numIntervals)
+PlugInResult PlugIn::SetOverview(char** data, i32 spi, i32 bpi, i32 numIntervals)
 {
     mChangedMask |= kValidOverviews;
-    auto const size = static_cast<std::uint32_t>((static_cast<std::int64_t>(numIntervals) * bpi * 2) / 8 + 24);
+    auto const size = static_cast<u32>((static_cast<i64>(numIntervals) * bpi * 2) / 8 + 24);
     for (auto& o : mOverviews)
     {
         if (!SameOverview(o, spi, bpi))
             continue;
-        o.numIntervals = static_cast<std::uint32_t>(numIntervals);
+        o.numIntervals = static_cast<u32>(numIntervals);
         o.size = size;
         if (o.data != data)
         {
@@ -543,10 +542,10 @@ PlugInResult PlugIn::SetOverview(char** data, std::int32_t spi, std::int32_t bpi
     PlugInOverview o;
     o.size = size;
     o.version = 1;
-    o.samplesPerInterval = static_cast<std::uint32_t>(spi);
-    o.bitsPerInterval = static_cast<std::uint32_t>(bpi);
+    o.samplesPerInterval = static_cast<u32>(spi);
+    o.bitsPerInterval = static_cast<u32>(bpi);
     o.channels = 1;
-    o.numIntervals = static_cast<std::uint32_t>(numIntervals);
+    o.numIntervals = static_cast<u32>(numIntervals);
     o.data = data;
     o.isNew = true;
     o.owned = false;
@@ -556,7 +555,7 @@ PlugInResult PlugIn::SetOverview(char** data, std::int32_t spi, std::int32_t bpi
 
 // --------------------------------------------------------- IVelmoraAudioFile
 
-PlugInResult PlugIn::GetUmid(std::uint8_t* umid)
+PlugInResult PlugIn::GetUmid(u8* umid)
 {
     std::memcpy(umid, mUmid, 16);
     return S_OK;
@@ -565,12 +564,12 @@ PlugInResult PlugIn::StampWithUmid()
 {
     return kVelmora_Unimplemented;
 }
-PlugInResult PlugIn::GetUTCModDate(std::uint64_t* date)
+PlugInResult PlugIn::GetUTCModDate(u64* date)
 {
     *date = mUTCModDate;
     return S_OK;
 }
-PlugInResult PlugIn::GetDataRevision(std::uint64_t* revision)
+PlugInResult PlugIn::GetDataRevision(u64* revision)
 {
     *revision = mDataRevision;
     return S_OK;
@@ -611,12 +610,12 @@ PlugInResult PlugIn::SetEditRate(float rate, bool dropFrame)
 
 // ------------------------------------------------------------- IEbuAudioFile
 
-PlugInResult PlugIn::GetSMPTETimeStamp(std::int64_t* stamp)
+PlugInResult PlugIn::GetSMPTETimeStamp(i64* stamp)
 {
     *stamp = mSMPTETimeStamp;
     return S_OK;
 }
-PlugInResult PlugIn::SetSMPTETimeStamp(std::int64_t stamp)
+PlugInResult PlugIn::SetSMPTETimeStamp(i64 stamp)
 {
     mChangedMask |= kValidEbu;
     mSMPTETimeStamp = stamp;

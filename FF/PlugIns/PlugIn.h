@@ -5,6 +5,7 @@
 // mask alone.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/IAudioFile.h"
 #include "FF/PlugIns/IEbuAudioFile.h"
 #include "FF/PlugIns/IImportExportAudioFile.h"
@@ -31,49 +32,48 @@ class PlugIn : public IAudioFile,
 {
 public:
     // Valid mask bits.
-    static constexpr std::uint64_t kValidChannels = 0x001;
-    static constexpr std::uint64_t kValidSampleRate = 0x002;
-    static constexpr std::uint64_t kValidBitsPerSample = 0x004;
-    static constexpr std::uint64_t kValidNumSamples = 0x008;
-    static constexpr std::uint64_t kValidDataOffset = 0x010;
-    static constexpr std::uint64_t kValidRegions = 0x020;
-    static constexpr std::uint64_t kValidOverviews = 0x040;
-    static constexpr std::uint64_t kValidUmid = 0x080;
-    static constexpr std::uint64_t kValidModification = 0x100;
-    static constexpr std::uint64_t kValidEbu = 0x200;
-    static constexpr std::uint64_t kValidOmfi = 0x400;
-    static constexpr std::uint64_t kValidInstrument = 0x800;
+    static constexpr u64 kValidChannels = 0x001;
+    static constexpr u64 kValidSampleRate = 0x002;
+    static constexpr u64 kValidBitsPerSample = 0x004;
+    static constexpr u64 kValidNumSamples = 0x008;
+    static constexpr u64 kValidDataOffset = 0x010;
+    static constexpr u64 kValidRegions = 0x020;
+    static constexpr u64 kValidOverviews = 0x040;
+    static constexpr u64 kValidUmid = 0x080;
+    static constexpr u64 kValidModification = 0x100;
+    static constexpr u64 kValidEbu = 0x200;
+    static constexpr u64 kValidOmfi = 0x400;
+    static constexpr u64 kValidInstrument = 0x800;
 
     // The facts each interface needs: audio needs the five facts of the
     // stream, identity adds regions, overviews, umid and modification
     // record, broadcast data adds its chunk to the audio facts, and so on.
-    static constexpr std::uint64_t kAudioFacts =
+    static constexpr u64 kAudioFacts =
         kValidChannels | kValidSampleRate | kValidBitsPerSample | kValidNumSamples | kValidDataOffset;
-    static constexpr std::uint64_t kIdentityFacts =
+    static constexpr u64 kIdentityFacts =
         kAudioFacts | kValidRegions | kValidOverviews | kValidUmid | kValidModification;
-    static constexpr std::uint64_t kEbuFacts = kAudioFacts | kValidEbu;
-    static constexpr std::uint64_t kOmfiFacts = kIdentityFacts | kValidEbu | kValidOmfi;
+    static constexpr u64 kEbuFacts = kAudioFacts | kValidEbu;
+    static constexpr u64 kOmfiFacts = kIdentityFacts | kValidEbu | kValidOmfi;
 
     // Availability of each interface as a function of the valid mask.
-    static bool HasImportExport(std::uint64_t m) { return (m & kAudioFacts) == kAudioFacts; }
-    static bool HasNative(std::uint64_t m) { return (m & kAudioFacts) == kAudioFacts; }
-    static bool HasVelmora(std::uint64_t m) { return (m & kIdentityFacts) == kIdentityFacts; }
-    static bool HasEbu(std::uint64_t m) { return (m & kEbuFacts) == kEbuFacts; }
-    static bool HasOmfi(std::uint64_t m) { return (m & kOmfiFacts) == kOmfiFacts; }
-    static bool HasOrvanel(std::uint64_t m) { return (m & kValidInstrument) != 0; }
+    static bool HasImportExport(u64 m) { return (m & kAudioFacts) == kAudioFacts; }
+    static bool HasNative(u64 m) { return (m & kAudioFacts) == kAudioFacts; }
+    static bool HasVelmora(u64 m) { return (m & kIdentityFacts) == kIdentityFacts; }
+    static bool HasEbu(u64 m) { return (m & kEbuFacts) == kEbuFacts; }
+    static bool HasOmfi(u64 m) { return (m & kOmfiFacts) == kOmfiFacts; }
+    static bool HasOrvanel(u64 m) { return (m & kValidInstrument) != 0; }
 
     PlugIn(PlugIn const&) = delete;
     PlugIn& operator=(PlugIn const&) = delete;
 
     // IUnknown: one count for all sub-objects.
     PlugInResult QueryInterface(PlugInGuid const& iid, void** object) override;
-    std::uint32_t AddRef() override;
-    std::uint32_t Release() override;
+    u32 AddRef() override;
+    u32 Release() override;
 
     // IAudioFile
     PlugInResult SetFile(IFile* file) override;
-    PlugInResult Format(std::uint16_t channels, std::int32_t samplesPerSec, std::uint16_t bitsPerSample,
-                        std::int64_t numSamples) override;
+    PlugInResult Format(u16 channels, i32 samplesPerSec, u16 bitsPerSample, i64 numSamples) override;
     PlugInResult Open() override;
     PlugInResult Flush() override;
     PlugInResult PrintFile(std::ostream& out) override;
@@ -81,34 +81,32 @@ public:
 
     // IImportExportAudioFile
     PlugInResult Implement(PlugInGuid const* iid) override;
-    PlugInResult GetNumChannels(std::uint16_t* channels) override;
-    PlugInResult GetSamplesPerSec(std::int32_t* rate) override;
-    PlugInResult GetBitsPerSample(std::uint16_t* bits) override;
-    PlugInResult GetNumSamples(std::int64_t* frames) override;
-    PlugInResult SampleRead(void* buffer, std::int64_t frames) override;
-    PlugInResult SampleWrite(void* buffer, std::int64_t frames) override;
-    PlugInResult SampleSetPosition(std::int32_t from, std::int64_t frames) override;
-    PlugInResult SampleGetPosition(std::int64_t* frames) override;
-    PlugInResult GetNumRegions(std::uint32_t* count) override;
-    PlugInResult GetRegion(std::uint32_t index, PlugInRegion* region) override;
+    PlugInResult GetNumChannels(u16* channels) override;
+    PlugInResult GetSamplesPerSec(i32* rate) override;
+    PlugInResult GetBitsPerSample(u16* bits) override;
+    PlugInResult GetNumSamples(i64* frames) override;
+    PlugInResult SampleRead(void* buffer, i64 frames) override;
+    PlugInResult SampleWrite(void* buffer, i64 frames) override;
+    PlugInResult SampleSetPosition(i32 from, i64 frames) override;
+    PlugInResult SampleGetPosition(i64* frames) override;
+    PlugInResult GetNumRegions(u32* count) override;
+    PlugInResult GetRegion(u32 index, PlugInRegion* region) override;
 
     // INativeAudioFile
-    PlugInResult SampleToOffset(std::int64_t sample, std::int64_t* byteOffset) override;
-    PlugInResult OffsetToSample(std::int64_t byteOffset, std::int64_t* sample) override;
-    PlugInResult SetNumSamples(std::int64_t frames) override;
+    PlugInResult SampleToOffset(i64 sample, i64* byteOffset) override;
+    PlugInResult OffsetToSample(i64 byteOffset, i64* sample) override;
+    PlugInResult SetNumSamples(i64 frames) override;
     PlugInResult AddRegion(PlugInRegion* region) override;
-    PlugInResult RemoveRegion(std::uint8_t const* umid) override;
-    PlugInResult HasOverview(std::int32_t samplesPerInterval, std::int32_t bitsPerInterval) override;
-    PlugInResult GetOverview(char*** data, std::int32_t samplesPerInterval, std::int32_t bitsPerInterval,
-                             std::int32_t* numIntervals) override;
-    PlugInResult SetOverview(char** data, std::int32_t samplesPerInterval, std::int32_t bitsPerInterval,
-                             std::int32_t numIntervals) override;
+    PlugInResult RemoveRegion(u8 const* umid) override;
+    PlugInResult HasOverview(i32 samplesPerInterval, i32 bitsPerInterval) override;
+    PlugInResult GetOverview(char*** data, i32 samplesPerInterval, i32 bitsPerInterval, i32* numIntervals) override;
+    PlugInResult SetOverview(char** data, i32 samplesPerInterval, i32 bitsPerInterval, i32 numIntervals) override;
 
     // IVelmoraAudioFile
-    PlugInResult GetUmid(std::uint8_t* umid) override;
+    PlugInResult GetUmid(u8* umid) override;
     PlugInResult StampWithUmid() override;
-    PlugInResult GetUTCModDate(std::uint64_t* date) override;
-    PlugInResult GetDataRevision(std::uint64_t* revision) override;
+    PlugInResult GetUTCModDate(u64* date) override;
+    PlugInResult GetDataRevision(u64* revision) override;
 
     // IOmfiAudioFile
     PlugInResult SetStartTimeCode(char const* timeCode) override;
@@ -118,8 +116,8 @@ public:
     PlugInResult SetEditRate(float rate, bool dropFrame) override;
 
     // IEbuAudioFile
-    PlugInResult GetSMPTETimeStamp(std::int64_t* stamp) override;
-    PlugInResult SetSMPTETimeStamp(std::int64_t stamp) override;
+    PlugInResult GetSMPTETimeStamp(i64* stamp) override;
+    PlugInResult SetSMPTETimeStamp(i64 stamp) override;
 
     // IOrvanelAudioFile
     PlugInResult HasInstrumentAttr() override;
@@ -133,7 +131,7 @@ public:
     virtual PlugInResult DoFormat() = 0;
     virtual PlugInResult DoOpen() = 0;
     virtual PlugInResult DoFlush() = 0;
-    virtual PlugInResult DoSetNumSamples(std::int64_t frames) = 0;
+    virtual PlugInResult DoSetNumSamples(i64 frames) = 0;
     virtual ~PlugIn();
     virtual bool IsUnsigned8Bit() { return false; }
     virtual PlugInResult DoImplement(PlugInGuid const* iid) = 0;
@@ -142,36 +140,36 @@ public:
     virtual PlugInResult BeforeAudioGrows() { return S_OK; }
 
     // The cache, as chunk classes fill and read it.
-    std::uint64_t GetValidMask() const { return mValidMask; }
-    void SetValidBits(std::uint64_t bits) { mValidMask |= bits; }
+    u64 GetValidMask() const { return mValidMask; }
+    void SetValidBits(u64 bits) { mValidMask |= bits; }
     IFile* GetFile() const { return mFile; }
-    std::uint16_t Channels() const { return mChannels; }
-    std::int32_t SampleRate() const { return mSampleRate; }
-    std::uint16_t BitsPerSample() const { return mBitsPerSample; }
-    std::int64_t NumSamples() const { return mNumSamples; }
-    std::int64_t CommittedSamples() const { return mCommittedSamples; }
-    std::int64_t DataOffset() const { return mDataOffset; }
+    u16 Channels() const { return mChannels; }
+    i32 SampleRate() const { return mSampleRate; }
+    u16 BitsPerSample() const { return mBitsPerSample; }
+    i64 NumSamples() const { return mNumSamples; }
+    i64 CommittedSamples() const { return mCommittedSamples; }
+    i64 DataOffset() const { return mDataOffset; }
     // Bytes of one frame: each sample takes whole bytes, so 12-bit samples
     // stand in 2 bytes and 20-bit ones in 3, as every writer of such files
     // stores them (integer division of bits times channels would make frames
     // that straddle samples).
-    std::int64_t FrameSize() const { return static_cast<std::int64_t>((mBitsPerSample + 7) / 8) * mChannels; }
-    void SetChannels(std::uint16_t channels);
-    void SetSampleRate(std::int32_t rate);
-    void SetBitsPerSample(std::uint16_t bits);
-    void SetNumSamplesValue(std::int64_t frames);
-    void SetDataOffset(std::int64_t offset);
+    i64 FrameSize() const { return static_cast<i64>((mBitsPerSample + 7) / 8) * mChannels; }
+    void SetChannels(u16 channels);
+    void SetSampleRate(i32 rate);
+    void SetBitsPerSample(u16 bits);
+    void SetNumSamplesValue(i64 frames);
+    void SetDataOffset(i64 offset);
 
     std::vector<PlugInRegion>& Regions() { return mRegions; }
     std::vector<PlugInOverview>& Overviews() { return mOverviews; }
     // The umid in memory order (host-order words).
-    std::uint8_t const* UmidBytes() const { return mUmid; }
-    void SetUmidBytes(std::uint8_t const* umid);
-    std::uint64_t UTCModDate() const { return mUTCModDate; }
-    void SetUTCModDate(std::uint64_t date) { mUTCModDate = date; }
-    std::uint64_t DataRevision() const { return mDataRevision; }
-    void SetDataRevision(std::uint64_t revision) { mDataRevision = revision; }
-    std::int64_t SMPTETimeStamp() const { return mSMPTETimeStamp; }
+    u8 const* UmidBytes() const { return mUmid; }
+    void SetUmidBytes(u8 const* umid);
+    u64 UTCModDate() const { return mUTCModDate; }
+    void SetUTCModDate(u64 date) { mUTCModDate = date; }
+    u64 DataRevision() const { return mDataRevision; }
+    void SetDataRevision(u64 revision) { mDataRevision = revision; }
+    i64 SMPTETimeStamp() const { return mSMPTETimeStamp; }
     void SetHasEbuData();
     bool HasInstrument() const { return mHasInstrument; }
     PlugInInstrument const& Instrument() const { return mInstrument; }
@@ -180,8 +178,8 @@ public:
     // flushed, as valid-mask bits. A flush rewrites only the chunks made from
     // them; every other chunk keeps its bytes, since another tool may have
     // written more into it than this handler understands.
-    std::uint64_t ChangedMask() const { return mChangedMask; }
-    void MarkChanged(std::uint64_t bits) { mChangedMask |= bits; }
+    u64 ChangedMask() const { return mChangedMask; }
+    void MarkChanged(u64 bits) { mChangedMask |= bits; }
     void ClearChanged() { mChangedMask = 0; }
 
     // Facts about the file beyond the interfaces' values, for a host that
@@ -197,43 +195,43 @@ public:
     }
     bool IsHeaderIncomplete() const { return mHeaderIncomplete; }
     void SetHeaderIncomplete() { mHeaderIncomplete = true; }
-    std::uint32_t ChannelMask() const { return mChannelMask; }
+    u32 ChannelMask() const { return mChannelMask; }
     // The text fields of a broadcast extension as the file holds them.
     using TextFields = std::vector<std::pair<std::string, std::string>>;
     TextFields const& BroadcastFields() const { return mBroadcastFields; }
     void SetBroadcastFields(TextFields fields) { mBroadcastFields = std::move(fields); }
-    void SetChannelMask(std::uint32_t mask) { mChannelMask = mask; }
+    void SetChannelMask(u32 mask) { mChannelMask = mask; }
     virtual bool IsLittleEndianAudio() { return !IsBigEndian(); }
 
 protected:
     PlugIn();
 
     // Copies the handler's name into a caller's buffer of exactly 8 bytes.
-    static PlugInResult CopyTypeName(std::int32_t size, char* buffer, char const* name);
+    static PlugInResult CopyTypeName(i32 size, char* buffer, char const* name);
     // Back to the defaults of a fresh handler; the attached file stays.
     void Reset();
     void DisposeOverviews();
     // The current time in the units of the modification date.
-    static std::uint64_t Now();
+    static u64 Now();
 
-    std::uint64_t mValidMask = 0;
-    std::int32_t mRefCount = 0;
+    u64 mValidMask = 0;
+    i32 mRefCount = 0;
     IFile* mFile = nullptr;
-    std::uint16_t mChannels = 0;
-    std::int32_t mSampleRate = 0;
-    std::uint16_t mBitsPerSample = 0;
-    std::int64_t mNumSamples = 0;
-    std::int64_t mCommittedSamples = 0;
-    std::int64_t mPosition = 0;
-    std::int64_t mDataOffset = 0;
+    u16 mChannels = 0;
+    i32 mSampleRate = 0;
+    u16 mBitsPerSample = 0;
+    i64 mNumSamples = 0;
+    i64 mCommittedSamples = 0;
+    i64 mPosition = 0;
+    i64 mDataOffset = 0;
     std::vector<PlugInRegion> mRegions;
     std::vector<PlugInOverview> mOverviews;
     bool mAudioDirty = false;
-    std::uint8_t mUmid[16] = {};
-    std::uint64_t mDataRevision = 0;
-    std::uint64_t mUTCModDate = 0;
+    u8 mUmid[16] = {};
+    u64 mDataRevision = 0;
+    u64 mUTCModDate = 0;
     bool mHasEbuData = false;
-    std::int64_t mSMPTETimeStamp = 0;
+    i64 mSMPTETimeStamp = 0;
     bool mHasOmfiData = false;
     std::string mStartTimeCode;
     std::string mMasterMobName;
@@ -242,9 +240,9 @@ protected:
     bool mDropFrame = true;
     bool mHasInstrument = false;
     PlugInInstrument mInstrument;
-    std::uint64_t mChangedMask = 0;
+    u64 mChangedMask = 0;
     std::string mRefusalReason;
     bool mHeaderIncomplete = false;
-    std::uint32_t mChannelMask = 0;
+    u32 mChannelMask = 0;
     TextFields mBroadcastFields;
 };

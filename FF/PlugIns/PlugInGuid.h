@@ -1,15 +1,17 @@
 // 128-bit interface identifiers, compared byte for byte.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
+
 #include <cstdint>
 #include <cstring>
 
 struct PlugInGuid
 {
-    std::uint32_t data1;
-    std::uint16_t data2;
-    std::uint16_t data3;
-    std::uint8_t data4[8];
+    u32 data1;
+    u16 data2;
+    u16 data3;
+    u8 data4[8];
 
     friend bool operator==(PlugInGuid const& a, PlugInGuid const& b)
     {

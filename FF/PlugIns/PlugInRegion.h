@@ -2,18 +2,20 @@
 // 'regn' chunk in the same shape.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
+
 #include <cstddef>
 #include <cstdint>
 
 struct PlugInRegion
 {
-    std::uint8_t umid[16];
-    std::uint64_t startSample;
-    std::uint64_t stopSample;
-    std::uint64_t syncSample;
-    std::uint64_t userTimeStamp;
-    std::uint64_t originalTimeStamp;
-    std::uint8_t nameLength; // 0 to 31
+    u8 umid[16];
+    u64 startSample;
+    u64 stopSample;
+    u64 syncSample;
+    u64 userTimeStamp;
+    u64 originalTimeStamp;
+    u8 nameLength; // 0 to 31
     char name[31];
 };
 static_assert(sizeof(PlugInRegion) == 88);

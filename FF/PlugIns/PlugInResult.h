@@ -3,9 +3,11 @@
 // the answer into an exception at one place per interface.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
+
 #include <cstdint>
 
-using PlugInResult = std::uint32_t;
+using PlugInResult = u32;
 
 constexpr PlugInResult S_OK = 0x00000000;
 constexpr PlugInResult S_FALSE = 0x00000001;
@@ -25,9 +27,9 @@ constexpr PlugInResult kVelmora_Unimplemented = 0x80041031;
 constexpr PlugInResult kVelmora_BadParameter = 0x80041033;
 
 // An operating-system error travels in the low 16 bits of facility 7.
-constexpr PlugInResult PlugInResultFromOSError(std::int32_t err)
+constexpr PlugInResult PlugInResultFromOSError(i32 err)
 {
-    return 0x80070000u | (static_cast<std::uint32_t>(err) & 0xFFFFu);
+    return 0x80070000u | (static_cast<u32>(err) & 0xFFFFu);
 }
 constexpr bool PlugInResultIsOSError(PlugInResult r)
 {

@@ -1,4 +1,5 @@
 #include "FF/PlugIns/RelocatableBlock.h"
+#include "Cmn/Cmn_Types.h"
 
 #include <cstring>
 #include <new>
@@ -9,14 +10,14 @@ namespace
 struct Block
 {
     char* data;
-    std::int64_t size;
+    i64 size;
 };
 } // namespace
 
 namespace RelocatableBlock
 {
 
-char** New(std::int64_t size)
+char** New(i64 size)
 {
     if (size < 0)
         throw std::bad_alloc();
@@ -39,7 +40,7 @@ void Dispose(char** handle)
     delete block;
 }
 
-std::int64_t GetSize(char** handle)
+i64 GetSize(char** handle)
 {
     return handle ? reinterpret_cast<Block*>(handle)->size : 0;
 }

@@ -1,4 +1,5 @@
 #include "FF/PlugIns/StResourceFork.h"
+#include "Cmn/Cmn_Types.h"
 
 #include "FF/PlugIns/IFile.h"
 #include "Sys/Sys_FileImpl.h"
@@ -36,12 +37,12 @@ StResourceFork::StResourceFork(IFile* file, EAccess access) : mLock(GetResourceM
     }
 }
 
-std::int16_t StResourceFork::Close()
+i16 StResourceFork::Close()
 {
     if (mRef == -1)
         return mError;
     RM::CloseFork(mRef);
-    std::int16_t const err = RM::GetError();
+    i16 const err = RM::GetError();
     mRef = -1;
     RM::UseFile(mSaved);
     return err;

@@ -8,6 +8,7 @@
 // the inner scope's close would close the outer one's fork.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "Sys/Sys_StAcquireMutex.h"
 
 #include <cstdint>
@@ -29,13 +30,13 @@ public:
     StResourceFork& operator=(StResourceFork const&) = delete;
 
     // The resource manager's error of the opening, 0 when the fork is open.
-    std::int16_t GetError() const { return mError; }
+    i16 GetError() const { return mError; }
     // Closes now, writing what changed; the error of that, or 0.
-    std::int16_t Close();
+    i16 Close();
 
 private:
     Sys_StAcquireMutex mLock;
-    std::int16_t mSaved = 0;
-    std::int16_t mRef = -1;
-    std::int16_t mError = 0;
+    i16 mSaved = 0;
+    i16 mRef = -1;
+    i16 mError = 0;
 };

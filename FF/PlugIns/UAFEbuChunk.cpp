@@ -1,4 +1,5 @@
 #include "FF/PlugIns/UAFEbuChunk.h"
+#include "Cmn/Cmn_Types.h"
 
 #include "FF/PlugIns/ChunkyFile.h"
 #include "FF/PlugIns/IFile.h"
@@ -16,7 +17,7 @@ namespace
 constexpr char kDescription[] = "Velmora generated sound file";
 constexpr char kOriginator[] = "Velmora";
 constexpr char kCodingHistory[] = "PCM Encoded"; // written with its zero: 12 bytes
-constexpr std::int32_t kCodingHistoryLength = sizeof kCodingHistory;
+constexpr i32 kCodingHistoryLength = sizeof kCodingHistory;
 
 // Field offsets of the fixed part.
 constexpr int kDescriptionAt = 0, kOriginatorAt = 256, kOriginatorRefAt = 288, kDateAt = 320, kTimeAt = 330,
@@ -59,7 +60,7 @@ void UAFEbuChunk::Restamp()
     mOwner->SetHasEbuData();
 }
 
-PlugInResult UAFEbuChunk::Read(std::int64_t size, std::int64_t)
+PlugInResult UAFEbuChunk::Read(i64 size, i64)
 {
     if (size < kFixedSize)
         return kAudioFile_Unimplemented;
@@ -69,12 +70,12 @@ PlugInResult UAFEbuChunk::Read(std::int64_t size, std::int64_t)
         return r;
     // TimeReference is read little-endian in every format, exactly as it is
     // written, so that the stamp survives a round trip through an AIFF file.
-    std::uint64_t timeReference;
+    u64 timeReference;
     std::memcpy(&timeReference, body + kTimeReferenceAt, 8);
-    mCodingHistoryLength = static_cast<std::int32_t>(size - kFixedSize);
+    mCodingHistoryLength = static_cast<i32>(size - kFixedSize);
     // The history is text for people; a longer one is not kept in memory.
-    std::string history(static_cast<std::size_t>(std::min<std::int64_t>(mCodingHistoryLength, 4096)), '\0');
-    r = ReadExact(history.data(), static_cast<std::int64_t>(history.size()));
+    std::string history(static_cast<std::size_t>(std::min<i64>(mCodingHistoryLength, 4096)), '\0');
+    r = ReadExact(history.data(), static_cast<i64>(history.size()));
     if (r != S_OK)
         return r;
     history.resize(strnlen(history.c_str(), history.size()));
@@ -85,7 +86,7 @@ PlugInResult UAFEbuChunk::Read(std::int64_t size, std::int64_t)
                                 {"originationTime", Field(body, kTimeAt, 8)},
                                 {"codingHistory", history}});
     mOwner->SetHasEbuData();
-    mOwner->SetSMPTETimeStamp(static_cast<std::int64_t>(timeReference));
+    mOwner->SetSMPTETimeStamp(static_cast<i64>(timeReference));
     return S_OK;
 }
 
@@ -113,18 +114,18 @@ void UAFEbuChunk::StampIdentity(unsigned char* body)
 
 namespace
 {
-void PutTimeReference(unsigned char* body, std::int64_t stamp)
+void PutTimeReference(unsigned char* body, i64 stamp)
 {
     // Low word first in every format, with no swap.
     for (int i = 0; i < 8; ++i)
-        body[kTimeReferenceAt + i] = static_cast<unsigned char>(static_cast<std::uint64_t>(stamp) >> (8 * i));
+        body[kTimeReferenceAt + i] = static_cast<unsigned char>(static_cast<u64>(stamp) >> (8 * i));
 }
 } // namespace
 
-PlugInResult UAFEbuChunk::Patch(std::int64_t bodyPosition)
+PlugInResult UAFEbuChunk::Patch(i64 bodyPosition)
 {
     unsigned char body[kFixedSize];
-    std::int64_t const rest = GetSize(0) - kFixedSize;
+    i64 const rest = GetSize(0) - kFixedSize;
     PlugInResult r = S_OK;
     if (HoldsBytes())
         std::memcpy(body, HeldBytes().data() + 8, kFixedSize);
@@ -145,14 +146,14 @@ PlugInResult UAFEbuChunk::Patch(std::int64_t bodyPosition)
     if (!HoldsBytes())
         return Skip(rest);
     // The held bytes lack the pad where the file did.
-    std::int64_t const held = static_cast<std::int64_t>(HeldBytes().size()) - 8 - kFixedSize;
-    std::int64_t const kept = held < rest ? held : rest;
+    i64 const held = static_cast<i64>(HeldBytes().size()) - 8 - kFixedSize;
+    i64 const kept = held < rest ? held : rest;
     r = WriteExact(HeldBytes().data() + 8 + kFixedSize, kept);
     unsigned char const pad = 0;
     return r == S_OK && kept < rest ? WriteExact(&pad, rest - kept) : r;
 }
 
-PlugInResult UAFEbuChunk::Write(std::int64_t, std::int64_t bodyPosition)
+PlugInResult UAFEbuChunk::Write(i64, i64 bodyPosition)
 {
     if (!mWriteDefaults && (GetFileSize() != 0 || HoldsBytes()))
         return Patch(bodyPosition);
@@ -178,7 +179,7 @@ PlugInResult UAFEbuChunk::Write(std::int64_t, std::int64_t bodyPosition)
     return r;
 }
 
-PlugInResult UAFEbuChunk::Print(std::ostream& out, std::int64_t size, std::int64_t)
+PlugInResult UAFEbuChunk::Print(std::ostream& out, i64 size, i64)
 {
     if (size < kFixedSize)
     {
@@ -189,9 +190,9 @@ PlugInResult UAFEbuChunk::Print(std::ostream& out, std::int64_t size, std::int64
     PlugInResult r = ReadExact(body, kFixedSize);
     if (r != S_OK)
         return r;
-    std::uint64_t timeReference;
+    u64 timeReference;
     std::memcpy(&timeReference, body + kTimeReferenceAt, 8);
-    std::uint16_t version;
+    u16 version;
     std::memcpy(&version, body + kVersionAt, 2);
     out << "\tDescription: " << Field(body, kDescriptionAt, 256) << "\n"
         << "\tOriginator: " << Field(body, kOriginatorAt, 32) << "\n"
@@ -201,12 +202,12 @@ PlugInResult UAFEbuChunk::Print(std::ostream& out, std::int64_t size, std::int64
         << "\tTimeReference: " << timeReference << "\n"
         << "\tVersion: " << version << "\n"
         << "\tReserved\n";
-    std::int64_t const tail = static_cast<std::int64_t>(size) - kFixedSize;
+    i64 const tail = static_cast<i64>(size) - kFixedSize;
     if (tail > 0)
     {
         out << "\tCodingHistory: \n";
         // The history is text; print at most what a person would read.
-        std::int64_t const shown = tail < 4096 ? tail : 4096;
+        i64 const shown = tail < 4096 ? tail : 4096;
         std::string history(static_cast<std::size_t>(shown), '\0');
         r = ReadExact(history.data(), shown);
         if (r != S_OK)

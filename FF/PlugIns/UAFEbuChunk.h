@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/Chunk.h"
 #include "FF/PlugIns/PlugIn.h"
 
@@ -10,28 +11,28 @@
 class UAFEbuChunk : public Chunk
 {
 public:
-    static constexpr std::int64_t kFixedSize = 602;
+    static constexpr i64 kFixedSize = 602;
 
     UAFEbuChunk(ChunkyFile* owner, bool writeDefaults);
     bool IsObsolete() override { return false; }
-    PlugInResult Read(std::int64_t size, std::int64_t bodyPosition) override;
-    PlugInResult Write(std::int64_t size, std::int64_t bodyPosition) override;
-    PlugInResult Print(std::ostream& out, std::int64_t size, std::int64_t bodyPosition) override;
-    std::int64_t GetSize(std::int32_t nominal) override
+    PlugInResult Read(i64 size, i64 bodyPosition) override;
+    PlugInResult Write(i64 size, i64 bodyPosition) override;
+    PlugInResult Print(std::ostream& out, i64 size, i64 bodyPosition) override;
+    i64 GetSize(i32 nominal) override
     {
-        std::int64_t const size = kFixedSize + mCodingHistoryLength;
+        i64 const size = kFixedSize + mCodingHistoryLength;
         return nominal ? size : size + (size & 1);
     }
-    std::uint64_t ValueBits() const override { return PlugIn::kValidEbu | PlugIn::kValidUmid; }
+    u64 ValueBits() const override { return PlugIn::kValidEbu | PlugIn::kValidUmid; }
     void Restamp() override;
 
 private:
     // Writes the chunk's own bytes back with what the caller changed.
-    PlugInResult Patch(std::int64_t bodyPosition);
+    PlugInResult Patch(i64 bodyPosition);
     // Identity fields: the umid as originator reference, date and time.
     void StampIdentity(unsigned char* body);
 
     bool mRestamped = false;
     bool mWriteDefaults;
-    std::int32_t mCodingHistoryLength;
+    i32 mCodingHistoryLength;
 };

@@ -1,4 +1,5 @@
 #include "FF/PlugIns/UAFMinfChunk.h"
+#include "Cmn/Cmn_Types.h"
 
 #include "FF/PlugIns/ChunkyFile.h"
 
@@ -12,11 +13,11 @@ UAFMinfChunk::UAFMinfChunk(ChunkyFile* owner) : Chunk(owner, kChunkId_minf, kMin
     owner->SetValidBits(PlugIn::kValidModification);
 }
 
-PlugInResult UAFMinfChunk::Read(std::int64_t size, std::int64_t)
+PlugInResult UAFMinfChunk::Read(i64 size, i64)
 {
     if (size != 16)
         return kAudioFile_Unimplemented;
-    std::uint64_t body[2];
+    u64 body[2];
     PlugInResult r = ReadExact(body, 16);
     if (r != S_OK)
         return r;
@@ -25,20 +26,20 @@ PlugInResult UAFMinfChunk::Read(std::int64_t size, std::int64_t)
     return S_OK;
 }
 
-PlugInResult UAFMinfChunk::Write(std::int64_t, std::int64_t)
+PlugInResult UAFMinfChunk::Write(i64, i64)
 {
-    std::uint64_t const body[2] = {Swap64(mOwner->UTCModDate()), Swap64(mOwner->DataRevision())};
+    u64 const body[2] = {Swap64(mOwner->UTCModDate()), Swap64(mOwner->DataRevision())};
     return WriteExact(body, 16);
 }
 
-PlugInResult UAFMinfChunk::Print(std::ostream& out, std::int64_t size, std::int64_t)
+PlugInResult UAFMinfChunk::Print(std::ostream& out, i64 size, i64)
 {
     if (size != 16)
     {
         out << "\t** Contents Unknown **\n";
         return Skip(size);
     }
-    std::uint64_t body[2];
+    u64 body[2];
     PlugInResult r = ReadExact(body, 16);
     if (r != S_OK)
         return r;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/Chunk.h"
 
 // 'minf': modification time (file time units, UTC) and data revision.
@@ -8,8 +9,8 @@ class UAFMinfChunk : public Chunk
 public:
     explicit UAFMinfChunk(ChunkyFile* owner);
     bool IsObsolete() override { return false; }
-    PlugInResult Read(std::int64_t size, std::int64_t bodyPosition) override;
-    PlugInResult Write(std::int64_t size, std::int64_t bodyPosition) override;
-    PlugInResult Print(std::ostream& out, std::int64_t size, std::int64_t bodyPosition) override;
-    std::int64_t GetSize(std::int32_t) override { return 16; }
+    PlugInResult Read(i64 size, i64 bodyPosition) override;
+    PlugInResult Write(i64 size, i64 bodyPosition) override;
+    PlugInResult Print(std::ostream& out, i64 size, i64 bodyPosition) override;
+    i64 GetSize(i32) override { return 16; }
 };

@@ -1,4 +1,5 @@
 #include "FF/PlugIns/UAFOvwfChunk.h"
+#include "Cmn/Cmn_Types.h"
 
 #include "FF/PlugIns/ChunkyFile.h"
 #include "FF/PlugIns/IFile.h"
@@ -9,11 +10,11 @@
 
 namespace
 {
-constexpr std::int64_t kOverviewHeaderSize = 24;
+constexpr i64 kOverviewHeaderSize = 24;
 
 struct OverviewHeader
 {
-    std::uint32_t size, version, samplesPerInterval, bitsPerInterval, channels, numIntervals;
+    u32 size, version, samplesPerInterval, bitsPerInterval, channels, numIntervals;
 };
 static_assert(sizeof(OverviewHeader) == kOverviewHeaderSize);
 } // namespace
@@ -23,20 +24,20 @@ UAFOvwfChunk::UAFOvwfChunk(ChunkyFile* owner) : Chunk(owner, kChunkId_ovwf, kOvw
     owner->SetValidBits(PlugIn::kValidOverviews);
 }
 
-std::int64_t UAFOvwfChunk::GetSize(std::int32_t)
+i64 UAFOvwfChunk::GetSize(i32)
 {
-    std::int64_t sum = 4;
+    i64 sum = 4;
     for (auto const& o : mOwner->Overviews())
         sum += o.size;
     return sum;
 }
 
-char** UAFOvwfChunk::NewBlock(std::int64_t payloadBytes, std::uint32_t samplesPerInterval)
+char** UAFOvwfChunk::NewBlock(i64 payloadBytes, u32 samplesPerInterval)
 {
     char** block = RelocatableBlock::New(kBlockHeaderSize + payloadBytes);
     // The header is in host order and never reaches the disk.
-    std::uint16_t const one = 1;
-    std::uint32_t const offset = kBlockHeaderSize, zero = 0;
+    u16 const one = 1;
+    u32 const offset = kBlockHeaderSize, zero = 0;
     std::memcpy(*block + 0, &one, 2);
     std::memcpy(*block + 2, &offset, 4);
     std::memcpy(*block + 6, &samplesPerInterval, 4);
@@ -44,22 +45,22 @@ char** UAFOvwfChunk::NewBlock(std::int64_t payloadBytes, std::uint32_t samplesPe
     return block;
 }
 
-PlugInResult UAFOvwfChunk::Read(std::int64_t size, std::int64_t)
+PlugInResult UAFOvwfChunk::Read(i64 size, i64)
 {
-    std::int64_t eof = 0;
+    i64 eof = 0;
     PlugInResult r = mOwner->GetFile()->GetEOF(&eof);
     if (r != S_OK)
         return r;
-    std::int64_t sum = 4;
-    std::uint32_t count;
+    i64 sum = 4;
+    u32 count;
     r = ReadExact(&count, 4);
     if (r != S_OK)
         return r;
     count = Swap32(count);
 
-    for (std::uint32_t i = 0; i < count; ++i)
+    for (u32 i = 0; i < count; ++i)
     {
-        std::int64_t start = 0;
+        i64 start = 0;
         r = mOwner->GetFile()->GetPosition(&start);
         if (r != S_OK)
             return r;
@@ -77,14 +78,14 @@ PlugInResult UAFOvwfChunk::Read(std::int64_t size, std::int64_t)
             return kAudioFile_Unimplemented;
         // An overview smaller than its own header is as damaged as one that
         // runs past the end.
-        if (start + static_cast<std::int64_t>(h.size) > eof || h.size < kOverviewHeaderSize)
+        if (start + static_cast<i64>(h.size) > eof || h.size < kOverviewHeaderSize)
             return kAudioFile_BadParameter;
         sum += h.size;
-        std::int64_t const payload = static_cast<std::int64_t>(h.size) - kOverviewHeaderSize;
+        i64 const payload = static_cast<i64>(h.size) - kOverviewHeaderSize;
 
         // An overview made for another length of the audio is dropped; so is
         // one that claims no samples per interval, which matches no length.
-        std::int64_t const spi = h.samplesPerInterval;
+        i64 const spi = h.samplesPerInterval;
         bool const matches = spi > 0 && h.numIntervals == (mOwner->NumSamples() + spi - 1) / spi;
         if (!matches)
         {
@@ -112,15 +113,15 @@ PlugInResult UAFOvwfChunk::Read(std::int64_t size, std::int64_t)
         o.owned = true;
         mOwner->Overviews().push_back(o);
     }
-    if (sum != static_cast<std::int64_t>(size))
+    if (sum != static_cast<i64>(size))
         return kAudioFile_BadParameter;
     return S_OK;
 }
 
-PlugInResult UAFOvwfChunk::Write(std::int64_t, std::int64_t)
+PlugInResult UAFOvwfChunk::Write(i64, i64)
 {
     auto const& overviews = mOwner->Overviews();
-    std::uint32_t const count = Swap32(static_cast<std::uint32_t>(overviews.size()));
+    u32 const count = Swap32(static_cast<u32>(overviews.size()));
     PlugInResult r = WriteExact(&count, 4);
     for (std::size_t i = 0; r == S_OK && i < overviews.size(); ++i)
     {
@@ -129,11 +130,11 @@ PlugInResult UAFOvwfChunk::Write(std::int64_t, std::int64_t)
             Swap32(o.size),     Swap32(o.version),     Swap32(o.samplesPerInterval), Swap32(o.bitsPerInterval),
             Swap32(o.channels), Swap32(o.numIntervals)};
         r = WriteExact(&h, kOverviewHeaderSize);
-        std::int64_t const payload = static_cast<std::int64_t>(o.size) - kOverviewHeaderSize;
+        i64 const payload = static_cast<i64>(o.size) - kOverviewHeaderSize;
         if (r == S_OK && payload > 0)
         {
             // Never write more than the block holds, whatever the record says.
-            std::int64_t const held = o.data ? RelocatableBlock::GetSize(o.data) - kBlockHeaderSize : 0;
+            i64 const held = o.data ? RelocatableBlock::GetSize(o.data) - kBlockHeaderSize : 0;
             if (held < payload)
                 return E_UNEXPECTED;
             r = WriteExact(*o.data + kBlockHeaderSize, payload);
@@ -142,18 +143,18 @@ PlugInResult UAFOvwfChunk::Write(std::int64_t, std::int64_t)
     return r;
 }
 
-PlugInResult UAFOvwfChunk::Print(std::ostream& out, std::int64_t size, std::int64_t bodyPosition)
+PlugInResult UAFOvwfChunk::Print(std::ostream& out, i64 size, i64 bodyPosition)
 {
-    std::uint32_t count;
+    u32 count;
     PlugInResult r = ReadExact(&count, 4);
     if (r != S_OK)
         return r;
     count = Swap32(count);
     out << "\tnumOverviews " << count << "\n";
-    std::int64_t const end = bodyPosition + size;
-    for (std::uint32_t i = 0; i < count; ++i)
+    i64 const end = bodyPosition + size;
+    for (u32 i = 0; i < count; ++i)
     {
-        std::int64_t start = 0;
+        i64 start = 0;
         mOwner->GetFile()->GetPosition(&start);
         if (start + kOverviewHeaderSize > end)
             break;
@@ -166,7 +167,7 @@ PlugInResult UAFOvwfChunk::Print(std::ostream& out, std::int64_t size, std::int6
             << "\n\t\tchannels " << Swap32(h.channels) << "\n\t\tnumIntervals " << Swap32(h.numIntervals) << "\n";
         if (Swap32(h.size) < kOverviewHeaderSize)
             break;
-        r = Skip(static_cast<std::int64_t>(Swap32(h.size)) - kOverviewHeaderSize);
+        r = Skip(static_cast<i64>(Swap32(h.size)) - kOverviewHeaderSize);
         if (r != S_OK)
             return r;
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/Chunk.h"
 
 // 'ovwf': waveform overviews at several decimations. Each overview's
@@ -9,15 +10,15 @@ class UAFOvwfChunk : public Chunk
 {
 public:
     // Bytes in front of the payload in an overview's block.
-    static constexpr std::int64_t kBlockHeaderSize = 14;
+    static constexpr i64 kBlockHeaderSize = 14;
 
     explicit UAFOvwfChunk(ChunkyFile* owner);
     bool IsObsolete() override { return false; }
-    PlugInResult Read(std::int64_t size, std::int64_t bodyPosition) override;
-    PlugInResult Write(std::int64_t size, std::int64_t bodyPosition) override;
-    PlugInResult Print(std::ostream& out, std::int64_t size, std::int64_t bodyPosition) override;
-    std::int64_t GetSize(std::int32_t) override;
+    PlugInResult Read(i64 size, i64 bodyPosition) override;
+    PlugInResult Write(i64 size, i64 bodyPosition) override;
+    PlugInResult Print(std::ostream& out, i64 size, i64 bodyPosition) override;
+    i64 GetSize(i32) override;
 
     // A new block for `payloadBytes` bytes of overview, its header filled.
-    static char** NewBlock(std::int64_t payloadBytes, std::uint32_t samplesPerInterval);
+    static char** NewBlock(i64 payloadBytes, u32 samplesPerInterval);
 };

@@ -1,4 +1,5 @@
 #include "FF/PlugIns/UAFRegnChunk.h"
+#include "Cmn/Cmn_Types.h"
 
 #include "FF/PlugIns/ChunkyFile.h"
 #include "FF/PlugIns/PlugInRegion.h"
@@ -11,9 +12,9 @@ UAFRegnChunk::UAFRegnChunk(ChunkyFile* owner) : Chunk(owner, kChunkId_regn, kReg
     owner->SetValidBits(PlugIn::kValidRegions);
 }
 
-std::int64_t UAFRegnChunk::GetSize(std::int32_t)
+i64 UAFRegnChunk::GetSize(i32)
 {
-    return 4 + 88 * static_cast<std::int64_t>(mOwner->Regions().size());
+    return 4 + 88 * static_cast<i64>(mOwner->Regions().size());
 }
 
 void UAFRegnChunk::SwapRecord(PlugInRegion& region) const
@@ -26,20 +27,20 @@ void UAFRegnChunk::SwapRecord(PlugInRegion& region) const
     region.originalTimeStamp = Swap64(region.originalTimeStamp);
 }
 
-PlugInResult UAFRegnChunk::Read(std::int64_t size, std::int64_t)
+PlugInResult UAFRegnChunk::Read(i64 size, i64)
 {
     if (size < 4)
         return kAudioFile_Unimplemented;
-    std::uint32_t count;
+    u32 count;
     PlugInResult r = ReadExact(&count, 4);
     if (r != S_OK)
         return r;
     count = Swap32(count);
-    if (static_cast<std::uint64_t>(size) != static_cast<std::uint64_t>(count) * 88 + 4)
+    if (static_cast<u64>(size) != static_cast<u64>(count) * 88 + 4)
         return kAudioFile_Unimplemented;
 
-    auto const frames = static_cast<std::uint64_t>(mOwner->NumSamples());
-    for (std::uint32_t i = 0; i < count; ++i)
+    auto const frames = static_cast<u64>(mOwner->NumSamples());
+    for (u32 i = 0; i < count; ++i)
     {
         PlugInRegion region;
         r = ReadExact(&region, 88);
@@ -53,10 +54,10 @@ PlugInResult UAFRegnChunk::Read(std::int64_t size, std::int64_t)
     return S_OK;
 }
 
-PlugInResult UAFRegnChunk::Write(std::int64_t, std::int64_t)
+PlugInResult UAFRegnChunk::Write(i64, i64)
 {
     auto const& regions = mOwner->Regions();
-    std::uint32_t const count = Swap32(static_cast<std::uint32_t>(regions.size()));
+    u32 const count = Swap32(static_cast<u32>(regions.size()));
     PlugInResult r = WriteExact(&count, 4);
     for (std::size_t i = 0; r == S_OK && i < regions.size(); ++i)
     {
@@ -67,9 +68,9 @@ PlugInResult UAFRegnChunk::Write(std::int64_t, std::int64_t)
     return r;
 }
 
-PlugInResult UAFRegnChunk::Print(std::ostream& out, std::int64_t size, std::int64_t)
+PlugInResult UAFRegnChunk::Print(std::ostream& out, i64 size, i64)
 {
-    std::uint32_t count = 0;
+    u32 count = 0;
     if (size < 4)
         return Skip(size);
     PlugInResult r = ReadExact(&count, 4);
@@ -77,10 +78,10 @@ PlugInResult UAFRegnChunk::Print(std::ostream& out, std::int64_t size, std::int6
         return r;
     count = Swap32(count);
     out << "\tnumRegions: " << count << "\n";
-    if (static_cast<std::uint64_t>(size) != static_cast<std::uint64_t>(count) * 88 + 4)
-        return Skip(static_cast<std::int64_t>(size) - 4);
+    if (static_cast<u64>(size) != static_cast<u64>(count) * 88 + 4)
+        return Skip(static_cast<i64>(size) - 4);
     static char const digits[] = "0123456789abcdef";
-    for (std::uint32_t i = 0; i < count; ++i)
+    for (u32 i = 0; i < count; ++i)
     {
         PlugInRegion region;
         r = ReadExact(&region, 88);

@@ -1,4 +1,5 @@
 #include "FF/PlugIns/UAFUmidChunk.h"
+#include "Cmn/Cmn_Types.h"
 
 #include "FF/PlugIns/ChunkyFile.h"
 #include "Sys/Sys_Umid.h"
@@ -12,7 +13,7 @@ void GiveNewUmid(ChunkyFile* owner)
 {
     Sys_Umid umid = Sys_Umid::Create();
     static_assert(sizeof(Sys_Umid) == 16);
-    owner->SetUmidBytes(reinterpret_cast<std::uint8_t const*>(&umid));
+    owner->SetUmidBytes(reinterpret_cast<u8 const*>(&umid));
 }
 } // namespace
 
@@ -27,7 +28,7 @@ void UAFUmidChunk::Restamp()
     GiveNewUmid(mOwner);
 }
 
-PlugInResult UAFUmidChunk::Read(std::int64_t size, std::int64_t)
+PlugInResult UAFUmidChunk::Read(i64 size, i64)
 {
     if (size != 24)
         return kAudioFile_Unimplemented;
@@ -38,11 +39,11 @@ PlugInResult UAFUmidChunk::Read(std::int64_t size, std::int64_t)
     Sys_Umid umid;
     std::memcpy(&umid, body, 16);
     umid.SwapIfWin32();
-    mOwner->SetUmidBytes(reinterpret_cast<std::uint8_t const*>(&umid));
+    mOwner->SetUmidBytes(reinterpret_cast<u8 const*>(&umid));
     return S_OK;
 }
 
-PlugInResult UAFUmidChunk::Write(std::int64_t, std::int64_t)
+PlugInResult UAFUmidChunk::Write(i64, i64)
 {
     Sys_Umid umid;
     std::memcpy(&umid, mOwner->UmidBytes(), 16);
@@ -52,7 +53,7 @@ PlugInResult UAFUmidChunk::Write(std::int64_t, std::int64_t)
     return WriteExact(body, 24);
 }
 
-PlugInResult UAFUmidChunk::Print(std::ostream& out, std::int64_t size, std::int64_t)
+PlugInResult UAFUmidChunk::Print(std::ostream& out, i64 size, i64)
 {
     if (size != 24)
     {
@@ -66,12 +67,12 @@ PlugInResult UAFUmidChunk::Print(std::ostream& out, std::int64_t size, std::int6
     Sys_Umid umid;
     std::memcpy(&umid, body, 16);
     umid.SwapIfWin32();
-    std::uint32_t words[4];
+    u32 words[4];
     std::memcpy(words, &umid, 16);
-    std::uint64_t generation;
+    u64 generation;
     std::memcpy(&generation, body + 16, 8);
-    out << "\tumid: " << static_cast<std::int32_t>(words[0]) << "." << static_cast<std::int32_t>(words[1]) << "."
-        << words[2] << "." << words[3] << "\n"
+    out << "\tumid: " << static_cast<i32>(words[0]) << "." << static_cast<i32>(words[1]) << "." << words[2] << "."
+        << words[3] << "\n"
         << "\tgenNumber: " << Swap64(generation) << "\n";
     return S_OK;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/Chunk.h"
 
 // 'umid': the file's unique id, stored big-endian word by word, and a
@@ -10,9 +11,9 @@ public:
     // With a fresh id, a new identifier goes to the handler at once.
     UAFUmidChunk(ChunkyFile* owner, bool freshId);
     bool IsObsolete() override { return false; }
-    PlugInResult Read(std::int64_t size, std::int64_t bodyPosition) override;
-    PlugInResult Write(std::int64_t size, std::int64_t bodyPosition) override;
-    PlugInResult Print(std::ostream& out, std::int64_t size, std::int64_t bodyPosition) override;
-    std::int64_t GetSize(std::int32_t) override { return 24; }
+    PlugInResult Read(i64 size, i64 bodyPosition) override;
+    PlugInResult Write(i64 size, i64 bodyPosition) override;
+    PlugInResult Print(std::ostream& out, i64 size, i64 bodyPosition) override;
+    i64 GetSize(i32) override { return 24; }
     void Restamp() override;
 };

@@ -1,4 +1,5 @@
 #include "FF/PlugIns/VORN.h"
+#include "Cmn/Cmn_Types.h"
 
 #include "FF/PlugIns/IFile.h"
 #include "FF/PlugIns/IFileImpl.h"
@@ -20,22 +21,22 @@ namespace
 using RM = Sys_ResourceManager;
 using Codec = VORNResourceCodec;
 
-constexpr std::uint32_t kStr = Sys_ResourceFork::Code("STR ");
-constexpr std::uint32_t kUmid = Sys_ResourceFork::Code("umid");
-constexpr std::uint32_t kOverview = Sys_ResourceFork::Code("qxOV");
-constexpr std::uint32_t kRegions = Sys_ResourceFork::Code("qxRL");
-constexpr std::uint32_t kLoops = Sys_ResourceFork::Code("qxLL");
+constexpr u32 kStr = Sys_ResourceFork::Code("STR ");
+constexpr u32 kUmid = Sys_ResourceFork::Code("umid");
+constexpr u32 kOverview = Sys_ResourceFork::Code("qxOV");
+constexpr u32 kRegions = Sys_ResourceFork::Code("qxRL");
+constexpr u32 kLoops = Sys_ResourceFork::Code("qxLL");
 
 constexpr char kSampleSizeName[] = "sample-size";
 constexpr char kSampleRateName[] = "sample-rate";
 constexpr char kChannelsName[] = "channels";
 
 // The widths and counts this library reads and writes.
-constexpr std::int64_t kMaxBytesPerSample = 4;
-constexpr std::int64_t kMaxChannels = 0xFFFF;
+constexpr i64 kMaxBytesPerSample = 4;
+constexpr i64 kMaxChannels = 0xFFFF;
 constexpr double kMaxRate = 2147483647.0;
 
-PlugInResult ErrorResult(std::int16_t err)
+PlugInResult ErrorResult(i16 err)
 {
     return PlugInResultFromOSError(err);
 }
@@ -49,12 +50,12 @@ PlugInResult VORN::Create(void** object)
     return S_OK;
 }
 
-PlugInResult VORN::GetFileTypeName(std::int32_t size, char* buffer)
+PlugInResult VORN::GetFileTypeName(i32 size, char* buffer)
 {
     return CopyTypeName(size, buffer, "VORN");
 }
 
-PlugInResult VORN::GetByteOrder(std::int32_t* order)
+PlugInResult VORN::GetByteOrder(i32* order)
 {
     *order = 0;
     return S_OK;
@@ -84,26 +85,26 @@ PlugInResult VORN::Refuse(PlugInResult result, std::string reason)
 
 // ------------------------------------------------------------- resources
 
-std::int16_t VORN::ReadResource(std::uint32_t type, std::int16_t id, Bytes* bytes)
+i16 VORN::ReadResource(u32 type, i16 id, Bytes* bytes)
 {
     RM::Handle const handle = RM::GetResource(type, id);
     if (!handle)
     {
-        std::int16_t const err = RM::GetError();
+        i16 const err = RM::GetError();
         return err == RM::kNoError ? RM::kErrResourceNotFound : err;
     }
-    std::int64_t const size = RM::GetHandleSize(handle);
+    i64 const size = RM::GetHandleSize(handle);
     bytes->assign(*handle, *handle + size);
     RM::ReleaseResource(handle);
     return RM::GetError();
 }
 
-std::int16_t VORN::RemoveResource(std::uint32_t type, std::int16_t id)
+i16 VORN::RemoveResource(u32 type, i16 id)
 {
     // Only to be removed: no need to read the contents.
     RM::SetLoad(false);
     RM::Handle const old = RM::GetResource(type, id);
-    std::int16_t err = old ? RM::kNoError : RM::GetError();
+    i16 err = old ? RM::kNoError : RM::GetError();
     RM::SetLoad(true);
     if (err == RM::kErrResourceNotFound)
         return RM::kNoError;
@@ -116,34 +117,34 @@ std::int16_t VORN::RemoveResource(std::uint32_t type, std::int16_t id)
     return err;
 }
 
-std::int16_t VORN::ReplaceResource(std::uint32_t type, std::int16_t id, std::string const& name, Bytes const& bytes)
+i16 VORN::ReplaceResource(u32 type, i16 id, std::string const& name, Bytes const& bytes)
 {
-    if (std::int16_t const err = RemoveResource(type, id))
+    if (i16 const err = RemoveResource(type, id))
         return err;
-    RM::Handle const handle = RM::NewHandle(static_cast<std::int64_t>(bytes.size()));
+    RM::Handle const handle = RM::NewHandle(static_cast<i64>(bytes.size()));
     if (!handle)
     {
-        std::int16_t const err = RM::GetMemError();
+        i16 const err = RM::GetMemError();
         return err != RM::kNoError ? err : RM::kErrMemoryFull;
     }
     if (!bytes.empty())
         std::memcpy(*handle, bytes.data(), bytes.size());
     Bytes const pascalName = Codec::EncodePascalString(name);
     RM::AddResource(handle, type, id, pascalName.data());
-    if (std::int16_t const err = RM::GetError())
+    if (i16 const err = RM::GetError())
     {
         RM::DisposeHandle(handle);
         return err;
     }
     RM::MarkChanged(handle);
     RM::WriteResource(handle);
-    if (std::int16_t const err = RM::GetError())
+    if (i16 const err = RM::GetError())
         return err;
     RM::ReleaseResource(handle);
     return RM::GetError();
 }
 
-std::int16_t VORN::WriteUmid()
+i16 VORN::WriteUmid()
 {
     return ReplaceResource(kUmid, kResourceId, std::string(), Codec::EncodeUmid(UmidBytes()));
 }
@@ -155,7 +156,7 @@ PlugInResult VORN::DoOpen()
     if (!mFile)
         return E_UNEXPECTED;
     StResourceFork fork(mFile, StResourceFork::kRead);
-    if (std::int16_t const err = fork.GetError())
+    if (i16 const err = fork.GetError())
     {
         // Most files have no fork: they are simply no VORN files, and what
         // their first bytes say tells the user more.
@@ -170,7 +171,7 @@ PlugInResult VORN::DoOpen()
     // The three strings make the file what it is.
     struct Field
     {
-        std::int16_t id;
+        i16 id;
         char const* name;
         std::string text;
     } fields[] = {
@@ -178,7 +179,7 @@ PlugInResult VORN::DoOpen()
     for (Field& f : fields)
     {
         Bytes bytes;
-        std::int16_t const err = ReadResource(kStr, f.id, &bytes);
+        i16 const err = ReadResource(kStr, f.id, &bytes);
         if (err == RM::kErrResourceNotFound)
             return Refuse(kAudioFile_CorruptFile, std::string("resource fork without its \"") + f.name + "\" string");
         if (err != RM::kNoError)
@@ -186,7 +187,7 @@ PlugInResult VORN::DoOpen()
         if (!Codec::DecodePascalString(bytes, &f.text))
             return Refuse(kAudioFile_CorruptFile, std::string("damaged \"") + f.name + "\" string");
     }
-    std::int64_t bytesPerSample = 0, channels = 0;
+    i64 bytesPerSample = 0, channels = 0;
     double rate = 0;
     if (!Codec::ParseInteger(fields[0].text, &bytesPerSample) || bytesPerSample < 1 ||
         bytesPerSample > kMaxBytesPerSample)
@@ -196,26 +197,26 @@ PlugInResult VORN::DoOpen()
     if (!Codec::ParseInteger(fields[2].text, &channels) || channels < 1 || channels > kMaxChannels)
         return Refuse(kAudioFile_CorruptFile, "channel count \"" + fields[2].text + "\" is no count");
 
-    std::int64_t const frame = bytesPerSample * channels;
-    std::int64_t eof = 0;
+    i64 const frame = bytesPerSample * channels;
+    i64 eof = 0;
     if (PlugInResult const r = mFile->GetEOF(&eof); r != S_OK)
         return r;
     if (eof % frame != 0)
         return Refuse(kAudioFile_CorruptFile, "data fork of " + std::to_string(eof) + " bytes is no whole number of " +
                                                   std::to_string(frame) + "-byte frames");
-    std::int64_t const frames = eof / frame;
+    i64 const frames = eof / frame;
 
     Bytes umid, overview, regions, loops;
     struct Optional
     {
-        std::uint32_t type;
+        u32 type;
         Bytes* bytes;
         bool found;
     } optional[] = {
         {kUmid, &umid, false}, {kOverview, &overview, false}, {kRegions, &regions, false}, {kLoops, &loops, false}};
     for (Optional& o : optional)
     {
-        std::int16_t const err = ReadResource(o.type, kResourceId, o.bytes);
+        i16 const err = ReadResource(o.type, kResourceId, o.bytes);
         if (err != RM::kNoError && err != RM::kErrResourceNotFound)
             return ErrorResult(err);
         o.found = err == RM::kNoError;
@@ -228,37 +229,37 @@ PlugInResult VORN::DoOpen()
     if (optional[3].found)
     {
         PlugInInstrument instrument;
-        if (std::int16_t const err = Codec::DecodeLoops(loops, &instrument))
+        if (i16 const err = Codec::DecodeLoops(loops, &instrument))
             return Refuse(ErrorResult(err), "loop list of an unknown version");
         mInstrument = instrument;
         mHasInstrument = true;
     }
-    SetBitsPerSample(static_cast<std::uint16_t>(bytesPerSample * 8));
-    SetSampleRate(static_cast<std::int32_t>(rate));
-    SetChannels(static_cast<std::uint16_t>(channels));
+    SetBitsPerSample(static_cast<u16>(bytesPerSample * 8));
+    SetSampleRate(static_cast<i32>(rate));
+    SetChannels(static_cast<u16>(channels));
     SetNumSamplesValue(frames);
     SetDataOffset(0);
     SetValidBits(kValidRegions | kValidOverviews | kValidInstrument);
-    std::uint8_t id[16];
+    u8 id[16];
     if (optional[0].found && Codec::DecodeUmid(umid, id))
         SetUmidBytes(id);
 
     // An overview of another length of the audio is of no use.
     Bytes block;
-    std::uint32_t spi = 0;
+    u32 spi = 0;
     if (optional[1].found && Codec::DecodeOverview(overview, &block, &spi))
     {
-        std::int64_t const intervals = static_cast<std::int64_t>((block.size() - Codec::kOverviewHeaderSize) / 2);
+        i64 const intervals = static_cast<i64>((block.size() - Codec::kOverviewHeaderSize) / 2);
         if (intervals == (frames + spi - 1) / spi)
         {
             PlugInOverview o;
-            o.size = static_cast<std::uint32_t>(intervals * 2 + 24);
+            o.size = static_cast<u32>(intervals * 2 + 24);
             o.version = 1;
             o.samplesPerInterval = spi;
             o.bitsPerInterval = 8;
             o.channels = 1;
-            o.numIntervals = static_cast<std::uint32_t>(intervals);
-            o.data = RelocatableBlock::New(static_cast<std::int64_t>(block.size()));
+            o.numIntervals = static_cast<u32>(intervals);
+            o.data = RelocatableBlock::New(static_cast<i64>(block.size()));
             std::memcpy(*o.data, block.data(), block.size());
             o.owned = true;
             mOverviews.push_back(o);
@@ -279,11 +280,11 @@ PlugInResult VORN::DoFormat()
     if (PlugInResult const r = mFile->SetEOF(NumSamples() * FrameSize()); r != S_OK)
         return r;
     StResourceFork fork(mFile, StResourceFork::kWrite);
-    std::int16_t err = fork.GetError();
+    i16 err = fork.GetError();
     int const bytesPerSample = BitsPerSample() / 8 + (BitsPerSample() % 8 ? 1 : 0);
     struct
     {
-        std::int16_t id;
+        i16 id;
         char const* name;
         std::string value;
     } const strings[] = {{kSampleSizeId, kSampleSizeName, Codec::FormatInteger(bytesPerSample)},
@@ -293,17 +294,17 @@ PlugInResult VORN::DoFormat()
         if (err == RM::kNoError)
             err = ReplaceResource(kStr, s.id, s.name, Codec::EncodePascalString(s.value));
     // A file made anew in the place of another keeps none of its metadata.
-    for (std::uint32_t const type : {kOverview, kRegions, kLoops})
+    for (u32 const type : {kOverview, kRegions, kLoops})
         if (err == RM::kNoError)
             err = RemoveResource(type, kResourceId);
     // A new file gets its identity at once, as Implement gives it.
     if (err == RM::kNoError)
     {
         Sys_Umid const umid = Sys_Umid::Create();
-        SetUmidBytes(reinterpret_cast<std::uint8_t const*>(&umid));
+        SetUmidBytes(reinterpret_cast<u8 const*>(&umid));
         err = WriteUmid();
     }
-    std::int16_t const closeErr = fork.Close();
+    i16 const closeErr = fork.Close();
     if (err == RM::kNoError)
         err = closeErr;
     if (err != RM::kNoError)
@@ -322,12 +323,12 @@ PlugInResult VORN::DoImplement(PlugInGuid const* iid)
     if (!mFile)
         return E_UNEXPECTED;
     Sys_Umid const umid = Sys_Umid::Create();
-    SetUmidBytes(reinterpret_cast<std::uint8_t const*>(&umid));
+    SetUmidBytes(reinterpret_cast<u8 const*>(&umid));
     StResourceFork fork(mFile, StResourceFork::kWrite);
-    std::int16_t err = fork.GetError();
+    i16 err = fork.GetError();
     if (err == RM::kNoError)
         err = WriteUmid();
-    std::int16_t const closeErr = fork.Close();
+    i16 const closeErr = fork.Close();
     if (err == RM::kNoError)
         err = closeErr;
     if (err != RM::kNoError)
@@ -341,7 +342,7 @@ PlugInResult VORN::DoImplement(PlugInGuid const* iid)
 PlugInResult VORN::StampWithUmid()
 {
     Sys_Umid const umid = Sys_Umid::Create();
-    SetUmidBytes(reinterpret_cast<std::uint8_t const*>(&umid));
+    SetUmidBytes(reinterpret_cast<u8 const*>(&umid));
     mDataRevision = 0;
     MarkChanged(kValidUmid);
     return S_OK;
@@ -357,13 +358,13 @@ PlugInResult VORN::DoFlush()
     if (mOverviews.size() > 1)
         return E_UNEXPECTED;
     StResourceFork fork(mFile, StResourceFork::kWrite);
-    std::int16_t err = fork.GetError();
+    i16 err = fork.GetError();
     if (err == RM::kNoError && mOverviews.size() == 1)
     {
         PlugInOverview const& o = mOverviews.front();
-        std::int64_t const size = o.data ? RelocatableBlock::GetSize(o.data) : 0;
-        Bytes const bytes = Codec::EncodeOverview(reinterpret_cast<std::uint8_t const*>(*o.data),
-                                                  static_cast<std::size_t>(size), o.samplesPerInterval);
+        i64 const size = o.data ? RelocatableBlock::GetSize(o.data) : 0;
+        Bytes const bytes = Codec::EncodeOverview(reinterpret_cast<u8 const*>(*o.data), static_cast<std::size_t>(size),
+                                                  o.samplesPerInterval);
         err = bytes.empty() ? RM::kErrParameter : ReplaceResource(kOverview, kResourceId, std::string(), bytes);
     }
     if (err == RM::kNoError)
@@ -374,13 +375,13 @@ PlugInResult VORN::DoFlush()
         err = WriteUmid();
     if (err == RM::kNoError && mHasInstrument)
         err = ReplaceResource(kLoops, kResourceId, std::string(), Codec::EncodeLoops(mInstrument));
-    std::int16_t const closeErr = fork.Close();
+    i16 const closeErr = fork.Close();
     if (err == RM::kNoError)
         err = closeErr;
     return err == RM::kNoError ? S_OK : ErrorResult(err);
 }
 
-PlugInResult VORN::DoSetNumSamples(std::int64_t frames)
+PlugInResult VORN::DoSetNumSamples(i64 frames)
 {
     if (!mFile)
         return E_UNEXPECTED;
@@ -396,7 +397,7 @@ PlugInResult VORN::PrintFile(std::ostream& out)
 {
     if (!mFile)
         return E_UNEXPECTED;
-    std::int64_t eof = 0;
+    i64 eof = 0;
     if (PlugInResult const r = mFile->GetEOF(&eof); r != S_OK)
         return r;
     out << "data fork: " << eof << " bytes of audio\n";
@@ -447,7 +448,7 @@ PlugInResult VORN::PrintFile(std::ostream& out)
             out << " \"" << text << "\"";
         out << "\n";
         Bytes block;
-        std::uint32_t spi = 0;
+        u32 spi = 0;
         if (r.type == kOverview && r.id == kResourceId && Codec::DecodeOverview(r.data, &block, &spi))
             out << "\t\tsamplesPerInterval " << spi << "\n\t\tbitsPerInterval 8\n\t\tnumIntervals "
                 << (block.size() - Codec::kOverviewHeaderSize) / 2 << "\n";

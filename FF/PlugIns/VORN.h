@@ -9,6 +9,7 @@
 // only Format, Implement and a flush make a fork.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/PlugIn.h"
 
 #include <cstdint>
@@ -20,17 +21,17 @@ class StResourceFork;
 class VORN : public PlugIn
 {
 public:
-    static constexpr std::int16_t kResourceId = 1000;
-    static constexpr std::int16_t kSampleSizeId = 1000;
-    static constexpr std::int16_t kSampleRateId = 1001;
-    static constexpr std::int16_t kChannelsId = 1002;
+    static constexpr i16 kResourceId = 1000;
+    static constexpr i16 kSampleSizeId = 1000;
+    static constexpr i16 kSampleRateId = 1001;
+    static constexpr i16 kChannelsId = 1002;
 
     // The factory of the handler table: a new instance with its first reference.
     static PlugInResult Create(void** object);
 
-    PlugInResult GetFileTypeName(std::int32_t size, char* buffer) override;
+    PlugInResult GetFileTypeName(i32 size, char* buffer) override;
     // 0: the audio is big-endian; FF_AudioFile swaps it.
-    PlugInResult GetByteOrder(std::int32_t* order) override;
+    PlugInResult GetByteOrder(i32* order) override;
     PlugInResult CanImplement(PlugInGuid const* iid) override;
     // The data fork's size and the fork's resources as they lie in it.
     PlugInResult PrintFile(std::ostream& out) override;
@@ -43,23 +44,22 @@ public:
     PlugInResult DoOpen() override;
     PlugInResult DoFormat() override;
     PlugInResult DoFlush() override;
-    PlugInResult DoSetNumSamples(std::int64_t frames) override;
+    PlugInResult DoSetNumSamples(i64 frames) override;
     PlugInResult DoImplement(PlugInGuid const* iid) override;
 
 private:
     VORN() = default;
 
-    using Bytes = std::vector<std::uint8_t>;
+    using Bytes = std::vector<u8>;
 
     // The contents of a resource of the current file: 0, the manager's
     // error, or kErrResourceNotFound when there is none.
-    static std::int16_t ReadResource(std::uint32_t type, std::int16_t id, Bytes* bytes);
+    static i16 ReadResource(u32 type, i16 id, Bytes* bytes);
     // Puts bytes in place of the resource of that type and id, if any, and
     // writes the fork.
-    static std::int16_t ReplaceResource(std::uint32_t type, std::int16_t id, std::string const& name,
-                                        Bytes const& bytes);
-    static std::int16_t RemoveResource(std::uint32_t type, std::int16_t id);
-    std::int16_t WriteUmid();
+    static i16 ReplaceResource(u32 type, i16 id, std::string const& name, Bytes const& bytes);
+    static i16 RemoveResource(u32 type, i16 id);
+    i16 WriteUmid();
     PlugInResult Refuse(PlugInResult result, std::string reason);
     // Whether the file's name ends in ".vorn".
     bool NamedVORN();

@@ -1,4 +1,5 @@
 #include "FF/PlugIns/VORNResourceCodec.h"
+#include "Cmn/Cmn_Types.h"
 
 #include "Sys/Sys_Umid.h"
 
@@ -10,32 +11,32 @@ namespace
 {
 using Bytes = VORNResourceCodec::Bytes;
 
-void Put16(Bytes& out, std::uint32_t v)
+void Put16(Bytes& out, u32 v)
 {
-    out.push_back(static_cast<std::uint8_t>(v >> 8));
-    out.push_back(static_cast<std::uint8_t>(v));
+    out.push_back(static_cast<u8>(v >> 8));
+    out.push_back(static_cast<u8>(v));
 }
 
-void Put32(Bytes& out, std::uint32_t v)
+void Put32(Bytes& out, u32 v)
 {
     Put16(out, v >> 16);
     Put16(out, v & 0xFFFF);
 }
 
-std::uint32_t Get16(std::uint8_t const* p)
+u32 Get16(u8 const* p)
 {
-    return static_cast<std::uint32_t>(p[0]) << 8 | p[1];
+    return static_cast<u32>(p[0]) << 8 | p[1];
 }
 
-std::uint32_t Get32(std::uint8_t const* p)
+u32 Get32(u8 const* p)
 {
     return Get16(p) << 16 | Get16(p + 2);
 }
 
 // Signed 32 bits on disk, 64 in memory.
-std::uint64_t GetSigned32(std::uint8_t const* p)
+u64 GetSigned32(u8 const* p)
 {
-    return static_cast<std::uint64_t>(static_cast<std::int64_t>(static_cast<std::int32_t>(Get32(p))));
+    return static_cast<u64>(static_cast<i64>(static_cast<i32>(Get32(p))));
 }
 
 std::string Trimmed(std::string const& text)
@@ -62,8 +63,8 @@ template <class T> bool ParseWhole(std::string const& text, T* value)
     return true;
 }
 
-constexpr std::uint32_t kLoopForward = 0x75;
-constexpr std::uint32_t kLoopForwardBackward = 0x76;
+constexpr u32 kLoopForward = 0x75;
+constexpr u32 kLoopForwardBackward = 0x76;
 } // namespace
 
 // ------------------------------------------------------------------ strings
@@ -73,7 +74,7 @@ Bytes VORNResourceCodec::EncodePascalString(std::string const& text)
     std::size_t const length = std::min<std::size_t>(text.size(), 255);
     Bytes out;
     out.reserve(length + 1);
-    out.push_back(static_cast<std::uint8_t>(length));
+    out.push_back(static_cast<u8>(length));
     out.insert(out.end(), text.begin(), text.begin() + static_cast<std::ptrdiff_t>(length));
     return out;
 }
@@ -86,7 +87,7 @@ bool VORNResourceCodec::DecodePascalString(Bytes const& bytes, std::string* text
     return true;
 }
 
-std::string VORNResourceCodec::FormatInteger(std::int64_t value)
+std::string VORNResourceCodec::FormatInteger(i64 value)
 {
     char buffer[24];
     auto const [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
@@ -100,7 +101,7 @@ std::string VORNResourceCodec::FormatRate(double rate)
     return ec == std::errc() ? std::string(buffer, end) : std::string("0.000000");
 }
 
-bool VORNResourceCodec::ParseInteger(std::string const& text, std::int64_t* value)
+bool VORNResourceCodec::ParseInteger(std::string const& text, i64* value)
 {
     return ParseWhole(text, value);
 }
@@ -112,7 +113,7 @@ bool VORNResourceCodec::ParseRate(std::string const& text, double* rate)
 
 // --------------------------------------------------------------------- umid
 
-Bytes VORNResourceCodec::EncodeUmid(std::uint8_t const* umid)
+Bytes VORNResourceCodec::EncodeUmid(u8 const* umid)
 {
     Sys_Umid id;
     std::memcpy(&id, umid, 16);
@@ -122,7 +123,7 @@ Bytes VORNResourceCodec::EncodeUmid(std::uint8_t const* umid)
     return out;
 }
 
-bool VORNResourceCodec::DecodeUmid(Bytes const& bytes, std::uint8_t* umid)
+bool VORNResourceCodec::DecodeUmid(Bytes const& bytes, u8* umid)
 {
     if (bytes.size() < kUmidSize)
         return false;
@@ -135,7 +136,7 @@ bool VORNResourceCodec::DecodeUmid(Bytes const& bytes, std::uint8_t* umid)
 
 // ---------------------------------------------------------------- overviews
 
-Bytes VORNResourceCodec::EncodeOverview(std::uint8_t const* block, std::size_t size, std::uint32_t spi)
+Bytes VORNResourceCodec::EncodeOverview(u8 const* block, std::size_t size, u32 spi)
 {
     Bytes out;
     if (size < kOverviewHeaderSize)
@@ -149,16 +150,16 @@ Bytes VORNResourceCodec::EncodeOverview(std::uint8_t const* block, std::size_t s
     return out;
 }
 
-bool VORNResourceCodec::DecodeOverview(Bytes const& bytes, Bytes* block, std::uint32_t* samplesPerInterval)
+bool VORNResourceCodec::DecodeOverview(Bytes const& bytes, Bytes* block, u32* samplesPerInterval)
 {
     if (bytes.size() < kOverviewHeaderSize)
         return false;
-    std::uint32_t const spi = Get32(bytes.data() + 6);
+    u32 const spi = Get32(bytes.data() + 6);
     if (spi == 0)
         return false;
     block->assign(bytes.begin(), bytes.end());
-    std::int16_t const version = 1;
-    std::uint32_t const offset = kOverviewHeaderSize, zero = 0;
+    i16 const version = 1;
+    u32 const offset = kOverviewHeaderSize, zero = 0;
     std::memcpy(block->data(), &version, 2);
     std::memcpy(block->data() + 2, &offset, 4);
     std::memcpy(block->data() + 6, &spi, 4);
@@ -177,15 +178,15 @@ Bytes VORNResourceCodec::EncodeRegions(std::vector<PlugInRegion> const& regions)
     Put32(out, 12);
     Put32(out, kRegionRecordSize);
     Put32(out, 0);
-    Put32(out, static_cast<std::uint32_t>(regions.size()));
-    std::uint32_t index = 0;
+    Put32(out, static_cast<u32>(regions.size()));
+    u32 index = 0;
     for (PlugInRegion const& r : regions)
     {
         Put32(out, index++);
-        for (std::uint64_t v : {r.startSample, r.stopSample, r.syncSample, r.userTimeStamp, r.originalTimeStamp})
-            Put32(out, static_cast<std::uint32_t>(v));
-        std::uint8_t name[32] = {};
-        name[0] = std::min<std::uint8_t>(r.nameLength, 31);
+        for (u64 v : {r.startSample, r.stopSample, r.syncSample, r.userTimeStamp, r.originalTimeStamp})
+            Put32(out, static_cast<u32>(v));
+        u8 name[32] = {};
+        name[0] = std::min<u8>(r.nameLength, 31);
         std::memcpy(name + 1, r.name, name[0]);
         out.insert(out.end(), name, name + 32);
     }
@@ -197,14 +198,14 @@ bool VORNResourceCodec::DecodeRegions(Bytes const& bytes, std::vector<PlugInRegi
     regions->clear();
     if (bytes.size() < kRegionHeaderSize || (bytes.size() - kRegionHeaderSize) % kRegionRecordSize != 0)
         return false;
-    std::uint8_t const* const p = bytes.data();
+    u8 const* const p = bytes.data();
     if (Get16(p) != 1 || Get32(p + 2) != 12 || Get32(p + 6) != kRegionRecordSize)
         return false;
     std::size_t const count = (bytes.size() - kRegionHeaderSize) / kRegionRecordSize;
     regions->reserve(count);
     for (std::size_t i = 0; i < count; ++i)
     {
-        std::uint8_t const* const rec = p + kRegionHeaderSize + i * kRegionRecordSize;
+        u8 const* const rec = p + kRegionHeaderSize + i * kRegionRecordSize;
         PlugInRegion r = {};
         Sys_Umid const id = Sys_Umid::Create();
         std::memcpy(r.umid, &id, 16);
@@ -213,7 +214,7 @@ bool VORNResourceCodec::DecodeRegions(Bytes const& bytes, std::vector<PlugInRegi
         r.syncSample = GetSigned32(rec + 12);
         r.userTimeStamp = GetSigned32(rec + 16);
         r.originalTimeStamp = GetSigned32(rec + 20);
-        r.nameLength = std::min<std::uint8_t>(rec[24], 31);
+        r.nameLength = std::min<u8>(rec[24], 31);
         std::memcpy(r.name, rec + 25, r.nameLength);
         regions->push_back(r);
     }
@@ -226,13 +227,13 @@ Bytes VORNResourceCodec::EncodeLoops(PlugInInstrument const& instrument)
 {
     struct Loop
     {
-        std::int32_t type;
-        std::int64_t start, stop;
-        std::uint32_t which;
+        i32 type;
+        i64 start, stop;
+        u32 which;
     };
     Loop const loops[] = {{instrument.loop1Type, instrument.loop1Start, instrument.loop1Stop, 1},
                           {instrument.loop2Type, instrument.loop2Start, instrument.loop2Stop, 2}};
-    std::uint32_t count = 0;
+    u32 count = 0;
     for (Loop const& l : loops)
         count += l.type != 0 ? 1 : 0;
     Bytes out;
@@ -245,8 +246,8 @@ Bytes VORNResourceCodec::EncodeLoops(PlugInInstrument const& instrument)
     {
         if (l.type == 0)
             continue;
-        Put32(out, static_cast<std::uint32_t>(l.start));
-        Put32(out, static_cast<std::uint32_t>(l.stop));
+        Put32(out, static_cast<u32>(l.start));
+        Put32(out, static_cast<u32>(l.stop));
         Put16(out, l.which);
         Put16(out, l.type == 2 ? kLoopForwardBackward : kLoopForward);
         Put16(out, 0);
@@ -254,7 +255,7 @@ Bytes VORNResourceCodec::EncodeLoops(PlugInInstrument const& instrument)
     return out;
 }
 
-std::int16_t VORNResourceCodec::DecodeLoops(Bytes const& bytes, PlugInInstrument* instrument)
+i16 VORNResourceCodec::DecodeLoops(Bytes const& bytes, PlugInInstrument* instrument)
 {
     *instrument = PlugInInstrument{};
     if (bytes.size() < kLoopHeaderSize || Get16(bytes.data()) != 1)
@@ -263,10 +264,10 @@ std::int16_t VORNResourceCodec::DecodeLoops(Bytes const& bytes, PlugInInstrument
         std::min<std::size_t>(Get16(bytes.data() + 6), (bytes.size() - kLoopHeaderSize) / kLoopRecordSize);
     for (std::size_t i = 0; i < count; ++i)
     {
-        std::uint8_t const* const rec = bytes.data() + kLoopHeaderSize + i * kLoopRecordSize;
-        auto const start = static_cast<std::int64_t>(static_cast<std::int32_t>(Get32(rec)));
-        auto const stop = static_cast<std::int64_t>(static_cast<std::int32_t>(Get32(rec + 4)));
-        std::int32_t const type = Get16(rec + 10) == kLoopForwardBackward ? 2 : 1;
+        u8 const* const rec = bytes.data() + kLoopHeaderSize + i * kLoopRecordSize;
+        auto const start = static_cast<i64>(static_cast<i32>(Get32(rec)));
+        auto const stop = static_cast<i64>(static_cast<i32>(Get32(rec + 4)));
+        i32 const type = Get16(rec + 10) == kLoopForwardBackward ? 2 : 1;
         switch (Get16(rec + 8))
         {
         case 1:

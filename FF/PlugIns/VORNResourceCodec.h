@@ -7,6 +7,7 @@
 // in host order, as every handler keeps it.)
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/PlugInInstrument.h"
 #include "FF/PlugIns/PlugInRegion.h"
 
@@ -17,7 +18,7 @@
 class VORNResourceCodec
 {
 public:
-    using Bytes = std::vector<std::uint8_t>;
+    using Bytes = std::vector<u8>;
 
     static constexpr std::size_t kUmidSize = 24;
     static constexpr std::size_t kOverviewHeaderSize = 14;
@@ -27,7 +28,7 @@ public:
     static constexpr std::size_t kLoopRecordSize = 14;
     // What a loop list of another version, or too short for its header,
     // reports as the resource error.
-    static constexpr std::int16_t kBadLoopList = -206;
+    static constexpr i16 kBadLoopList = -206;
 
     // 'STR ' resources: a length byte and up to 255 characters. A longer
     // text is cut.
@@ -35,26 +36,26 @@ public:
     // False when the length byte promises more than there is.
     static bool DecodePascalString(Bytes const& bytes, std::string* text);
     // "%d" and "%f" in the C locale, whatever the process's locale.
-    static std::string FormatInteger(std::int64_t value);
+    static std::string FormatInteger(i64 value);
     static std::string FormatRate(double rate);
     // A decimal number, with blanks around it allowed and nothing else.
-    static bool ParseInteger(std::string const& text, std::int64_t* value);
+    static bool ParseInteger(std::string const& text, i64* value);
     static bool ParseRate(std::string const& text, double* rate);
 
     // 'umid': a generation of 8 zero bytes, then the 16 bytes of the
     // identifier; `umid` is in memory order (host-order words).
-    static Bytes EncodeUmid(std::uint8_t const* umid);
+    static Bytes EncodeUmid(u8 const* umid);
     // False for a resource shorter than 24 bytes.
-    static bool DecodeUmid(Bytes const& bytes, std::uint8_t* umid);
+    static bool DecodeUmid(Bytes const& bytes, u8* umid);
 
     // qxOV: the overview block with its 14-byte header (1, 14, samples per
     // interval, 0) and one channel of 8-bit (max, min) pairs. `block` is the
     // payload behind a 14-byte header, as an overview is kept in memory; the
     // header on disk is made from samplesPerInterval.
-    static Bytes EncodeOverview(std::uint8_t const* block, std::size_t size, std::uint32_t samplesPerInterval);
+    static Bytes EncodeOverview(u8 const* block, std::size_t size, u32 samplesPerInterval);
     // The block in memory: header in host order, payload as it is; false
     // for a resource shorter than its header or with 0 samples per interval.
-    static bool DecodeOverview(Bytes const& bytes, Bytes* block, std::uint32_t* samplesPerInterval);
+    static bool DecodeOverview(Bytes const& bytes, Bytes* block, u32* samplesPerInterval);
 
     // qxRL: an 18-byte header (1, 12, 56, 0, count) and 56 bytes a region.
     // Numbers are cut to their low 32 bits; the name is a Pascal string of
@@ -73,7 +74,7 @@ public:
     // 0, or kBadLoopList. Starts from an instrument without loops, root
     // note 60, fine tune 0; records that the resource does not hold whole
     // are not read, and records of another loop number are passed over.
-    static std::int16_t DecodeLoops(Bytes const& bytes, PlugInInstrument* instrument);
+    static i16 DecodeLoops(Bytes const& bytes, PlugInInstrument* instrument);
 
 private:
     VORNResourceCodec() = delete;

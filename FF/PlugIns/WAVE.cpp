@@ -1,4 +1,5 @@
 #include "FF/PlugIns/WAVE.h"
+#include "Cmn/Cmn_Types.h"
 
 #include "FF/PlugIns/PadChunk.h"
 #include "FF/PlugIns/UAFEbuChunk.h"
@@ -17,12 +18,12 @@ PlugInResult WAVE::Create(void** object)
     return HandOut(new WAVE, object);
 }
 
-PlugInResult WAVE::GetFileTypeName(std::int32_t size, char* buffer)
+PlugInResult WAVE::GetFileTypeName(i32 size, char* buffer)
 {
     return CopyTypeName(size, buffer, "WAVE");
 }
 
-PlugInResult WAVE::GetByteOrder(std::int32_t* order)
+PlugInResult WAVE::GetByteOrder(i32* order)
 {
     *order = 1;
     return S_OK;
@@ -86,7 +87,7 @@ void WAVE::CreateDefaultChunks(ChunkList& list)
 bool WAVE::NeedsLongForm()
 {
     // Room for the metadata that follows the audio at the first flush.
-    constexpr std::int64_t kMargin = std::int64_t{1} << 20;
+    constexpr i64 kMargin = i64{1} << 20;
     return NumSamples() * FrameSize() + kMargin > 0xFFFFFFFFll || GetFormSize() - 8 > 0xFFFFFFFFll;
 }
 
@@ -106,14 +107,14 @@ PlugInResult WAVE::DoFlush()
     return ChunkyFile::DoFlush();
 }
 
-std::uint32_t WAVE::SizeField(Chunk& chunk, std::int64_t size)
+u32 WAVE::SizeField(Chunk& chunk, i64 size)
 {
     if (mLongForm && (chunk.GetKind() == Chunk::kFileHeader || chunk.GetKind() == Chunk::kAudioData))
         return 0xFFFFFFFFu;
     return ChunkyFile::SizeField(chunk, size);
 }
 
-std::int64_t WAVE::AudioChunkBytes()
+i64 WAVE::AudioChunkBytes()
 {
     for (ChunkList* list : {&mChunks, &mNewChunks})
         for (auto& c : *list)

@@ -1,6 +1,7 @@
 // The RIFF WAVE handler: linear PCM, little-endian, 8-bit samples unsigned on disk.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/ChunkyFile.h"
 
 class WAVE : public ChunkyFile
@@ -9,8 +10,8 @@ public:
     // The factory of the handler table: a new instance with its first reference.
     static PlugInResult Create(void** object);
 
-    PlugInResult GetFileTypeName(std::int32_t size, char* buffer) override;
-    PlugInResult GetByteOrder(std::int32_t* order) override;
+    PlugInResult GetFileTypeName(i32 size, char* buffer) override;
+    PlugInResult GetByteOrder(i32* order) override;
 
     bool IsBigEndian() override { return false; }
     bool IsUnsigned8Bit() override { return mBitsPerSample == 8; }
@@ -18,14 +19,14 @@ public:
     PlugInResult DoImplement(PlugInGuid const* iid, ChunkList& list) override;
     std::unique_ptr<Chunk> CreateChunk(ChunkId id) override;
     void CreateDefaultChunks(ChunkList& list) override;
-    std::int32_t DataChunkHeaderSize() override { return 8; }
+    i32 DataChunkHeaderSize() override { return 8; }
     PlugInResult DoFlush() override;
-    std::uint32_t SizeField(Chunk& chunk, std::int64_t size) override;
+    u32 SizeField(Chunk& chunk, i64 size) override;
 
     // A file past 4 GiB: 'RF64' header, sizes in 'ds64'.
     void SetLongForm() { mLongForm = true; }
     // The audio chunk's body bytes, as its size field would give them.
-    std::int64_t AudioChunkBytes();
+    i64 AudioChunkBytes();
 
 protected:
     WAVE() = default;

@@ -1,4 +1,5 @@
 #include "FF/PlugIns/WAVEDataChunk.h"
+#include "Cmn/Cmn_Types.h"
 
 #include "FF/PlugIns/ChunkyFile.h"
 
@@ -6,9 +7,9 @@
 
 WAVEDataChunk::WAVEDataChunk(ChunkyFile* owner) : Chunk(owner, kChunkId_data, kAudioData) {}
 
-PlugInResult WAVEDataChunk::Read(std::int64_t size, std::int64_t bodyPosition)
+PlugInResult WAVEDataChunk::Read(i64 size, i64 bodyPosition)
 {
-    std::int64_t const frameSize = mOwner->FrameSize();
+    i64 const frameSize = mOwner->FrameSize();
     // 'fmt ' must come first.
     if (frameSize == 0)
         return E_UNEXPECTED;
@@ -21,30 +22,30 @@ PlugInResult WAVEDataChunk::Read(std::int64_t size, std::int64_t bodyPosition)
 
 bool WAVEDataChunk::AsRead() const
 {
-    std::int64_t const frameSize = mOwner->FrameSize();
+    i64 const frameSize = mOwner->FrameSize();
     return mDiskBytes >= 0 && frameSize > 0 && mOwner->NumSamples() == mDiskBytes / frameSize;
 }
 
-std::int64_t WAVEDataChunk::GetFileSize()
+i64 WAVEDataChunk::GetFileSize()
 {
     return AsRead() && StoredFileSize() > 0 ? StoredFileSize() : GetSize(0) + 8;
 }
 
-std::int64_t WAVEDataChunk::GetSize(std::int32_t nominal)
+i64 WAVEDataChunk::GetSize(i32 nominal)
 {
-    std::int64_t const frameSize = mOwner->FrameSize();
+    i64 const frameSize = mOwner->FrameSize();
     bool const asRead = AsRead();
-    std::int64_t const bytes = asRead ? mDiskBytes : mOwner->NumSamples() * frameSize;
-    return nominal ? bytes : (bytes + 1) & ~std::int64_t{1};
+    i64 const bytes = asRead ? mDiskBytes : mOwner->NumSamples() * frameSize;
+    return nominal ? bytes : (bytes + 1) & ~i64{1};
 }
 
-PlugInResult WAVEDataChunk::Write(std::int64_t size, std::int64_t bodyPosition)
+PlugInResult WAVEDataChunk::Write(i64 size, i64 bodyPosition)
 {
     mOwner->SetDataOffset(bodyPosition);
     return Skip(size);
 }
 
-PlugInResult WAVEDataChunk::Print(std::ostream& out, std::int64_t size, std::int64_t)
+PlugInResult WAVEDataChunk::Print(std::ostream& out, i64 size, i64)
 {
     out << "\t" << size << " bytes of audio data\n";
     return S_OK;

@@ -2,6 +2,7 @@
 // 'BW64') header and 'data' chunk carry 0xFFFFFFFF in their 32-bit fields.
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/Chunk.h"
 
 class WAVE;
@@ -9,18 +10,18 @@ class WAVE;
 class WAVEDs64Chunk : public Chunk
 {
 public:
-    static constexpr std::int64_t kFixedSize = 28; // form, data and frame sizes, table length
+    static constexpr i64 kFixedSize = 28; // form, data and frame sizes, table length
 
     explicit WAVEDs64Chunk(WAVE* owner);
     bool IsObsolete() override { return false; }
-    PlugInResult Read(std::int64_t size, std::int64_t bodyPosition) override;
+    PlugInResult Read(i64 size, i64 bodyPosition) override;
     // The sizes of the file as it is now; a table of other chunks' sizes
     // that the file had stays as it was.
-    PlugInResult Write(std::int64_t size, std::int64_t bodyPosition) override;
-    PlugInResult Print(std::ostream& out, std::int64_t size, std::int64_t bodyPosition) override;
-    std::int64_t GetSize(std::int32_t nominal) override;
+    PlugInResult Write(i64 size, i64 bodyPosition) override;
+    PlugInResult Print(std::ostream& out, i64 size, i64 bodyPosition) override;
+    i64 GetSize(i32 nominal) override;
 
 private:
     WAVE* mWave;
-    std::int64_t mDiskSize = kFixedSize;
+    i64 mDiskSize = kFixedSize;
 };

@@ -1,4 +1,5 @@
 #include "FF/PlugIns/WAVEFmtChunk.h"
+#include "Cmn/Cmn_Types.h"
 
 #include "FF/PlugIns/ChunkyFile.h"
 
@@ -8,20 +9,20 @@
 
 WAVEFmtChunk::WAVEFmtChunk(ChunkyFile* owner) : Chunk(owner, kChunkId_fmt, kFmt) {}
 
-PlugInResult WAVEFmtChunk::Read(std::int64_t size, std::int64_t)
+PlugInResult WAVEFmtChunk::Read(i64 size, i64)
 {
     if (size < 16)
         return kAudioFile_Unimplemented;
     // The extensible form carries 24 more bytes: valid bits, the speaker
     // mask and the sub-format, whose first two bytes are a format tag.
     unsigned char body[40] = {};
-    std::int64_t const bytes = size < 40 ? size : 40;
+    i64 const bytes = size < 40 ? size : 40;
     PlugInResult r = ReadExact(body, bytes);
     if (r != S_OK)
         return r;
 
-    std::uint16_t formatTag, channels, bits, validBits = 0;
-    std::uint32_t rate, mask = 0;
+    u16 formatTag, channels, bits, validBits = 0;
+    u32 rate, mask = 0;
     std::memcpy(&formatTag, body + 0, 2);
     std::memcpy(&channels, body + 2, 2);
     std::memcpy(&rate, body + 4, 4);
@@ -65,24 +66,24 @@ PlugInResult WAVEFmtChunk::Read(std::int64_t size, std::int64_t)
         bits = validBits;
     mOwner->SetChannels(Swap16(channels));
     mOwner->SetBitsPerSample(bits);
-    mOwner->SetSampleRate(static_cast<std::int32_t>(Swap32(rate)));
+    mOwner->SetSampleRate(static_cast<i32>(Swap32(rate)));
     mOwner->SetChannelMask(mask);
     return S_OK;
 }
 
-PlugInResult WAVEFmtChunk::Write(std::int64_t, std::int64_t)
+PlugInResult WAVEFmtChunk::Write(i64, i64)
 {
-    std::uint16_t const channels = mOwner->Channels();
-    std::uint16_t const bits = mOwner->BitsPerSample();
-    auto const rate = static_cast<std::uint32_t>(mOwner->SampleRate());
-    auto const blockAlign = static_cast<std::uint16_t>(((bits + 7) / 8) * channels);
+    u16 const channels = mOwner->Channels();
+    u16 const bits = mOwner->BitsPerSample();
+    auto const rate = static_cast<u32>(mOwner->SampleRate());
+    auto const blockAlign = static_cast<u16>(((bits + 7) / 8) * channels);
     unsigned char body[16];
-    auto put16 = [&](int at, std::uint16_t v)
+    auto put16 = [&](int at, u16 v)
     {
         v = Swap16(v);
         std::memcpy(body + at, &v, 2);
     };
-    auto put32 = [&](int at, std::uint32_t v)
+    auto put32 = [&](int at, u32 v)
     {
         v = Swap32(v);
         std::memcpy(body + at, &v, 4);
@@ -96,7 +97,7 @@ PlugInResult WAVEFmtChunk::Write(std::int64_t, std::int64_t)
     return WriteExact(body, 16);
 }
 
-PlugInResult WAVEFmtChunk::Print(std::ostream& out, std::int64_t size, std::int64_t)
+PlugInResult WAVEFmtChunk::Print(std::ostream& out, i64 size, i64)
 {
     if (size < 16)
         return Skip(size);
@@ -104,8 +105,8 @@ PlugInResult WAVEFmtChunk::Print(std::ostream& out, std::int64_t size, std::int6
     PlugInResult r = ReadExact(body, 16);
     if (r != S_OK)
         return r;
-    std::uint16_t formatTag, channels, blockAlign, bits;
-    std::uint32_t rate, bytesPerSec;
+    u16 formatTag, channels, blockAlign, bits;
+    u32 rate, bytesPerSec;
     std::memcpy(&formatTag, body + 0, 2);
     std::memcpy(&channels, body + 2, 2);
     std::memcpy(&rate, body + 4, 4);
@@ -121,5 +122,5 @@ PlugInResult WAVEFmtChunk::Print(std::ostream& out, std::int64_t size, std::int6
         out << "\tbitsPerSample: " << Swap16(bits) << "\n";
     else
         out << "\t** Unknown Format **\n";
-    return Skip(static_cast<std::int64_t>(size) - 16);
+    return Skip(static_cast<i64>(size) - 16);
 }

@@ -1,4 +1,5 @@
 #include "FF/PlugIns/WAVESamplerChunk.h"
+#include "Cmn/Cmn_Types.h"
 
 #include "FF/PlugIns/ChunkyFile.h"
 
@@ -6,22 +7,21 @@
 
 namespace
 {
-constexpr std::int64_t kHeaderSize = 36;
-constexpr std::int64_t kLoopSize = 24;
+constexpr i64 kHeaderSize = 36;
+constexpr i64 kLoopSize = 24;
 
 struct SamplerHeader
 {
-    std::uint32_t manufacturer, product, samplePeriod, unityNote, pitchFraction, smpteFormat, smpteOffset, numLoops,
-        samplerData;
+    u32 manufacturer, product, samplePeriod, unityNote, pitchFraction, smpteFormat, smpteOffset, numLoops, samplerData;
 };
 struct SampleLoop
 {
-    std::uint32_t cuePointId, type, start, end, fraction, playCount;
+    u32 cuePointId, type, start, end, fraction, playCount;
 };
 static_assert(sizeof(SamplerHeader) == kHeaderSize && sizeof(SampleLoop) == kLoopSize);
 
 // RIFF loop type to the record's: forward, ping-pong, backward.
-std::int32_t LoopTypeFromFile(std::uint32_t type)
+i32 LoopTypeFromFile(u32 type)
 {
     switch (type)
     {
@@ -38,7 +38,7 @@ WAVESamplerChunk::WAVESamplerChunk(ChunkyFile* owner) : Chunk(owner, kChunkId_sm
     owner->SetValidBits(PlugIn::kValidInstrument);
 }
 
-std::int32_t WAVESamplerChunk::LoopsToWrite() const
+i32 WAVESamplerChunk::LoopsToWrite() const
 {
     if (!mOwner->HasInstrument())
         return 0;
@@ -46,12 +46,12 @@ std::int32_t WAVESamplerChunk::LoopsToWrite() const
     return (i.loop1Type != 0 ? 1 : 0) + (i.loop2Type != 0 ? 1 : 0);
 }
 
-std::int64_t WAVESamplerChunk::GetSize(std::int32_t)
+i64 WAVESamplerChunk::GetSize(i32)
 {
     return kHeaderSize + kLoopSize * LoopsToWrite();
 }
 
-PlugInResult WAVESamplerChunk::Read(std::int64_t size, std::int64_t)
+PlugInResult WAVESamplerChunk::Read(i64 size, i64)
 {
     if (size < kHeaderSize)
         return kAudioFile_Unimplemented;
@@ -61,32 +61,31 @@ PlugInResult WAVESamplerChunk::Read(std::int64_t size, std::int64_t)
         return r;
     // The loop count comes from the size, not from the field; only the first
     // two loops are used, so only they are read.
-    std::int64_t const loops = (static_cast<std::int64_t>(size) - kHeaderSize) / kLoopSize;
+    i64 const loops = (static_cast<i64>(size) - kHeaderSize) / kLoopSize;
     SampleLoop loop[2] = {};
-    std::int64_t const used = loops < 2 ? loops : 2;
-    for (std::int64_t i = 0; i < used; ++i)
+    i64 const used = loops < 2 ? loops : 2;
+    for (i64 i = 0; i < used; ++i)
     {
         r = ReadExact(&loop[i], kLoopSize);
         if (r != S_OK)
             return r;
     }
-    r = Skip(static_cast<std::int64_t>(size) - kHeaderSize - used * kLoopSize);
+    r = Skip(static_cast<i64>(size) - kHeaderSize - used * kLoopSize);
     if (r != S_OK)
         return r;
 
     PlugInInstrument instrument;
-    std::uint32_t const samplerData = Swap32(h.samplerData);
+    u32 const samplerData = Swap32(h.samplerData);
     if (Swap32(h.manufacturer) == kManufacturer && Swap32(h.product) == kProduct)
     {
-        instrument.rootMIDINote = static_cast<std::uint8_t>(samplerData & 0xFF);
+        instrument.rootMIDINote = static_cast<u8>(samplerData & 0xFF);
         // The private form gives the fine tune back only as 0 or 1.
         instrument.fineTuneCents = (samplerData & ~0xFFu) ? 1 : 0;
     }
     else
     {
-        instrument.fineTuneCents =
-            static_cast<std::int8_t>((static_cast<std::uint64_t>(Swap32(h.pitchFraction)) * 100) >> 32);
-        instrument.rootMIDINote = static_cast<std::uint8_t>(Swap32(h.unityNote) & 0xFF);
+        instrument.fineTuneCents = static_cast<i8>((static_cast<u64>(Swap32(h.pitchFraction)) * 100) >> 32);
+        instrument.rootMIDINote = static_cast<u8>(Swap32(h.unityNote) & 0xFF);
     }
     if (used >= 1)
     {
@@ -103,13 +102,13 @@ PlugInResult WAVESamplerChunk::Read(std::int64_t size, std::int64_t)
     return mOwner->SetInstrumentAttr(&instrument);
 }
 
-PlugInResult WAVESamplerChunk::Write(std::int64_t, std::int64_t)
+PlugInResult WAVESamplerChunk::Write(i64, i64)
 {
-    std::int32_t const loops = LoopsToWrite();
+    i32 const loops = LoopsToWrite();
     SamplerHeader h = {};
     h.manufacturer = kManufacturer;
     h.product = kProduct;
-    h.numLoops = static_cast<std::uint32_t>(loops);
+    h.numLoops = static_cast<u32>(loops);
     SampleLoop out[2] = {};
     if (!mOwner->HasInstrument())
     {
@@ -120,8 +119,8 @@ PlugInResult WAVESamplerChunk::Write(std::int64_t, std::int64_t)
     else
     {
         PlugInInstrument const i = mOwner->Instrument();
-        std::int32_t fine = i.fineTuneCents;
-        h.samplerData = static_cast<std::uint32_t>(i.rootMIDINote) | (static_cast<std::uint32_t>(fine) << 8);
+        i32 fine = i.fineTuneCents;
+        h.samplerData = static_cast<u32>(i.rootMIDINote) | (static_cast<u32>(fine) << 8);
         h.unityNote = i.rootMIDINote;
         if (fine < 0)
         {
@@ -129,28 +128,28 @@ PlugInResult WAVESamplerChunk::Write(std::int64_t, std::int64_t)
             h.unityNote -= 1;
             fine = 100 - fine;
         }
-        h.pitchFraction = static_cast<std::uint32_t>((static_cast<std::int64_t>(fine) * 0xFFFFFFFFll) / 100);
+        h.pitchFraction = static_cast<u32>((static_cast<i64>(fine) * 0xFFFFFFFFll) / 100);
         int n = 0;
-        auto put = [&](std::uint32_t id, std::int32_t type, std::int64_t start, std::int64_t stop)
+        auto put = [&](u32 id, i32 type, i64 start, i64 stop)
         {
             if (type == 0)
                 return;
             out[n].cuePointId = id;
             out[n].type = type == 1 ? 0 : type == 2 ? 1 : 2;
-            out[n].start = static_cast<std::uint32_t>(start);
-            out[n].end = static_cast<std::uint32_t>(stop);
+            out[n].start = static_cast<u32>(start);
+            out[n].end = static_cast<u32>(stop);
             ++n;
         };
         put(1, i.loop1Type, i.loop1Start, i.loop1Stop);
         put(2, i.loop2Type, i.loop2Start, i.loop2Stop);
     }
-    for (std::uint32_t* f : {&h.manufacturer, &h.product, &h.samplePeriod, &h.unityNote, &h.pitchFraction,
-                             &h.smpteFormat, &h.smpteOffset, &h.numLoops, &h.samplerData})
+    for (u32* f : {&h.manufacturer, &h.product, &h.samplePeriod, &h.unityNote, &h.pitchFraction, &h.smpteFormat,
+                   &h.smpteOffset, &h.numLoops, &h.samplerData})
         *f = Swap32(*f);
     PlugInResult r = WriteExact(&h, kHeaderSize);
-    for (std::int32_t i = 0; r == S_OK && i < loops; ++i)
+    for (i32 i = 0; r == S_OK && i < loops; ++i)
     {
-        for (std::uint32_t* f :
+        for (u32* f :
              {&out[i].cuePointId, &out[i].type, &out[i].start, &out[i].end, &out[i].fraction, &out[i].playCount})
             *f = Swap32(*f);
         r = WriteExact(&out[i], kLoopSize);
@@ -158,7 +157,7 @@ PlugInResult WAVESamplerChunk::Write(std::int64_t, std::int64_t)
     return r;
 }
 
-PlugInResult WAVESamplerChunk::Print(std::ostream&, std::int64_t size, std::int64_t)
+PlugInResult WAVESamplerChunk::Print(std::ostream&, i64 size, i64)
 {
     // Decoded as on reading, and nothing printed.
     return Skip(size);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Cmn/Cmn_Types.h"
 #include "FF/PlugIns/Chunk.h"
 #include "FF/PlugIns/PlugIn.h"
 
@@ -9,19 +10,19 @@
 class WAVESamplerChunk : public Chunk
 {
 public:
-    static constexpr std::uint32_t kManufacturer = 0x01000013;
-    static constexpr std::uint32_t kProduct = 0x29A;
+    static constexpr u32 kManufacturer = 0x01000013;
+    static constexpr u32 kProduct = 0x29A;
 
     explicit WAVESamplerChunk(ChunkyFile* owner);
     bool IsObsolete() override { return false; }
-    PlugInResult Read(std::int64_t size, std::int64_t bodyPosition) override;
-    PlugInResult Write(std::int64_t size, std::int64_t bodyPosition) override;
-    PlugInResult Print(std::ostream& out, std::int64_t size, std::int64_t bodyPosition) override;
-    std::int64_t GetSize(std::int32_t) override;
+    PlugInResult Read(i64 size, i64 bodyPosition) override;
+    PlugInResult Write(i64 size, i64 bodyPosition) override;
+    PlugInResult Print(std::ostream& out, i64 size, i64 bodyPosition) override;
+    i64 GetSize(i32) override;
     // A sampler chunk of another tool keeps its bytes (sample period, every
     // loop, its sampler data) until the instrument is changed.
-    std::uint64_t ValueBits() const override { return PlugIn::kValidInstrument; }
+    u64 ValueBits() const override { return PlugIn::kValidInstrument; }
 
 private:
-    std::int32_t LoopsToWrite() const;
+    i32 LoopsToWrite() const;
 };
