@@ -23,9 +23,11 @@ template <class T> class Sys_RingBuffer_Reservation;
 // back, so that a header is non-zero only once a writer has published it.
 //
 // Positions count bytes from the start of the ring's life and never wrap;
-// a position's place in the storage is the position modulo its size.
-// Headers and records are aligned to 8 bytes, so a header never straddles
-// the end of the storage, while a record's bytes may.
+// a position's place in the storage is the position modulo its size, a
+// power of two at least as large as the capacity (no division on the way),
+// while the room handed out stays the capacity. Headers and records are
+// aligned to 8 bytes, so a header never straddles the end of the storage,
+// while a record's bytes may.
 template <class T> class Sys_RingBuffer
 {
     static_assert(sizeof(T) == 1, "records are counted in bytes");
@@ -40,14 +42,14 @@ public:
     // capacity bytes of room for records and their headers (rounded up to a
     // multiple of 8). Allocates; the rest of the ring never does.
     explicit Sys_RingBuffer(int32 capacity)
-        : mStorageSize(static_cast<u64>(RecordBytes(std::max<int32>(capacity, 1)) - kHeaderBytes)),
-          mStorage(new u64[mStorageSize / sizeof(u64)]())
+        : mCapacity(static_cast<u64>(RecordBytes(std::max<int32>(capacity, 1)) - kHeaderBytes)),
+          mStorageSize(PowerOfTwoAtLeast(mCapacity)), mStorage(new u64[mStorageSize / sizeof(u64)]())
     {
     }
     Sys_RingBuffer(Sys_RingBuffer const&) = delete;
     Sys_RingBuffer& operator=(Sys_RingBuffer const&) = delete;
 
-    int32 GetCapacity() const noexcept { return static_cast<int32>(mStorageSize); }
+    int32 GetCapacity() const noexcept { return static_cast<int32>(mCapacity); }
     // Nothing claimed and not yet read.
     bool IsEmpty() const noexcept
     {
@@ -100,7 +102,7 @@ private:
         if (n < 0 || keepBack < 0)
             return false;
         u64 const size = static_cast<u64>(RecordBytes(n));
-        if (size + static_cast<u64>(keepBack) > mStorageSize)
+        if (size + static_cast<u64>(keepBack) > mCapacity)
             return false;
         u64 claim = mClaimPos.load(std::memory_order_relaxed);
         do
@@ -108,7 +110,7 @@ private:
             // Acquire: the room is written only after the reader is done
             // with it, and has cleared it.
             u64 const read = mReadPos.load(std::memory_order_acquire);
-            if (claim + size + static_cast<u64>(keepBack) - read > mStorageSize)
+            if (claim + size + static_cast<u64>(keepBack) - read > mCapacity)
                 return false;
         } while (!mClaimPos.compare_exchange_weak(claim, claim + size, std::memory_order_acq_rel,
                                                   std::memory_order_relaxed));
@@ -118,7 +120,14 @@ private:
     void Publish(u64 start, u64 size) noexcept { Header(start).store(size, std::memory_order_release); }
 
     std::atomic_ref<u64> Header(u64 pos) const noexcept { return std::atomic_ref<u64>(mStorage[Index(pos) / 8]); }
-    u64 Index(u64 pos) const noexcept { return pos % mStorageSize; }
+    u64 Index(u64 pos) const noexcept { return pos & (mStorageSize - 1); }
+    static u64 PowerOfTwoAtLeast(u64 n)
+    {
+        u64 p = 1;
+        while (p < n)
+            p <<= 1;
+        return p;
+    }
     char* Bytes() const noexcept { return reinterpret_cast<char*>(mStorage.get()); }
 
     void CopyIn(u64 pos, void const* from, u64 n) noexcept
@@ -143,13 +152,16 @@ private:
         std::memset(Bytes(), 0, n - first);
     }
 
+    u64 const mCapacity;
     u64 const mStorageSize;
     std::unique_ptr<u64[]> mStorage;
     static_assert(std::atomic_ref<u64>::is_always_lock_free, "interrupt level needs lock-free headers");
-    std::atomic<u64> mClaimPos{0};
-    std::atomic<u64> mReadPos{0};
+    // Each on a cache line of its own: writers move the one, the reader the
+    // other, and neither should slow the other down.
+    alignas(64) std::atomic<u64> mClaimPos{0};
+    alignas(64) std::atomic<u64> mReadPos{0};
     // The reader's own: the record it is in.
-    u64 mRecordStart = 0;
+    alignas(64) u64 mRecordStart = 0;
     u64 mRecordEnd = 0;
     u64 mReadCursor = 0;
 };
