@@ -80,6 +80,8 @@ private:
         Sys_AtomicInt32 mUsed{0}; // 0 free, 1 in use
     };
     static_assert(sizeof(Block) == 16, "the user's bytes stand 16 bytes into a block");
+    static_assert(offsetof(Block, mNext) == 0 && offsetof(Block, mUsed) == sizeof(Block*),
+                  "the used flag follows a pointer-sized link");
     static_assert(std::atomic<Block*>::is_always_lock_free, "interrupt level needs a lock-free pointer");
 
     // Allocates the blocks that the reservations ask for beyond those that
