@@ -38,7 +38,7 @@ public:
     // Takes in's samples into the buffers; out is not used.
     void Process(FF_AudioProcessBlock* in, FF_AudioProcessBlock* out) override;
 
-    // The client, any one thread at a time: copies the next ready buffer to
+    // The client, from any thread: copies the next ready buffer to
     // destinations (one per channel, each of the buffer size) and answers
     // true, or fills them with zeros and answers false.
     bool FillBuffers(char** destinations) noexcept;
