@@ -73,7 +73,7 @@ void FF_AudioProcessReadBuffer::Process(FF_AudioProcessBlock*, FF_AudioProcessBl
                 out->GetChannelCapacity() >= n * mBytesPerSample,
             "a block is too small for what a buffer reader puts in it");
     std::size_t const bytes = static_cast<std::size_t>(mBytesPerSample);
-    for (i32 c = 0; c < mNumChannels; ++c)
+    for (i32 c = 0; c < mNumChannels && n > 0; ++c)
     {
         char* to = out->GetChannelData(static_cast<u32>(c));
         char const* from = mBuffer + c * mBytesPerSample;

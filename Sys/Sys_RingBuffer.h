@@ -22,6 +22,15 @@ template <class T> class Sys_RingBuffer_Reservation;
 // record half written; it clears what it has read before it gives the room
 // back, so that a header is non-zero only once a writer has published it.
 //
+// A ring with one write position that a writer moves when it claims, before
+// it copies its bytes, is wrong as soon as the reader runs at the same time
+// on another processor: the reader sees the claimed room as written, reads
+// bytes that are not there yet, and calls a print procedure whose address
+// is half copied. The test of two writers and a live reader catches that.
+// Nor do the writers take a lock: a writer preempted while holding it would
+// stop every other writer, and a signal handler that interrupts it would
+// never get it.
+//
 // Positions count bytes from the start of the ring's life and never wrap;
 // a position's place in the storage is the position modulo its size, a
 // power of two at least as large as the capacity (no division on the way),
