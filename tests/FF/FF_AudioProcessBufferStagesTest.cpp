@@ -91,31 +91,6 @@ TEST(FF_AudioProcessReadBuffer, CutsLoopsAndTurnsRoundWithEachChannelInPlace)
     }
 }
 
-TEST(FF_AudioProcessReadBuffer, BadArgumentsAreRefused)
-{
-    char sample[4] = {};
-    struct Case
-    {
-        char const* name;
-        i64 length;
-        i16 bits;
-        bool loop;
-        i64 loopStart;
-    };
-    Case const cases[] = {
-        {"negative length", -1, 16, false, 0},
-        {"no bits", 1, 0, false, 0},
-        {"loop starts at the end", 1, 16, true, 1},
-        {"loop starts before the buffer", 1, 16, true, -1},
-    };
-    for (auto const& k : cases)
-    {
-        SCOPED_TRACE(k.name);
-        EXPECT_THROW(FF_AudioProcessReadBuffer(sample, k.length, 48000, k.bits, false, k.loop, k.loopStart, false),
-                     Cmn_Exception);
-    }
-}
-
 // Memory through a chain into memory: the bytes come back as they were.
 TEST(FF_AudioProcessBufferStages, AMonoStreamComesBackByteForByte)
 {
@@ -145,26 +120,6 @@ TEST(FF_AudioProcessBufferStages, AMonoStreamComesBackByteForByte)
         EXPECT_TRUE(std::equal(in.begin(), in.end(), out.begin()));
         EXPECT_EQ(std::count(out.begin() + static_cast<std::ptrdiff_t>(bytes), out.end(), '\x5a'), 16);
     }
-}
-
-// A looping reader never ends its stream; the writer takes one pass, what
-// its buffer holds, and ends the chain.
-TEST(FF_AudioProcessBufferStages, AWriterTakesOnePassOfALoopAndNoMore)
-{
-    Sys_Init::Init();
-    std::vector<char> in(40000), out(40000 + 16, '\x5a');
-    for (std::size_t i = 0; i < in.size(); ++i)
-        in[i] = static_cast<char>(i % 251);
-    H<FF_AudioProcessWriteBuffer> writer(new FF_AudioProcessWriteBuffer(out.data()));
-    FF_AudioProcessChain::Handle chain(new FF_AudioProcessChain());
-    chain->Append(
-        FF_AudioProcess::Handle(new FF_AudioProcessReadBuffer(in.data(), 40000, 44100, 8, false, true, 300, true)));
-    chain->Append(writer);
-    chain->Allocate();
-    FF_ScheduleChain(chain);
-    ASSERT_EQ(WaitForChain(*chain), Sys_Task::kStatusCompleted) << ExceptionText(*chain);
-    EXPECT_TRUE(std::equal(in.begin(), in.end(), out.begin()));
-    EXPECT_EQ(std::count(out.begin() + 40000, out.end(), '\x5a'), 16);
 }
 
 } // namespace

@@ -21,25 +21,6 @@ using namespace fffiles;
 constexpr i32 kBufferFrames = 256;
 constexpr i32 kBufferBytes = kBufferFrames * 2; // 16-bit samples
 
-// Stereo 16-bit frames whose bytes all differ from their neighbours'.
-std::vector<char> StereoBytes(i64 frames)
-{
-    std::vector<char> bytes(static_cast<std::size_t>(frames * 4));
-    for (std::size_t i = 0; i < bytes.size(); ++i)
-        bytes[i] = static_cast<char>(i * 7 + i / 509 + 1);
-    return bytes;
-}
-
-// The channel c of an interleaved stereo 16-bit stream.
-std::vector<char> Channel(std::vector<char> const& interleaved, int c)
-{
-    std::vector<char> out;
-    for (std::size_t i = static_cast<std::size_t>(c) * 2; i < interleaved.size(); i += 4)
-        out.insert(out.end(), interleaved.begin() + static_cast<std::ptrdiff_t>(i),
-                   interleaved.begin() + static_cast<std::ptrdiff_t>(i) + 2);
-    return out;
-}
-
 struct Client
 {
     std::vector<char> left = std::vector<char>(kBufferBytes), right = std::vector<char>(kBufferBytes);
@@ -67,15 +48,31 @@ struct Client
         }
         return real;
     }
+
+    // What it got is the stereo 16-bit stream, then zeros up to the end of
+    // its last buffer.
+    void ExpectReceived(Bytes const& interleaved) const
+    {
+        Bytes left, right;
+        for (std::size_t i = 0; i + 4 <= interleaved.size(); i += 4)
+        {
+            left.insert(left.end(), &interleaved[i], &interleaved[i] + 2);
+            right.insert(right.end(), &interleaved[i + 2], &interleaved[i + 2] + 2);
+        }
+        left.resize(std::max(left.size(), gotLeft.size()), 0);
+        right.resize(std::max(right.size(), gotRight.size()), 0);
+        EXPECT_EQ(gotLeft, left);
+        EXPECT_EQ(gotRight, right);
+    }
 };
 
 struct RegulatedChain
 {
-    std::vector<char> samples;
+    Bytes samples;
     H<FF_AudioProcessRegulator> regulator{new FF_AudioProcessRegulator(2, kBufferBytes)};
     FF_AudioProcessChain::Handle chain{new FF_AudioProcessChain()};
 
-    explicit RegulatedChain(i64 frames) : samples(StereoBytes(frames))
+    explicit RegulatedChain(i64 frames) : samples(Interleave(Ramp(2, frames, 16), 16, 0, 2))
     {
         chain->Append(FF_AudioProcess::Handle(
             new FF_AudioProcessReadBuffer(samples.data(), frames, 48000, 16, true, false, 0, false)));
@@ -115,12 +112,7 @@ TEST(FF_AudioProcessRegulator, AClientGetsEveryBufferOnceAndThenSilenceThatIsNoU
         for (int b = 0; b < 3; ++b)
             EXPECT_FALSE(client.Tick(*c.regulator));
         EXPECT_EQ(c.regulator->GetUnderrunCount(), 1u);
-        // The stream, then zeros up to the end of the last buffer.
-        std::vector<char> left = Channel(c.samples, 0), right = Channel(c.samples, 1);
-        left.resize(static_cast<std::size_t>(k.buffers) * kBufferBytes, 0);
-        right.resize(left.size(), 0);
-        EXPECT_EQ(client.gotLeft, left);
-        EXPECT_EQ(client.gotRight, right);
+        client.ExpectReceived(c.samples);
     }
 }
 
@@ -185,12 +177,7 @@ TEST(FF_AudioProcessRegulator, AClientGetsAFileAsItIsWithoutAllocating)
     EXPECT_EQ(WaitForChain(*chain), Sys_Task::kStatusCompleted) << ExceptionText(*chain);
     EXPECT_EQ(client.allocations, 0u);
     EXPECT_EQ(regulator->GetUnderrunCount(), silences);
-    Bytes const interleaved = Interleave(samples, 16, 0, 2);
-    std::vector<char> left = Channel(interleaved, 0), right = Channel(interleaved, 1);
-    left.resize(static_cast<std::size_t>(buffers) * kBufferBytes, 0);
-    right.resize(left.size(), 0);
-    EXPECT_EQ(client.gotLeft, left);
-    EXPECT_EQ(client.gotRight, right);
+    client.ExpectReceived(Interleave(samples, 16, 0, 2));
 }
 
 } // namespace

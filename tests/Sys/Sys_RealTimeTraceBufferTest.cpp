@@ -37,15 +37,14 @@ void StoreText(Sys_RealTimeTraceBuffer& buffer, std::string const& text)
     buffer.Store(elem, &PrintText);
 }
 
-std::vector<std::string> DumpLines(Sys_RealTimeTraceBuffer& buffer)
+// Appends the lines that Dump prints.
+void DumpInto(Sys_RealTimeTraceBuffer& buffer, std::vector<std::string>* lines)
 {
     std::ostringstream out;
     buffer.Dump(&out);
-    std::vector<std::string> lines;
     std::istringstream in(out.str());
     for (std::string line; std::getline(in, line);)
-        lines.push_back(line);
-    return lines;
+        lines->push_back(line);
 }
 
 TEST(Sys_RealTimeTraceBuffer, TheFullLineStandsExactlyWhereRecordsWereLost)
@@ -58,18 +57,13 @@ TEST(Sys_RealTimeTraceBuffer, TheFullLineStandsExactlyWhereRecordsWereLost)
     {
         char const* name;
         int32 capacity;
-        std::vector<std::string> steps;
-        std::vector<std::string> dumped;
+        std::vector<std::string> steps, dumped;
     };
     Case const cases[] = {
         {"empty", 256, {}, {}},
-        {"all fit", 256, {"a", "b"}, {"a", "b"}},
         {"larger than the ring", 64, {std::string(100, 'x'), "b"}, {kFull, "b"}},
-        {"ring stays full: one line",
-         roomForTwo,
-         {"one-0000", "two-0000", "3", "4", "5"},
-         {"one-0000", "two-0000", kFull}},
-        {"a line per full episode",
+        {"ring stays full: one line", roomForTwo, {"one-0000", "two-0000", "3", "4"}, {"one-0000", "two-0000", kFull}},
+        {"a line per full episode, and records again after a Dump",
          roomForTwo,
          {"one-0000", "two-0000", "3", kDump, "4", "5-000000", "6-000000", "7"},
          {"one-0000", "two-0000", kFull, "4", "5-000000", kFull}},
@@ -79,23 +73,10 @@ TEST(Sys_RealTimeTraceBuffer, TheFullLineStandsExactlyWhereRecordsWereLost)
         SCOPED_TRACE(c.name);
         Sys_RealTimeTraceBuffer buffer(c.capacity);
         std::vector<std::string> dumped;
-        auto dump = [&]
-        {
-            for (auto& line : DumpLines(buffer))
-                dumped.push_back(line);
-        };
         for (auto const& step : c.steps)
-        {
-            if (step == kDump)
-                dump();
-            else
-                StoreText(buffer, step);
-        }
-        dump();
+            step == kDump ? DumpInto(buffer, &dumped) : StoreText(buffer, step);
+        DumpInto(buffer, &dumped);
         EXPECT_EQ(dumped, c.dumped);
-        EXPECT_TRUE(DumpLines(buffer).empty());
-        StoreText(buffer, "again"); // takes records again after a Dump
-        EXPECT_EQ(DumpLines(buffer), std::vector<std::string>{"again"});
     }
 }
 
@@ -112,11 +93,9 @@ TEST(Sys_RealTimeTraceBuffer, RecordsOfEverySizeComeBackWholeAcrossTheRingsEnd)
         StoreText(buffer, text);
         stored.push_back(text);
         if (random() % 3 == 0)
-            for (auto& l : DumpLines(buffer))
-                dumped.push_back(l);
+            DumpInto(buffer, &dumped);
     }
-    for (auto& l : DumpLines(buffer))
-        dumped.push_back(l);
+    DumpInto(buffer, &dumped);
     // Whatever was lost is marked; everything else is whole and in order.
     std::size_t s = 0;
     bool markedSinceLoss = true;
@@ -198,7 +177,6 @@ TEST(Sys_RealTimeTraceBuffer, TwoWritersAndALiveReaderSeeNoTornRecordAndNoUnmark
     i64 last[2] = {-1, -1};
     bool marked[2] = {false, false};
     int torn = 0, unmarkedGaps = 0, backwards = 0;
-    u64 records = 0;
     for (std::string line; std::getline(in, line);)
     {
         if (line == kFull)
@@ -207,7 +185,7 @@ TEST(Sys_RealTimeTraceBuffer, TwoWritersAndALiveReaderSeeNoTornRecordAndNoUnmark
             continue;
         }
         std::istringstream fields(line);
-        u32 w = 0, seq = 0;
+        u32 w = 2, seq = 0;
         std::string state;
         fields >> w >> seq >> state;
         ASSERT_LT(w, 2u) << line;
@@ -216,12 +194,11 @@ TEST(Sys_RealTimeTraceBuffer, TwoWritersAndALiveReaderSeeNoTornRecordAndNoUnmark
         unmarkedGaps += static_cast<i64>(seq) > last[w] + 1 && !marked[w];
         last[w] = seq;
         marked[w] = false;
-        ++records;
     }
+    EXPECT_GE(last[0] + last[1], 0) << "the reader got records";
     EXPECT_EQ(torn, 0);
     EXPECT_EQ(backwards, 0);
     EXPECT_EQ(unmarkedGaps, 0);
-    EXPECT_GT(records, 0u);
 }
 
 } // namespace
