@@ -7,6 +7,7 @@
 #include "Sys/Sys_FileLoc.h"
 #include "tools/vfl/Commands.h"
 #include "tools/vfl/OptionParser.h"
+#include "tools/vfl/Processes.h"
 #include "tools/vfl/SpooledInput.h"
 #include "tools/vfl/StagedOutput.h"
 #include "tools/vfl/Terminal.h"
@@ -27,21 +28,24 @@
 
 namespace
 {
-vfl::CommandSpec const kSpec = {"play",
-                                "FILE [--to raw|wav] [-o OUT] [--tick FRAMES] [--speed N]",
-                                "Plays a file as a workstation's audio callback would take it: a chain\n"
-                                "reads the file into a regulator, and a client takes one buffer of the\n"
-                                "tick's frames per tick, at the file's rate, without ever waiting. What\n"
-                                "the client received is written to OUT (default: standard output), with\n"
-                                "silence where the chain was late. A summary on stderr counts the\n"
-                                "underruns and times the client's calls.",
-                                {{0, "to", "TYPE", "raw (interleaved signed little-endian PCM, the default) or wav"},
-                                 {'o', "output", "OUT", "where to write what the client received (default -)"},
-                                 {0, "tick", "FRAMES", "frames per tick, 16 to 65536 (default 256)"},
-                                 {0, "speed", "N", "ticks N times faster than real time (default 1)"},
-                                 {'q', "quiet", nullptr, "no summary"}},
-                                1,
-                                1};
+vfl::CommandSpec const kSpec = {
+    "play",
+    "FILE [--to raw|wav] [-o OUT] [--tick FRAMES] [--speed N] [--realtime]",
+    "Plays a file as a workstation's audio callback would take it: a chain\n"
+    "reads the file into a regulator, and a client takes one buffer of the\n"
+    "tick's frames per tick, at the file's rate, without ever waiting. What\n"
+    "the client received is written to OUT (default: standard output), with\n"
+    "silence where the chain was late. A summary on stderr counts the\n"
+    "underruns and times the client's calls.",
+    {{0, "to", "TYPE", "raw (interleaved signed little-endian PCM, the default) or wav"},
+     {'o', "output", "OUT", "where to write what the client received (default -)"},
+     {0, "tick", "FRAMES", "frames per tick, 16 to 65536 (default 256)"},
+     {0, "speed", "N", "ticks N times faster than real time (default 1)"},
+     {0, "realtime", nullptr,
+      "run the client at a real-time priority, as an audio callback runs,\nwhere the system allows it"},
+     {'q', "quiet", nullptr, "no summary"}},
+    1,
+    1};
 
 using Clock = std::chrono::steady_clock;
 
@@ -150,6 +154,7 @@ int CmdPlay(int argc, char** argv)
     i64 const tick = args.Count("tick", 256, 16, 65536);
     i64 const speed = args.Count("speed", 1, 1, 1000);
     bool const quiet = args.Has("quiet");
+    bool const realTime = args.Has("realtime");
 
     vfl::CatchInterrupt();
     std::unique_ptr<vfl::SpooledInput> spool;
@@ -209,6 +214,7 @@ int CmdPlay(int argc, char** argv)
         new FF_AudioProcessRegulator(static_cast<i16>(channels), bufferBytes));
     FF_AudioProcessChain::Handle chain(new FF_AudioProcessChain());
     Run run;
+    bool gotRealTime = false;
     i64 const buffers = (frames + tick - 1) / tick;
     try
     {
@@ -220,6 +226,9 @@ int CmdPlay(int argc, char** argv)
         Sink sink(staged->TemporaryPath(), to == "wav", attr);
         Sys_Event::Handle const ended = chain->GetNotificationEvent(kFinalStates);
         FF_ScheduleChain(chain);
+        // Only now: the process threads, made by now, keep their own priority.
+        if (realTime)
+            gotRealTime = vfl::MakeThisThreadRealTime();
 
         // The client starts once the regulator is primed.
         while (regulator->GetIsPrimedEvent()->Wait(100) != Sys_SyncObject::kWaitSignalled && !ended->IsSet() &&
@@ -283,11 +292,13 @@ int CmdPlay(int argc, char** argv)
     if (!quiet)
         std::fprintf(stderr,
                      "vfl: play: %s: %lld frames in %lld ticks of %lld frames at %d Hz (speed %lld): %llu underruns, "
-                     "%lld late ticks; FillBuffers median %.2f us, 99.9%% %.2f us, max %.2f us\n",
+                     "%lld late ticks%s; FillBuffers median %.2f us, 99.9%% %.2f us, max %.2f us\n",
                      path.c_str(), static_cast<long long>(frames), static_cast<long long>(run.ticks),
                      static_cast<long long>(tick), rate, static_cast<long long>(speed),
                      static_cast<unsigned long long>(regulator->GetUnderrunCount()),
-                     static_cast<long long>(run.lateTicks), Percentile(run.callNanoseconds, 0.5) / 1000.0,
-                     Percentile(run.callNanoseconds, 0.999) / 1000.0, Percentile(run.callNanoseconds, 1.0) / 1000.0);
+                     static_cast<long long>(run.lateTicks),
+                     realTime ? (gotRealTime ? ", client at real-time priority" : ", real-time priority refused") : "",
+                     Percentile(run.callNanoseconds, 0.5) / 1000.0, Percentile(run.callNanoseconds, 0.999) / 1000.0,
+                     Percentile(run.callNanoseconds, 1.0) / 1000.0);
     return 0;
 }
