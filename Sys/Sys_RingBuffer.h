@@ -144,21 +144,24 @@ private:
         u64 const at = Index(pos);
         u64 const first = std::min(n, mStorageSize - at);
         std::memcpy(Bytes() + at, from, first);
-        std::memcpy(Bytes(), static_cast<char const*>(from) + first, n - first);
+        if (first < n) // the rest from the start of the storage
+            std::memcpy(Bytes(), static_cast<char const*>(from) + first, n - first);
     }
     void CopyOut(u64 pos, void* to, u64 n) const noexcept
     {
         u64 const at = Index(pos);
         u64 const first = std::min(n, mStorageSize - at);
         std::memcpy(to, Bytes() + at, first);
-        std::memcpy(static_cast<char*>(to) + first, Bytes(), n - first);
+        if (first < n)
+            std::memcpy(static_cast<char*>(to) + first, Bytes(), n - first);
     }
     void Zero(u64 pos, u64 n) noexcept
     {
         u64 const at = Index(pos);
         u64 const first = std::min(n, mStorageSize - at);
         std::memset(Bytes() + at, 0, first);
-        std::memset(Bytes(), 0, n - first);
+        if (first < n)
+            std::memset(Bytes(), 0, n - first);
     }
 
     u64 const mCapacity;
