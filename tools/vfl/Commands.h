@@ -17,3 +17,4 @@ int CmdUnique(int argc, char** argv);
 int CmdFind(int argc, char** argv);
 int CmdKeys(int argc, char** argv);
 int CmdCrashlog(int argc, char** argv);
+int CmdPlay(int argc, char** argv);

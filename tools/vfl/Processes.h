@@ -19,3 +19,11 @@ bool WaitForChild(int ms, int* pid, int* status);
 // Sends a child the signal that the exit status stands for (status - 128).
 void SignalChild(int pid, int exitStatus);
 } // namespace vfl
+
+namespace vfl
+{
+// Runs the calling thread from now on at a real-time priority (first in,
+// first out), as a workstation runs its audio callback. False, and nothing
+// changed, where the system does not allow it.
+bool MakeThisThreadRealTime();
+} // namespace vfl

@@ -25,6 +25,7 @@ Command const kCommands[] = {
     {"cat", &CmdCat, "write a file's samples to stdout as raw signed PCM"},
     {"convert", &CmdConvert, "convert audio files: type, bits, rate, channel layout"},
     {"overview", &CmdOverview, "compute the waveform overview of every channel; print it or draw it"},
+    {"play", &CmdPlay, "play a file to a real-time client through a regulator and count its underruns"},
     {"new", &CmdNew, "write a new audio file from raw signed PCM on stdin"},
     {"regions", &CmdRegions, "list, add or remove the named regions of a file"},
     {"adopt", &CmdAdopt, "give foreign files the system's identity metadata"},

@@ -6,6 +6,8 @@
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
+#include <pthread.h>
+#include <sched.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <thread>
@@ -63,3 +65,12 @@ void SignalChild(int pid, int exitStatus)
     ::kill(pid, exitStatus > 128 ? exitStatus - 128 : SIGTERM);
 }
 } // namespace vfl
+
+bool vfl::MakeThisThreadRealTime()
+{
+    sched_param param{};
+    // Low among the real-time priorities: above every ordinary thread, below
+    // what the system's own real-time work may use.
+    param.sched_priority = sched_get_priority_min(SCHED_FIFO) + 9;
+    return pthread_setschedparam(pthread_self(), SCHED_FIFO, &param) == 0;
+}
