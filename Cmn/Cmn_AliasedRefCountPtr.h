@@ -7,8 +7,7 @@
 // Holds one reference to a counted object of type T while keeping it through
 // a pointer of another type P (typically the counted base that T derives
 // from), so that code holding it need not see T's counting base.
-template <class T, class P>
-class Cmn_AliasedRefCountPtr
+template <class T, class P> class Cmn_AliasedRefCountPtr
 {
     static_assert(std::is_base_of_v<P, T> || std::is_same_v<T, P>, "T must be reachable from P");
 

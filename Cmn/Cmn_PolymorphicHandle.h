@@ -8,8 +8,7 @@
 // through a pointer of its counted class Base (derived from
 // Sys_ThreadSafeRefCountObject) and reached as T. Copies may be made and
 // dropped on any thread. A handle converts to a handle of a base of T.
-template <class T, class Base = T>
-class Cmn_PolymorphicHandle
+template <class T, class Base = T> class Cmn_PolymorphicHandle
 {
     static_assert(std::is_base_of_v<Base, T> || std::is_same_v<T, Base>, "T must derive from Base");
 
@@ -22,7 +21,8 @@ public:
     Cmn_PolymorphicHandle(Cmn_PolymorphicHandle const& other) : mBase(other.mBase) { Acquire(); }
     Cmn_PolymorphicHandle(Cmn_PolymorphicHandle&& other) noexcept : mBase(std::exchange(other.mBase, nullptr)) {}
     template <class U, class B2,
-              class = std::enable_if_t<std::is_convertible_v<U*, T*> && !std::is_same_v<Cmn_PolymorphicHandle<U, B2>, Cmn_PolymorphicHandle>>>
+              class = std::enable_if_t<std::is_convertible_v<U*, T*> &&
+                                       !std::is_same_v<Cmn_PolymorphicHandle<U, B2>, Cmn_PolymorphicHandle>>>
     Cmn_PolymorphicHandle(Cmn_PolymorphicHandle<U, B2> const& other) : mBase(static_cast<T*>(other.Get()))
     {
         Acquire();
@@ -47,8 +47,7 @@ public:
     T& operator*() const noexcept { return *Get(); }
     explicit operator bool() const noexcept { return mBase != nullptr; }
 
-    template <class U, class B2>
-    bool operator==(Cmn_PolymorphicHandle<U, B2> const& other) const noexcept
+    template <class U, class B2> bool operator==(Cmn_PolymorphicHandle<U, B2> const& other) const noexcept
     {
         return Get() == other.Get();
     }

@@ -8,8 +8,7 @@
 // AddReference() and RemoveReference() (Cmn_RefCountObject and
 // Sys_ThreadSafeRefCountObject). Copies of one pointer may live on different
 // threads only when the object counts atomically.
-template <class T>
-class Cmn_RefCountPtr
+template <class T> class Cmn_RefCountPtr
 {
 public:
     using element_type = T;
@@ -58,8 +57,7 @@ public:
     T& operator*() const noexcept { return *mP; }
     explicit operator bool() const noexcept { return mP != nullptr; }
 
-    template <class U>
-    bool operator==(Cmn_RefCountPtr<U> const& other) const noexcept { return mP == other.get(); }
+    template <class U> bool operator==(Cmn_RefCountPtr<U> const& other) const noexcept { return mP == other.get(); }
     bool operator==(std::nullptr_t) const noexcept { return mP == nullptr; }
 
 private:
@@ -80,5 +78,4 @@ private:
 };
 
 // The same for an object that its holders may only read.
-template <class T>
-using Cmn_RefCountConstPtr = Cmn_RefCountPtr<T const>;
+template <class T> using Cmn_RefCountConstPtr = Cmn_RefCountPtr<T const>;

@@ -7,8 +7,7 @@
 
 // An exception with its record. Throw sites make one with New and throw it
 // by value.
-template <class T>
-class Cmn_TypedException : public Cmn_Exception
+template <class T> class Cmn_TypedException : public Cmn_Exception
 {
 public:
     // When dump is null the stack is captured by Cmn_StackDump::Create().

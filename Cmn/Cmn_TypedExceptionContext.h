@@ -5,8 +5,7 @@
 
 // What was under way when an exception passed by: added to the exception
 // by the catch site with Cmn_AddExceptionContext.
-template <class T>
-class Cmn_TypedExceptionContext : public Cmn_ExceptionDescription
+template <class T> class Cmn_TypedExceptionContext : public Cmn_ExceptionDescription
 {
 public:
     Cmn_TypedExceptionContext(XC_TypedExceptionCode<T> const& code, T const& data)

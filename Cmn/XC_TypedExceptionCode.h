@@ -4,8 +4,7 @@
 
 // A code that can only be thrown with a data record of type T, the record
 // whose attributes fill the template's placeholders.
-template <class T>
-class XC_TypedExceptionCode : public XC_BaseExceptionCode
+template <class T> class XC_TypedExceptionCode : public XC_BaseExceptionCode
 {
 public:
     constexpr explicit XC_TypedExceptionCode(char const* messageTemplate) noexcept

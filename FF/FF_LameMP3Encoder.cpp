@@ -166,15 +166,14 @@ bool FF_LameMP3Encoder::IsEncoding()
     return mSession != nullptr;
 }
 
-int32 FF_LameMP3Encoder::StartEncoding(int32 samplesPerSec, int32 channels, int32 option5, int32 option6,
-                                       u8 option2, int32 option3, int32 option4, u8 option12, u8 option10,
-                                       u8 option11, int32 option7, u8 option8, u8 option9)
+int32 FF_LameMP3Encoder::StartEncoding(int32 samplesPerSec, int32 channels, int32 option5, int32 option6, u8 option2,
+                                       int32 option3, int32 option4, u8 option12, u8 option10, u8 option11,
+                                       int32 option7, u8 option8, u8 option9)
 {
     // A session left open (its stream ended with a tag) closes first.
     FinishEncoding();
     int32 const outRate = option6 > 0 ? option6 : samplesPerSec;
-    if (!IsSupportedRate(samplesPerSec) || !IsSupportedRate(outRate) || channels < 1 || channels > 2 ||
-        option5 <= 0)
+    if (!IsSupportedRate(samplesPerSec) || !IsSupportedRate(outRate) || channels < 1 || channels > 2 || option5 <= 0)
         return -1;
     lame_global_flags* f = lame_init();
     if (!f)
@@ -258,10 +257,9 @@ int32 FF_LameMP3Encoder::EncodeBlock(void const* input, int32 inputBytes, int32*
     if (frames <= 0)
         return available <= 0 ? 0 : -1;
     auto const* pcm = static_cast<short const*>(input);
-    int const n = mSession->channels == 2
-                      ? lame_encode_buffer_interleaved(mSession->flags, const_cast<short*>(pcm), frames, output,
-                                                       capacity)
-                      : lame_encode_buffer(mSession->flags, pcm, pcm, frames, output, capacity);
+    int const n = mSession->channels == 2 ? lame_encode_buffer_interleaved(mSession->flags, const_cast<short*>(pcm),
+                                                                           frames, output, capacity)
+                                          : lame_encode_buffer(mSession->flags, pcm, pcm, frames, output, capacity);
     if (n < 0)
         return -1;
     *consumed = frames * frameBytes;

@@ -4,8 +4,7 @@
 
 #include <algorithm>
 
-NoiseShape::NoiseShape(i32 inBits, i32 outBits)
-    : mStep(1), mInBits(inBits), mOutBits(outBits), mMax(127), mMin(-128)
+NoiseShape::NoiseShape(i32 inBits, i32 outBits) : mStep(1), mInBits(inBits), mOutBits(outBits), mMax(127), mMin(-128)
 {
     CMN_ASSERT(outBits >= 1 && outBits < inBits && inBits <= 32);
     if (outBits >= 1 && outBits < inBits && inBits <= 32)

@@ -35,9 +35,8 @@ public:
     // The size of the tag of the given mode, and the tag itself; 0 or less
     // for none. The strings are title, artist, album and comment; the values
     // year, track and genre (negative: none).
-    virtual int32 GetTagSize(int32 tagMode, std::string const& tag1, std::string const& tag2,
-                             std::string const& tag3, std::string const& tag4, int16 value1, int16 value2,
-                             int16 value3) = 0;
+    virtual int32 GetTagSize(int32 tagMode, std::string const& tag1, std::string const& tag2, std::string const& tag3,
+                             std::string const& tag4, int16 value1, int16 value2, int16 value3) = 0;
     virtual int32 WriteTag(int32 tagMode, std::string const& tag1, std::string const& tag2, std::string const& tag3,
                            std::string const& tag4, int16 value1, int16 value2, int16 value3, u8* buffer,
                            int32 capacity) = 0;

@@ -6,7 +6,8 @@
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_FileLocIteratorImpl.h"
 
-namespace {
+namespace
+{
 
 Sys_FileLocIterator::TypesCreateMethod sTypesCreate = nullptr;
 Sys_FileLocIterator::PatternCreateMethod sPatternCreate = nullptr;
@@ -23,8 +24,7 @@ void Sys_FileLocIterator::SetPatternCreateMethod(PatternCreateMethod method)
     sPatternCreate = method;
 }
 
-Sys_FileLocIterator::Sys_FileLocIterator(Sys_FileLoc const& start, std::vector<Sys_FileType>& types,
-                                         EIterType iterType)
+Sys_FileLocIterator::Sys_FileLocIterator(Sys_FileLoc const& start, std::vector<Sys_FileType>& types, EIterType iterType)
 {
     CMN_ASSERT(sTypesCreate != nullptr);
     if (sTypesCreate)

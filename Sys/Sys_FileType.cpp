@@ -5,7 +5,8 @@
 #include "Cmn/Cmn_Assert.h"
 #include "Sys/Sys_Utils.h"
 
-namespace {
+namespace
+{
 
 std::string ToLowerClassic(std::string text)
 {

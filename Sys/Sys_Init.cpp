@@ -2,7 +2,8 @@
 
 #include <mutex>
 
-namespace {
+namespace
+{
 
 std::once_flag sInitialized;
 

@@ -42,9 +42,7 @@ Sys_Thread::EStatus Sys_MultiTaskThread::Exec()
         case Sys_Task::kStatusReady:
         case Sys_Task::kStatusAborted:
         case Sys_Task::kStatusFailed:
-        case Sys_Task::kStatusCompleted:
-            WaitForQueueOrTimer(1);
-            return kThreadBlocked;
+        case Sys_Task::kStatusCompleted: WaitForQueueOrTimer(1); return kThreadBlocked;
         default:
             // A repeating task is back in the queue already: go on at once.
             WaitForQueueOrTimer(0);

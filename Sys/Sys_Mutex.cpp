@@ -2,7 +2,8 @@
 
 #include "Cmn/Cmn_Assert.h"
 
-namespace {
+namespace
+{
 constinit Sys_Mutex::CreateMethod sCreateMethod = nullptr;
 }
 

@@ -8,7 +8,7 @@ namespace
 // Exceptions are described on any thread, possibly while the platform layer
 // is being installed, so the method pointer is read atomically.
 constinit std::atomic<Sys_OSErrData::GetOSErrTextMethod> sGetOSErrTextMethod{nullptr};
-}
+} // namespace
 
 void Sys_OSErrData::SetGetOSErrTextMethod(GetOSErrTextMethod method) noexcept
 {

@@ -4,11 +4,12 @@
 
 #include <atomic>
 
-namespace {
+namespace
+{
 // Atomic: start-up installs the method again while threads made earlier may
 // already be waiting through it.
 constinit std::atomic<Sys_SyncObject::WaitForMultipleObjectsMethod> sWaitForMultipleObjectsMethod{nullptr};
-}
+} // namespace
 
 Sys_SyncObject::~Sys_SyncObject() = default;
 

@@ -7,8 +7,7 @@
 
 #include <exception>
 
-Sys_Task::Sys_Task()
-    : mStatus(kStatusReady), mAbortRequested(false), mMutex(Sys_Mutex::Create(Sys_Mutex::kMutexPlain))
+Sys_Task::Sys_Task() : mStatus(kStatusReady), mAbortRequested(false), mMutex(Sys_Mutex::Create(Sys_Mutex::kMutexPlain))
 {
 }
 
@@ -52,7 +51,8 @@ Sys_Task::EStatus Sys_Task::Exec()
     }
     catch (std::exception const& e)
     {
-        failure.reset(Cmn_TypedException<Cmn_TStringXData>::New(XC_Cmn_ANSIexception, Cmn_TStringXData(e.what())).Clone());
+        failure.reset(
+            Cmn_TypedException<Cmn_TStringXData>::New(XC_Cmn_ANSIexception, Cmn_TStringXData(e.what())).Clone());
     }
 
     Sys_StAcquireMutex lock(mMutex.get());
@@ -65,21 +65,11 @@ Sys_Task::EStatus Sys_Task::Exec()
     {
         switch (result)
         {
-        case kResultCompleted:
-            mStatus = kStatusCompleted;
-            break;
-        case kResultAborted:
-            mStatus = kStatusAborted;
-            break;
-        case kResultRepeat:
-            mStatus = mAbortRequested ? kStatusAborted : kStatusRepeat;
-            break;
-        case kResultReady:
-            mStatus = mAbortRequested ? kStatusAborted : kStatusReady;
-            break;
-        case kResultBlocked:
-            mStatus = kStatusBlocked;
-            break;
+        case kResultCompleted: mStatus = kStatusCompleted; break;
+        case kResultAborted: mStatus = kStatusAborted; break;
+        case kResultRepeat: mStatus = mAbortRequested ? kStatusAborted : kStatusRepeat; break;
+        case kResultReady: mStatus = mAbortRequested ? kStatusAborted : kStatusReady; break;
+        case kResultBlocked: mStatus = kStatusBlocked; break;
         default:
             // Not a result at all: the task cannot be trusted to go on.
             mStatus = kStatusFailed;

@@ -28,13 +28,13 @@ public:
     // Bit values, so that one mask can name several states.
     enum EStatus
     {
-        kStatusReady = 1,     // may be executed; also the state between slices
-        kStatusRunning = 2,   // a slice is under way
-        kStatusAborted = 4,   // stopped by request; final
-        kStatusFailed = 8,    // an exception left ExecImpl; final
+        kStatusReady = 1,      // may be executed; also the state between slices
+        kStatusRunning = 2,    // a slice is under way
+        kStatusAborted = 4,    // stopped by request; final
+        kStatusFailed = 8,     // an exception left ExecImpl; final
         kStatusCompleted = 16, // finished; final
-        kStatusRepeat = 32,   // wants to run again from the start; only Reset leads out
-        kStatusBlocked = 64   // waits for what it registered with Sys_Thread::Block
+        kStatusRepeat = 32,    // wants to run again from the start; only Reset leads out
+        kStatusBlocked = 64    // waits for what it registered with Sys_Thread::Block
     };
 
     enum EResult

@@ -7,7 +7,8 @@
 #include <atomic>
 #include <cerrno>
 
-namespace {
+namespace
+{
 constinit Sys_Thread::CreateImplMethod sCreateImplMethod = nullptr;
 constinit std::atomic<Sys_Thread::FatalExceptionMethod> sFatalExceptionMethod{nullptr};
 constinit thread_local Sys_Thread* tCurrentThread = nullptr;
@@ -132,12 +133,9 @@ Sys_Thread::EStatus Sys_Thread::Exec()
     {
     case Sys_Task::kStatusAborted:
     case Sys_Task::kStatusFailed:
-    case Sys_Task::kStatusCompleted:
-        return kThreadFinished;
-    case Sys_Task::kStatusBlocked:
-        return kThreadBlocked;
-    default:
-        return kThreadNoWait;
+    case Sys_Task::kStatusCompleted: return kThreadFinished;
+    case Sys_Task::kStatusBlocked: return kThreadBlocked;
+    default: return kThreadNoWait;
     }
 }
 

@@ -30,7 +30,7 @@ class Sys_Thread : public Sys_ThreadSafeRefCountObject
 public:
     enum EStatus
     {
-        kThreadNoWait = 0,    // Exec: the task is neither finished nor blocked
+        kThreadNoWait = 0, // Exec: the task is neither finished nor blocked
         kThreadRunning = 1,
         kThreadSuspended = 2, // also the status of a new thread
         kThreadBlocked = 3,   // Exec: wait on what was registered with Block

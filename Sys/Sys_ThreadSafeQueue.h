@@ -16,8 +16,7 @@
 // The nodes of popped values are kept and used again by later pushes, so a
 // queue through which a fixed number of values circulates stops allocating
 // once it has held that many.
-template <class T>
-class Sys_ThreadSafeQueue
+template <class T> class Sys_ThreadSafeQueue
 {
 public:
     Sys_ThreadSafeQueue() : mMutex(Sys_Mutex::Create(Sys_Mutex::kMutexPlain)) {}

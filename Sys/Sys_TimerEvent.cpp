@@ -2,7 +2,8 @@
 
 #include "Cmn/Cmn_Assert.h"
 
-namespace {
+namespace
+{
 constinit Sys_TimerEvent::CreateMethod sCreateMethod = nullptr;
 }
 

@@ -11,7 +11,8 @@
 #include "Sys/Sys_SwapBlock.h"
 #include "Sys/Sys_Utils.h"
 
-namespace {
+namespace
+{
 
 constexpr uint32 kUmidConstant = 457;
 constexpr char kDigits[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789#!";

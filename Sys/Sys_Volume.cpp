@@ -3,7 +3,8 @@
 #include "Cmn/Cmn_Assert.h"
 #include "Sys/Sys_VolumeImpl.h"
 
-namespace {
+namespace
+{
 
 Sys_Volume::CreateByNameMethod sCreateByName = nullptr;
 Sys_Volume::CreateBySerialNumberMethod sCreateBySerialNumber = nullptr;

@@ -77,8 +77,8 @@ bool Copy(std::string const& in, std::string const& out, i32 processBlock, i32 r
         chain->Append(FF_AudioProcess::Handle(new PassThrough()));
     chain->Append(FF_AudioProcess::Handle(new FF_AudioProcessWriteFiles(std::move(outFiles), 0)));
     chain->Allocate();
-    Sys_Event::Handle const done = chain->GetNotificationEvent(Sys_Task::kStatusAborted | Sys_Task::kStatusFailed |
-                                                               Sys_Task::kStatusCompleted);
+    Sys_Event::Handle const done =
+        chain->GetNotificationEvent(Sys_Task::kStatusAborted | Sys_Task::kStatusFailed | Sys_Task::kStatusCompleted);
     FF_ScheduleChain(chain);
     done->Wait(Sys_SyncObject::kWaitForever);
     return chain->GetStatus() == Sys_Task::kStatusCompleted;
@@ -118,9 +118,8 @@ void BM_ChainOnRamFile(benchmark::State& state)
     }
     state.SetBytesProcessed(state.iterations() * frames * 4);
     state.counters["blocks"] = static_cast<double>(blocks);
-    state.counters["per_block"] = benchmark::Counter(static_cast<double>(blocks),
-                                                     benchmark::Counter::kIsIterationInvariantRate |
-                                                         benchmark::Counter::kInvert);
+    state.counters["per_block"] = benchmark::Counter(
+        static_cast<double>(blocks), benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
     std::filesystem::remove(out);
 }
 BENCHMARK(BM_ChainOnRamFile)

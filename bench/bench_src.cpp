@@ -136,7 +136,8 @@ std::vector<i32> Tone(f64 freq, i32 rate, f64 seconds, f64 amplitude)
 {
     std::vector<i32> x(static_cast<std::size_t>(seconds * rate));
     for (std::size_t n = 0; n < x.size(); ++n)
-        x[n] = static_cast<i32>(std::round(amplitude * 2147483647.0 * std::sin(2.0 * std::numbers::pi * freq * n / rate)));
+        x[n] =
+            static_cast<i32>(std::round(amplitude * 2147483647.0 * std::sin(2.0 * std::numbers::pi * freq * n / rate)));
     return x;
 }
 
@@ -199,9 +200,18 @@ void Quality(benchmark::State& state)
     }
 }
 
-void Up441To48Mono(benchmark::State& s) { Convert(s, 44100, 48000, 1); }
-void Up441To48Stereo(benchmark::State& s) { Convert(s, 44100, 48000, 2); }
-void Down48To441Mono(benchmark::State& s) { Convert(s, 48000, 44100, 1); }
+void Up441To48Mono(benchmark::State& s)
+{
+    Convert(s, 44100, 48000, 1);
+}
+void Up441To48Stereo(benchmark::State& s)
+{
+    Convert(s, 44100, 48000, 2);
+}
+void Down48To441Mono(benchmark::State& s)
+{
+    Convert(s, 48000, 44100, 1);
+}
 
 void Qualities(benchmark::internal::Benchmark* b)
 {
@@ -211,7 +221,8 @@ void Qualities(benchmark::internal::Benchmark* b)
 }
 } // namespace
 
-BENCHMARK(Quality)->DenseRange(0, 0)->Arg(17)->Arg(33)->Arg(129)->Arg(257)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(Quality)->DenseRange(0, 0)->Arg(17)->Arg(33)->Arg(129)->Arg(257)->Iterations(1)->Unit(
+    benchmark::kMillisecond);
 BENCHMARK(Up441To48Mono)->Apply(Qualities);
 BENCHMARK(Up441To48Stereo)->Apply(Qualities);
 BENCHMARK(Down48To441Mono)->Apply(Qualities);

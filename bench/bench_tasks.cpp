@@ -18,7 +18,8 @@
 #include <thread>
 #include <vector>
 
-namespace {
+namespace
+{
 
 using Clock = std::chrono::steady_clock;
 
@@ -37,9 +38,8 @@ double Percentile(std::vector<double>& samples, double fraction)
 
 void Report(benchmark::State& state, std::vector<double>& samples)
 {
-    state.counters["round_trip"] = benchmark::Counter(kRoundTripsPerIteration,
-                                                      benchmark::Counter::kIsIterationInvariantRate |
-                                                          benchmark::Counter::kInvert);
+    state.counters["round_trip"] = benchmark::Counter(
+        kRoundTripsPerIteration, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
     state.counters["median_us"] = Percentile(samples, 0.5);
     state.counters["p90_us"] = Percentile(samples, 0.9);
 }
@@ -54,17 +54,19 @@ void BM_ConditionVariablePingPong(benchmark::State& state)
     std::mutex lock;
     std::condition_variable changed;
     int turn = 0; // 0: nobody, 1: the partner's move, 2: back with us, 3: stop
-    std::thread partner([&] {
-        std::unique_lock<std::mutex> guard(lock);
-        for (;;)
+    std::thread partner(
+        [&]
         {
-            changed.wait(guard, [&] { return turn == 1 || turn == 3; });
-            if (turn == 3)
-                return;
-            turn = 2;
-            changed.notify_all();
-        }
-    });
+            std::unique_lock<std::mutex> guard(lock);
+            for (;;)
+            {
+                changed.wait(guard, [&] { return turn == 1 || turn == 3; });
+                if (turn == 3)
+                    return;
+                turn = 2;
+                changed.notify_all();
+            }
+        });
     std::vector<double> samples;
     samples.reserve(1 << 16);
     for (auto _ : state)
@@ -120,22 +122,26 @@ void BM_TaskHopBetweenMultiTaskThreads(benchmark::State& state)
     Clock::time_point sent;
 
     FunctionTask::Handle ping, pong;
-    ping = FunctionTask::Make([&] {
-        if (roundTrips > 0)
-            samples.push_back(MicrosecondsSince(sent));
-        if (roundTrips++ == kRoundTripsPerIteration)
+    ping = FunctionTask::Make(
+        [&]
         {
-            batchDone->Set();
+            if (roundTrips > 0)
+                samples.push_back(MicrosecondsSince(sent));
+            if (roundTrips++ == kRoundTripsPerIteration)
+            {
+                batchDone->Set();
+                return Sys_Task::kResultReady;
+            }
+            sent = Clock::now();
+            right->AddTask(pong, 0);
             return Sys_Task::kResultReady;
-        }
-        sent = Clock::now();
-        right->AddTask(pong, 0);
-        return Sys_Task::kResultReady;
-    });
-    pong = FunctionTask::Make([&] {
-        left->AddTask(ping, 0);
-        return Sys_Task::kResultReady;
-    });
+        });
+    pong = FunctionTask::Make(
+        [&]
+        {
+            left->AddTask(ping, 0);
+            return Sys_Task::kResultReady;
+        });
 
     for (auto _ : state)
     {

@@ -1,6 +1,7 @@
 #include "Sys/Posix/Sys_EventPosix.h"
 
-namespace {
+namespace
+{
 
 Sys_Event* CreateEventPosix(int32 flags)
 {

@@ -2,7 +2,8 @@
 
 #include "Cmn/Cmn_Assert.h"
 
-namespace {
+namespace
+{
 
 Sys_Mutex* CreateMutexPosix(int32 type)
 {

@@ -21,7 +21,7 @@ struct InstallAtLoad
 {
     InstallAtLoad() { Sys_OSErrTextPosix::SetPlatformDependentMethods(); }
 } sInstallAtLoad;
-}
+} // namespace
 
 void Sys_OSErrTextPosix::SetPlatformDependentMethods()
 {

@@ -6,7 +6,8 @@
 #include <algorithm>
 #include <cerrno>
 
-namespace {
+namespace
+{
 
 Sys_Semaphore* CreateSemaphorePosix(int32 initialCount, int32 maximumCount)
 {

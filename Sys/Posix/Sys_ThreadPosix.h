@@ -58,8 +58,8 @@ private:
     bool mQuit = false;
     Sys_Thread::EStatus mStatus = Sys_Thread::kThreadSuspended;
     Sys_Thread::EPriority mPriority = Sys_Thread::kPriorityNormal;
-    int mSystemId = 0; // the kernel's id of the thread, once it runs
-    int mProcessor = -1; // the processor it is kept on, or -1 for any
+    int mSystemId = 0;                    // the kernel's id of the thread, once it runs
+    int mProcessor = -1;                  // the processor it is kept on, or -1 for any
     std::vector<unsigned char> mFreeMask; // its processors before it was first kept
     std::string mName;
     Sys_SyncObject::HandleList mWaitList;

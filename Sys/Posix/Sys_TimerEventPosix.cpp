@@ -1,6 +1,7 @@
 #include "Sys/Posix/Sys_TimerEventPosix.h"
 
-namespace {
+namespace
+{
 
 Sys_TimerEvent* CreateTimerEventPosix(bool manualReset)
 {

@@ -12,7 +12,8 @@
 #include <fstream>
 #include <sstream>
 
-namespace {
+namespace
+{
 
 std::string ReadMountInfo()
 {

@@ -14,8 +14,8 @@ struct Sys_VolumePosixProbe
     // What statvfs and statfs say about a mounted file system.
     struct FsInfo
     {
-        int64 size = 0;        // bytes
-        int64 freeSpace = 0;   // bytes available to the caller
+        int64 size = 0;      // bytes
+        int64 freeSpace = 0; // bytes available to the caller
         int32 maxNameLength = 0;
         int32 blockSize = 0;   // the fundamental block, the unit of allocation
         uint32 foldedFsid = 0; // the file system id folded to 32 bits

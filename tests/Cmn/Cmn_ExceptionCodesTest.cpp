@@ -48,9 +48,12 @@ std::vector<CodeCase> const& AllCodes()
         CASE(XC_Sys_UnknownException, Cmn_NullExceptionData(), "An unknown exception occurred"),
         CASE(XC_FF_FileTypeNotSupported, Cmn_NullExceptionData(), "FF: file type not supported"),
         CASE(XC_FF_FileMustBeOpen, Cmn_NullExceptionData(), "FF: file must be open to execute method"),
-        CASE(XC_FF_RequestedReadWhileWriting, Cmn_NullExceptionData(), "FF: attempt to open file for read while it is open for write"),
-        CASE(XC_FF_RequestedWriteWhileReading, Cmn_NullExceptionData(), "FF: attempt to open file for write while it is open for read"),
-        CASE(XC_FF_RequestedWriteWhileWriting, Cmn_NullExceptionData(), "FF: attempt to open file for write while it is open for write"),
+        CASE(XC_FF_RequestedReadWhileWriting, Cmn_NullExceptionData(),
+             "FF: attempt to open file for read while it is open for write"),
+        CASE(XC_FF_RequestedWriteWhileReading, Cmn_NullExceptionData(),
+             "FF: attempt to open file for write while it is open for read"),
+        CASE(XC_FF_RequestedWriteWhileWriting, Cmn_NullExceptionData(),
+             "FF: attempt to open file for write while it is open for write"),
         CASE(XC_FF_PlugIn_IOError, Cmn_NullExceptionData(), "FF: I/O error in plug-in"),
         CASE(XC_FF_PlugIn_BadParameter, Cmn_NullExceptionData(), "FF: bad parameter passed to plug-in"),
         CASE(XC_FF_PlugIn_Unimplemented, Cmn_NullExceptionData(), "FF: call to unimplemented plug-in method"),
@@ -61,8 +64,10 @@ std::vector<CodeCase> const& AllCodes()
         CASE(XC_FF_PlugIn_Unexpected, Cmn_NullExceptionData(), "FF: unexpected error in plug-ing"),
         CASE(XC_MA_SystemErrorWithMessage, MA_OSErrData(ENOENT), "MA OSErr"),
         CASE(XC_MMgr_OutOfMemory, Cmn_NullExceptionData(), "MMgr out of memory"),
-        CASE(XC_MMgr_AssertionFailure, Cmn_NullExceptionData(), "MMgr failed test <assert> in file <file> at line <line>"),
-        CASE(XC_MMgr_ArgCheckFailure, Cmn_NullExceptionData(), "MMgr found bad param <assert> in file <file> at line <line>"),
+        CASE(XC_MMgr_AssertionFailure, Cmn_NullExceptionData(),
+             "MMgr failed test <assert> in file <file> at line <line>"),
+        CASE(XC_MMgr_ArgCheckFailure, Cmn_NullExceptionData(),
+             "MMgr found bad param <assert> in file <file> at line <line>"),
         CASE(XC_DAW_SystemError, DAW_OSErrData(ENOENT), "No such file or directory"),
         CASE(XC_DAW_ImageResourceMissing, DAW_Int32ErrData(7), "Couldn't find image resource #7"),
         CASE(XC_DAW_WhileInitializingApp, Cmn_NullExceptionData(), "While initializing the application"),
@@ -70,7 +75,8 @@ std::vector<CodeCase> const& AllCodes()
         CASE(XC_DAW_CouldntGetDC, Cmn_NullExceptionData(), "Couldn't get device context"),
         CASE(XC_DAW_CouldntCreateChildWindow, Cmn_NullExceptionData(), "Couldn't create child window"),
         CASE(XC_DAW_CouldntCreateMainMenuWindow, Cmn_NullExceptionData(), "Couldn't create main menu window"),
-        CASE(XC_DAW_TriedToCreateMainMenuWindowTwice, Cmn_NullExceptionData(), "Tried to create main menu window twice"),
+        CASE(XC_DAW_TriedToCreateMainMenuWindowTwice, Cmn_NullExceptionData(),
+             "Tried to create main menu window twice"),
         CASE(XC_DAW_WhileCreatingOffscreen, Cmn_NullExceptionData(), "While creating offscreen"),
         CASE(XC_DAW_WhileCreatingImage, Cmn_NullExceptionData(), "While creating image"),
         CASE(XC_DAW_EmptyBitMapFile, Cmn_NullExceptionData(), "Empty bitmap file"),
@@ -88,16 +94,19 @@ std::vector<CodeCase> const& AllCodes()
         CASE(XC_DAW_SE_AccessViolation, Cmn_NullExceptionData(), "Access violation occured"),
         CASE(XC_DAW_SE_DataTypeMisalignment, Cmn_NullExceptionData(), "Data type misalignment occured"),
         CASE(XC_DAW_SE_ArrayBoundsExceeded, Cmn_NullExceptionData(), "Array bounds exceeded"),
-        CASE(XC_DAW_SE_FloatDenormalOperand, Cmn_NullExceptionData(), "Floating point error occured (denormal operand)"),
+        CASE(XC_DAW_SE_FloatDenormalOperand, Cmn_NullExceptionData(),
+             "Floating point error occured (denormal operand)"),
         CASE(XC_DAW_SE_FloatDivideByZero, Cmn_NullExceptionData(), "Floating point error occured (divide by zero)"),
         CASE(XC_DAW_SE_FloatInexactResult, Cmn_NullExceptionData(), "Floating point error occured (inexact result)"),
-        CASE(XC_DAW_SE_FloatInvalidOperation, Cmn_NullExceptionData(), "Floating point error occured (invalid operation)"),
+        CASE(XC_DAW_SE_FloatInvalidOperation, Cmn_NullExceptionData(),
+             "Floating point error occured (invalid operation)"),
         CASE(XC_DAW_SE_FloatOverflow, Cmn_NullExceptionData(), "Floating point error occured (overflow)"),
         CASE(XC_DAW_SE_FloatStackCheck, Cmn_NullExceptionData(), "Floating point error occured (stack check)"),
         CASE(XC_DAW_SE_FloatUnderflow, Cmn_NullExceptionData(), "Floating point error occured (underflow)"),
         CASE(XC_DAW_SE_IntegerDivideByZero, Cmn_NullExceptionData(), "Integer error occured (divide by zero)"),
         CASE(XC_DAW_SE_IntegerOverflow, Cmn_NullExceptionData(), "Integer error occured (overflow)"),
-        CASE(XC_DAW_SE_PriviledgedInstruction, Cmn_NullExceptionData(), "Priviledged instruction executed in user mode"),
+        CASE(XC_DAW_SE_PriviledgedInstruction, Cmn_NullExceptionData(),
+             "Priviledged instruction executed in user mode"),
         CASE(XC_DAW_SE_InPageError, Cmn_NullExceptionData(), "In page error occured"),
         CASE(XC_DAW_SE_IllegalInstruction, Cmn_NullExceptionData(), "Illegal instruction attempted"),
         CASE(XC_DAW_SE_NoncontinuableException, Cmn_NullExceptionData(), "Noncontinuable exception occured"),
@@ -108,16 +117,19 @@ std::vector<CodeCase> const& AllCodes()
         CASE(XC_SYS_SE_AccessViolation, Cmn_NullExceptionData(), "Access violation occurred"),
         CASE(XC_SYS_SE_DataTypeMisalignment, Cmn_NullExceptionData(), "Data type misalignment occurred"),
         CASE(XC_SYS_SE_ArrayBoundsExceeded, Cmn_NullExceptionData(), "Array bounds exceeded"),
-        CASE(XC_SYS_SE_FloatDenormalOperand, Cmn_NullExceptionData(), "Floating point error occurred (denormal operand)"),
+        CASE(XC_SYS_SE_FloatDenormalOperand, Cmn_NullExceptionData(),
+             "Floating point error occurred (denormal operand)"),
         CASE(XC_SYS_SE_FloatDivideByZero, Cmn_NullExceptionData(), "Floating point error occurred (divide by zero)"),
         CASE(XC_SYS_SE_FloatInexactResult, Cmn_NullExceptionData(), "Floating point error occurred (inexact result)"),
-        CASE(XC_SYS_SE_FloatInvalidOperation, Cmn_NullExceptionData(), "Floating point error occurred (invalid operation)"),
+        CASE(XC_SYS_SE_FloatInvalidOperation, Cmn_NullExceptionData(),
+             "Floating point error occurred (invalid operation)"),
         CASE(XC_SYS_SE_FloatOverflow, Cmn_NullExceptionData(), "Floating point error occurred (overflow)"),
         CASE(XC_SYS_SE_FloatStackCheck, Cmn_NullExceptionData(), "Floating point error occurred (stack check)"),
         CASE(XC_SYS_SE_FloatUnderflow, Cmn_NullExceptionData(), "Floating point error occurred (underflow)"),
         CASE(XC_SYS_SE_IntegerDivideByZero, Cmn_NullExceptionData(), "Integer error occurred (divide by zero)"),
         CASE(XC_SYS_SE_IntegerOverflow, Cmn_NullExceptionData(), "Integer error occurred (overflow)"),
-        CASE(XC_SYS_SE_PriviledgedInstruction, Cmn_NullExceptionData(), "Priviledged instruction executed in user mode"),
+        CASE(XC_SYS_SE_PriviledgedInstruction, Cmn_NullExceptionData(),
+             "Priviledged instruction executed in user mode"),
         CASE(XC_SYS_SE_InPageError, Cmn_NullExceptionData(), "In page error occurred"),
         CASE(XC_SYS_SE_IllegalInstruction, Cmn_NullExceptionData(), "Illegal instruction attempted"),
         CASE(XC_SYS_SE_NoncontinuableException, Cmn_NullExceptionData(), "Noncontinuable exception occurred"),
@@ -147,19 +159,22 @@ Rethrown ThrowOnOtherThread(std::unique_ptr<Cmn_Exception> clone, std::type_info
                             XC_BaseExceptionCode const& expectedCode)
 {
     Rethrown result;
-    std::thread([&] {
-        try
+    std::thread(
+        [&]
         {
-            clone->Throw();
-        }
-        catch (Cmn_Exception const& e)
-        {
-            result.caught = true;
-            result.sameType = typeid(e) == expectedType;
-            result.sameCode = e.GetCode() == expectedCode;
-            result.full = e.GetFullDescription();
-        }
-    }).join();
+            try
+            {
+                clone->Throw();
+            }
+            catch (Cmn_Exception const& e)
+            {
+                result.caught = true;
+                result.sameType = typeid(e) == expectedType;
+                result.sameCode = e.GetCode() == expectedCode;
+                result.full = e.GetFullDescription();
+            }
+        })
+        .join();
     return result;
 }
 

@@ -12,16 +12,14 @@
 
 namespace
 {
-template <class T>
-std::string Attr(T const& data, std::string const& name)
+template <class T> std::string Attr(T const& data, std::string const& name)
 {
     std::ostringstream os;
     data.PrintAttr(name, os);
     return os.str();
 }
 
-template <class T>
-std::string Text(XC_TypedExceptionCode<T> const& code, T const& data)
+template <class T> std::string Text(XC_TypedExceptionCode<T> const& code, T const& data)
 {
     return Cmn_TypedException<T>::New(code, data).what();
 }
@@ -72,8 +70,12 @@ TEST(Cmn_ExceptionData, ThrowIfOSErrThrowsOnlyForAFailure)
         std::optional<std::int32_t> result;
         bool throws;
     };
-    Case const cases[] = {{0, std::nullopt, false}, {5, std::nullopt, true}, {-1, std::nullopt, true},
-                          {5, 1, false},            {5, 0, true},            {0, 0, false},
+    Case const cases[] = {{0, std::nullopt, false},
+                          {5, std::nullopt, true},
+                          {-1, std::nullopt, true},
+                          {5, 1, false},
+                          {5, 0, true},
+                          {0, 0, false},
                           {5, -1, false}};
     for (Case const& c : cases)
     {

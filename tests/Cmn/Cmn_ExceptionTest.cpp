@@ -66,9 +66,9 @@ TEST(Cmn_Exception, FillsPlaceholdersFromTheRecord)
         {"<x> and <x", "1", "1 and <x"},
         {"a > <x>", "1", "a > 1"},
         {"<<x>", "1", "<<x>"},
-        {"<x> tail", "<x>", "<x> tail"},       // inserted text is not scanned again
-        {"<x><x>", "<x", "<x<x"},               // nor joined with what follows
-        {"<x>", "", "<x>"},                     // an empty answer leaves the placeholder
+        {"<x> tail", "<x>", "<x> tail"}, // inserted text is not scanned again
+        {"<x><x>", "<x", "<x<x"},        // nor joined with what follows
+        {"<x>", "", "<x>"},              // an empty answer leaves the placeholder
         {"", "1", ""},
         {"no placeholders", "1", "no placeholders"},
     };
@@ -117,11 +117,13 @@ TEST(Cmn_Exception, WhatOnManyThreadsAtOnceMakesOneText)
     std::vector<char const*> seen(8, nullptr);
     std::vector<std::thread> threads;
     for (std::size_t i = 0; i < seen.size(); ++i)
-        threads.emplace_back([&, i] {
-            while (!go.load())
-                std::this_thread::yield();
-            seen[i] = e.what();
-        });
+        threads.emplace_back(
+            [&, i]
+            {
+                while (!go.load())
+                    std::this_thread::yield();
+                seen[i] = e.what();
+            });
     go = true;
     for (auto& t : threads)
         t.join();

@@ -140,15 +140,17 @@ TEST(Cmn_RefCount, ThreadSafeObjectSurvivesManyThreadsCopyingAndDropping)
         Cmn_RefCountPtr<Shared> ptr(handle.GetBase());
         std::vector<std::thread> threads;
         for (int t = 0; t < 8; ++t)
-            threads.emplace_back([&] {
-                for (int i = 0; i < 2000; ++i)
+            threads.emplace_back(
+                [&]
                 {
-                    Cmn_RefCountPtr<Shared> p = ptr;
-                    Cmn_PolymorphicHandle<Shared> h = handle;
-                    Cmn_RefCountPtr<Shared> q = std::move(p);
-                    h = Cmn_PolymorphicHandle<Shared>(handle);
-                }
-            });
+                    for (int i = 0; i < 2000; ++i)
+                    {
+                        Cmn_RefCountPtr<Shared> p = ptr;
+                        Cmn_PolymorphicHandle<Shared> h = handle;
+                        Cmn_RefCountPtr<Shared> q = std::move(p);
+                        h = Cmn_PolymorphicHandle<Shared>(handle);
+                    }
+                });
         for (auto& t : threads)
             t.join();
         EXPECT_EQ(handle->GetRefCount(), 2);

@@ -95,7 +95,8 @@ inline Contents ReadBack(std::string const& path)
 class CountingAudioFile : public FF_AudioFile
 {
 public:
-    explicit CountingAudioFile(std::string const& path, int failAt = -1) : FF_AudioFile(Sys_FileLoc(path)), mFailAt(failAt)
+    explicit CountingAudioFile(std::string const& path, int failAt = -1)
+        : FF_AudioFile(Sys_FileLoc(path)), mFailAt(failAt)
     {
     }
 

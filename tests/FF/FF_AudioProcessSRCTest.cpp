@@ -193,13 +193,14 @@ TEST(FF_AudioProcessSRC, SumsBeforeRoundingAreBitExact)
             for (i32 level : Access::kLevels)
                 for (i64 blockSize : {1000, 4800})
                 {
-                    SCOPED_TRACE(testing::Message() << c.in << " to " << c.out << ", quality "
-                                                    << static_cast<int>(quality) << ", kernels " << level
-                                                    << ", blocks of " << blockSize);
+                    SCOPED_TRACE(testing::Message()
+                                 << c.in << " to " << c.out << ", quality " << static_cast<int>(quality) << ", kernels "
+                                 << level << ", blocks of " << blockSize);
                     StKernelLevel kernels(level);
                     FF_AudioProcessSRC src(c.in, c.out, quality);
                     std::vector<f64> sums;
-                    RunStage(src, input, c.in, 24, blockSize, [&](FF_AudioProcessBlock const& out)
+                    RunStage(src, input, c.in, 24, blockSize,
+                             [&](FF_AudioProcessBlock const& out)
                              { sums.insert(sums.end(), Access::Sums(src), Access::Sums(src) + out.GetNumSamples()); });
                     ASSERT_EQ(sums.size(), expected.size());
                     for (std::size_t m = 0; m < sums.size(); ++m)

@@ -34,7 +34,8 @@ inline Channels SineRamp(int channels, i64 length, int bits, f64 scale, f64 freq
         for (i64 n = 0; n < length; ++n)
         {
             f64 const ramp = (static_cast<f64>(n) / static_cast<f64>(length) - 0.5) * 0.3;
-            f64 const v = scale * (0.7 * std::sin(2.0 * std::numbers::pi * freq * static_cast<f64>(n) / rate + c) + ramp);
+            f64 const v =
+                scale * (0.7 * std::sin(2.0 * std::numbers::pi * freq * static_cast<f64>(n) / rate + c) + ramp);
             out[static_cast<std::size_t>(c)][static_cast<std::size_t>(n)] =
                 static_cast<i32>(std::clamp(std::round(v * full), -full - 1.0, full));
         }
@@ -95,9 +96,9 @@ RunResult RunStage(Stage& stage, Channels const& input, i32 rate, int bits, i64 
     i64 const length = channels ? static_cast<i64>(input[0].size()) : 0;
     FF_AudioProcessBlock proto = Prototype(channels, rate, bits, blockSize, length);
     stage.Preflight(&proto);
-    FF_AudioProcessBlock big = Prototype(std::max<int>(channels, proto.GetNumChannels()), rate,
-                                         std::max<int>(bits, proto.GetBitsPerSample()),
-                                         std::max(blockSize, proto.GetNumSamples()), length);
+    FF_AudioProcessBlock big =
+        Prototype(std::max<int>(channels, proto.GetNumChannels()), rate, std::max<int>(bits, proto.GetBitsPerSample()),
+                  std::max(blockSize, proto.GetNumSamples()), length);
     if constexpr (requires { stage.AllocateImpl(big); })
         stage.AllocateImpl(big);
     FF_AudioProcessBlock in(big);

@@ -1,9 +1,9 @@
 // The MP3 writer: what it asks of its encoder, in which order, and where the
 // bytes land; then the library's own encoder, checked by independent tools.
-#include "FF/FF_LameMP3Encoder.h"
 #include "FF/FF_MP3AudioFile.h"
-#include "FF/TMP3EncoderIF.h"
 #include "Cmn/Cmn_Exception.h"
+#include "FF/FF_LameMP3Encoder.h"
+#include "FF/TMP3EncoderIF.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_Init.h"
 #include "support/TestSupport.h"
@@ -60,13 +60,13 @@ public:
         *produced = n;
         return 0;
     }
-    int32 GetTagSize(int32 mode, std::string const&, std::string const&, std::string const&, std::string const&,
-                     int16, int16, int16) override
+    int32 GetTagSize(int32 mode, std::string const&, std::string const&, std::string const&, std::string const&, int16,
+                     int16, int16) override
     {
         return mode == 1 || mode == 3 ? 4 : 0;
     }
-    int32 WriteTag(int32 mode, std::string const&, std::string const&, std::string const&, std::string const&,
-                   int16, int16, int16, u8* buffer, int32) override
+    int32 WriteTag(int32 mode, std::string const&, std::string const&, std::string const&, std::string const&, int16,
+                   int16, int16, u8* buffer, int32) override
     {
         std::memcpy(buffer, mode == 3 ? "TAG3" : "TAG1", 4);
         return 4;
@@ -103,8 +103,7 @@ protected:
         std::vector<std::uint8_t> const b = vfltest::ReadWholeFile(path);
         return std::string(b.begin(), b.end());
     }
-    static constexpr int32 kCreate =
-        FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite | FF_AudioFile::eOpenCreate;
+    static constexpr int32 kCreate = FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite | FF_AudioFile::eOpenCreate;
     FakeEncoder mFake;
     MP3EncoderOptions mSaved;
     vfltest::TempDir mDir;
@@ -181,7 +180,11 @@ TEST_F(FF_MP3AudioFileTest, TagModesPutTheTagBeforeOrAfterTheAudio)
     {
         int32 mode;
         std::string expected;
-    } const cases[] = {{1, "abcdEND" "TAG1"}, {3, "TAG3" "abcdEND"}, {0, "abcdEND"}};
+    } const cases[] = {{1, "abcdEND"
+                           "TAG1"},
+                       {3, "TAG3"
+                           "abcdEND"},
+                       {0, "abcdEND"}};
     for (auto const& c : cases)
     {
         SCOPED_TRACE(c.mode);
@@ -291,12 +294,13 @@ TEST_F(FF_LameMP3EncoderTest, ToolsReadTheStreamAndItDecodesToTheSource)
     }
     EXPECT_GT(best, 0.99);
 
-    if (vfltest::HaveProgram("/usr/bin/python3") &&
-        vfltest::RunCommand("/usr/bin/python3 -c 'import mutagen'") == 0)
+    if (vfltest::HaveProgram("/usr/bin/python3") && vfltest::RunCommand("/usr/bin/python3 -c 'import mutagen'") == 0)
     {
         // The ID3v1 tag is the last 128 bytes.
         std::string const title = Out("/usr/bin/python3 -c \"import mutagen.id3 as i; "
-                                      "f=open('" + path + "','rb'); f.seek(-128,2); "
+                                      "f=open('" +
+                                      path +
+                                      "','rb'); f.seek(-128,2); "
                                       "print(i.ParseID3v1(f.read(128))['TIT2'])\"");
         EXPECT_EQ(title, "Sines\n");
     }
@@ -324,7 +328,8 @@ TEST_F(FF_LameMP3EncoderTest, VariableRateStreamStartsWithItsInfoFrameBehindAnId
     std::string const check = Out("mp3val " + path);
     EXPECT_EQ(check.find("WARNING"), std::string::npos) << check;
     std::string const probe = Out("ffprobe -v error -show_entries format=duration:format_tags=title,artist "
-                                  "-of default=nw=1 " + path);
+                                  "-of default=nw=1 " +
+                                  path);
     EXPECT_NE(probe.find("TAG:title=Sines"), std::string::npos) << probe;
     EXPECT_NE(probe.find("TAG:artist=Test"), std::string::npos) << probe;
     double const duration = std::stod(probe.substr(probe.find("duration=") + 9));

@@ -103,7 +103,6 @@ inline Channels ReferenceResample(Channels const& input, i32 in, i32 out, int ta
     return taps == 0 ? ReferenceLinear(input, in, out) : ReferenceSinc(input, in, out, taps, bits);
 }
 
-
 inline i32 Wrap(i64 v)
 {
     return static_cast<i32>(static_cast<u32>(static_cast<u64>(v)));

@@ -8,7 +8,8 @@
 #include <thread>
 #include <vector>
 
-namespace {
+namespace
+{
 
 using vfltest::Eventually;
 using vfltest::WaitersOn;
@@ -30,9 +31,21 @@ TEST(Sys_Event, SignalStateAfterEachOperation)
         {"new", kManual, [](Sys_Event&) {}, false, false},
         {"initially set, automatic: one waiter passes", kAuto | kSet, [](Sys_Event&) {}, true, false},
         {"initially set, manual: stays set", kManual | kSet, [](Sys_Event&) {}, true, true},
-        {"Set twice, automatic: still one", kAuto, [](Sys_Event& e) { e.Set(); e.Set(); }, true, false},
+        {"Set twice, automatic: still one", kAuto,
+         [](Sys_Event& e)
+         {
+             e.Set();
+             e.Set();
+         },
+         true, false},
         {"Set, manual", kManual, [](Sys_Event& e) { e.Set(); }, true, true},
-        {"Set and Reset", kManual, [](Sys_Event& e) { e.Set(); e.Reset(); }, false, false},
+        {"Set and Reset", kManual,
+         [](Sys_Event& e)
+         {
+             e.Set();
+             e.Reset();
+         },
+         false, false},
         {"Pulse without waiters", kAuto, [](Sys_Event& e) { e.Pulse(); }, false, false},
         {"Pulse resets a set manual event", kManual | kSet, [](Sys_Event& e) { e.Pulse(); }, false, false},
         {"IsSet takes an automatic signal", kAuto | kSet, [](Sys_Event& e) { EXPECT_TRUE(e.IsSet()); }, false, false},

@@ -35,8 +35,8 @@ protected:
         mStart = fs::canonical(mDir.Path()).string() + "/start/";
         fs::create_directories(mStart + "sub0/deeper");
         fs::create_directories(mStart + "Sub1");
-        for (char const* name : {"a.WAV", "B.wav", "c.txt", "d.aif", "Take [1].wav", "sub0/y.wav",
-                                 "sub0/deeper/z.wav", "Sub1/x.wav"})
+        for (char const* name :
+             {"a.WAV", "B.wav", "c.txt", "d.aif", "Take [1].wav", "sub0/y.wav", "sub0/deeper/z.wav", "Sub1/x.wav"})
             vfltest::WriteWholeFile(mStart + name, {1, 2, 3});
         fs::create_directory_symlink(mStart, mStart + "loop");
     }
@@ -71,8 +71,8 @@ constexpr auto kFolderOnly = Sys_FileLocIterator::kIterateFolderOnly;
 
 TEST_F(SysFileLocIteratorTest, AWalkListsEachFolderInOrderBreadthFirst)
 {
-    Names const expected = {"a.WAV", "B.wav", "c.txt", "d.aif", "loop/", "sub0/", "Sub1/", "Take [1].wav",
-                            "sub0/deeper/", "sub0/y.wav", "Sub1/x.wav", "sub0/deeper/z.wav"};
+    Names const expected = {"a.WAV", "B.wav",        "c.txt",        "d.aif",      "loop/",      "sub0/",
+                            "Sub1/", "Take [1].wav", "sub0/deeper/", "sub0/y.wav", "Sub1/x.wav", "sub0/deeper/z.wav"};
     EXPECT_EQ(WalkTypes({}, kTree), expected);
 }
 
@@ -86,17 +86,29 @@ TEST_F(SysFileLocIteratorTest, FiltersSelectByTypeOncePerTypeAndFolder)
         Names expected;
     };
     Case const cases[] = {
-        {"wav in the tree", {Sys_FileType("wav")}, kTree,
+        {"wav in the tree",
+         {Sys_FileType("wav")},
+         kTree,
          {"a.WAV", "B.wav", "Take [1].wav", "sub0/y.wav", "Sub1/x.wav", "sub0/deeper/z.wav"}},
-        {"wav by its Macintosh code", {Sys_FileType(vfltest::MacCode("WAVE"))}, kFolderOnly,
+        {"wav by its Macintosh code",
+         {Sys_FileType(vfltest::MacCode("WAVE"))},
+         kFolderOnly,
          {"a.WAV", "B.wav", "Take [1].wav"}},
-        {"wav then aif, per folder", {Sys_FileType("wav"), Sys_FileType("aif")}, kFolderOnly,
+        {"wav then aif, per folder",
+         {Sys_FileType("wav"), Sys_FileType("aif")},
+         kFolderOnly,
          {"a.WAV", "B.wav", "Take [1].wav", "d.aif"}},
-        {"a type listed twice comes twice", {Sys_FileType("aif"), Sys_FileType("aif")}, kFolderOnly,
+        {"a type listed twice comes twice",
+         {Sys_FileType("aif"), Sys_FileType("aif")},
+         kFolderOnly,
          {"d.aif", "d.aif"}},
-        {"folders, links left out", {Sys_FileType(Sys_FileType::kTypeFolder)}, kTree,
+        {"folders, links left out",
+         {Sys_FileType(Sys_FileType::kTypeFolder)},
+         kTree,
          {"sub0/", "Sub1/", "sub0/deeper/"}},
-        {"any file", {Sys_FileType(Sys_FileType::kTypeFile)}, kFolderOnly,
+        {"any file",
+         {Sys_FileType(Sys_FileType::kTypeFile)},
+         kFolderOnly,
          {"a.WAV", "B.wav", "c.txt", "d.aif", "Take [1].wav"}},
         {"an unregistered extension", {Sys_FileType("txt")}, kFolderOnly, {}},
     };
@@ -141,9 +153,10 @@ TEST_F(SysFileLocIteratorTest, PatternMatchingCases)
         bool matches;
     };
     Case const cases[] = {
-        {"*", "", true},        {"*", "x", true},         {"?", "", false},       {"a*b*c", "aXbYc", true},
-        {"a*b*c", "aXbY", false}, {"*.wav", ".wav", true}, {"take.*", "take", true}, {"take.*", "takes", false},
-        {"**?", "a", true},     {"[ab]", "a", false},     {"[ab]", "[AB]", true},  {"*a*a*a*a*b", "aaaaaaaaaaaaaaaaaaaaaaaa", false},
+        {"*", "", true},          {"*", "x", true},           {"?", "", false},
+        {"a*b*c", "aXbYc", true}, {"a*b*c", "aXbY", false},   {"*.wav", ".wav", true},
+        {"take.*", "take", true}, {"take.*", "takes", false}, {"**?", "a", true},
+        {"[ab]", "a", false},     {"[ab]", "[AB]", true},     {"*a*a*a*a*b", "aaaaaaaaaaaaaaaaaaaaaaaa", false},
     };
     for (Case const& c : cases)
     {
@@ -158,8 +171,8 @@ TEST_F(SysFileLocIteratorTest, AStartThatIsNoFolderThrowsAndAnEmptyFolderYieldsN
     for (std::string const& start : {mStart + "a.WAV", mStart + "missing/", mStart + "missing"})
     {
         SCOPED_TRACE(start);
-        EXPECT_TRUE(vfltest::ThrowsCode([&] { Sys_FileLocIterator it(Sys_FileLoc(start), none, kTree); },
-                                        XC_Sys_BadStartLoc));
+        EXPECT_TRUE(
+            vfltest::ThrowsCode([&] { Sys_FileLocIterator it(Sys_FileLoc(start), none, kTree); }, XC_Sys_BadStartLoc));
     }
     fs::create_directory(mStart + "empty");
     Sys_FileLocIterator it(Sys_FileLoc(mStart + "empty"), none, kTree);
@@ -189,12 +202,14 @@ TEST_F(SysFileLocIteratorTest, AbortFromAnotherThreadStopsALongListing)
     std::vector<Sys_FileType> none;
     Sys_FileLocIterator it(Sys_FileLoc(big), none, kTree);
     std::atomic<bool> seen{false};
-    std::thread watcher([&] {
-        while (it.GetCurrentSearchPath().empty())
-            std::this_thread::yield();
-        seen = true;
-        it.Abort();
-    });
+    std::thread watcher(
+        [&]
+        {
+            while (it.GetCurrentSearchPath().empty())
+                std::this_thread::yield();
+            seen = true;
+            it.Abort();
+        });
     int count = 0;
     for (; it; ++it)
         ++count;

@@ -82,16 +82,18 @@ constexpr int32 MacCode(char const (&code)[5])
 inline void RegisterTestTypes()
 {
     static std::once_flag once;
-    std::call_once(once, [] {
-        std::vector<Sys_FileType> types = {Sys_FileType("wav"), Sys_FileType("aif"), Sys_FileType(MacCode("WAVE")),
-                                           Sys_FileType(MacCode("AIFF"))};
-        std::vector<std::string> descriptions = {"Wave", "AIFF", "Wave", "AIFF"};
-        Sys_Utils::RegisterKnownTypes(types, descriptions);
-        std::vector<Sys_FileType> wave = {Sys_FileType("wav"), Sys_FileType(MacCode("WAVE"))};
-        Sys_Utils::RegisterEquivalentTypes(wave);
-        std::vector<Sys_FileType> aiff = {Sys_FileType("aif"), Sys_FileType(MacCode("AIFF"))};
-        Sys_Utils::RegisterEquivalentTypes(aiff);
-    });
+    std::call_once(once,
+                   []
+                   {
+                       std::vector<Sys_FileType> types = {Sys_FileType("wav"), Sys_FileType("aif"),
+                                                          Sys_FileType(MacCode("WAVE")), Sys_FileType(MacCode("AIFF"))};
+                       std::vector<std::string> descriptions = {"Wave", "AIFF", "Wave", "AIFF"};
+                       Sys_Utils::RegisterKnownTypes(types, descriptions);
+                       std::vector<Sys_FileType> wave = {Sys_FileType("wav"), Sys_FileType(MacCode("WAVE"))};
+                       Sys_Utils::RegisterEquivalentTypes(wave);
+                       std::vector<Sys_FileType> aiff = {Sys_FileType("aif"), Sys_FileType(MacCode("AIFF"))};
+                       Sys_Utils::RegisterEquivalentTypes(aiff);
+                   });
 }
 
 class SysLayerTest : public ::testing::Test

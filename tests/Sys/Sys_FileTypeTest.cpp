@@ -57,8 +57,8 @@ TEST_F(SysFileTypeTest, EqualityNeedsAllFieldsAndTheOrderIsThatOfTheMaps)
         {"codes as signed numbers", Sys_FileType(int32(-5)), Sys_FileType(int32(3)), false, true, false},
         {"kinds first", Sys_FileType(Sys_FileType::kTypeUnknown), anyFile, false, true, false},
         {"any file before every extension", anyFile, Sys_FileType("aaa"), false, true, false},
-        {"folders are never ordered", Sys_FileType(Sys_FileType::kTypeFolder),
-         Sys_FileType(Sys_FileType::kTypeFolder), true, false, false},
+        {"folders are never ordered", Sys_FileType(Sys_FileType::kTypeFolder), Sys_FileType(Sys_FileType::kTypeFolder),
+         true, false, false},
     };
     for (Case const& c : cases)
     {
@@ -157,10 +157,18 @@ TEST_F(SysFileTypeTest, FilterPairsForFileChoosers)
     Case const cases[] = {
         {"empty", {}, 64, false, "\0\0"s, true},
         {"one byte writes nothing", {}, 1, false, ""s, true},
-        {"two types and all files", {Sys_FileType("wav"), Sys_FileType(vfltest::MacCode("AIFF"))}, 128, true,
-         "Wave (*.wav)\0*.wav\0AIFF (*.aif)\0*.aif\0All Files (*.*)\0*.*\0\0"s, true},
-        {"an unknown type matches everything", {Sys_FileType("h3none")}, 64, false,
-         "Unknown (*.h3none)\0*.h3none\0\0"s, true},
+        {"two types and all files",
+         {Sys_FileType("wav"), Sys_FileType(vfltest::MacCode("AIFF"))},
+         128,
+         true,
+         "Wave (*.wav)\0*.wav\0AIFF (*.aif)\0*.aif\0All Files (*.*)\0*.*\0\0"s,
+         true},
+        {"an unknown type matches everything",
+         {Sys_FileType("h3none")},
+         64,
+         false,
+         "Unknown (*.h3none)\0*.h3none\0\0"s,
+         true},
         {"overflow leaves an empty list", {Sys_FileType("wav"), Sys_FileType("aif")}, 24, true, "\0\0"s, false},
     };
     for (Case const& c : cases)

@@ -10,7 +10,8 @@
 #include <string>
 #include <vector>
 
-namespace {
+namespace
+{
 
 using vfltest::BlockOn;
 using vfltest::Eventually;
@@ -22,10 +23,12 @@ TEST(Sys_MultiTaskThread, EndsOnceNobodyHoldsItAndTheQueueIsEmpty)
     std::string id;
     {
         Sys_MultiTaskThread::Handle thread = Sys_MultiTaskThread::Create();
-        auto task = ScriptedTask::Make([&](ScriptedTask&) {
-            id = vfltest::IdOfThisThread();
-            return Sys_Task::kResultCompleted;
-        });
+        auto task = ScriptedTask::Make(
+            [&](ScriptedTask&)
+            {
+                id = vfltest::IdOfThisThread();
+                return Sys_Task::kResultCompleted;
+            });
         Sys_Event::Handle done = task->GetNotificationEvent(kFinalStates);
         thread->AddTask(task, 0);
         EXPECT_EQ(done->Wait(), Sys_SyncObject::kWaitSignalled);
@@ -44,12 +47,14 @@ TEST(Sys_MultiTaskThread, TasksHandWorkBackAndForthBetweenTwoThreads)
     ScriptedTask::Handle tasks[2];
     std::atomic<int> hops{0};
     for (int i = 0; i < 2; ++i)
-        tasks[i] = ScriptedTask::Make([&, other = 1 - i](ScriptedTask&) {
-            if (++hops == kHops)
-                return Sys_Task::kResultCompleted;
-            threads[other]->AddTask(tasks[other], 0);
-            return Sys_Task::kResultReady;
-        });
+        tasks[i] = ScriptedTask::Make(
+            [&, other = 1 - i](ScriptedTask&)
+            {
+                if (++hops == kHops)
+                    return Sys_Task::kResultCompleted;
+                threads[other]->AddTask(tasks[other], 0);
+                return Sys_Task::kResultReady;
+            });
     Sys_Event::HandleList done{tasks[0]->GetNotificationEvent(Sys_Task::kStatusCompleted),
                                tasks[1]->GetNotificationEvent(Sys_Task::kStatusCompleted)};
     threads[0]->AddTask(tasks[0], 0);
@@ -79,18 +84,20 @@ TEST(Sys_MultiTaskThread, StressEveryTaskEndsInAFinalState)
         int const home = static_cast<int>(random() % kThreads);
         int const slices = 1 + static_cast<int>(random() % 6);
         bool const fails = random() % 4 == 0;
-        tasks.push_back(ScriptedTask::Make([=, &threads, &ids, &pool](ScriptedTask& self) {
-            ids[home] = vfltest::IdOfThisThread();
-            if (self.IsAbortRequested())
-                return Sys_Task::kResultAborted;
-            if (self.Slices() >= slices)
-                return fails ? throw std::runtime_error("planned") : Sys_Task::kResultCompleted;
-            if ((self.Slices() + home) % 2 == 0)
-                return BlockOn(pool);
-            // Back on its own thread, which is busy with this slice until it is over.
-            threads[home]->AddTask(Sys_Task::Handle(&self), self.Slices() % 3);
-            return Sys_Task::kResultReady;
-        }));
+        tasks.push_back(ScriptedTask::Make(
+            [=, &threads, &ids, &pool](ScriptedTask& self)
+            {
+                ids[home] = vfltest::IdOfThisThread();
+                if (self.IsAbortRequested())
+                    return Sys_Task::kResultAborted;
+                if (self.Slices() >= slices)
+                    return fails ? throw std::runtime_error("planned") : Sys_Task::kResultCompleted;
+                if ((self.Slices() + home) % 2 == 0)
+                    return BlockOn(pool);
+                // Back on its own thread, which is busy with this slice until it is over.
+                threads[home]->AddTask(Sys_Task::Handle(&self), self.Slices() % 3);
+                return Sys_Task::kResultReady;
+            }));
         done.push_back(tasks.back()->GetNotificationEvent(kFinalStates));
         threads[home]->AddTask(tasks.back(), 0);
     }

@@ -7,17 +7,21 @@
 #include <memory>
 #include <thread>
 
-namespace {
+namespace
+{
 
 using vfltest::StCountAsserts;
 
 bool FreeForOtherThreads(Sys_Mutex& mutex)
 {
     bool got = false;
-    std::thread([&] {
-        Sys_StAcquireMutex guard(&mutex, true);
-        got = guard.Acquired();
-    }).join();
+    std::thread(
+        [&]
+        {
+            Sys_StAcquireMutex guard(&mutex, true);
+            got = guard.Acquired();
+        })
+        .join();
     return got;
 }
 

@@ -64,14 +64,16 @@ TEST(Sys_ResourcePool, AWaiterOnTheEmptyPoolWakesOnPutOrOnAnAbortEvent)
     {
         SCOPED_TRACE(byAbort ? "abort" : "put");
         bool gotBlock = false;
-        std::thread waiter([&] {
-            Sys_SyncObject::WaitForMultipleObjects(waitList, Sys_SyncObject::kWaitForAny);
-            if (!abort->IsSet())
+        std::thread waiter(
+            [&]
             {
-                held = pool.Get();
-                gotBlock = true;
-            }
-        });
+                Sys_SyncObject::WaitForMultipleObjects(waitList, Sys_SyncObject::kWaitForAny);
+                if (!abort->IsSet())
+                {
+                    held = pool.Get();
+                    gotBlock = true;
+                }
+            });
         ASSERT_TRUE(vfltest::Eventually([&] { return vfltest::WaitersOn(*pool.GetSemaphore()) == 1; }));
         if (byAbort)
             abort->Set();

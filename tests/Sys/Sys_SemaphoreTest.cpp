@@ -8,7 +8,8 @@
 #include <functional>
 #include <thread>
 
-namespace {
+namespace
+{
 
 // The count of a semaphore, found by taking everything and giving it back.
 int32 CountOf(Sys_Semaphore& semaphore)
@@ -78,7 +79,8 @@ TEST(Sys_Semaphore, MultiUnitAcquiresDoNotInterleave)
 {
     Sys_Semaphore::Handle semaphore = Sys_Semaphore::Create(2, 2);
     std::atomic<int> timedOut{0};
-    auto work = [&] {
+    auto work = [&]
+    {
         for (int i = 0; i < 2000; ++i)
         {
             if (semaphore->Acquire(2, 10000) == Sys_SyncObject::kWaitSignalled)

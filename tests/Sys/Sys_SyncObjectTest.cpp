@@ -11,7 +11,8 @@
 #include <thread>
 #include <vector>
 
-namespace {
+namespace
+{
 
 using vfltest::Eventually;
 using vfltest::StCountAsserts;
@@ -72,8 +73,8 @@ TEST(Sys_SyncObject, AWaitTakesExactlyWhatItsModeSays)
     };
     Case const cases[] = {
         {"A1", kAny, kSignalled, "01"}, // an abort event and a pool slot: only the first is taken
-        {"a2", kAny, kSignalled, "01"},  {"M1", kAny, kSignalled, "31"}, {"a0t", kAny, kTimedOut, "000"},
-        {"aT", kAny, kSignalled, "00"},  {"tM", kAny, kSignalled, "03"}, {"A0T", kAll, kTimedOut, "101"},
+        {"a2", kAny, kSignalled, "01"},   {"M1", kAny, kSignalled, "31"}, {"a0t", kAny, kTimedOut, "000"},
+        {"aT", kAny, kSignalled, "00"},   {"tM", kAny, kSignalled, "03"}, {"A0T", kAll, kTimedOut, "101"},
         {"A2T", kAll, kSignalled, "010"}, {"M3", kAll, kSignalled, "32"}, {"at", kAll, kTimedOut, "00"},
     };
     for (Case const& c : cases)
@@ -139,7 +140,8 @@ TEST(Sys_SyncObject, WaitForAllStress)
     constexpr int kRounds = 5000;
     List const pair = Make("00");
     std::atomic<int> timedOut{0};
-    auto waits = [&](List list, Sys_SyncObject::EWaitForMultipleObjects mode) {
+    auto waits = [&](List list, Sys_SyncObject::EWaitForMultipleObjects mode)
+    {
         for (int i = 0; i < kRounds; ++i)
             timedOut += Sys_SyncObject::WaitForMultipleObjects(list, mode, 10000) != kSignalled;
     };

@@ -7,7 +7,8 @@
 #include <string>
 #include <vector>
 
-namespace {
+namespace
+{
 
 using vfltest::ScriptedTask;
 using vfltest::StCountAsserts;
@@ -19,10 +20,12 @@ struct Log
 
     ScriptedTask::Handle Task(char name, Sys_Task::EResult result = Sys_Task::kResultCompleted)
     {
-        return ScriptedTask::Make([this, name, result](ScriptedTask&) {
-            order += name;
-            return result;
-        });
+        return ScriptedTask::Make(
+            [this, name, result](ScriptedTask&)
+            {
+                order += name;
+                return result;
+            });
     }
     std::string Drain(Sys_TaskQueue& queue)
     {
@@ -62,11 +65,14 @@ TEST(Sys_TaskQueue, BlockedAndRepeatingTasksKeepTheirPlace)
 {
     Sys_TaskQueue queue;
     Log log;
-    auto twoSlices = [&](char name, Sys_Task::EResult first) {
-        return ScriptedTask::Make([&log, name, first](ScriptedTask& self) {
-            log.order += name;
-            return self.Slices() == 1 ? first : Sys_Task::kResultCompleted;
-        });
+    auto twoSlices = [&](char name, Sys_Task::EResult first)
+    {
+        return ScriptedTask::Make(
+            [&log, name, first](ScriptedTask& self)
+            {
+                log.order += name;
+                return self.Slices() == 1 ? first : Sys_Task::kResultCompleted;
+            });
     };
     ScriptedTask::Handle blocked = twoSlices('x', Sys_Task::kResultBlocked);
     ScriptedTask::Handle repeat = twoSlices('r', Sys_Task::kResultRepeat);

@@ -1,5 +1,5 @@
-#include "Cmn/Cmn_Exception.h"
 #include "Sys/Sys_Task.h"
+#include "Cmn/Cmn_Exception.h"
 #include "Sys_ThreadingTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -7,7 +7,8 @@
 #include <stdexcept>
 #include <thread>
 
-namespace {
+namespace
+{
 
 using vfltest::ScriptedTask;
 using vfltest::StCountAsserts;
@@ -33,17 +34,19 @@ TEST(Sys_Task, TheResultOfASliceGivesTheNextStatus)
     {
         for (Case const& c : table)
         {
-            SCOPED_TRACE(::testing::Message() << "blocked " << fromBlocked << ", result " << c.result << ", abort "
-                                              << c.abort);
+            SCOPED_TRACE(::testing::Message()
+                         << "blocked " << fromBlocked << ", result " << c.result << ", abort " << c.abort);
             // From ready the abort comes during the slice; from blocked it
             // comes between the slices, and leaves a blocked task blocked.
-            auto task = ScriptedTask::Make([&](ScriptedTask& self) {
-                if (fromBlocked && self.Slices() == 1)
-                    return S::kResultBlocked;
-                if (c.abort && !fromBlocked)
-                    self.Abort();
-                return c.result;
-            });
+            auto task = ScriptedTask::Make(
+                [&](ScriptedTask& self)
+                {
+                    if (fromBlocked && self.Slices() == 1)
+                        return S::kResultBlocked;
+                    if (c.abort && !fromBlocked)
+                        self.Abort();
+                    return c.result;
+                });
             if (fromBlocked)
             {
                 ASSERT_EQ(task->Exec(), S::kStatusBlocked);
@@ -125,8 +128,8 @@ TEST(Sys_Task, NotificationEventsFireOnTheirMasks)
     };
     for (Case const& c : cases)
     {
-        SCOPED_TRACE(::testing::Message() << "mask " << c.mask << ", result " << c.result << ", after "
-                                          << c.askAfterwards);
+        SCOPED_TRACE(::testing::Message()
+                     << "mask " << c.mask << ", result " << c.result << ", after " << c.askAfterwards);
         auto task = ScriptedTask::Make([&](ScriptedTask&) { return c.result; });
         Sys_Event::Handle event = c.askAfterwards ? nullptr : task->GetNotificationEvent(c.mask);
         task->Exec();
@@ -138,9 +141,8 @@ TEST(Sys_Task, NotificationEventsFireOnTheirMasks)
 
 TEST(Sys_Task, ResetLeadsOnlyFromRepeatToReadyAndResetsTheEvents)
 {
-    auto task = ScriptedTask::Make([](ScriptedTask& self) {
-        return self.Slices() == 1 ? S::kResultRepeat : S::kResultCompleted;
-    });
+    auto task = ScriptedTask::Make([](ScriptedTask& self)
+                                   { return self.Slices() == 1 ? S::kResultRepeat : S::kResultCompleted; });
     Sys_Event::Handle repeat = task->GetNotificationEvent(S::kStatusRepeat);
     StCountAsserts asserts;
     task->Reset();
@@ -156,22 +158,25 @@ TEST(Sys_Task, ResetLeadsOnlyFromRepeatToReadyAndResetsTheEvents)
 
 TEST(Sys_Task, AFailureIsKeptAsACloneOfItsTypeAndThrownAgainOnAnotherThread)
 {
-    auto task = ScriptedTask::Make([](ScriptedTask&) -> S::EResult {
-        throw Cmn_TypedException<Sys_OSErrData>::New(XC_Sys_SystemError, Sys_OSErrData(5));
-    });
+    auto task =
+        ScriptedTask::Make([](ScriptedTask&) -> S::EResult
+                           { throw Cmn_TypedException<Sys_OSErrData>::New(XC_Sys_SystemError, Sys_OSErrData(5)); });
     std::thread([&] { EXPECT_EQ(task->Exec(), S::kStatusFailed); }).join();
     ASSERT_NE(task->GetException(), nullptr);
-    std::thread([&] {
-        try
+    std::thread(
+        [&]
         {
-            task->GetException()->Throw();
-        }
-        catch (Cmn_TypedException<Sys_OSErrData> const& e)
-        {
-            EXPECT_TRUE(e.GetCode() == XC_Sys_SystemError);
-            EXPECT_EQ(e.GetData().GetErr(), 5);
-        }
-    }).join();
+            try
+            {
+                task->GetException()->Throw();
+            }
+            catch (Cmn_TypedException<Sys_OSErrData> const& e)
+            {
+                EXPECT_TRUE(e.GetCode() == XC_Sys_SystemError);
+                EXPECT_EQ(e.GetData().GetErr(), 5);
+            }
+        })
+        .join();
 }
 
 TEST(Sys_Task, WhatElseLeavesTheSlice)

@@ -29,15 +29,17 @@ TEST(Sys_ThreadAffinity, KeptWithTheCallerOnOneProcessorThenGivenBackWhatItHad)
     std::string id;
     std::atomic<bool> started{false};
     Sys_Event::Handle release = Sys_Event::Create(Sys_Event::kEventManualReset);
-    auto task = ScriptedTask::Make([&](ScriptedTask& self) {
-        if (self.Slices() == 1)
+    auto task = ScriptedTask::Make(
+        [&](ScriptedTask& self)
         {
-            id = IdOfThisThread();
-            started = true;
-            return BlockOn(release);
-        }
-        return Sys_Task::kResultCompleted;
-    });
+            if (self.Slices() == 1)
+            {
+                id = IdOfThisThread();
+                started = true;
+                return BlockOn(release);
+            }
+            return Sys_Task::kResultCompleted;
+        });
     Sys_Thread::Handle thread = Sys_Thread::Create(task, false);
     ASSERT_TRUE(Eventually([&] { return started.load(); }));
     std::string const before = AllowedProcessors(id);

@@ -52,10 +52,12 @@ TEST(Sys_ThreadSafeQueue, ProducersAndAConsumerOnOtherThreadsLoseNothing)
     Sys_ThreadSafeQueue<std::unique_ptr<int>> queue;
     std::vector<std::thread> producers;
     for (int t = 0; t < 2; ++t)
-        producers.emplace_back([&queue, t] {
-            for (int i = 0; i < kPerThread; ++i)
-                queue.Push(std::make_unique<int>(t * kPerThread + i));
-        });
+        producers.emplace_back(
+            [&queue, t]
+            {
+                for (int i = 0; i < kPerThread; ++i)
+                    queue.Push(std::make_unique<int>(t * kPerThread + i));
+            });
     std::vector<int> lastOf(2, -1);
     int got = 0;
     while (got < 2 * kPerThread)

@@ -1,6 +1,6 @@
+#include "Sys/Sys_Thread.h"
 #include "Sys/Posix/Sys_ThreadPosix.h"
 #include "Sys/Sys_Event.h"
-#include "Sys/Sys_Thread.h"
 #include "Sys_ThreadingTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +13,8 @@
 #include <sstream>
 #include <string>
 
-namespace {
+namespace
+{
 
 using vfltest::BlockOn;
 using vfltest::Eventually;
@@ -54,10 +55,12 @@ TEST(Sys_Thread, StartsSuspendedWhenAskedAndKnowsItselfAsCurrent)
 {
     EXPECT_FALSE(Sys_Thread::GetCurrentThread());
     Sys_Thread* current = nullptr;
-    auto task = ScriptedTask::Make([&](ScriptedTask&) {
-        current = Sys_Thread::GetCurrentThread().Get();
-        return Sys_Task::kResultCompleted;
-    });
+    auto task = ScriptedTask::Make(
+        [&](ScriptedTask&)
+        {
+            current = Sys_Thread::GetCurrentThread().Get();
+            return Sys_Task::kResultCompleted;
+        });
     Sys_Thread::Handle thread = Sys_Thread::Create(task, true);
     EXPECT_EQ(thread->GetStatus(), Sys_Thread::kThreadSuspended);
     EXPECT_EQ(task->Slices(), 0);
@@ -72,10 +75,12 @@ TEST(Sys_Thread, TheSystemSeesTheNameCutTo15Characters)
     {
         SCOPED_TRACE(name);
         std::string comm;
-        RunOnThread(ScriptedTask::Make([&](ScriptedTask&) {
-                        comm = ReadFile("/proc/thread-self/comm");
-                        return Sys_Task::kResultCompleted;
-                    }),
+        RunOnThread(ScriptedTask::Make(
+                        [&](ScriptedTask&)
+                        {
+                            comm = ReadFile("/proc/thread-self/comm");
+                            return Sys_Task::kResultCompleted;
+                        }),
                     [&](Sys_Thread& thread) { thread.SetName(name); });
         EXPECT_EQ(comm, name.substr(0, 15) + "\n");
     }
@@ -91,10 +96,12 @@ TEST(Sys_Thread, PrioritiesBecomeNiceValuesAndARefusedRaiseIsIgnored)
         auto const p = static_cast<Sys_Thread::EPriority>(priority);
         EXPECT_EQ(Sys_ThreadPosix::NiceOffsetOf(p), offsets[priority]);
         int nice = 99;
-        RunOnThread(ScriptedTask::Make([&](ScriptedTask&) {
-                        nice = NiceOfThisThread();
-                        return Sys_Task::kResultCompleted;
-                    }),
+        RunOnThread(ScriptedTask::Make(
+                        [&](ScriptedTask&)
+                        {
+                            nice = NiceOfThisThread();
+                            return Sys_Task::kResultCompleted;
+                        }),
                     [&](Sys_Thread& thread) { thread.SetPriority(p); });
         int const wanted = std::clamp(processNice + offsets[priority], -20, 19);
         // A raise is granted or refused, as the privileges of the test allow.
@@ -106,19 +113,19 @@ TEST(Sys_Thread, BlockRegistersAndTheLoopWaitsAfterTheSlice)
 {
     Sys_Event::Handle a = Sys_Event::Create(0);
     Sys_Event::Handle b = Sys_Event::Create(0);
-    auto task = ScriptedTask::Make([&](ScriptedTask& self) {
-        switch (self.Slices())
+    auto task = ScriptedTask::Make(
+        [&](ScriptedTask& self)
         {
-        case 1:
-            return BlockOn(a);
-        case 2:
-            Sys_Thread::GetCurrentThread()->Block({a, b}, Sys_SyncObject::kWaitForAll);
-            EXPECT_EQ(WaitersOn(*a), 0u); // registered, not waiting yet
-            return Sys_Task::kResultBlocked;
-        default:
-            return Sys_Task::kResultCompleted;
-        }
-    });
+            switch (self.Slices())
+            {
+            case 1: return BlockOn(a);
+            case 2:
+                Sys_Thread::GetCurrentThread()->Block({a, b}, Sys_SyncObject::kWaitForAll);
+                EXPECT_EQ(WaitersOn(*a), 0u); // registered, not waiting yet
+                return Sys_Task::kResultBlocked;
+            default: return Sys_Task::kResultCompleted;
+            }
+        });
     Sys_Event::Handle done = task->GetNotificationEvent(kFinalStates);
     Sys_Thread::Handle thread = Sys_Thread::Create(task, false);
     ASSERT_TRUE(Eventually([&] { return WaitersOn(*a) == 1; }));
@@ -137,10 +144,12 @@ TEST(Sys_Thread, AFailureOfTheLoopEndsTheThreadThroughTheFatalHandler)
 {
     static std::mutex sLock;
     static std::exception_ptr sFailure;
-    Sys_Thread::SetFatalExceptionMethod([](Sys_Thread*, std::exception_ptr failure) {
-        std::lock_guard<std::mutex> lock(sLock);
-        sFailure = failure;
-    });
+    Sys_Thread::SetFatalExceptionMethod(
+        [](Sys_Thread*, std::exception_ptr failure)
+        {
+            std::lock_guard<std::mutex> lock(sLock);
+            sFailure = failure;
+        });
     struct Case
     {
         char const* name;
@@ -169,10 +178,12 @@ TEST(Sys_Thread, SuspendTakesEffectBetweenRounds)
 {
     Sys_Event::Handle go = Sys_Event::Create(0);
     Sys_Event::Handle sliced = Sys_Event::Create(0);
-    auto task = ScriptedTask::Make([&](ScriptedTask& self) {
-        sliced->Set();
-        return self.Slices() == 2 ? Sys_Task::kResultCompleted : BlockOn(go);
-    });
+    auto task = ScriptedTask::Make(
+        [&](ScriptedTask& self)
+        {
+            sliced->Set();
+            return self.Slices() == 2 ? Sys_Task::kResultCompleted : BlockOn(go);
+        });
     Sys_Thread::Handle thread = Sys_Thread::Create(task, false);
     ASSERT_EQ(sliced->Wait(), Sys_SyncObject::kWaitSignalled);
     ASSERT_TRUE(Eventually([&] { return WaitersOn(*go) == 1; }));
@@ -190,10 +201,12 @@ TEST(Sys_Thread, AThreadOutlivesTheHandleOfItsCreatorAndEnds)
 {
     Sys_Event::Handle go = Sys_Event::Create(0);
     std::string id;
-    auto task = ScriptedTask::Make([&](ScriptedTask& self) {
-        id = vfltest::IdOfThisThread();
-        return self.Slices() == 2 ? Sys_Task::kResultCompleted : BlockOn(go);
-    });
+    auto task = ScriptedTask::Make(
+        [&](ScriptedTask& self)
+        {
+            id = vfltest::IdOfThisThread();
+            return self.Slices() == 2 ? Sys_Task::kResultCompleted : BlockOn(go);
+        });
     Sys_Event::Handle done = task->GetNotificationEvent(kFinalStates);
     Sys_Thread::Create(task, false);
     ASSERT_TRUE(Eventually([&] { return WaitersOn(*go) == 1; }));

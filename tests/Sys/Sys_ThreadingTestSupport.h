@@ -14,7 +14,8 @@
 #include <string>
 #include <thread>
 
-namespace vfltest {
+namespace vfltest
+{
 
 // While alive, failed assertions are counted instead of thrown.
 class StCountAsserts
@@ -31,8 +32,7 @@ private:
 };
 
 // Polls until pred holds; false if it still does not after a generous limit.
-template <class Pred>
-bool Eventually(Pred pred)
+template <class Pred> bool Eventually(Pred pred)
 {
     auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     while (!pred())

@@ -6,7 +6,8 @@
 #include <functional>
 #include <thread>
 
-namespace {
+namespace
+{
 
 using vfltest::Eventually;
 using vfltest::WaitersOn;
@@ -26,8 +27,20 @@ TEST(Sys_TimerEvent, SignalStateAfterStart)
         {"due, automatic: one waiter passes", false, [](Sys_TimerEvent& t) { t.Start(0); }, true, false},
         {"due, manual: stays signalled", true, [](Sys_TimerEvent& t) { t.Start(0); }, true, true},
         {"negative time is due at once", false, [](Sys_TimerEvent& t) { t.Start(-5); }, true, false},
-        {"Start clears an old signal", true, [](Sys_TimerEvent& t) { t.Start(0); t.Start(60000); }, false, false},
-        {"Start replaces a later due time", false, [](Sys_TimerEvent& t) { t.Start(60000); t.Start(0); }, true, false},
+        {"Start clears an old signal", true,
+         [](Sys_TimerEvent& t)
+         {
+             t.Start(0);
+             t.Start(60000);
+         },
+         false, false},
+        {"Start replaces a later due time", false,
+         [](Sys_TimerEvent& t)
+         {
+             t.Start(60000);
+             t.Start(0);
+         },
+         true, false},
     };
     for (Case const& c : cases)
     {
@@ -43,10 +56,12 @@ TEST(Sys_TimerEvent, AnEarlierStartWakesAWaiterThatSleepsForTheLaterOne)
 {
     Sys_TimerEvent::Handle timer = Sys_TimerEvent::Create(false);
     timer->Start(600000);
-    std::thread starter([&] {
-        EXPECT_TRUE(Eventually([&] { return WaitersOn(*timer) == 1; }));
-        timer->Start(1);
-    });
+    std::thread starter(
+        [&]
+        {
+            EXPECT_TRUE(Eventually([&] { return WaitersOn(*timer) == 1; }));
+            timer->Start(1);
+        });
     EXPECT_EQ(timer->Wait(), Sys_SyncObject::kWaitSignalled);
     starter.join();
 }

@@ -91,7 +91,8 @@ TEST(SysSwapBlockTest, ReversesOneValueInPlace)
     {
         std::string in, out;
     };
-    Case const cases[] = {{"", ""}, {"a", "a"}, {"ab", "ba"}, {"abc", "cba"}, {"abcd", "dcba"}, {"abcdefgh", "hgfedcba"}};
+    Case const cases[] = {{"", ""},       {"a", "a"},       {"ab", "ba"},
+                          {"abc", "cba"}, {"abcd", "dcba"}, {"abcdefgh", "hgfedcba"}};
     for (Case const& c : cases)
     {
         SCOPED_TRACE(c.in);

@@ -12,13 +12,15 @@ using vfltest::ScriptedTask;
 TEST(Sys_UtilsPriority, LowerStartsFromThePrioritySetByTheThreadsOwner)
 {
     std::atomic<int32> seen{99}, lowered{99};
-    auto task = ScriptedTask::Make([&](ScriptedTask&) {
-        seen = Sys_UtilsPosix::GetThreadPriority();
-        // Lowering needs no privilege, so this works for any user.
-        Sys_UtilsPosix::LowerThreadPriority();
-        lowered = Sys_UtilsPosix::GetThreadPriority();
-        return Sys_Task::kResultCompleted;
-    });
+    auto task = ScriptedTask::Make(
+        [&](ScriptedTask&)
+        {
+            seen = Sys_UtilsPosix::GetThreadPriority();
+            // Lowering needs no privilege, so this works for any user.
+            Sys_UtilsPosix::LowerThreadPriority();
+            lowered = Sys_UtilsPosix::GetThreadPriority();
+            return Sys_Task::kResultCompleted;
+        });
     Sys_Thread::Handle thread = Sys_Thread::Create(task, true);
     thread->SetPriority(Sys_Thread::kPriorityBelowNormal);
     thread->Resume();
