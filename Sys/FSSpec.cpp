@@ -9,7 +9,7 @@
 #include "Sys/Sys_Utils.h"
 #include "Sys/Sys_Volume.h"
 
-void Sys_FileLoc2FSSpec(Sys_FileLoc const& location, FSSpec* spec, bool macName)
+void Sys_FileLoc2FSSpec(Sys_FileLoc const& location, FSSpec* fileSpec, bool macName)
 {
     std::string root = "/";
     try
@@ -20,7 +20,7 @@ void Sys_FileLoc2FSSpec(Sys_FileLoc const& location, FSSpec* spec, bool macName)
     {
         // A location on no mounted volume: numbered under the root.
     }
-    Sys_FSSpecRegistry::Make(root, location.GetFullPath(), spec);
+    Sys_FSSpecRegistry::Make(root, location.GetFullPath(), fileSpec);
     bool mac = false;
     try
     {
@@ -32,17 +32,17 @@ void Sys_FileLoc2FSSpec(Sys_FileLoc const& location, FSSpec* spec, bool macName)
     if (mac)
     {
         // The name the Macintosh shows; the folder keeps the registry's
-        // number, so the specification still leads back to the file.
+        // number, so the file record still leads back to the file.
         std::string const name = GetMacFileName(location).substr(0, Sys_FSSpecRegistry::kMaxNameLength);
-        spec->name[0] = static_cast<unsigned char>(name.size());
-        std::memcpy(spec->name + 1, name.data(), name.size());
+        fileSpec->name[0] = static_cast<unsigned char>(name.size());
+        std::memcpy(fileSpec->name + 1, name.data(), name.size());
     }
 }
 
-bool FSSpec2Sys_FileLoc(FSSpec const& spec, Sys_FileLoc* location)
+bool FSSpec2Sys_FileLoc(FSSpec const& fileSpec, Sys_FileLoc* location)
 {
     std::string path;
-    if (!Sys_FSSpecRegistry::Resolve(spec, &path) || path.empty() || path[0] != '/')
+    if (!Sys_FSSpecRegistry::Resolve(fileSpec, &path) || path.empty() || path[0] != '/')
         return false;
     *location = Sys_FileLoc(path);
     return true;

@@ -19,11 +19,11 @@ struct FSSpec
 static_assert(sizeof(FSSpec) == 70);
 static_assert(offsetof(FSSpec, name) == 6);
 
-// The specification of a location, through the registry of
+// The file record of a location, through the registry of
 // Sys_FSSpecRegistry, which remembers the path so that it comes back whole.
 // With macName, on a Macintosh volume, the name is the file's Macintosh
 // name (GetMacFileName).
-void Sys_FileLoc2FSSpec(Sys_FileLoc const& location, FSSpec* spec, bool macName);
-// The location of a specification: false, with *location untouched, when
+void Sys_FileLoc2FSSpec(Sys_FileLoc const& location, FSSpec* fileSpec, bool macName);
+// The location of a file record: false, with *location untouched, when
 // the registry knows neither the file nor its folder.
-bool FSSpec2Sys_FileLoc(FSSpec const& spec, Sys_FileLoc* location);
+bool FSSpec2Sys_FileLoc(FSSpec const& fileSpec, Sys_FileLoc* location);

@@ -40,7 +40,7 @@ std::string LongNameKey(uint64 key, std::string const& name)
 
 } // namespace
 
-void Sys_FSSpecRegistry::Make(std::string const& volumeRoot, std::string const& fullPath, FSSpec* spec)
+void Sys_FSSpecRegistry::Make(std::string const& volumeRoot, std::string const& fullPath, FSSpec* fileSpec)
 {
     Registry& r = TheRegistry();
     std::lock_guard<std::mutex> lock(r.mutex);
@@ -71,19 +71,19 @@ void Sys_FSSpecRegistry::Make(std::string const& volumeRoot, std::string const& 
         name = name.substr(0, kMaxNameLength - 7) + mark;
         r.longNames[LongNameKey(key, name)] = fullPath;
     }
-    spec->vRefNum = volume->second;
-    spec->parID = parent->second;
-    spec->name[0] = static_cast<unsigned char>(name.size());
-    std::memcpy(spec->name + 1, name.data(), name.size());
+    fileSpec->vRefNum = volume->second;
+    fileSpec->parID = parent->second;
+    fileSpec->name[0] = static_cast<unsigned char>(name.size());
+    std::memcpy(fileSpec->name + 1, name.data(), name.size());
 }
 
-bool Sys_FSSpecRegistry::Resolve(FSSpec const& spec, std::string* fullPath)
+bool Sys_FSSpecRegistry::Resolve(FSSpec const& fileSpec, std::string* fullPath)
 {
     Registry& r = TheRegistry();
     std::lock_guard<std::mutex> lock(r.mutex);
-    size_t const length = std::min<size_t>(spec.name[0], kMaxNameLength);
-    std::string const name(reinterpret_cast<char const*>(spec.name + 1), length);
-    uint64 const key = Key(spec.vRefNum, spec.parID);
+    size_t const length = std::min<size_t>(fileSpec.name[0], kMaxNameLength);
+    std::string const name(reinterpret_cast<char const*>(fileSpec.name + 1), length);
+    uint64 const key = Key(fileSpec.vRefNum, fileSpec.parID);
     if (auto whole = r.longNames.find(LongNameKey(key, name)); whole != r.longNames.end())
     {
         *fullPath = whole->second;

@@ -7,20 +7,20 @@
 struct FSSpec;
 
 // Stands in for the volume and folder numbers of a Macintosh file system:
-// each volume root and each folder that a specification was made for gets a
+// each volume root and each folder that a file record was made for gets a
 // number for the life of the process, and a name too long for a
-// specification gets a shortened form that the registry maps back. The keys
+// file record gets a shortened form that the registry maps back. The keys
 // are 64-bit (volume and folder number together), so no number is ever
 // reused. Thread-safe.
 class Sys_FSSpecRegistry
 {
 public:
-    // Fills *spec for a canonical path of a file or folder (a folder's path
+    // Fills *fileSpec for a canonical path of a file or folder (a folder's path
     // ends in '/'); the volume root is given by the caller.
-    static void Make(std::string const& volumeRoot, std::string const& fullPath, FSSpec* spec);
-    // The path a specification stands for: the remembered one, or the
+    static void Make(std::string const& volumeRoot, std::string const& fullPath, FSSpec* fileSpec);
+    // The path a file record stands for: the remembered one, or the
     // folder's path and the name; false if the folder is unknown.
-    static bool Resolve(FSSpec const& spec, std::string* fullPath);
+    static bool Resolve(FSSpec const& fileSpec, std::string* fullPath);
     // Forgets everything: for tests.
     static void Reset();
 

@@ -237,9 +237,9 @@ int16 WriteChanges(int16 ref)
     return f.dirty ? WriteFork(f) : 0;
 }
 
-bool ResolveSpec(FSSpec const& spec, Sys_FileLoc* loc)
+bool ResolveSpec(FSSpec const& fileSpec, Sys_FileLoc* loc)
 {
-    if (FSSpec2Sys_FileLoc(spec, loc))
+    if (FSSpec2Sys_FileLoc(fileSpec, loc))
         return true;
     S().error = Sys_ResourceManager::kErrForkNotFound;
     return false;
@@ -268,11 +268,11 @@ void Sys_ResourceManager::UseFile(int16 ref)
     S().current = ref;
 }
 
-int16 Sys_ResourceManager::OpenFork(FSSpec const& spec, i8 permission)
+int16 Sys_ResourceManager::OpenFork(FSSpec const& fileSpec, i8 permission)
 {
     Sys_StAcquireMutex lock(GetResourceManagerMutex());
     Sys_FileLoc loc;
-    if (!ResolveSpec(spec, &loc))
+    if (!ResolveSpec(fileSpec, &loc))
         return -1;
     return OpenFork(loc, permission);
 }
@@ -337,11 +337,11 @@ int16 Sys_ResourceManager::OpenFork(Sys_FileLoc const& file, i8 permission)
     return ref;
 }
 
-void Sys_ResourceManager::CreateFork(FSSpec const& spec, u32 creator, u32 type, int16 /*script*/)
+void Sys_ResourceManager::CreateFork(FSSpec const& fileSpec, u32 creator, u32 type, int16 /*script*/)
 {
     Sys_StAcquireMutex lock(GetResourceManagerMutex());
     Sys_FileLoc loc;
-    if (ResolveSpec(spec, &loc))
+    if (ResolveSpec(fileSpec, &loc))
         CreateFork(loc, creator, type);
 }
 

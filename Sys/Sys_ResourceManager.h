@@ -62,13 +62,13 @@ public:
     // Opens the fork of a file and makes it the current file; -1 on failure.
     // A fork that is open already keeps its number (and gains write
     // permission if asked for).
-    static int16 OpenFork(FSSpec const& spec, i8 permission);
+    static int16 OpenFork(FSSpec const& fileSpec, i8 permission);
     static int16 OpenFork(Sys_FileLoc const& file, i8 permission);
     // Writes an empty fork for a file that has none, making the file (empty)
     // if it is missing, and gives the file the Finder type and creator where
     // its file system keeps them. kErrDuplicateFile if a fork can be read
     // already. The script code is accepted and has no meaning here.
-    static void CreateFork(FSSpec const& spec, u32 creator, u32 type, int16 script);
+    static void CreateFork(FSSpec const& fileSpec, u32 creator, u32 type, int16 script);
     static void CreateFork(Sys_FileLoc const& file, u32 creator, u32 type);
     // Writes what changed and closes; the handles of its resources that are
     // not detached are disposed of.

@@ -370,7 +370,7 @@ TEST_F(SysMacFileInfoTest, GatewayRequestsAreFramedAndAnswersChecked)
     Sys_MacFileSystem::Set(platform);
 }
 
-// ---------------------------------------------------------------- specifications
+// ---------------------------------------------------------------- file records
 
 TEST_F(SysMacFileInfoTest, SpecificationsLeadBackToTheirFiles)
 {
@@ -379,11 +379,11 @@ TEST_F(SysMacFileInfoTest, SpecificationsLeadBackToTheirFiles)
     {
         SCOPED_TRACE(name.size());
         Sys_FileLoc const loc(mRoot + "folder/" + name);
-        FSSpec spec;
-        Sys_FileLoc2FSSpec(loc, &spec, true);
-        EXPECT_LE(spec.name[0], 63);
+        FSSpec fileSpec;
+        Sys_FileLoc2FSSpec(loc, &fileSpec, true);
+        EXPECT_LE(fileSpec.name[0], 63);
         Sys_FileLoc back;
-        ASSERT_TRUE(FSSpec2Sys_FileLoc(spec, &back));
+        ASSERT_TRUE(FSSpec2Sys_FileLoc(fileSpec, &back));
         EXPECT_EQ(back.GetFullPath(), loc.GetFullPath());
     }
     FSSpec unknown;
