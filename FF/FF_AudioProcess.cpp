@@ -19,7 +19,7 @@ constexpr int32 kFilterPassOnPriority = 1;
 constexpr std::size_t kPassOnBatch = 8;
 constexpr int32 kReturnBatch = 8;
 // How long a producer whose blocks are all on their way stays awake.
-constexpr auto kStayAwake = std::chrono::microseconds(50);
+constexpr auto kStayAwake = std::chrono::microseconds(200);
 } // namespace
 
 FF_AudioProcess::FF_AudioProcess()
