@@ -49,10 +49,29 @@ public:
     Chunk& operator=(Chunk const&) = delete;
 
     virtual ~Chunk();
+
+    // What a chunk class of a format overrides (see CONTRIBUTING, "Adding a
+    // format handler"): all but GetFileSize, whose base answers are
+    // assertions. The file stands at bodyPosition when each is called, and
+    // size is the body's size as the header gives it (Read, Print) or as
+    // GetSize(1) answered (Write).
+
+    // The size of the body this chunk would write now, from the handler's
+    // cached values; a chunk that keeps its bytes answers the size it was
+    // read with. The default: the size it was read with.
     virtual i64 GetFileSize();
+    // True when the next flush should leave the chunk out (its values are
+    // gone, or another chunk now carries them).
     virtual bool IsObsolete();
+    // Takes the body into the handler's cache. Malformed contents answer a
+    // failure code and leave the cache as it was; the walk then keeps the
+    // chunk's bytes as an unknown chunk.
     virtual PlugInResult Read(i64 size, i64 bodyPosition);
+    // Writes the body from the handler's cache, exactly size bytes (the pad
+    // byte is the caller's). Not called while KeepsItsBytes().
     virtual PlugInResult Write(i64 size, i64 bodyPosition);
+    // Prints the body's fields, one per line, for `vfl print`, after the
+    // header the caller has printed.
     virtual PlugInResult Print(std::ostream& out, i64 size, i64 bodyPosition);
     // nominal 1: the value for the header; 0: the bytes taken in the file, pad included.
     virtual i64 GetSize(i32 nominal);
