@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "Cmn/Cmn_FourCharCode.h"
 #include "Cmn/Cmn_Types.h"
 
 // The resources of one resource fork, and the fork's bytes: the layout that
@@ -65,10 +66,7 @@ public:
     void SetAttributes(u16 attributes) { mAttributes = attributes; }
 
     // "STR " and such: a four-character code from its text.
-    static constexpr u32 Code(char const (&text)[5])
-    {
-        return (u32(u8(text[0])) << 24) | (u32(u8(text[1])) << 16) | (u32(u8(text[2])) << 8) | u32(u8(text[3]));
-    }
+    static constexpr u32 Code(char const (&text)[5]) { return Cmn_FourCharCode(text); }
     static std::string CodeText(u32 code);
 
 private:

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Cmn/Cmn_FourCharCode.h"
 #include "FF/PlugIns/PlugInResult.h"
 #include "Sys/Sys_FileType.h"
 
@@ -23,9 +24,6 @@ PlugInResult (*Find(char const* name))(void**);
 // The four-character Macintosh code as a number, first character highest.
 constexpr int32_t MacType(char const (&code)[5])
 {
-    return static_cast<int32_t>((static_cast<uint32_t>(static_cast<unsigned char>(code[0])) << 24) |
-                                (static_cast<uint32_t>(static_cast<unsigned char>(code[1])) << 16) |
-                                (static_cast<uint32_t>(static_cast<unsigned char>(code[2])) << 8) |
-                                static_cast<uint32_t>(static_cast<unsigned char>(code[3])));
+    return static_cast<int32_t>(Cmn_FourCharCode(code));
 }
 } // namespace PlugInTable

@@ -1,6 +1,7 @@
 #include "tools/vfl/ToolSupport.h"
 
 #include "Cmn/Cmn_Exception.h"
+#include "Cmn/Cmn_FourCharCode.h"
 #include "FF/FF_AudioFile.h"
 #include "FF/FF_AudioFileUtils.h"
 #include "Sys/Sys_FileLoc.h"
@@ -22,13 +23,7 @@ void InitLibrary()
     Sys_Utils::InstallSEHandler();
     // The types a user of this host expects, registered before any location
     // is asked for its name. "aif" and "aiff" mean plain AIFF, "aifc" AIFF-C.
-    auto mac = [](char const(&code)[5])
-    {
-        return Sys_FileType(static_cast<int32>((static_cast<uint32>(static_cast<unsigned char>(code[0])) << 24) |
-                                               (static_cast<uint32>(static_cast<unsigned char>(code[1])) << 16) |
-                                               (static_cast<uint32>(static_cast<unsigned char>(code[2])) << 8) |
-                                               static_cast<uint32>(static_cast<unsigned char>(code[3]))));
-    };
+    auto mac = [](char const(&code)[5]) { return Sys_FileType(static_cast<int32>(Cmn_FourCharCode(code))); };
     auto ext = [](char const* e) { return Sys_FileType(std::string(e)); };
     // A VORN file is known by its resource fork whatever its name; ".vorn"
     // names the type for the files vfl writes.
