@@ -72,24 +72,11 @@ char const* const kPassedOn[] = {"type", "bits",  "rate",   "quality", "squeeze"
                                  "vbr",  "title", "artist", "album",   "comment", "year",  "track",  "genre"};
 char const* const kMp3Options[] = {"bitrate", "vbr", "title", "artist", "album", "comment", "year", "track", "genre"};
 
-std::string Lower(std::string s)
-{
-    for (auto& c : s)
-        c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
-    return s;
-}
-
 // The type a user names ("wav", "aiff", ...) as vfl writes it, or "".
 std::string WrittenType(std::string const& name)
 {
-    std::string const t = Lower(name);
-    if (t == "wav" || t == "wave")
-        return "wav";
-    if (t == "aif" || t == "aiff")
-        return "aif";
-    if (t == "aifc" || t == "mp3" || t == "vorn")
-        return t;
-    return "";
+    vfl::Format const* format = vfl::FindFormat(name);
+    return format ? format->name : "";
 }
 
 // The type of one output: the forced one, or its extension's.

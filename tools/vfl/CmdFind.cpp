@@ -101,8 +101,8 @@ bool HasAudioType(std::string const& path)
     static std::string const kForkFolder = "/resource.frk/";
     if (LowerClassic(path).find(kForkFolder) != std::string::npos)
         return false;
-    for (char const* audio : {"wav", "aif", "aifc", "vorn"})
-        if (Sys_Utils::AreTypesEquivalent(type, Sys_FileType(audio)))
+    for (vfl::Format const& format : vfl::Formats())
+        if (!format.writeOnly && Sys_Utils::AreTypesEquivalent(type, Sys_FileType(std::string(format.name))))
             return true;
     return false;
 }

@@ -50,12 +50,8 @@ std::string TypeFromExtension(std::string const& path)
     std::size_t const dot = path.find_last_of('.');
     std::string const ext =
         dot == std::string::npos || (slash != std::string::npos && dot < slash) ? "" : Lower(path.substr(dot + 1));
-    if (ext == "wav" || ext == "wave")
-        return "wav";
-    if (ext == "aif" || ext == "aiff")
-        return "aif";
-    if (ext == "aifc" || ext == "vorn")
-        return ext;
+    if (vfl::Format const* format = vfl::FindFormat(ext); format && !format->writeOnly)
+        return format->name;
     throw vfl::UsageError("output " + path +
                           (ext.empty() ? std::string(" has no extension to tell its type")
                                        : ": vfl new does not write '." + ext + "' files") +
@@ -79,10 +75,10 @@ int CmdNew(int argc, char** argv)
     if (bits % 8 != 0)
         throw vfl::UsageError("--bits needs 8, 16, 24 or 32, not " + std::to_string(bits));
     std::string type = args.Has("type") ? Lower(args.Text("type")) : TypeFromExtension(out);
-    if (type == "aiff")
-        type = "aif";
-    if (type != "wav" && type != "aif" && type != "aifc" && type != "vorn")
+    vfl::Format const* format = vfl::FindFormat(type);
+    if (!format || format->writeOnly)
         throw vfl::UsageError("vfl new writes wav, aif, aifc or vorn, not '" + type + "'");
+    type = format->name;
     if (type == "vorn" && out == "-")
         throw vfl::UsageError("standard output (-) cannot take a vorn file: its metadata lies in a resource fork "
                               "beside it");

@@ -9,11 +9,42 @@
 #include "Sys/Sys_Utils.h"
 
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <vector>
 
 namespace vfl
 {
+
+std::vector<Format> const& Formats()
+{
+    static std::vector<Format> const formats = {
+        {"wav", {"wav"}, {"wave"}, {"WAVE", ".WAV"}, "WAVE audio", false},
+        // "aif" and "aiff" mean plain AIFF, "aifc" AIFF-C.
+        {"aif", {"aif", "aiff"}, {}, {"AIFF"}, "AIFF audio", false},
+        {"aifc", {"aifc"}, {}, {"AIFC"}, "AIFF-C audio", false},
+        {"mp3", {"mp3"}, {}, {}, "MP3 audio", true},
+        // A VORN file is known by its resource fork whatever its name;
+        // ".vorn" names the type for the files vfl writes.
+        {"vorn", {"vorn"}, {}, {"Vn4f"}, "VORN audio", false},
+    };
+    return formats;
+}
+
+Format const* FindFormat(std::string const& name)
+{
+    std::string lower = name;
+    for (char& c : lower)
+        c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+    for (Format const& f : Formats())
+    {
+        for (auto const* list : {&f.extensions, &f.aliases})
+            for (char const* n : *list)
+                if (lower == n)
+                    return &f;
+    }
+    return nullptr;
+}
 
 void InitLibrary()
 {
@@ -22,30 +53,44 @@ void InitLibrary()
     // library's own threads.
     Sys_Utils::InstallSEHandler();
     // The types a user of this host expects, registered before any location
-    // is asked for its name. "aif" and "aiff" mean plain AIFF, "aifc" AIFF-C.
-    auto mac = [](char const(&code)[5]) { return Sys_FileType(static_cast<int32>(Cmn_FourCharCode(code))); };
-    auto ext = [](char const* e) { return Sys_FileType(std::string(e)); };
-    // A VORN file is known by its resource fork whatever its name; ".vorn"
-    // names the type for the files vfl writes.
-    std::vector<Sys_FileType> known = {ext("wav"),  ext("aif"),  ext("aiff"), ext("aifc"), ext("mp3"),
-                                       ext("vorn"), mac("WAVE"), mac("AIFF"), mac("AIFC"), mac("Vn4f")};
-    std::vector<std::string> descriptions = {"WAVE audio", "AIFF audio", "AIFF audio", "AIFF-C audio", "MP3 audio",
-                                             "VORN audio", "WAVE audio", "AIFF audio", "AIFF-C audio", "VORN audio"};
+    // is asked for its name: every extension first, then the Macintosh
+    // types, and each format's names as one group.
+    auto mac = [](char const* code)
+    {
+        char text[5] = {};
+        std::memcpy(text, code, 4);
+        return Sys_FileType(static_cast<int32>(Cmn_FourCharCode(text)));
+    };
+    std::vector<Sys_FileType> known;
+    std::vector<std::string> descriptions;
+    for (Format const& f : Formats())
+        for (char const* e : f.extensions)
+        {
+            known.emplace_back(std::string(e));
+            descriptions.emplace_back(f.description);
+        }
+    for (Format const& f : Formats())
+        if (!f.macTypes.empty())
+        {
+            known.push_back(mac(f.macTypes.front()));
+            descriptions.emplace_back(f.description);
+        }
     Sys_Utils::RegisterKnownTypes(known, descriptions);
-    std::vector<std::vector<Sys_FileType>> groups = {{ext("wav"), mac("WAVE"), mac(".WAV")},
-                                                     {ext("aif"), ext("aiff"), mac("AIFF")},
-                                                     {ext("aifc"), mac("AIFC")},
-                                                     {ext("vorn"), mac("Vn4f")},
-                                                     {ext("mp3")}};
-    for (auto& g : groups)
-        Sys_Utils::RegisterEquivalentTypes(g);
+    for (Format const& f : Formats())
+    {
+        std::vector<Sys_FileType> group;
+        for (char const* e : f.extensions)
+            group.emplace_back(std::string(e));
+        for (char const* m : f.macTypes)
+            group.push_back(mac(m));
+        Sys_Utils::RegisterEquivalentTypes(group);
+    }
 }
 
 Sys_FileType TypeFromName(std::string const& name)
 {
-    if (name == "aif" || name == "aiff")
-        return Sys_FileType(std::string("aif"));
-    return Sys_FileType(name);
+    Format const* format = FindFormat(name);
+    return Sys_FileType(std::string(format ? format->name : name.c_str()));
 }
 
 Sys_FileLoc LocationFromArgument(std::string const& path)

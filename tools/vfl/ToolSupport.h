@@ -7,12 +7,32 @@
 
 #include <exception>
 #include <string>
+#include <vector>
 
 class FF_AudioFile;
 class Sys_FileLoc;
 
 namespace vfl
 {
+// The formats vfl knows, in one table that every command reads: the name a
+// format is written under (its -t name), the extensions the library is told
+// of (names a user may give too), other names a user may give, the
+// Macintosh types of its files, and whether vfl only writes it.
+struct Format
+{
+    char const* name;
+    std::vector<char const*> extensions;
+    std::vector<char const*> aliases;
+    std::vector<char const*> macTypes; // the first is registered; the rest only equivalent
+    char const* description;
+    bool writeOnly;
+};
+std::vector<Format> const& Formats();
+
+// The format a user's name or extension stands for ("wave" and "WAV" are
+// "wav", "aiff" is "aif"), or null.
+Format const* FindFormat(std::string const& name);
+
 // Starts the library once: system layer and the file types vfl knows.
 void InitLibrary();
 
