@@ -6,6 +6,7 @@
 #include "DAW/DAW_KeyBindingText.h"
 #include "DAW/DAW_KeyboardInputContext.h"
 #include "DAW/Gtk/DAW_KeyInputGtk.h"
+#include "support/GtkTestLoop.h"
 
 #include <gtest/gtest.h>
 
@@ -56,22 +57,8 @@ public:
     }
 };
 
-bool HaveXdotool()
-{
-    return std::system("command -v xdotool >/dev/null 2>&1") == 0;
-}
-
-void Iterate()
-{
-    while (g_main_context_pending(nullptr))
-        g_main_context_iteration(nullptr, FALSE);
-}
-
-gboolean StopWaiting(gpointer flag)
-{
-    *static_cast<bool*>(flag) = true;
-    return G_SOURCE_REMOVE;
-}
+using vfltest::HaveXdotool;
+using vfltest::Iterate;
 } // namespace
 
 TEST(DAW_KeyInputGui, XdotoolKeysRunTheBoundCommands)
@@ -128,12 +115,7 @@ TEST(DAW_KeyInputGui, XdotoolKeysRunTheBoundCommands)
 
     // Until the last release arrives; the limit only keeps a broken run
     // from hanging.
-    bool timedOut = false;
-    guint const timer = g_timeout_add_seconds(60, &StopWaiting, &timedOut);
-    while (!timedOut && (sEvents.empty() || sEvents.back() != "B up"))
-        g_main_context_iteration(nullptr, TRUE);
-    if (!timedOut)
-        g_source_remove(timer);
+    vfltest::WaitFor([] { return !sEvents.empty() && sEvents.back() == "B up"; });
     DAW_KeyboardInputContext::SetCurrentKeyboardInputContext(nullptr);
     gtk_widget_destroy(window);
 

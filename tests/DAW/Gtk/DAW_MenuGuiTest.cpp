@@ -8,6 +8,7 @@
 #include "DAW/Gtk/DAW_MenuMgrGtk.h"
 #include "DAW/Gtk/DAW_MenuPlatformGtk.h"
 #include "support/GtkScreenshot.h"
+#include "support/GtkTestLoop.h"
 
 #include <gtest/gtest.h>
 
@@ -39,46 +40,10 @@ private:
     bool mEnabled, mChecked;
 };
 
-bool HaveXdotool()
-{
-    return std::system("command -v xdotool >/dev/null 2>&1") == 0;
-}
-
-void Iterate()
-{
-    while (g_main_context_pending(nullptr))
-        g_main_context_iteration(nullptr, FALSE);
-}
-
-gboolean StopWaiting(gpointer flag)
-{
-    *static_cast<bool*>(flag) = true;
-    return G_SOURCE_REMOVE;
-}
-
-// Runs the main loop until done() holds; the limit only keeps a broken run
-// from hanging.
-bool WaitFor(std::function<bool()> const& done)
-{
-    bool timedOut = false;
-    guint const timer = g_timeout_add_seconds(60, &StopWaiting, &timedOut);
-    while (!timedOut && !done())
-        g_main_context_iteration(nullptr, TRUE);
-    if (!timedOut)
-        g_source_remove(timer);
-    return !timedOut;
-}
-
-void Xdotool(std::string const& arguments)
-{
-    std::string const command = "xdotool " + arguments;
-    gchar* argv[] = {g_strdup("/bin/sh"), g_strdup("-c"), g_strdup(command.c_str()), nullptr};
-    GError* error = nullptr;
-    EXPECT_TRUE(g_spawn_async(nullptr, argv, nullptr, G_SPAWN_DEFAULT, nullptr, nullptr, nullptr, &error))
-        << (error ? error->message : "");
-    for (gchar* a : argv)
-        g_free(a);
-}
+using vfltest::HaveXdotool;
+using vfltest::Iterate;
+using vfltest::WaitFor;
+using vfltest::Xdotool;
 
 // The items of a menu shell as "text" with "(off)" and "(on)" marks and
 // "> [...]" for a sub menu.

@@ -9,6 +9,7 @@
 #include "Sys/Gtk/Sys_FileDialogGtk.h"
 #include "Sys/Sys_RecentItems.h"
 #include "support/GtkScreenshot.h"
+#include "support/GtkTestLoop.h"
 #include "tools/vfl-gtk/Gtk/Browser.h"
 #include "tools/vfl/ToolSupport.h"
 
@@ -28,45 +29,22 @@
 
 namespace
 {
-bool HaveXdotool()
-{
-    return std::system("command -v xdotool >/dev/null 2>&1") == 0;
-}
+using vfltest::HaveXdotool;
+using vfltest::Xdotool;
 
-gboolean StopWaiting(gpointer flag)
+// A chooser left open would keep its own loop, and the test, running.
+void CloseRunningChooser()
 {
-    *static_cast<bool*>(flag) = true;
-    // A chooser left open would keep its own loop, and the test, running.
     if (Sys_CustomFileDialogGtk* const running = Sys_CustomFileDialogGtk::GetRunning())
     {
         vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_TimedOut");
         gtk_dialog_response(GTK_DIALOG(running->GetChooser()), GTK_RESPONSE_CANCEL);
     }
-    return G_SOURCE_REMOVE;
 }
 
-// Runs the main loop until done() holds; the limit only keeps a broken run
-// from hanging.
 bool WaitFor(std::function<bool()> const& done)
 {
-    bool timedOut = false;
-    guint const timer = g_timeout_add_seconds(30, &StopWaiting, &timedOut);
-    while (!timedOut && !done())
-        g_main_context_iteration(nullptr, TRUE);
-    if (!timedOut)
-        g_source_remove(timer);
-    return !timedOut;
-}
-
-void Xdotool(std::string const& arguments)
-{
-    std::string const command = "xdotool " + arguments;
-    gchar* argv[] = {g_strdup("/bin/sh"), g_strdup("-c"), g_strdup(command.c_str()), nullptr};
-    GError* error = nullptr;
-    EXPECT_TRUE(g_spawn_async(nullptr, argv, nullptr, G_SPAWN_DEFAULT, nullptr, nullptr, nullptr, &error))
-        << (error ? error->message : "");
-    for (gchar* a : argv)
-        g_free(a);
+    return vfltest::WaitFor(done, 30, &CloseRunningChooser);
 }
 
 std::string Shell(std::string const& command)
