@@ -11,6 +11,9 @@
 // give back. The semaphore counts the objects in the pool: a client waits on
 // it (alone, or together with other objects such as an abort event) and
 // only then calls Get, which so always finds an object.
+//
+// The object given back last is the first taken again: its memory is the
+// likeliest to be in the processor's cache still.
 template <class T> class Sys_ResourcePool : public Sys_ThreadSafeQueue<std::unique_ptr<T>>
 {
 public:
@@ -37,7 +40,7 @@ public:
         CMN_ASSERT(object != nullptr);
         if (!object)
             return;
-        this->Push(std::move(object));
+        this->PushFront(std::move(object));
         mSemaphore->Release(1);
     }
 
@@ -48,7 +51,7 @@ public:
     {
         CMN_ASSERT(object != nullptr);
         if (object)
-            this->Push(std::move(object));
+            this->PushFront(std::move(object));
     }
     void Announce(int32 count)
     {

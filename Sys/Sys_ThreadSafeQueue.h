@@ -26,17 +26,7 @@ public:
     Sys_ThreadSafeQueue& operator=(Sys_ThreadSafeQueue const&) = delete;
 
     // Appends at the back.
-    void Push(T value)
-    {
-        Sys_StAcquireMutex lock(mMutex.get());
-        if (mSpare.empty())
-        {
-            mItems.push_back(std::move(value));
-            return;
-        }
-        mSpare.front() = std::move(value);
-        mItems.splice(mItems.end(), mSpare, mSpare.begin());
-    }
+    void Push(T value) { Insert(false, std::move(value)); }
 
     // Removes and returns the front. Popping an empty queue is an assertion;
     // it then answers a value-initialised T.
@@ -66,7 +56,25 @@ public:
         return mItems.size();
     }
 
+protected:
+    // Puts a value at the front, to be the next one popped: for a derived
+    // class whose values need no order.
+    void PushFront(T value) { Insert(true, std::move(value)); }
+
 private:
+    void Insert(bool atFront, T value)
+    {
+        Sys_StAcquireMutex lock(mMutex.get());
+        auto const where = atFront ? mItems.begin() : mItems.end();
+        if (mSpare.empty())
+        {
+            mItems.insert(where, std::move(value));
+            return;
+        }
+        mSpare.front() = std::move(value);
+        mItems.splice(where, mSpare, mSpare.begin());
+    }
+
     std::unique_ptr<Sys_Mutex> mMutex;
     std::list<T> mItems;
     std::list<T> mSpare;
