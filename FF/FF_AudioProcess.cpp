@@ -105,6 +105,8 @@ void FF_AudioProcess::PassOn(BlockPtr block, int32 priority)
     FF_AudioProcessRunner* const runner = next->mRunner.load();
     if (!runner)
         FF_ScheduleProcess(Handle(next), priority);
+    else if (next->RunsOnFeedingThread())
+        runner->RunHere();
     else if (last || next->GetInputQueue().GetSize() >= kPassOnBatch)
     {
         mPassOnPending = false;

@@ -46,6 +46,12 @@ public:
     ~FF_AudioProcess() override;
 
     virtual EProcessType GetProcessType() const;
+    // A stage whose work on a block costs less than waking a thread for it
+    // runs in a running chain on the thread that hands it its blocks, at
+    // once: the block is still in that processor's cache and no thread is
+    // woken. Its order and results are those of a stage with a thread.
+    // False by default.
+    virtual bool RunsOnFeedingThread() const { return false; }
     // Shown a prototype of what the stage before will produce (the head gets
     // an empty one): checks it, remembers what it needs, and changes it to
     // what this stage will produce. The default accepts anything unchanged.

@@ -24,6 +24,8 @@ public:
 
     // A consumer at the tail of a chain, a filter with a stage behind it.
     EProcessType GetProcessType() const override;
+    // A scan of a block takes less than waking a thread for it.
+    bool RunsOnFeedingThread() const override { return true; }
     void Preflight(FF_AudioProcessBlock* block) override;
     // With no stage behind it, out is null and the stream ends here.
     void Process(FF_AudioProcessBlock* in, FF_AudioProcessBlock* out) override;

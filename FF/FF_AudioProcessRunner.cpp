@@ -45,6 +45,30 @@ void FF_AudioProcessRunner::Kick()
         FF_ScheduleOnThreadOf(mStage->GetProcessType(), Sys_Task::Handle(this), kRunnerPriority);
 }
 
+void FF_AudioProcessRunner::RunHere()
+{
+    RunWaitingBlocks();
+}
+
+void FF_AudioProcessRunner::RunWaitingBlocks()
+{
+    FF_AudioProcess& stage = *mStage;
+    FF_AudioProcess::BlockQueue& queue = stage.GetInputQueue();
+    while (!queue.IsEmpty())
+    {
+        if (!mStageEnded)
+        {
+            mStageEnded = stage.Exec() != kStatusReady;
+            continue;
+        }
+        // Blocks of an aborted or failed chain stay where they are.
+        if (stage.GetStatus() != kStatusCompleted)
+            break;
+        mPool->Put(queue.Pop());
+    }
+    stage.FlushPassOn();
+}
+
 Sys_Task::EResult FF_AudioProcessRunner::ExecImpl()
 {
     FF_AudioProcess& stage = *mStage;
@@ -61,19 +85,7 @@ Sys_Task::EResult FF_AudioProcessRunner::ExecImpl()
     FF_AudioProcess::BlockQueue& queue = stage.GetInputQueue();
     for (;;)
     {
-        while (!queue.IsEmpty())
-        {
-            if (!mStageEnded)
-            {
-                mStageEnded = stage.Exec() != kStatusReady;
-                continue;
-            }
-            // Blocks of an aborted or failed chain stay where they are.
-            if (stage.GetStatus() != kStatusCompleted)
-                break;
-            mPool->Put(queue.Pop());
-        }
-        stage.FlushPassOn();
+        RunWaitingBlocks();
         if (!mStageEnded && WaitBriefly(queue))
             continue;
         // Both sides are sequentially consistent: either a block pushed
