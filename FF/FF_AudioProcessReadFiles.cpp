@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 namespace
 {
@@ -167,28 +168,56 @@ void FF_AudioProcessReadFiles::AbortImpl()
         GetAbortEvent()->Set();
     Sys_StAcquireMutex lock(mMutex.get());
     mAborted = true;
+    // A read under way ends before its file closes; what it found no
+    // longer matters.
+    mAhead.WaitQuietly();
     mOpenFiles.clear();
 }
 
 void FF_AudioProcessReadFiles::Refill()
 {
-    i64 const n = std::min<i64>(mReadBlockSize / mFrameSize, mLength - mPosition);
-    if (mInterleaved)
+    i64 n;
+    if (mAhead.IsPending())
     {
-        mInterleavedReadPtr = mReadBuffer.get();
-        mAudioFiles[0]->SampleRead(mInterleavedReadPtr, n);
+        mAhead.Wait();
+        std::swap(mReadBuffer, mAheadBuffer);
+        n = mAheadFrames;
     }
     else
     {
-        // Each file into its own part of the buffer, one after the other.
+        n = std::min<i64>(mReadBlockSize / mFrameSize, mLength - mPosition);
+        ReadInto(mReadBuffer.get(), n);
+    }
+    if (mInterleaved)
+        mInterleavedReadPtr = mReadBuffer.get();
+    else
+    {
         for (i32 i = 0; i < mNumStreams; ++i)
-        {
             mChannelReadPtrs[i] = mReadBuffer.get() + static_cast<i64>(i) * n * mFrameSize;
-            mAudioFiles[static_cast<std::size_t>(i)]->SampleRead(mChannelReadPtrs[i], n);
-        }
     }
     mSamplesInBuffer = static_cast<i32>(n);
     mPosition += n;
+
+    // The next read runs on while these frames are handed out.
+    mAheadFrames = std::min<i64>(mReadBlockSize / mFrameSize, mLength - mPosition);
+    if (mAheadFrames == 0)
+        return;
+    if (!mAheadBuffer)
+        mAheadBuffer = std::make_unique_for_overwrite<char[]>(
+            static_cast<std::size_t>(static_cast<i64>(mReadBlockSize) * (mInterleaved ? 1 : mNumStreams)));
+    mAhead.Start([this, buffer = mAheadBuffer.get(), frames = mAheadFrames] { ReadInto(buffer, frames); });
+}
+
+void FF_AudioProcessReadFiles::ReadInto(char* buffer, i64 n)
+{
+    if (mInterleaved)
+    {
+        mAudioFiles[0]->SampleRead(buffer, n);
+        return;
+    }
+    // Each file into its own part of the buffer, one after the other.
+    for (i32 i = 0; i < mNumStreams; ++i)
+        mAudioFiles[static_cast<std::size_t>(i)]->SampleRead(buffer + static_cast<i64>(i) * n * mFrameSize, n);
 }
 
 void FF_AudioProcessReadFiles::Process(FF_AudioProcessBlock*, FF_AudioProcessBlock* out)

@@ -4,6 +4,7 @@
 #include "FF/FF_AudioFile.h"
 #include "FF/FF_AudioFileAttr.h"
 #include "FF/FF_AudioProcess.h"
+#include "FF/FF_AudioProcessReadAhead.h"
 
 #include <memory>
 #include <vector>
@@ -45,6 +46,8 @@ protected:
 
 private:
     void Refill();
+    // Reads n frames of every file into buffer, each file into its own part.
+    void ReadInto(char* buffer, i64 n);
 
     std::vector<std::unique_ptr<FF_AudioFile>> mAudioFiles;
     std::vector<FF_AudioFile::StOpen> mOpenFiles;
@@ -64,4 +67,11 @@ private:
     i32 mSamplesInBuffer = 0;
     // Set by AbortImpl under mMutex: the files are gone.
     bool mAborted = false;
+    // The next read, under way while the blocks of this one go out: the
+    // frames it reads and the buffer it reads into.
+    i64 mAheadFrames = 0;
+    std::unique_ptr<char[]> mAheadBuffer;
+    // Last, so that it is gone, its read waited for, before the files and
+    // the buffers.
+    FF_AudioProcessReadAhead mAhead;
 };

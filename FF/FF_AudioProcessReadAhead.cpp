@@ -1,0 +1,105 @@
+#include "FF/FF_AudioProcessReadAhead.h"
+
+#include <chrono>
+#include <utility>
+
+namespace
+{
+// As long as a chain's runners stay awake, and for the same reason.
+constexpr auto kStayAwake = std::chrono::microseconds(200);
+
+template <class Ready> bool WaitBriefly(Ready ready)
+{
+    auto const until = std::chrono::steady_clock::now() + kStayAwake;
+    while (!ready())
+    {
+        if (std::chrono::steady_clock::now() >= until)
+            return false;
+        std::this_thread::yield();
+    }
+    return true;
+}
+} // namespace
+
+FF_AudioProcessReadAhead::~FF_AudioProcessReadAhead()
+{
+    WaitQuietly();
+    if (!mThread.joinable())
+        return;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        mQuit.store(true);
+    }
+    mChanged.notify_all();
+    mThread.join();
+}
+
+void FF_AudioProcessReadAhead::Start(std::function<void()> work)
+{
+    mWork = std::move(work);
+    mDone.store(false);
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        mHasWork.store(true);
+    }
+    mPending = true;
+    if (!mThread.joinable())
+        mThread = std::thread([this] { Run(); });
+    else
+        mChanged.notify_all();
+}
+
+void FF_AudioProcessReadAhead::Wait()
+{
+    if (!mPending)
+        return;
+    if (!WaitBriefly([this] { return mDone.load(); }))
+    {
+        std::unique_lock<std::mutex> lock(mLock);
+        mChanged.wait(lock, [this] { return mDone.load(); });
+    }
+    mPending = false;
+    if (std::exception_ptr failure = std::exchange(mFailure, nullptr))
+        std::rethrow_exception(failure);
+}
+
+void FF_AudioProcessReadAhead::WaitQuietly()
+{
+    try
+    {
+        Wait();
+    }
+    catch (...)
+    {
+    }
+}
+
+void FF_AudioProcessReadAhead::Run()
+{
+    for (;;)
+    {
+        auto const called = [this] { return mHasWork.load() || mQuit.load(); };
+        if (!WaitBriefly(called))
+        {
+            std::unique_lock<std::mutex> lock(mLock);
+            mChanged.wait(lock, called);
+        }
+        if (!mHasWork.load())
+            return;
+        std::function<void()> work = std::exchange(mWork, nullptr);
+        mHasWork.store(false);
+        try
+        {
+            work();
+        }
+        catch (...)
+        {
+            mFailure = std::current_exception();
+        }
+        {
+            std::lock_guard<std::mutex> lock(mLock);
+            mDone.store(true);
+        }
+        mChanged.notify_all();
+    }
+}
