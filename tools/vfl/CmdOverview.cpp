@@ -14,6 +14,7 @@
 #include "tools/vfl/UsageError.h"
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -174,13 +175,27 @@ int CmdOverview(int argc, char** argv)
         std::printf("%s]}\n", line.c_str());
         return 0;
     }
+    // One line an interval; written a few thousand lines at a time, since
+    // a long file has hundreds of thousands.
+    std::string text;
     for (std::size_t i = 0; i < intervals; ++i)
     {
-        std::string line;
         for (std::size_t c = 0; c < chosen.size(); ++c)
-            line +=
-                (c ? " " : "") + std::to_string(overviews[c][2 * i]) + " " + std::to_string(overviews[c][2 * i + 1]);
-        std::printf("%s\n", line.c_str());
+        {
+            char pair[16];
+            char* end = std::to_chars(pair, pair + sizeof pair, int{overviews[c][2 * i]}).ptr;
+            *end++ = ' ';
+            end = std::to_chars(end, pair + sizeof pair, int{overviews[c][2 * i + 1]}).ptr;
+            if (c)
+                text += ' ';
+            text.append(pair, end);
+        }
+        text += '\n';
+        if (text.size() >= 65536 || i + 1 == intervals)
+        {
+            std::fwrite(text.data(), 1, text.size(), stdout);
+            text.clear();
+        }
     }
     return 0;
 }
