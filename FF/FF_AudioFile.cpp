@@ -288,11 +288,8 @@ uint32 FF_AudioFile::GetChannelMask()
 
 void FF_AudioFile::GetSupportedTypes(std::vector<Sys_FileType>* types)
 {
-    types->clear();
-    types->push_back(Sys_FileType(std::string("wav")));
-    types->push_back(Sys_FileType(std::string("aif")));
-    // There is no system release here on which the VORN type is withheld.
-    types->push_back(Sys_FileType(PlugInTable::MacType("Vn4f")));
+    auto const supported = PlugInTable::SupportedTypes();
+    types->assign(supported.begin(), supported.end());
 }
 
 std::string FF_AudioFile::GetDescription(EDescriptionType type)
@@ -600,23 +597,11 @@ void FF_AudioFile::Format(Sys_FileType const& type, int32 channels, int32 sample
         // The old handler goes; the mask keeps its bits, and the ones below only add.
         ReleaseInterfaces();
 
-        struct Choice
-        {
-            Sys_FileType test;
-            char const* handler;
-            uint32 macType;
-        };
-        Choice const choices[] = {
-            {Sys_FileType(PlugInTable::MacType("Vn4f")), "VORN", MacCode("Vn4f")},
-            {Sys_FileType(std::string("wav")), "WAVE", MacCode(".WAV")},
-            {Sys_FileType(PlugInTable::MacType("AIFC")), "AIFC", MacCode("AIFC")},
-            {Sys_FileType(PlugInTable::MacType("AIFF")), "AIFF", MacCode("AIFF")},
-        };
         PlugInResult (*create)(void**) = nullptr;
         uint32 macType = 0;
-        for (auto const& c : choices)
+        for (auto const& c : PlugInTable::WriteTable())
         {
-            if (Sys_Utils::AreTypesEquivalent(type, c.test))
+            if (Sys_Utils::AreTypesEquivalent(type, c.type))
             {
                 create = PlugInTable::Find(c.handler);
                 macType = c.macType;
@@ -1041,12 +1026,14 @@ void FF_AudioFile::Print(std::ostream& out, bool cache)
     // A fresh handler of the type the location names, not the attached one.
     Sys_FileType const type = Sys_Utils::GetFileType(GetFileLoc());
     PlugInResult (*create)(void**) = nullptr;
-    if (type == Sys_FileType(std::string("wav")))
-        create = PlugInTable::Find("WAVE");
-    else if (type == Sys_FileType(std::string("aif")))
-        create = PlugInTable::Find("AIFC"); // serves plain AIFF here too
-    else if (Sys_Utils::AreTypesEquivalent(type, Sys_FileType(PlugInTable::MacType("Vn4f"))))
-        create = PlugInTable::Find("VORN");
+    for (auto const& p : PlugInTable::PrintTable())
+    {
+        if (p.byEquivalence ? Sys_Utils::AreTypesEquivalent(type, p.type) : type == p.type)
+        {
+            create = PlugInTable::Find(p.handler);
+            break;
+        }
+    }
     // A VORN file is one by its resource fork, whatever its name says.
     if (!create && mImportExport)
     {

@@ -10,17 +10,55 @@
 
 namespace
 {
-// Made on first use, so that it stands before the first audio file whatever
-// the order of static initialisation. AIFC stands before AIFF: each refuses
-// the other's form type. VORN comes last: it knows a file by its resource
-// fork alone, and a file any other handler takes is not one.
+using PlugInTable::MacType;
+
+// Each table is made on first use, so that it stands before the first audio
+// file whatever the order of static initialisation.
+
+// AIFC stands before AIFF: each refuses the other's form type. VORN comes
+// last: it knows a file by its resource fork alone, and a file any other
+// handler takes is not one.
 std::vector<PlugInTableEntry> const& Table()
 {
     static std::vector<PlugInTableEntry> const table = {
         {"WAVE", &WAVE::Create, Sys_FileType(std::string("wav"))},
-        {"AIFC", &AIFC::Create, Sys_FileType(PlugInTable::MacType("AIFC"))},
-        {"AIFF", &AIFF::Create, Sys_FileType(PlugInTable::MacType("AIFF"))},
-        {"VORN", &VORN::Create, Sys_FileType(PlugInTable::MacType("Vn4f"))},
+        {"AIFC", &AIFC::Create, Sys_FileType(MacType("AIFC"))},
+        {"AIFF", &AIFF::Create, Sys_FileType(MacType("AIFF"))},
+        {"VORN", &VORN::Create, Sys_FileType(MacType("Vn4f"))},
+    };
+    return table;
+}
+
+// There is no system release here on which the VORN type is withheld.
+std::vector<Sys_FileType> const& Supported()
+{
+    static std::vector<Sys_FileType> const types = {
+        Sys_FileType(std::string("wav")),
+        Sys_FileType(std::string("aif")),
+        Sys_FileType(MacType("Vn4f")),
+    };
+    return types;
+}
+
+// VORN first: a VORN file may carry any name.
+std::vector<PlugInWriteEntry> const& Writers()
+{
+    static std::vector<PlugInWriteEntry> const table = {
+        {Sys_FileType(MacType("Vn4f")), "VORN", static_cast<u32>(MacType("Vn4f"))},
+        {Sys_FileType(std::string("wav")), "WAVE", static_cast<u32>(MacType(".WAV"))},
+        {Sys_FileType(MacType("AIFC")), "AIFC", static_cast<u32>(MacType("AIFC"))},
+        {Sys_FileType(MacType("AIFF")), "AIFF", static_cast<u32>(MacType("AIFF"))},
+    };
+    return table;
+}
+
+// The AIFF-C handler prints plain AIFF files too.
+std::vector<PlugInPrintEntry> const& Printers()
+{
+    static std::vector<PlugInPrintEntry> const table = {
+        {Sys_FileType(std::string("wav")), "WAVE", false},
+        {Sys_FileType(std::string("aif")), "AIFC", false},
+        {Sys_FileType(MacType("Vn4f")), "VORN", true},
     };
     return table;
 }
@@ -36,6 +74,21 @@ std::size_t GetCount()
 PlugInTableEntry const& GetEntry(std::size_t index)
 {
     return Table()[index];
+}
+
+std::span<Sys_FileType const> SupportedTypes()
+{
+    return Supported();
+}
+
+std::span<PlugInWriteEntry const> WriteTable()
+{
+    return Writers();
+}
+
+std::span<PlugInPrintEntry const> PrintTable()
+{
+    return Printers();
 }
 } // namespace PlugInTable
 
