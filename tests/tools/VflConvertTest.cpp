@@ -23,10 +23,7 @@ protected:
     }
     std::string Soxi(std::string const& flag, std::string const& file)
     {
-        std::string s = Out("soxi " + flag + " " + file);
-        while (!s.empty() && s.back() == '\n')
-            s.pop_back();
-        return s;
+        return Trim(Out("soxi " + flag + " " + file));
     }
 };
 
@@ -109,16 +106,6 @@ TEST_F(VflConvert, BroadcastStampScalesWithTheRate)
     Out(Vfl("convert " + F("stamped.wav") + " -o " + F("s48.wav") + " --rate 48000"));
     std::string const probe = Out("ffprobe -v error -show_format -of flat " + F("s48.wav"));
     EXPECT_NE(probe.find("format.tags.time_reference=\"48000\""), std::string::npos) << probe;
-}
-
-TEST_F(VflConvert, FailuresAreReported)
-{
-    Out("sox -n -r 44100 -c 1 -b 16 " + F("in.wav") + " synth 0.1 sine 440");
-    std::string err;
-    EXPECT_EQ(RunCommand(Vfl("convert " + F("in.wav") + " -o " + F("no/such/folder/out.wav") + " 2>&1"), &err), 1);
-    EXPECT_NE(err.find("No such file or directory"), std::string::npos) << err;
-    EXPECT_EQ(RunCommand(Vfl("convert " + F("in.wav") + " -o " + F("o.wav") + " --bits 12 2>/dev/null")), 2);
-    EXPECT_EQ(RunCommand(Vfl("convert " + F("in.wav") + " -o " + F("o.wav") + " --quality 5 2>/dev/null")), 2);
 }
 
 TEST_F(VflConvert, OverviewAgreesWithAReferenceFromTheSamples)
