@@ -10,6 +10,7 @@
 #include "Sys/Sys_RecentItems.h"
 #include "support/GtkScreenshot.h"
 #include "support/GtkTestLoop.h"
+#include "support/WaveBuilder.h"
 #include "tools/vfl-gtk/Gtk/Browser.h"
 #include "tools/vfl/ToolSupport.h"
 
@@ -67,28 +68,22 @@ std::string Xid(GtkWidget* window)
 // A 16-bit WAVE file of a sine per channel.
 void WriteWave(std::string const& path, int channels, int rate, int frames)
 {
-    std::vector<std::int16_t> samples;
+    std::vector<std::uint8_t> audio;
     for (int i = 0; i < frames; ++i)
         for (int c = 0; c < channels; ++c)
-            samples.push_back(static_cast<std::int16_t>(
-                std::lround(9000.0 * i / frames * std::sin(2 * M_PI * (220.0 * (c + 1)) * i / rate))));
-    std::uint32_t const data = static_cast<std::uint32_t>(samples.size() * 2);
-    std::ofstream out(path, std::ios::binary);
-    auto u32 = [&](std::uint32_t v) { out.write(reinterpret_cast<char const*>(&v), 4); };
-    auto u16 = [&](std::uint16_t v) { out.write(reinterpret_cast<char const*>(&v), 2); };
-    out.write("RIFF", 4);
-    u32(36 + data);
-    out.write("WAVEfmt ", 8);
-    u32(16);
-    u16(1);
-    u16(static_cast<std::uint16_t>(channels));
-    u32(static_cast<std::uint32_t>(rate));
-    u32(static_cast<std::uint32_t>(rate * channels * 2));
-    u16(static_cast<std::uint16_t>(channels * 2));
-    u16(16);
-    out.write("data", 4);
-    u32(data);
-    out.write(reinterpret_cast<char const*>(samples.data()), data);
+        {
+            auto const s = static_cast<std::uint16_t>(
+                std::lround(9000.0 * i / frames * std::sin(2 * M_PI * (220.0 * (c + 1)) * i / rate)));
+            audio.insert(audio.end(), {static_cast<std::uint8_t>(s), static_cast<std::uint8_t>(s >> 8)});
+        }
+    std::vector<std::uint8_t> const bytes =
+        WaveBuilder()
+            .RiffHeader()
+            .Fmt(static_cast<std::uint16_t>(channels), static_cast<std::uint32_t>(rate), 16)
+            .Data(audio)
+            .FixRiffSize()
+            .Bytes();
+    std::ofstream(path, std::ios::binary).write(reinterpret_cast<char const*>(bytes.data()), bytes.size());
 }
 
 void WriteList(std::string const& path, std::vector<std::string> const& entries)
