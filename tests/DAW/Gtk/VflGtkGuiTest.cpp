@@ -93,22 +93,6 @@ void WriteList(std::string const& path, std::vector<std::string> const& entries)
         out.write(e.c_str(), static_cast<std::streamsize>(e.size() + 1));
 }
 
-// The items of a menu shell as their texts, a sub menu's in brackets.
-std::string Draw(GtkWidget* shell)
-{
-    std::string text;
-    GList* const children = gtk_container_get_children(GTK_CONTAINER(shell));
-    for (GList* c = children; c; c = c->next)
-    {
-        auto* const item = static_cast<GtkWidget*>(c->data);
-        text += (text.empty() ? "" : ", ") + std::string(gtk_menu_item_get_label(GTK_MENU_ITEM(item)));
-        if (GtkWidget* const sub = gtk_menu_item_get_submenu(GTK_MENU_ITEM(item)))
-            text += " [" + Draw(sub) + "]";
-    }
-    g_list_free(children);
-    return text;
-}
-
 // Pixel for pixel; pictures of other sizes are unequal.
 bool SamePixels(GdkPixbuf* a, GdkPixbuf* b)
 {
@@ -252,7 +236,7 @@ TEST(VflGtkGui, FileOpenAndItsKeyShowTheFilesInformationAndOverview)
          [&]
          {
              GtkWidget* const bar = Sys_CustomFileDialogGtk::GetRunning()->GetMenuBar();
-             recentMenu = Draw(bar);
+             recentMenu = vfltest::DrawMenu(bar);
              vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_OpenDialogRecentFiles");
              gtk_menu_shell_deactivate(GTK_MENU_SHELL(bar));
          },
@@ -282,7 +266,7 @@ TEST(VflGtkGui, FileOpenAndItsKeyShowTheFilesInformationAndOverview)
     // File > Open... by the menu's mnemonics.
     Xdotool("windowfocus --sync " + Xid(window) + " key alt+f key o");
     ASSERT_TRUE(WaitFor([&] { return browser.GetPath() == tone && browser.GetOverview(); })) << browser.GetStatusText();
-    EXPECT_EQ(recentMenu, "_Folders [" + dir + "], Fi_les [" + older + "]");
+    EXPECT_EQ(recentMenu, "_Folders > [" + dir + "], Fi_les > [" + older + "]");
     // What vfl info says, and vfl overview's picture, pixel for pixel.
     EXPECT_EQ(browser.GetInformationText(), Shell(std::string(VFL_TOOL_PATH) + " info " + tone));
     Shell(std::string(VFL_TOOL_PATH) + " overview " + tone + " --width 960 --png " + dir + "tone.png -q");
