@@ -111,12 +111,27 @@ TEST_F(VflRead, InfoAgreesWithSoxiAndCatWithSox)
         std::string const path = F("f" + std::to_string(index++) + (f.type[0] == 'w' ? ".wav" : ".aif"));
         Make(f.make, path);
 
+        // soxi's single fields, all at once in the order asked for, and
+        // the same in JSON.
         std::string const json = Out(Vfl("info --json " + path));
+        std::string soxi;
+        for (auto const& [flag, key] : {std::pair{"-r", "sampleRate"},
+                                        {"-c", "channels"},
+                                        {"-b", "bits"},
+                                        {"-s", "frames"},
+                                        {"-D", ""},
+                                        {"-t", ""}})
+        {
+            std::string const field = Out(std::string("soxi ") + flag + " " + path);
+            soxi += field;
+            if (*key)
+            {
+                EXPECT_EQ(JsonField(json, key), Trim(field)) << key;
+            }
+        }
+        EXPECT_EQ(Out(Vfl("info -r -c -b -s -D -t " + path)), soxi);
         EXPECT_EQ(JsonField(json, "type"), f.type);
         EXPECT_EQ(JsonField(json, "byteOrder"), f.type[0] == 'w' ? "little" : "big");
-        for (auto const& [key, flag] :
-             {std::pair{"sampleRate", "-r"}, {"channels", "-c"}, {"bits", "-b"}, {"frames", "-s"}})
-            EXPECT_EQ(JsonField(json, key), Trim(Out(std::string("soxi ") + flag + " " + path))) << key;
 
         std::string const theirs = Raw(path);
         std::string const ours = Out(Vfl("cat " + path));
