@@ -20,16 +20,7 @@ private:
 };
 } // namespace
 
-TEST(Dither, FirstNumberFromTheStartingSeed)
-{
-    StSeed seed(983040);
-    f64 const r = Dither::NextRandom();
-    EXPECT_EQ(r, 1489567751.0 * 4.656612875245797e-10);
-    EXPECT_NEAR(r, 0.693634, 1e-6);
-    EXPECT_EQ(DitherTestAccess::GetSeed(), -1315831796);
-}
-
-TEST(Dither, DoubledSeedWrapsAndGoesOnFromTheNegativeValue)
+TEST(Dither, NumbersAndSeedsFromTheStartingSeedAndThroughTheWrap)
 {
     struct Case
     {
@@ -37,6 +28,7 @@ TEST(Dither, DoubledSeedWrapsAndGoesOnFromTheNegativeValue)
         i32 drawn; // the value behind r
         i32 after;
     } const cases[] = {
+        {983040, 1489567751, -1315831796}, // the starting seed: r = 0.693634...
         // -1315831796 / 127773 = -10298 (toward zero), remainder -25442;
         // -25442 * 16807 + 10298 * 2836 = -398398566, + 2147483647; the
         // doubled value wraps to a negative seed again.

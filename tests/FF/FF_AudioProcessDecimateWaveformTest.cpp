@@ -62,69 +62,43 @@ TEST(FF_AudioProcessDecimateWaveform, ReducesTowardZeroKeepingSilenceAtZero)
     }
 }
 
-// Against the straightforward reference, for each depth, with interval
-// counts that do and do not divide the length, and blocks of several sizes.
+// Against the straightforward reference, for each depth and each channel
+// on its own (a loud, a quiet and a silent one), with interval counts that
+// do and do not divide the length, blocks of several sizes, and streams of
+// no sample and of one: one pair for each interval begun, and not a byte
+// written past the last pair.
 TEST(FF_AudioProcessDecimateWaveform, OverviewAgainstTheReference)
 {
-    i64 const length = 3000;
     for (int bits : {8, 16, 24})
-        for (i64 perInterval : {1, 7, 100, 250, 3000, 4000})
-            for (i64 blockSize : {1, 64, 1000, 3000})
-            {
-                SCOPED_TRACE(testing::Message()
-                             << bits << " bits, intervals of " << perInterval << ", blocks of " << blockSize);
-                Channels const input = SineRamp(2, length, bits, 1.0, 440.0);
-                std::vector<i8> const expected = ReferenceOverview(input[0], bits, perInterval);
-                std::vector<char> overview(expected.size() + 8, 0x55);
-                FF_AudioProcessDecimateWaveform stage(static_cast<i32>(perInterval), overview.data());
-                RunResult r = RunStage(stage, input, 44100, bits, blockSize);
-                EXPECT_EQ(r.out, input); // the stream passes unchanged, every channel
-                EXPECT_TRUE(stage.IsComplete());
-                EXPECT_EQ(stage.GetUnitsProcessed(), length);
-                EXPECT_EQ(stage.GetUnitsToProcess(), length);
-                for (std::size_t k = 0; k < expected.size(); ++k)
-                    ASSERT_EQ(static_cast<i8>(overview[k]), expected[k]) << "byte " << k;
-                for (std::size_t k = expected.size(); k < overview.size(); ++k)
-                    ASSERT_EQ(overview[k], 0x55) << "written past the last pair at " << k;
-            }
-}
-
-TEST(FF_AudioProcessDecimateWaveform, EachChannelOnItsOwn)
-{
-    i64 const length = 2000;
-    Channels input = SineRamp(3, length, 16, 1.0, 440.0);
-    for (auto& x : input[1])
-        x /= 7;                                     // quieter
-    std::fill(input[2].begin(), input[2].end(), 0); // silent
-    for (int channel = 0; channel < 3; ++channel)
-    {
-        SCOPED_TRACE(testing::Message() << "channel " << channel);
-        std::vector<i8> const expected = ReferenceOverview(input[static_cast<std::size_t>(channel)], 16, 100);
-        std::vector<char> overview(expected.size(), 0x55);
-        FF_AudioProcessDecimateWaveform stage(100, overview.data(), channel);
-        RunResult r = RunStage(stage, input, 44100, 16, 512);
-        EXPECT_EQ(r.out, input);
-        EXPECT_TRUE(std::equal(expected.begin(), expected.end(), overview.begin(),
-                               [](i8 e, char o) { return e == static_cast<i8>(o); }));
-    }
-}
-
-TEST(FF_AudioProcessDecimateWaveform, PairCountIsTheIntervalsBegun)
-{
-    struct Case
-    {
-        i64 perInterval, length, pairs;
-    } const cases[] = {{100, 250, 3}, {100, 300, 3}, {100, 1, 1}, {100, 0, 0}, {1, 5, 5}};
-    for (auto const& c : cases)
-    {
-        SCOPED_TRACE(testing::Message() << c.perInterval << " on " << c.length);
-        std::vector<char> overview(16, 0x55);
-        FF_AudioProcessDecimateWaveform stage(static_cast<i32>(c.perInterval), overview.data());
-        Channels const input(1, std::vector<i32>(static_cast<std::size_t>(c.length), 1000));
-        RunStage(stage, input, 44100, 16, 64);
-        for (std::size_t k = 0; k < overview.size(); ++k)
-            EXPECT_EQ(overview[k] == 0x55, k >= static_cast<std::size_t>(2 * c.pairs)) << "byte " << k;
-    }
+        for (i64 length : {0, 1, 3000})
+        {
+            Channels input = SineRamp(3, length, bits, 1.0, 440.0);
+            for (auto& x : input[1])
+                x /= 7;
+            std::fill(input[2].begin(), input[2].end(), 0);
+            for (int channel : {0, 1, 2})
+                for (i64 perInterval : {1, 7, 100, 250, 3000, 4000})
+                    for (i64 blockSize : {1, 64, 1000, 3000})
+                    {
+                        SCOPED_TRACE(testing::Message()
+                                     << bits << " bits, " << length << " samples, channel " << channel
+                                     << ", intervals of " << perInterval << ", blocks of " << blockSize);
+                        std::vector<i8> const expected =
+                            ReferenceOverview(input[static_cast<std::size_t>(channel)], bits, perInterval);
+                        ASSERT_EQ(static_cast<i64>(expected.size()), 2 * ((length + perInterval - 1) / perInterval));
+                        std::vector<char> overview(expected.size() + 8, 0x55);
+                        FF_AudioProcessDecimateWaveform stage(static_cast<i32>(perInterval), overview.data(), channel);
+                        RunResult r = RunStage(stage, input, 44100, bits, blockSize);
+                        EXPECT_EQ(r.out, input); // the stream passes unchanged, every channel
+                        EXPECT_TRUE(stage.IsComplete());
+                        EXPECT_EQ(stage.GetUnitsProcessed(), length);
+                        EXPECT_EQ(stage.GetUnitsToProcess(), length);
+                        for (std::size_t k = 0; k < expected.size(); ++k)
+                            ASSERT_EQ(static_cast<i8>(overview[k]), expected[k]) << "byte " << k;
+                        for (std::size_t k = expected.size(); k < overview.size(); ++k)
+                            ASSERT_EQ(overview[k], 0x55) << "written past the last pair at " << k;
+                    }
+        }
 }
 
 TEST(FF_AudioProcessDecimateWaveform, DepthsOtherThan8_16_24AreAssertions)

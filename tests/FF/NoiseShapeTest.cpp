@@ -18,53 +18,42 @@ TEST(NoiseShape, StepAndLimitsFollowTheDepths)
     }
 }
 
-TEST(NoiseShape, FirstStepOf16To8AtX128RoundsUpAndKeepsTheError)
+// 16 to 8 bits, sample after sample from a fresh quantiser: each output and
+// the error it leaves, which the next sample sees through the recursion
+// s(n) = e(n-1) - 0.2709 s(n-1).
+TEST(NoiseShape, SequencesOfOutputsAndErrors)
 {
-    NoiseShape q(16, 8);
-    EXPECT_EQ(q(128), 1);
-    EXPECT_EQ(q.GetError(), 128.0);
-}
-
-TEST(NoiseShape, ErrorFeedsBackThroughTheOnePoleRecursion)
-{
-    // s(n) = e(n-1) - 0.2709 s(n-1); second call: s = 128, v = 0 - 128.
-    NoiseShape q(16, 8);
-    q(128);
-    // -128 / 256 + 0.5 = 0 -> 0, error 0 - (-128) = 128.
-    EXPECT_EQ(q(0), 0);
-    EXPECT_EQ(q.GetError(), 128.0);
-    // Third call: s = 128 - 0.2709 * 128 = 93.3248, v = -93.3248,
-    // -0.3645... + 0.5 truncates to 0; error 93.3248.
-    EXPECT_EQ(q(0), 0);
-    EXPECT_DOUBLE_EQ(q.GetError(), 128.0 + -0.2709 * 128.0);
-}
-
-TEST(NoiseShape, TruncatesTowardZeroNotDown)
-{
-    // v / step + 0.5 = -0.75 + 0.5 = -0.25 truncates to 0, where rounding
-    // down would give -1.
-    NoiseShape q(16, 8);
-    EXPECT_EQ(q(-192), 0);
-    EXPECT_EQ(q.GetError(), 192.0);
-}
-
-TEST(NoiseShape, FullScaleClipsAndTheClippingErrorEntersTheFeedback)
-{
-    NoiseShape q(16, 8);
-    // 32767 / 256 + 0.5 = 128.49... -> 128, clipped to 127.
-    EXPECT_EQ(q(32767), 127);
-    EXPECT_EQ(q.GetError(), 127.0 * 256.0 - 32767.0);
-    // The error of -255 is fed back: v = 32767 + 255, clipped again.
-    EXPECT_EQ(q(32767), 127);
-    EXPECT_EQ(q.GetError(), 127.0 * 256.0 - (32767.0 + 255.0));
-}
-
-TEST(NoiseShape, NegativeFullScaleTruncatesTowardZero)
-{
-    // -32768 / 256 + 0.5 = -127.5 -> -127: the half step of offset is not
-    // compensated, and the error makes the next sample reach -128.
-    NoiseShape q(16, 8);
-    EXPECT_EQ(q(-32768), -127);
-    EXPECT_EQ(q.GetError(), 256.0);
-    EXPECT_EQ(q(-32768), -128);
+    struct Step
+    {
+        i32 x, out;
+        f64 error;
+    };
+    struct Case
+    {
+        char const* what;
+        std::vector<Step> steps;
+    } const cases[] = {
+        // 128 / 256 + 0.5 rounds up; then s = 128 and v = -128 gives 0 with
+        // the same error; then s = 128 - 0.2709 * 128.
+        {"the error feeds back", {{128, 1, 128.0}, {0, 0, 128.0}, {0, 0, 128.0 + -0.2709 * 128.0}}},
+        // -0.75 + 0.5 = -0.25 truncates to 0, where rounding down gives -1.
+        {"truncates toward zero, not down", {{-192, 0, 192.0}}},
+        // 128.49... gives 128, clipped to 127; the error of -255 is fed back
+        // and the sample clips again.
+        {"full scale clips and the clipping error feeds back",
+         {{32767, 127, 127.0 * 256.0 - 32767.0}, {32767, 127, 127.0 * 256.0 - (32767.0 + 255.0)}}},
+        // -127.5 gives -127: the half step of offset is not compensated, and
+        // the error makes the next sample reach -128.
+        {"negative full scale", {{-32768, -127, 256.0}, {-32768, -128, 256.0}}},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(c.what);
+        NoiseShape q(16, 8);
+        for (std::size_t n = 0; n < c.steps.size(); ++n)
+        {
+            EXPECT_EQ(q(c.steps[n].x), c.steps[n].out) << "sample " << n;
+            EXPECT_EQ(q.GetError(), c.steps[n].error) << "sample " << n;
+        }
+    }
 }

@@ -1,6 +1,7 @@
 // The main loop and xdotool for GUI tests on an X server of their own
-// (xvfb-run): run the loop until something holds, and send key presses and
-// clicks from another process, which X delivers as a user's.
+// (xvfb-run): run the loop until something holds, send key presses and
+// clicks from another process, which X delivers as a user's, and read a
+// menu back as text.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -61,5 +62,33 @@ inline void Xdotool(std::string const& arguments)
         << (error ? error->message : "");
     for (gchar* a : argv)
         g_free(a);
+}
+
+// The items of a menu shell as "text" with "(off)" and "(on)" marks and
+// "> [...]" for a sub menu.
+inline std::string DrawMenu(GtkWidget* shell)
+{
+    std::string text;
+    GList* const children = gtk_container_get_children(GTK_CONTAINER(shell));
+    for (GList* c = children; c; c = c->next)
+    {
+        auto* const item = static_cast<GtkWidget*>(c->data);
+        if (!text.empty())
+            text += ", ";
+        if (GTK_IS_SEPARATOR_MENU_ITEM(item))
+        {
+            text += "-";
+            continue;
+        }
+        text += gtk_menu_item_get_label(GTK_MENU_ITEM(item));
+        if (!gtk_widget_get_sensitive(item))
+            text += " (off)";
+        if (GTK_IS_CHECK_MENU_ITEM(item) && gtk_check_menu_item_get_active(GTK_CHECK_MENU_ITEM(item)))
+            text += " (on)";
+        if (GtkWidget* const sub = gtk_menu_item_get_submenu(GTK_MENU_ITEM(item)))
+            text += " > [" + DrawMenu(sub) + "]";
+    }
+    g_list_free(children);
+    return text;
 }
 } // namespace vfltest

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <initializer_list>
+#include <regex>
 #include <string>
 
 namespace vfltest
@@ -34,6 +35,33 @@ protected:
     // The samples of a file as sox decodes them: signed, little-endian.
     static std::string Raw(std::string const& file) { return Out("sox " + file + " -t raw -e signed -L -"); }
     std::string F(std::string const& name) const { return mDir.File(name); }
+    static std::string Contents(std::string const& path)
+    {
+        auto const b = ReadWholeFile(path);
+        return std::string(b.begin(), b.end());
+    }
+    // The text without its closing newlines and spaces: soxi's answers.
+    static std::string Trim(std::string s)
+    {
+        while (!s.empty() && (s.back() == '\n' || s.back() == ' '))
+            s.pop_back();
+        return s;
+    }
+    // The value of a numeric or string field of a one-line JSON object.
+    static std::string JsonField(std::string const& json, std::string const& key)
+    {
+        std::smatch m;
+        std::regex const re("\"" + key + "\":(\"([^\"]*)\"|(-?[0-9.]+))");
+        if (!std::regex_search(json, m, re))
+            return "";
+        return m[2].matched ? m[2].str() : m[3].str();
+    }
+    // Runs `make`, a shell command whose OUT stands for the file, to make `path`.
+    static void Make(std::string const& make, std::string const& path)
+    {
+        std::string const command = std::regex_replace(make, std::regex("OUT"), path);
+        ASSERT_EQ(RunCommand(command + " 2>&1"), 0) << command;
+    }
 
     TempDir mDir;
 };

@@ -1,5 +1,6 @@
 // vfl crashlog: an exception log read by another process.
 #include "support/TestSupport.h"
+#include "support/ToolTest.h"
 
 #include <gtest/gtest.h>
 
@@ -29,27 +30,28 @@ std::vector<std::uint8_t> Count(std::uint32_t count)
             static_cast<std::uint8_t>(count >> 16), static_cast<std::uint8_t>(count >> 24)};
 }
 
-TEST(VflCrashlog, NamesTheFunctionsOfALogWrittenByAnotherProcess)
+class VflCrashlog : public vfltest::ToolTest
+{
+};
+
+TEST_F(VflCrashlog, NamesTheFunctionsOfALogWrittenByAnotherProcess)
 {
     Sys_Init::Init();
-    vfltest::TempDir dir;
-    Sys_UtilsPosix::SetStateRoot(dir.File("state"));
+    Sys_UtilsPosix::SetStateRoot(F("state"));
     auto e = Cmn_TypedException<Cmn_NullExceptionData>::New(XC_SYS_SE_IntegerDivideByZero, Cmn_NullExceptionData(),
                                                             VflCrashlogTestCapture());
     Sys_FileLoc const loc = Sys_UtilsPosix::GetNewExceptionLogFileLoc();
     Sys_UtilsPosix::WriteExceptionLogFile(loc, &e);
     Sys_UtilsPosix::SetStateRoot("");
 
-    std::string out;
-    ASSERT_EQ(vfltest::RunCommand(vfltest::ToolPath() + " crashlog '" + loc.GetFullPath() + "'", &out), 0);
+    std::string const out = Out(Vfl("crashlog '" + loc.GetFullPath() + "'"));
     EXPECT_TRUE(std::regex_search(out, std::regex("^Description:\r\nInteger error occurred \\(divide by zero\\)\n\r\n"
                                                   "Stack: \r\n0x[0-9a-f]+:\t VflCrashlogTestCapture \\+ 0x")))
         << out;
 }
 
-TEST(VflCrashlog, WhatIsNoLogIsReportedNotShown)
+TEST_F(VflCrashlog, WhatIsNoLogIsReportedNotShown)
 {
-    vfltest::TempDir dir;
     std::vector<std::uint8_t> tooMany = Count(100000);
     tooMany.resize(tooMany.size() + 800000);
     std::vector<std::uint8_t> cut = Count(3);
@@ -71,21 +73,14 @@ TEST(VflCrashlog, WhatIsNoLogIsReportedNotShown)
     for (Case const& c : cases)
     {
         SCOPED_TRACE(c.name);
-        std::string const path = dir.File("Log-1.vlx");
+        std::string const path = F("Log-1.vlx");
         std::remove(path.c_str());
         if (c.bytes)
             vfltest::WriteWholeFile(path, *c.bytes);
-        std::string err;
-        EXPECT_EQ(vfltest::RunCommand(vfltest::ToolPath() + " crashlog " + path + " 2>&1 >/dev/null", &err), c.status);
-        if (c.status != 0)
-        {
-            EXPECT_EQ(err.rfind("vfl: crashlog: " + path + ": ", 0), 0u) << err;
-            EXPECT_NE(err.find(c.says), std::string::npos) << err;
-        }
-        else
-        {
-            EXPECT_EQ(err, "");
-        }
+        std::string const err = Out(Vfl("crashlog " + path + " 2>&1 >/dev/null"), c.status);
+        EXPECT_EQ(err.rfind(*c.says ? "vfl: crashlog: " + path + ": " : "", 0), 0u) << err;
+        EXPECT_NE(err.find(c.says), std::string::npos) << err;
+        EXPECT_EQ(err.empty(), c.status == 0) << err;
     }
 }
 

@@ -70,9 +70,11 @@ TEST_F(VflDataSafety, AnInterruptedOrFailedConversionLeavesTheOldOutputAsItWas)
         char const* name;
         std::string signal; // none: the write fails instead
         std::string status;
+        char const* output = "keep.wav";
     } const cases[] = {
         // Each signal once vfl has begun writing; its exit status is 128 + the signal.
         {"SIGINT", "INT", "130"},
+        {"SIGINT to an MP3 encoding", "INT", "130", "keep.mp3"},
         {"SIGTERM", "TERM", "143"},
         {"SIGHUP", "HUP", "129"},
         // A write that fails: the file-size limit is reached, while the
@@ -83,8 +85,8 @@ TEST_F(VflDataSafety, AnInterruptedOrFailedConversionLeavesTheOldOutputAsItWas)
     for (auto const& c : cases)
     {
         SCOPED_TRACE(c.name);
-        vfltest::WriteWholeFile(F("keep.wav"), old);
-        std::string const convert = Vfl("convert " + F("long.wav") + " --rate 48000 -o " + F("keep.wav"));
+        vfltest::WriteWholeFile(F(c.output), old);
+        std::string const convert = Vfl("convert " + F("long.wav") + " --rate 48000 -o " + F(c.output));
         std::string status;
         if (c.signal.empty())
             status = Out("sh -c 'ulimit -f " + std::string(c.name == std::string("file-size limit") ? "2000" : "1") +
@@ -94,7 +96,7 @@ TEST_F(VflDataSafety, AnInterruptedOrFailedConversionLeavesTheOldOutputAsItWas)
                 Out("sh -c '" + convert + " 2>/dev/null & p=$!; until ls -a " + mDir.Path().string() +
                     " | grep -q \"^\\.keep\\.vfl\"; do sleep 0.01; done; kill -" + c.signal + " $p; wait $p; echo $?'");
         EXPECT_EQ(status, c.status + "\n");
-        EXPECT_TRUE(vfltest::ReadWholeFile(F("keep.wav")) == old);
+        EXPECT_TRUE(vfltest::ReadWholeFile(F(c.output)) == old);
         EXPECT_EQ(Leftovers(), 0);
     }
     // Through to the end, the old file is replaced.

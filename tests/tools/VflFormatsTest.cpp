@@ -1,6 +1,7 @@
 // What vfl does alike for WAVE, AIFF and AIFF-C, one table of formats: new
-// files put their first audio byte on a sector boundary, and adoption and
-// regions on foreign files leave every sample as it was.
+// files put their first audio byte on a sector boundary, and foreign files
+// are adopted once and take regions (that their samples stay as they were
+// is VflForeignChunks's).
 #include "support/TestSupport.h"
 #include "support/ToolTest.h"
 
@@ -60,7 +61,7 @@ TEST_F(VflFormats, NewFilesPutTheFirstAudioByteOnASectorBoundary)
     }
 }
 
-TEST_F(VflFormats, AdoptionAndRegionsOnForeignFilesLeaveTheSamplesAlone)
+TEST_F(VflFormats, ForeignFilesAreAdoptedOnceAndTakeRegions)
 {
     struct Case
     {
@@ -74,15 +75,11 @@ TEST_F(VflFormats, AdoptionAndRegionsOnForeignFilesLeaveTheSamplesAlone)
         std::string const path = mDir.File(std::string("foreign-") + c.soxType + c.extension);
         // 8000 frames of two sines, made by another program.
         Out(std::string("sox -n -r 8000 -c 2 -b 16 -t ") + c.soxType + " " + path + " synth 1 sine 440 sine 550");
-        std::string const samples = "sox " + path + " -t raw -e signed -L -";
-        std::string const before = Out(samples);
         EXPECT_EQ(Out(Vfl("info --json " + path)).find("\"umid\""), std::string::npos);
         auto const sizeBefore = vfltest::ReadWholeFile(path).size();
 
         EXPECT_NE(Out(Vfl("adopt " + path)).find("adopted"), std::string::npos);
         EXPECT_GT(vfltest::ReadWholeFile(path).size(), sizeBefore); // the identity stands behind the audio
-        EXPECT_TRUE(Out(samples) == before) << "adoption changed samples";
-        EXPECT_TRUE(Out(Vfl("cat " + path)) == before);
         std::string const json = Out(Vfl("info --json " + path));
         std::smatch umid;
         ASSERT_TRUE(std::regex_search(json, umid, std::regex("\"umid\":\"([A-Za-z0-9#!]{14})\""))) << json;
@@ -104,7 +101,6 @@ TEST_F(VflFormats, AdoptionAndRegionsOnForeignFilesLeaveTheSamplesAlone)
         EXPECT_NE(RunCommand(Vfl("regions " + path + " --add " + std::string(32, 'n') + " 0 10 2>/dev/null")), 0);
         EXPECT_NE(RunCommand(Vfl("regions " + path + " --remove nothing 2>/dev/null")), 0);
 
-        EXPECT_TRUE(Out(samples) == before) << "regions changed samples";
         std::string const walk = Out("sndfile-info " + path);
         EXPECT_EQ(walk.find("rror"), std::string::npos) << walk;
         EXPECT_NE(walk.find("regn : 92"), std::string::npos) << walk;

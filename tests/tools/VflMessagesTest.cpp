@@ -129,6 +129,9 @@ TEST_F(VflMessages, HelpAgreesWithWhatIsAccepted)
         }
         EXPECT_GE(options, 1); // --help at least
     }
+    std::string version;
+    EXPECT_EQ(RunCommand(vfltest::ToolPath() + " --version", &version), 0);
+    EXPECT_EQ(version.rfind("vfl ", 0), 0u) << version;
 }
 
 TEST_F(VflMessages, TheReadmeNamesEveryOptionAndExitStatus)
@@ -136,6 +139,8 @@ TEST_F(VflMessages, TheReadmeNamesEveryOptionAndExitStatus)
     auto const bytes = vfltest::ReadWholeFile(VFL_SOURCE_DIR "/README.md");
     std::string const readme(bytes.begin(), bytes.end());
     ASSERT_FALSE(readme.empty());
+    std::string overview;
+    EXPECT_EQ(RunCommand(vfltest::ToolPath() + " --help", &overview), 0);
     for (char const* command : {"info", "cat", "convert", "overview", "new", "regions", "adopt", "print", "volumes",
                                 "umid", "compact", "unique", "find", "keys", "crashlog"})
     {
@@ -143,6 +148,7 @@ TEST_F(VflMessages, TheReadmeNamesEveryOptionAndExitStatus)
         std::string help;
         EXPECT_EQ(RunCommand(vfltest::ToolPath() + " " + command + " --help", &help), 0);
         EXPECT_NE(readme.find(std::string("`vfl ") + command), std::string::npos);
+        EXPECT_NE(overview.find(std::string("  ") + command + " "), std::string::npos) << overview;
         std::regex const row("\n +(-[a-zA-Z], )?--([a-z-]+)");
         for (std::sregex_iterator it(help.begin(), help.end(), row), end; it != end; ++it)
             if ((*it)[2].str() != "help")

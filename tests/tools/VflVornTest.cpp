@@ -22,11 +22,6 @@ protected:
         if (auto const missing = Missing({"sox"}); !missing.empty())
             GTEST_SKIP() << missing << " is needed";
     }
-    std::string Bytes(std::string const& path) const
-    {
-        auto const b = vfltest::ReadWholeFile(path);
-        return std::string(b.begin(), b.end());
-    }
 };
 
 TEST_F(VflVorn, NewAndConvertWriteTheAudioBigEndianAndReadItBack)
@@ -45,7 +40,7 @@ TEST_F(VflVorn, NewAndConvertWriteTheAudioBigEndianAndReadItBack)
         Out("sox -r 22050 -n " + format + " -t raw " + raw + " synth 501s whitenoise");
         Out("sox " + format + " -t raw " + raw + " " + wav);
         std::string const bigEndian = Out("sox " + wav + " -t raw -e signed -B -");
-        std::string const littleEndian = Bytes(raw);
+        std::string const littleEndian = Contents(raw);
         std::size_t const frames = littleEndian.size() / (c.bits / 8 * c.channels);
         ASSERT_GT(frames, 100u);
 
@@ -56,7 +51,7 @@ TEST_F(VflVorn, NewAndConvertWriteTheAudioBigEndianAndReadItBack)
         for (auto const& vorn : {made, converted})
         {
             SCOPED_TRACE(vorn);
-            EXPECT_TRUE(Bytes(vorn) == bigEndian) << "data fork differs from sox's big-endian samples";
+            EXPECT_TRUE(Contents(vorn) == bigEndian) << "data fork differs from sox's big-endian samples";
             EXPECT_TRUE(fs::is_regular_file(fs::path(vorn).parent_path() / "Resource.FRK" / fs::path(vorn).filename()));
             EXPECT_EQ(Out(Vfl("info -t -b -c -s " + vorn)), "vorn\n" + std::to_string(c.bits) + "\n" +
                                                                 std::to_string(c.channels) + "\n" +

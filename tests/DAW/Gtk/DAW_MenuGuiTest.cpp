@@ -40,38 +40,12 @@ private:
     bool mEnabled, mChecked;
 };
 
+using vfltest::DrawMenu;
 using vfltest::HaveXdotool;
 using vfltest::Iterate;
 using vfltest::WaitFor;
 using vfltest::Xdotool;
 
-// The items of a menu shell as "text" with "(off)" and "(on)" marks and
-// "> [...]" for a sub menu.
-std::string Draw(GtkWidget* shell)
-{
-    std::string text;
-    GList* const children = gtk_container_get_children(GTK_CONTAINER(shell));
-    for (GList* c = children; c; c = c->next)
-    {
-        auto* const item = static_cast<GtkWidget*>(c->data);
-        if (!text.empty())
-            text += ", ";
-        if (GTK_IS_SEPARATOR_MENU_ITEM(item))
-        {
-            text += "-";
-            continue;
-        }
-        text += gtk_menu_item_get_label(GTK_MENU_ITEM(item));
-        if (!gtk_widget_get_sensitive(item))
-            text += " (off)";
-        if (GTK_IS_CHECK_MENU_ITEM(item) && gtk_check_menu_item_get_active(GTK_CHECK_MENU_ITEM(item)))
-            text += " (on)";
-        if (GtkWidget* const sub = gtk_menu_item_get_submenu(GTK_MENU_ITEM(item)))
-            text += " > [" + Draw(sub) + "]";
-    }
-    g_list_free(children);
-    return text;
-}
 } // namespace
 
 TEST(DAW_MenuGui, MnemonicOpensTheBarAndASubMenuEntryRunsOnce)
@@ -96,8 +70,8 @@ TEST(DAW_MenuGui, MnemonicOpensTheBarAndASubMenuEntryRunsOnce)
     Cmn_RefCountConstPtr<DAW_MenuData> const data = DAW_MenuDataGtk::CreateDAW_Menu(root);
     GtkWidget* const bar = static_cast<DAW_MenuDataGtk const&>(*data).GetMenuHandle();
     ASSERT_TRUE(GTK_IS_MENU_BAR(bar));
-    EXPECT_EQ(Draw(bar), "_File > [_Open..., -, _Loop (off) (on), _Recent > [/home/me/my__takes/_Take__1.wav, "
-                         "/home/me/my__takes/Take__2.wav]], _Help");
+    EXPECT_EQ(DrawMenu(bar), "_File > [_Open..., -, _Loop (off) (on), _Recent > [/home/me/my__takes/_Take__1.wav, "
+                             "/home/me/my__takes/Take__2.wav]], _Help");
 
     GtkWidget* const window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
     gtk_window_set_default_size(GTK_WINDOW(window), 320, 200);
@@ -144,7 +118,7 @@ TEST(DAW_MenuGui, MnemonicOpensTheBarAndASubMenuEntryRunsOnce)
     recent->AppendEntry(new Item("/tmp/new_take.wav", false, false));
     gtk_menu_shell_append(GTK_MENU_SHELL(bar), gtk_menu_item_new_with_label("by hand"));
     DAW_MenuMgrGtk::UpdateMenu(bar);
-    EXPECT_EQ(Draw(bar), "_File > [_Open..., -, _Loop (off) (on), _Recent > [/tmp/new__take.wav (off)]], _Help");
+    EXPECT_EQ(DrawMenu(bar), "_File > [_Open..., -, _Loop (off) (on), _Recent > [/tmp/new__take.wav (off)]], _Help");
     gtk_widget_destroy(window);
 }
 

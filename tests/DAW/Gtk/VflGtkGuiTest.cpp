@@ -10,6 +10,7 @@
 #include "Sys/Sys_RecentItems.h"
 #include "support/GtkScreenshot.h"
 #include "support/GtkTestLoop.h"
+#include "support/WaveBuilder.h"
 #include "tools/vfl-gtk/Gtk/Browser.h"
 #include "tools/vfl/ToolSupport.h"
 
@@ -67,28 +68,22 @@ std::string Xid(GtkWidget* window)
 // A 16-bit WAVE file of a sine per channel.
 void WriteWave(std::string const& path, int channels, int rate, int frames)
 {
-    std::vector<std::int16_t> samples;
+    std::vector<std::uint8_t> audio;
     for (int i = 0; i < frames; ++i)
         for (int c = 0; c < channels; ++c)
-            samples.push_back(static_cast<std::int16_t>(
-                std::lround(9000.0 * i / frames * std::sin(2 * M_PI * (220.0 * (c + 1)) * i / rate))));
-    std::uint32_t const data = static_cast<std::uint32_t>(samples.size() * 2);
-    std::ofstream out(path, std::ios::binary);
-    auto u32 = [&](std::uint32_t v) { out.write(reinterpret_cast<char const*>(&v), 4); };
-    auto u16 = [&](std::uint16_t v) { out.write(reinterpret_cast<char const*>(&v), 2); };
-    out.write("RIFF", 4);
-    u32(36 + data);
-    out.write("WAVEfmt ", 8);
-    u32(16);
-    u16(1);
-    u16(static_cast<std::uint16_t>(channels));
-    u32(static_cast<std::uint32_t>(rate));
-    u32(static_cast<std::uint32_t>(rate * channels * 2));
-    u16(static_cast<std::uint16_t>(channels * 2));
-    u16(16);
-    out.write("data", 4);
-    u32(data);
-    out.write(reinterpret_cast<char const*>(samples.data()), data);
+        {
+            auto const s = static_cast<std::uint16_t>(
+                std::lround(9000.0 * i / frames * std::sin(2 * M_PI * (220.0 * (c + 1)) * i / rate)));
+            audio.insert(audio.end(), {static_cast<std::uint8_t>(s), static_cast<std::uint8_t>(s >> 8)});
+        }
+    std::vector<std::uint8_t> const bytes =
+        WaveBuilder()
+            .RiffHeader()
+            .Fmt(static_cast<std::uint16_t>(channels), static_cast<std::uint32_t>(rate), 16)
+            .Data(audio)
+            .FixRiffSize()
+            .Bytes();
+    std::ofstream(path, std::ios::binary).write(reinterpret_cast<char const*>(bytes.data()), bytes.size());
 }
 
 void WriteList(std::string const& path, std::vector<std::string> const& entries)
@@ -96,22 +91,6 @@ void WriteList(std::string const& path, std::vector<std::string> const& entries)
     std::ofstream out(path, std::ios::binary);
     for (std::string const& e : entries)
         out.write(e.c_str(), static_cast<std::streamsize>(e.size() + 1));
-}
-
-// The items of a menu shell as their texts, a sub menu's in brackets.
-std::string Draw(GtkWidget* shell)
-{
-    std::string text;
-    GList* const children = gtk_container_get_children(GTK_CONTAINER(shell));
-    for (GList* c = children; c; c = c->next)
-    {
-        auto* const item = static_cast<GtkWidget*>(c->data);
-        text += (text.empty() ? "" : ", ") + std::string(gtk_menu_item_get_label(GTK_MENU_ITEM(item)));
-        if (GtkWidget* const sub = gtk_menu_item_get_submenu(GTK_MENU_ITEM(item)))
-            text += " [" + Draw(sub) + "]";
-    }
-    g_list_free(children);
-    return text;
 }
 
 // Pixel for pixel; pictures of other sizes are unequal.
@@ -257,7 +236,7 @@ TEST(VflGtkGui, FileOpenAndItsKeyShowTheFilesInformationAndOverview)
          [&]
          {
              GtkWidget* const bar = Sys_CustomFileDialogGtk::GetRunning()->GetMenuBar();
-             recentMenu = Draw(bar);
+             recentMenu = vfltest::DrawMenu(bar);
              vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_OpenDialogRecentFiles");
              gtk_menu_shell_deactivate(GTK_MENU_SHELL(bar));
          },
@@ -287,7 +266,7 @@ TEST(VflGtkGui, FileOpenAndItsKeyShowTheFilesInformationAndOverview)
     // File > Open... by the menu's mnemonics.
     Xdotool("windowfocus --sync " + Xid(window) + " key alt+f key o");
     ASSERT_TRUE(WaitFor([&] { return browser.GetPath() == tone && browser.GetOverview(); })) << browser.GetStatusText();
-    EXPECT_EQ(recentMenu, "_Folders [" + dir + "], Fi_les [" + older + "]");
+    EXPECT_EQ(recentMenu, "_Folders > [" + dir + "], Fi_les > [" + older + "]");
     // What vfl info says, and vfl overview's picture, pixel for pixel.
     EXPECT_EQ(browser.GetInformationText(), Shell(std::string(VFL_TOOL_PATH) + " info " + tone));
     Shell(std::string(VFL_TOOL_PATH) + " overview " + tone + " --width 960 --png " + dir + "tone.png -q");
