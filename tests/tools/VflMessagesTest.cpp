@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <regex>
 #include <sstream>
+#include <string>
+#include <vector>
 
 using vfltest::RunCommand;
 
@@ -104,8 +106,15 @@ TEST_F(VflMessages, ExitStatusAndOneLineThatSaysWhatIsWrong)
 
 TEST_F(VflMessages, HelpAgreesWithWhatIsAccepted)
 {
-    for (char const* command :
-         {"info", "cat", "convert", "overview", "new", "regions", "adopt", "print", "volumes", "umid", "crashlog"})
+    // Every command the tool lists.
+    std::string usage;
+    ASSERT_EQ(RunCommand(vfltest::ToolPath() + " --help", &usage), 0);
+    std::vector<std::string> commands;
+    std::regex const listed("\n  ([a-z]+) ");
+    for (std::sregex_iterator it(usage.begin(), usage.end(), listed), end; it != end; ++it)
+        commands.push_back((*it)[1].str());
+    EXPECT_GE(commands.size(), 16u) << usage;
+    for (std::string const& command : commands)
     {
         SCOPED_TRACE(command);
         std::string viaOption, viaHelp;

@@ -180,13 +180,41 @@ void OptionParser::Parse(int argc, char** argv)
                                                       mOperands[static_cast<std::size_t>(mSpec.maxOperands)] + "'");
 }
 
+namespace
+{
+// Appends words after lead, breaking the line before a word that would
+// pass column 80 and going on at indent: a help fits a terminal however
+// its text was broken into lines.
+void AppendWrapped(std::string& text, std::string lead, std::string const& words, std::string const& indent)
+{
+    constexpr std::size_t kColumns = 80;
+    std::istringstream in(words);
+    std::string line = std::move(lead);
+    bool empty = true;
+    for (std::string word; in >> word;)
+    {
+        if (!empty && line.size() + 1 + word.size() > kColumns)
+        {
+            text += line + "\n";
+            line = indent;
+            empty = true;
+        }
+        line += (empty ? "" : " ") + word;
+        empty = false;
+    }
+    text += line + "\n";
+}
+} // namespace
+
 std::string OptionParser::Help() const
 {
     std::string text;
     std::istringstream synopsis(mSpec.synopsis);
     bool first = true;
+    std::string const command = std::string("vfl ") + mSpec.name;
     for (std::string line; std::getline(synopsis, line); first = false)
-        text += std::string(first ? "Usage: " : "       ") + "vfl " + mSpec.name + " " + line + "\n";
+        AppendWrapped(text, std::string(first ? "Usage: " : "       ") + command + " ", line,
+                      std::string(8 + command.size(), ' '));
     text += "\n" + std::string(mSpec.description) + "\n\nOptions:\n";
 
     std::vector<std::pair<std::string, std::string>> rows;
@@ -211,9 +239,7 @@ std::string OptionParser::Help() const
             lead = indent;
         }
         lead.resize(indent.size(), ' ');
-        std::istringstream lines(help);
-        for (std::string h; std::getline(lines, h); lead = indent)
-            text += lead + h + "\n";
+        AppendWrapped(text, lead, help, indent);
     }
     return text;
 }
