@@ -92,9 +92,28 @@ TEST_F(VflDataSafety, AnInterruptedOrFailedConversionLeavesTheOldOutputAsItWas)
             status = Out("sh -c 'ulimit -f " + std::string(c.name == std::string("file-size limit") ? "2000" : "1") +
                          "; trap \"\" XFSZ; " + convert + " 2>/dev/null; echo $?'");
         else
-            status =
-                Out("sh -c '" + convert + " 2>/dev/null & p=$!; until ls -a " + mDir.Path().string() +
-                    " | grep -q \"^\\.keep\\.vfl\"; do sleep 0.01; done; kill -" + c.signal + " $p; wait $p; echo $?'");
+        {
+            // A fast build may finish a minute of sound before the signal
+            // comes: that conversion is whole, and the case is tried again
+            // on ten minutes, which no machine converts in the time the
+            // signal takes.
+            for (char const* input : {"long.wav", "longer.wav"})
+            {
+                if (input == std::string("longer.wav"))
+                {
+                    vfltest::WriteWholeFile(F(c.output), old);
+                    Out("sox -n -r 44100 -c 2 -b 16 " + F(input) + " synth 600 sine 300");
+                }
+                std::string const run = Vfl("convert " + F(input) + " --rate 48000 -o " + F(c.output));
+                status = Out("sh -c '" + run + " 2>/dev/null & p=$!; until ls -a " + mDir.Path().string() +
+                             " | grep -q \"^\\.keep\\.vfl\"; do sleep 0.01; done; kill -" + c.signal +
+                             " $p; wait $p; echo $?'");
+                if (status != "0\n")
+                    break;
+                EXPECT_GT(std::filesystem::file_size(F(c.output)), old.size()) << "a finished conversion is whole";
+                EXPECT_EQ(Leftovers(), 0);
+            }
+        }
         EXPECT_EQ(status, c.status + "\n");
         EXPECT_TRUE(vfltest::ReadWholeFile(F(c.output)) == old);
         EXPECT_EQ(Leftovers(), 0);
