@@ -47,11 +47,6 @@ void FF_AudioProcessRunner::Kick()
 
 void FF_AudioProcessRunner::RunHere()
 {
-    RunWaitingBlocks();
-}
-
-void FF_AudioProcessRunner::RunWaitingBlocks()
-{
     FF_AudioProcess& stage = *mStage;
     FF_AudioProcess::BlockQueue& queue = stage.GetInputQueue();
     while (!queue.IsEmpty())
@@ -85,7 +80,7 @@ Sys_Task::EResult FF_AudioProcessRunner::ExecImpl()
     FF_AudioProcess::BlockQueue& queue = stage.GetInputQueue();
     for (;;)
     {
-        RunWaitingBlocks();
+        RunHere();
         if (!mStageEnded && WaitBriefly(queue))
             continue;
         // Both sides are sequentially consistent: either a block pushed

@@ -34,19 +34,17 @@ public:
     // Any thread: the stage has a block waiting. Queues the runner unless
     // it is queued or running already, or has ended.
     void Kick();
-    // The thread that feeds a stage that runs on the feeding thread: runs
-    // the stage's slices for the blocks waiting, here and now. Only ever
-    // called from that one thread, so never at the same time as itself.
+    // Runs the stage's slices for the blocks waiting, here and now; once the
+    // stage has completed, gives them back to the pool; then flushes the
+    // stage's hand-overs. A runner's turn is made of these; the thread that
+    // feeds a stage that runs on the feeding thread calls it itself, and is
+    // the only one that ever does.
     void RunHere();
 
 protected:
     EResult ExecImpl() override;
 
 private:
-    // One slice for each block waiting; once the stage has completed, the
-    // blocks go back to the pool. Then the hand-overs are flushed.
-    void RunWaitingBlocks();
-
     FF_AudioProcess::Handle mStage;
     bool mIsHead;
     Sys_Task::Handle mChain;
