@@ -4,8 +4,6 @@
 #include "FF/FF_AudioProcessRunner.h"
 #include "FF/FF_AudioProcessUtils.h"
 
-#include <chrono>
-#include <thread>
 #include <utility>
 
 namespace
@@ -18,8 +16,6 @@ constexpr int32 kFilterPassOnPriority = 1;
 // each block would spend more on waking than on the block.
 constexpr std::size_t kPassOnBatch = 8;
 constexpr int32 kReturnBatch = 8;
-// How long a producer whose blocks are all on their way stays awake.
-constexpr auto kStayAwake = std::chrono::microseconds(200);
 } // namespace
 
 FF_AudioProcess::FF_AudioProcess()
@@ -148,14 +144,12 @@ FF_AudioProcess::BlockPtr FF_AudioProcess::WaitForPoolBlock()
         // come back within microseconds while the chain runs: the thread
         // stays awake that long before it sleeps.
         FlushPassOn();
-        auto const until = std::chrono::steady_clock::now() + kStayAwake;
-        bool got = false;
-        while (!got && std::chrono::steady_clock::now() < until)
-        {
-            std::this_thread::yield();
-            got = Sys_SyncObject::WaitForMultipleObjects(mPoolWaitList, Sys_SyncObject::kWaitForAny, 0) ==
-                  Sys_SyncObject::kWaitSignalled;
-        }
+        bool const got = FF_StayAwakeUntil(
+            [&]
+            {
+                return Sys_SyncObject::WaitForMultipleObjects(mPoolWaitList, Sys_SyncObject::kWaitForAny, 0) ==
+                       Sys_SyncObject::kWaitSignalled;
+            });
         if (!got)
             Sys_SyncObject::WaitForMultipleObjects(mPoolWaitList, Sys_SyncObject::kWaitForAny,
                                                    Sys_SyncObject::kWaitForever);

@@ -1,25 +1,8 @@
 #include "FF/FF_AudioProcessReadAhead.h"
 
-#include <chrono>
+#include "FF/FF_AudioProcessUtils.h"
+
 #include <utility>
-
-namespace
-{
-// As long as a chain's runners stay awake, and for the same reason.
-constexpr auto kStayAwake = std::chrono::microseconds(200);
-
-template <class Ready> bool WaitBriefly(Ready ready)
-{
-    auto const until = std::chrono::steady_clock::now() + kStayAwake;
-    while (!ready())
-    {
-        if (std::chrono::steady_clock::now() >= until)
-            return false;
-        std::this_thread::yield();
-    }
-    return true;
-}
-} // namespace
 
 FF_AudioProcessReadAhead::~FF_AudioProcessReadAhead()
 {
@@ -53,7 +36,7 @@ void FF_AudioProcessReadAhead::Wait()
 {
     if (!mPending)
         return;
-    if (!WaitBriefly([this] { return mDone.load(); }))
+    if (!FF_StayAwakeUntil([this] { return mDone.load(); }))
     {
         std::unique_lock<std::mutex> lock(mLock);
         mChanged.wait(lock, [this] { return mDone.load(); });
@@ -79,7 +62,7 @@ void FF_AudioProcessReadAhead::Run()
     for (;;)
     {
         auto const called = [this] { return mHasWork.load() || mQuit.load(); };
-        if (!WaitBriefly(called))
+        if (!FF_StayAwakeUntil(called))
         {
             std::unique_lock<std::mutex> lock(mLock);
             mChanged.wait(lock, called);

@@ -2,32 +2,10 @@
 
 #include "FF/FF_AudioProcessUtils.h"
 
-#include <chrono>
-#include <thread>
-
 namespace
 {
 // Every thread runs the runners of one chain only, so they need no order.
 constexpr int32 kRunnerPriority = 0;
-// Waking a sleeping thread takes tens of microseconds, longer than a stage
-// takes for a few blocks, and the next blocks usually come within a few
-// hundred: a runner whose queue has run dry stays awake that long, giving
-// way to any other thread that wants its processor. Measured on overviews,
-// where the work per block is smallest: 20 us was worse than none, 200 us
-// best.
-constexpr auto kStayAwake = std::chrono::microseconds(200);
-
-bool WaitBriefly(FF_AudioProcess::BlockQueue const& queue)
-{
-    auto const until = std::chrono::steady_clock::now() + kStayAwake;
-    while (queue.IsEmpty())
-    {
-        if (std::chrono::steady_clock::now() >= until)
-            return false;
-        std::this_thread::yield();
-    }
-    return true;
-}
 } // namespace
 
 FF_AudioProcessRunner::FF_AudioProcessRunner(FF_AudioProcess::Handle const& stage, bool isHead,
@@ -81,7 +59,7 @@ Sys_Task::EResult FF_AudioProcessRunner::ExecImpl()
     for (;;)
     {
         RunHere();
-        if (!mStageEnded && WaitBriefly(queue))
+        if (!mStageEnded && FF_StayAwakeUntil([&] { return !queue.IsEmpty(); }))
             continue;
         // Both sides are sequentially consistent: either a block pushed
         // from here on finds the flag clear and queues the runner again, or

@@ -4,6 +4,9 @@
 #include "Cmn/Cmn_Types.h"
 #include "FF/FF_AudioProcess.h"
 
+#include <chrono>
+#include <thread>
+
 class FF_AudioProcessChain;
 class Sys_Task;
 
@@ -23,3 +26,23 @@ void FF_ScheduleOnThreadOf(FF_AudioProcess::EProcessType type, Sys_Task::Handle 
 
 // Queues a chain on the driver thread. The chain must have been allocated.
 void FF_ScheduleChain(Cmn_PolymorphicHandle<FF_AudioProcessChain, Sys_Task> const& chain);
+
+// Waking a sleeping thread takes tens of microseconds, longer than a stage
+// takes for a few blocks, and the next blocks usually come within a few
+// hundred: a thread of the engine whose work ran dry stays awake that long,
+// giving way to any other thread that wants its processor, before it
+// sleeps. Measured on overviews, where the work per block is smallest:
+// 20 us was worse than none, 200 us best. True as soon as ready() is, false
+// if the time ran out first.
+template <class Ready> bool FF_StayAwakeUntil(Ready ready)
+{
+    constexpr auto cStayAwake = std::chrono::microseconds(200);
+    auto const until = std::chrono::steady_clock::now() + cStayAwake;
+    while (!ready())
+    {
+        if (std::chrono::steady_clock::now() >= until)
+            return false;
+        std::this_thread::yield();
+    }
+    return true;
+}
