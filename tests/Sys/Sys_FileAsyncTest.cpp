@@ -36,13 +36,7 @@ using Engine = Sys_AsyncFileEnginePosix;
 constexpr int64 kBlock = 4096;
 constexpr int kDepth = 8;
 
-Bytes Pattern(size_t size)
-{
-    Bytes bytes(size);
-    for (size_t i = 0; i < size; ++i)
-        bytes[i] = static_cast<std::uint8_t>(i * 7 + i / 251);
-    return bytes;
-}
+using vfltest::Pattern;
 
 struct Completed
 {

@@ -13,7 +13,6 @@
 #include "Sys/Posix/Sys_FileLocIteratorPosix.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys_FileTestSupport.h"
-#include "support/TestSupport.h"
 
 namespace
 {
@@ -26,13 +25,13 @@ using Names = std::vector<std::string>;
 //   loop -> start          (a link to a folder: listed, never entered)
 //   sub0/ y.wav  deeper/ z.wav
 //   Sub1/ x.wav
-class SysFileLocIteratorTest : public vfltest::SysLayerTest
+class SysFileLocIteratorTest : public vfltest::SysFolderTest
 {
 protected:
     void SetUp() override
     {
-        SysLayerTest::SetUp();
-        mStart = fs::canonical(mDir.Path()).string() + "/start/";
+        SysFolderTest::SetUp();
+        mStart = Dir() + "start/";
         fs::create_directories(mStart + "sub0/deeper");
         fs::create_directories(mStart + "Sub1");
         for (char const* name :
@@ -62,7 +61,6 @@ protected:
         return Walk(it);
     }
 
-    vfltest::TempDir mDir;
     std::string mStart;
 };
 

@@ -11,19 +11,11 @@
 #include "Sys/Sys_Utils.h"
 #include "Sys/Sys_Volume.h"
 #include "Sys_FileTestSupport.h"
-#include "support/TestSupport.h"
 
 namespace
 {
 
-class SysFileLocTest : public vfltest::SysLayerTest
-{
-protected:
-    // The temporary folder's canonical path, with its trailing '/'.
-    std::string Dir() const { return std::filesystem::canonical(mDir.Path()).string() + "/"; }
-
-    vfltest::TempDir mDir;
-};
+using SysFileLocTest = vfltest::SysFolderTest;
 
 TEST_F(SysFileLocTest, CanonicalFormsOfPathsThatNeedNoDisk)
 {

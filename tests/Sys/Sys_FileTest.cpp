@@ -16,7 +16,6 @@
 #include "Sys/Posix/Sys_FilePosixCalls.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys_FileTestSupport.h"
-#include "support/TestSupport.h"
 
 namespace
 {
@@ -27,25 +26,12 @@ using Bytes = std::vector<std::uint8_t>;
 constexpr int64 kKiB = 1024;
 constexpr int64 kGiB = kKiB * kKiB * kKiB;
 
-Bytes Pattern(size_t size, unsigned seed = 7)
-{
-    Bytes bytes(size);
-    unsigned x = seed;
-    for (auto& b : bytes)
-    {
-        x = x * 1103515245u + 12345u;
-        b = static_cast<std::uint8_t>(x >> 16);
-    }
-    return bytes;
-}
+using vfltest::Pattern;
 
-class SysFileTest : public vfltest::SysLayerTest
+class SysFileTest : public vfltest::SysFolderTest
 {
 protected:
     std::string PathOf(std::string const& name) const { return mDir.File(name); }
-    Sys_FileLoc LocOf(std::string const& name) const { return Sys_FileLoc(PathOf(name)); }
-
-    vfltest::TempDir mDir;
 };
 
 // ---------------------------------------------------------------- open modes
@@ -131,7 +117,7 @@ TEST_F(SysFileTest, OpenModesFollowTheDispositionAndAccessBits)
 TEST_F(SysFileTest, OpeningTwiceThrowsAndLeavesTheFirstOpen)
 {
     vfltest::WriteWholeFile(PathOf("a.bin"), Pattern(100));
-    Sys_File file(LocOf("a.bin"));
+    Sys_File file(Loc("a.bin"));
     file.Open(Sys_File::kOpenRead | Sys_File::kOpenExisting);
     file.SetPosition(Sys_File::kFromStart, 40);
     EXPECT_TRUE(
@@ -153,7 +139,7 @@ TEST_F(SysFileTest, AFolderDoesNotOpenAsAFile)
 TEST_F(SysFileTest, StOpenClosesAtTheEndOfItsScopeUnlessReleased)
 {
     vfltest::WriteWholeFile(PathOf("a.bin"), Pattern(4));
-    Sys_File file(LocOf("a.bin"));
+    Sys_File file(Loc("a.bin"));
     {
         Sys_File::StOpen open(&file, 0x102);
         EXPECT_TRUE(file.IsOpen());
@@ -183,7 +169,7 @@ TEST_F(SysFileTest, SetPositionCountsFromStartCurrentAndEnd)
         {Sys_File::kFromEnd, 101, -1},
     };
     vfltest::WriteWholeFile(PathOf("p.bin"), Pattern(100));
-    Sys_File file(LocOf("p.bin"));
+    Sys_File file(Loc("p.bin"));
     file.Open(0x102);
     for (Case const& c : cases)
     {
@@ -203,7 +189,7 @@ TEST_F(SysFileTest, SetPositionCountsFromStartCurrentAndEnd)
 TEST_F(SysFileTest, ClosedFileHasPositionZeroAndRefusesTransfers)
 {
     vfltest::WriteWholeFile(PathOf("p.bin"), Pattern(100));
-    Sys_File file(LocOf("p.bin"));
+    Sys_File file(Loc("p.bin"));
     EXPECT_EQ(file.GetPosition(), 0);
     char buffer[4];
     EXPECT_EQ(SystemErrorOf([&] { file.Read(buffer, 4); }), EBADF);
@@ -215,7 +201,7 @@ TEST_F(SysFileTest, ReadReturnsWhatThereIsAndZeroAtTheEnd)
 {
     Bytes const data = Pattern(100);
     vfltest::WriteWholeFile(PathOf("r.bin"), data);
-    Sys_File file(LocOf("r.bin"));
+    Sys_File file(Loc("r.bin"));
     file.Open(0x102);
     char buffer[64];
     file.SetPosition(Sys_File::kFromStart, 70);
@@ -230,7 +216,7 @@ TEST_F(SysFileTest, ReadReturnsWhatThereIsAndZeroAtTheEnd)
 TEST_F(SysFileTest, TransferCountsAreCutToThirtyTwoBits)
 {
     vfltest::WriteWholeFile(PathOf("r.bin"), Pattern(100));
-    Sys_File file(LocOf("r.bin"));
+    Sys_File file(Loc("r.bin"));
     file.Open(0x103);
     char buffer[16] = {};
     EXPECT_EQ(file.Read(buffer, (int64{1} << 32) + 5), 5);
@@ -242,7 +228,7 @@ TEST_F(SysFileTest, TransferCountsAreCutToThirtyTwoBits)
 
 TEST_F(SysFileTest, PositionsBeyondTwoAndFourGiBReadBackExactly)
 {
-    Sys_File file(LocOf("sparse.bin"));
+    Sys_File file(Loc("sparse.bin"));
     file.Open(0x203);
     file.SetEOF(7 * kGiB);
     EXPECT_EQ(file.GetEOF(), 7 * kGiB);
@@ -267,7 +253,7 @@ TEST_F(SysFileTest, PositionsBeyondTwoAndFourGiBReadBackExactly)
 TEST_F(SysFileTest, SetEOFZeroFillsGrowthAndKeepsThePosition)
 {
     vfltest::WriteWholeFile(PathOf("e.bin"), Pattern(10));
-    Sys_File file(LocOf("e.bin"));
+    Sys_File file(Loc("e.bin"));
     file.Open(0x103);
     file.SetPosition(Sys_File::kFromStart, 4);
     file.SetEOF(100000);
@@ -285,7 +271,7 @@ TEST_F(SysFileTest, SetEOFZeroFillsGrowthAndKeepsThePosition)
 
 TEST_F(SysFileTest, WriteMovesTheHighWaterMarkUpOnly)
 {
-    Sys_File file(LocOf("w.bin"));
+    Sys_File file(Loc("w.bin"));
     file.Open(0x203);
     file.Write("abcdef", 6);
     EXPECT_EQ(file.QelGetHighWaterMark(), 6);
@@ -331,7 +317,7 @@ TEST_F(SysFileTest, MoveBlockMatchesACopyInBothDirections)
     {
         SCOPED_TRACE(testing::Message() << c.start << " " << c.size << " " << c.moveBy);
         vfltest::WriteWholeFile(PathOf("m.bin"), original);
-        Sys_File file(LocOf("m.bin"));
+        Sys_File file(Loc("m.bin"));
         file.Open(0x103);
         file.SetPosition(Sys_File::kFromStart, 123);
         file.MoveBlock(c.start, c.size, c.moveBy);
@@ -344,7 +330,7 @@ TEST_F(SysFileTest, MoveBlockMatchesACopyInBothDirections)
 TEST_F(SysFileTest, MoveBlockByZeroTouchesNothingAndBadRangesThrow)
 {
     vfltest::WriteWholeFile(PathOf("m.bin"), Pattern(100));
-    Sys_File file(LocOf("m.bin"));
+    Sys_File file(Loc("m.bin"));
     file.Open(0x103);
     file.SetPosition(Sys_File::kFromStart, 7);
     file.MoveBlock(-5, -5, 0);
@@ -362,7 +348,7 @@ TEST_F(SysFileTest, MoveBlockByZeroTouchesNothingAndBadRangesThrow)
 TEST_F(SysFileTest, AttributesAreTheSameClosedAndOpen)
 {
     vfltest::WriteWholeFile(PathOf("a.bin"), Pattern(1234));
-    Sys_File file(LocOf("a.bin"));
+    Sys_File file(Loc("a.bin"));
     Sys_FileAttr const closed = file.GetFileAttr();
     file.Open(0x102);
     Sys_FileAttr const open = file.GetFileAttr();
@@ -389,7 +375,7 @@ TEST(SysFileAttrTest, PrintShowsTheLowThirtyTwoBitsOfTheSize)
 TEST_F(SysFileTest, SetPermissionsTogglesReadOnly)
 {
     vfltest::WriteWholeFile(PathOf("a.bin"), Pattern(3));
-    Sys_File file(LocOf("a.bin"));
+    Sys_File file(Loc("a.bin"));
     file.SetPermissions(Sys_File::kPermissionReadOnly);
     EXPECT_TRUE(file.GetFileAttr().IsReadOnly());
     file.SetPermissions(0);
@@ -398,7 +384,7 @@ TEST_F(SysFileTest, SetPermissionsTogglesReadOnly)
 
 TEST_F(SysFileTest, OnlineFollowsTheFileWhileTheObjectStands)
 {
-    Sys_File file(LocOf("gone.bin"));
+    Sys_File file(Loc("gone.bin"));
     EXPECT_FALSE(file.IsOnline());
     EXPECT_EQ(SystemErrorOf([&] { file.GetFileAttr(); }), ENOENT);
     vfltest::WriteWholeFile(PathOf("gone.bin"), Pattern(3));
@@ -504,7 +490,7 @@ TEST_F(SysFileTest, ShortWritesAreCarriedOn)
     calls.Calls().pwrite = &ShortPwrite;
     Bytes const data = Pattern(1000);
     {
-        Sys_File file(LocOf("s.bin"));
+        Sys_File file(Loc("s.bin"));
         file.Open(0x201);
         EXPECT_EQ(file.Write(data.data(), 1000), 1000);
         EXPECT_EQ(file.GetPosition(), 1000);
@@ -532,7 +518,7 @@ TEST_F(SysFileTest, InjectedFailuresSurfaceWithTheirErrno)
         calls.Calls().pwrite = &FailingPwrite;
         calls.Calls().pread = &FailingPread;
         calls.Calls().ftruncate = &FailingFtruncate;
-        Sys_File file(LocOf("f.bin"));
+        Sys_File file(Loc("f.bin"));
         file.Open(0x203);
         EXPECT_EQ(SystemErrorOf([&] { file.Write(data.data(), 10000); }), c.err);
         EXPECT_EQ(file.GetPosition(), c.failAfter);

@@ -21,7 +21,6 @@
 #include "Sys/Sys_File.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys_FileTestSupport.h"
-#include "support/TestSupport.h"
 
 namespace
 {
@@ -136,14 +135,7 @@ private:
     int mOpened = 0;
 };
 
-Bytes Pattern(size_t size, unsigned seed)
-{
-    Bytes bytes(size);
-    std::mt19937 random(seed);
-    for (auto& b : bytes)
-        b = static_cast<std::uint8_t>(random());
-    return bytes;
-}
+using vfltest::Pattern;
 
 // Memory whose byte at index `at` lies on a sector boundary: where an
 // unbuffered transfer wants the middle of the caller's buffer.
@@ -169,7 +161,7 @@ private:
     std::uint8_t* mBytes = nullptr;
 };
 
-class SysFileUnbufferedTest : public vfltest::SysLayerTest
+class SysFileUnbufferedTest : public vfltest::SysFolderTest
 {
 protected:
     // An unbuffered file of these bytes, with 512-byte sectors.
@@ -184,8 +176,6 @@ protected:
     }
     static Sys_FilePosix& Posix(Sys_File& file) { return dynamic_cast<Sys_FilePosix&>(*file.GetImpl()); }
     Bytes OnDisk() const { return vfltest::ReadWholeFile(mDir.File("file.bin")); }
-
-    vfltest::TempDir mDir;
 };
 
 // ---------------------------------------------------------------- exact call logs

@@ -14,7 +14,6 @@
 #include "Sys/Sys_MacRoman.h"
 #include "Sys/Sys_ResourceManager.h"
 #include "Sys_FileTestSupport.h"
-#include "support/TestSupport.h"
 
 namespace
 {
@@ -100,45 +99,6 @@ TEST(SysMacNamesTest, IllegalCharactersAreMappedAndReported)
 
 // ---------------------------------------------------------------- Finder info
 
-Bytes FourCC(char const* s)
-{
-    return Bytes(s, s + 4);
-}
-
-// The 32 bytes of Finder info: type, creator, flags (big-endian), rest zero.
-Bytes FinderInfo(char const* type, char const* creator, u16 flags)
-{
-    Bytes b = FourCC(type);
-    Bytes const c = FourCC(creator);
-    b.insert(b.end(), c.begin(), c.end());
-    b.push_back(u8(flags >> 8));
-    b.push_back(u8(flags));
-    b.resize(32, 0);
-    return b;
-}
-
-// An AppleDouble image with a Finder info entry and, if given, a fork.
-Bytes AppleDouble(Bytes const& finderInfo, Bytes const& fork = {})
-{
-    Bytes b = {0x00, 0x05, 0x16, 0x07, 0x00, 0x02, 0x00, 0x00};
-    b.resize(24, 0);
-    u16 const count = fork.empty() ? 1 : 2;
-    b.push_back(0);
-    b.push_back(u8(count));
-    auto put32 = [&](u32 v)
-    {
-        for (int s = 24; s >= 0; s -= 8)
-            b.push_back(u8(v >> s));
-    };
-    u32 const infoAt = 26 + 12 * count;
-    put32(9), put32(infoAt), put32(32);
-    if (count == 2)
-        put32(2), put32(infoAt + 32), put32(u32(fork.size()));
-    b.insert(b.end(), finderInfo.begin(), finderInfo.end());
-    b.insert(b.end(), fork.begin(), fork.end());
-    return b;
-}
-
 // The stream record: "AFP\0", version, directory number at 8, Finder info
 // at 16, the attribute word (little-endian) at 52.
 Bytes AfpInfo(Bytes const& finderInfo, u32 attributes, u32 directory = 0)
@@ -155,13 +115,13 @@ Bytes AfpInfo(Bytes const& finderInfo, u32 attributes, u32 directory = 0)
     return b;
 }
 
-class SysMacFileInfoTest : public vfltest::SysLayerTest
+class SysMacFileInfoTest : public vfltest::SysFolderTest
 {
 protected:
     void SetUp() override
     {
-        vfltest::SysLayerTest::SetUp();
-        mRoot = fs::canonical(mDir.Path()).string() + "/";
+        vfltest::SysFolderTest::SetUp();
+        mRoot = Dir();
         vfltest::WriteWholeFile(mRoot + "probe", {});
         mHaveXattrs = ::setxattr((mRoot + "probe").c_str(), "user.probe", "1", 1, 0) == 0;
     }
@@ -169,7 +129,6 @@ protected:
     {
         return ::setxattr(file.c_str(), name.c_str(), value.data(), value.size(), 0) == 0;
     }
-    vfltest::TempDir mDir;
     std::string mRoot;
     bool mHaveXattrs = false;
 };
@@ -181,15 +140,14 @@ TEST_F(SysMacFileInfoTest, FinderInfoIsReadWhereOtherSystemsLeaveIt)
     {
         char const* place;
         bool needsXattrs;
-        char const* type;
-        char const* creator;
+        char const* typeAndCreator; // null: a record that is not read
         u32 flags;
     };
     Case const cases[] = {
-        {"samba stream", true, "AIFF", "Nuvo", 0x80000100},
-        {"netatalk", true, "Vn4f", "Nuvo", 0x0400},
-        {"sidecar", false, "WAVE", "ttxt", 0},
-        {"samba stream, bad signature", true, "", "", 0},
+        {"samba stream", true, "AIFFNuvo", 0x80000100},
+        {"netatalk", true, "Vn4fNuvo", 0x0400},
+        {"sidecar", false, "WAVEttxt", 0},
+        {"samba stream, bad signature", true, nullptr, 0},
     };
     for (Case const& c : cases)
     {
@@ -198,14 +156,14 @@ TEST_F(SysMacFileInfoTest, FinderInfoIsReadWhereOtherSystemsLeaveIt)
             continue;
         std::string const file = mRoot + c.place;
         vfltest::WriteWholeFile(file, {1, 2, 3});
-        Bytes const info = FinderInfo(*c.type ? c.type : "XXXX", *c.creator ? c.creator : "YYYY", u16(c.flags));
+        Bytes const info = vfltest::FinderInfo(c.typeAndCreator ? c.typeAndCreator : "XXXXYYYY", u16(c.flags));
         std::string const place = c.place;
         if (place == "samba stream")
             ASSERT_TRUE(SetAttribute(file, "user.DosStream.AFP_AfpInfo:$DATA", AfpInfo(info, 0x01E00000)));
         else if (place == "netatalk")
-            ASSERT_TRUE(SetAttribute(file, "user.org.netatalk.Metadata", AppleDouble(info)));
+            ASSERT_TRUE(SetAttribute(file, "user.org.netatalk.Metadata", vfltest::AppleDouble(info)));
         else if (place == "sidecar")
-            vfltest::WriteWholeFile(mRoot + "._" + c.place, AppleDouble(info));
+            vfltest::WriteWholeFile(mRoot + "._" + c.place, vfltest::AppleDouble(info));
         else
         {
             Bytes bad = AfpInfo(info, 0);
@@ -216,10 +174,13 @@ TEST_F(SysMacFileInfoTest, FinderInfoIsReadWhereOtherSystemsLeaveIt)
         ASSERT_EQ(record.Open(file), 0);
         EXPECT_TRUE(record.mIsFile);
         EXPECT_EQ(record.mDataForkSize, 3u);
-        auto code = [](char const* s)
-        { return *s ? (u32(u8(s[0])) << 24 | u32(u8(s[1])) << 16 | u32(u8(s[2])) << 8 | u8(s[3])) : 0u; };
-        EXPECT_EQ(record.GetFileType(), code(c.type));
-        EXPECT_EQ(record.GetCreator(), code(c.creator));
+        auto code = [&](int at)
+        {
+            char const* s = c.typeAndCreator;
+            return s ? (u32(u8(s[at])) << 24 | u32(u8(s[at + 1])) << 16 | u32(u8(s[at + 2])) << 8 | u8(s[at + 3])) : 0u;
+        };
+        EXPECT_EQ(record.GetFileType(), code(0));
+        EXPECT_EQ(record.GetCreator(), code(4));
         EXPECT_EQ(record.mFinderFlags, c.flags);
         EXPECT_TRUE(record.mNoSeparateName);
         EXPECT_EQ(Sys_MacRoman::FromName(record.mName, record.mNameLength / 2u), c.place);

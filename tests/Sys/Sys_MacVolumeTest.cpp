@@ -13,7 +13,6 @@
 #include "Sys/Sys_ResourceManager.h"
 #include "Sys/Sys_Utils.h"
 #include "Sys_FileTestSupport.h"
-#include "support/TestSupport.h"
 
 namespace
 {
@@ -29,25 +28,13 @@ std::string MountInfoWithAMac()
            " rw - hfsplus /dev/h3mac rw\n";
 }
 
-// An AppleDouble file holding only Finder info of that type and creator.
-Bytes Sidecar(char const* typeAndCreator)
-{
-    Bytes b = {0, 5, 0x16, 7, 0, 2, 0, 0};
-    b.resize(24, 0);
-    Bytes const entry = {0, 1, 0, 0, 0, 9, 0, 0, 0, 38, 0, 0, 0, 32};
-    b.insert(b.end(), entry.begin(), entry.end());
-    b.insert(b.end(), typeAndCreator, typeAndCreator + 8);
-    b.resize(38 + 32, 0);
-    return b;
-}
-
-class SysMacVolumeTest : public vfltest::SysLayerTest
+class SysMacVolumeTest : public vfltest::SysFolderTest
 {
 protected:
     void SetUp() override
     {
-        vfltest::SysLayerTest::SetUp();
-        sMacRoot = fs::canonical(mDir.Path()).string() + "/mac";
+        vfltest::SysFolderTest::SetUp();
+        sMacRoot = Dir() + "mac";
         fs::create_directory(sMacRoot);
         mSaved = Sys_VolumePosixProbe::Current();
         Sys_VolumePosixProbe::Current().readMountInfo = &MountInfoWithAMac;
@@ -61,7 +48,6 @@ protected:
     }
     std::string Mac(std::string const& name) const { return sMacRoot + "/" + name; }
 
-    vfltest::TempDir mDir;
     Sys_VolumePosixProbe mSaved;
 };
 
@@ -85,7 +71,8 @@ TEST_F(SysMacVolumeTest, AFileKeepsItsMacintoshTypeWhateverItsNameSays)
         SCOPED_TRACE(c.name);
         vfltest::WriteWholeFile(Mac(c.name), {1});
         if (c.finderInfo)
-            vfltest::WriteWholeFile(Mac(std::string("._") + c.name), Sidecar(c.finderInfo));
+            vfltest::WriteWholeFile(Mac(std::string("._") + c.name),
+                                    vfltest::AppleDouble(vfltest::FinderInfo(c.finderInfo)));
         Sys_FileType const type = Sys_Utils::GetFileType(Sys_FileLoc(Mac(c.name)));
         EXPECT_EQ(type.GetFileType(), c.expected.GetFileType());
         EXPECT_EQ(type.GetMacFileType(), c.expected.GetMacFileType());

@@ -16,7 +16,6 @@
 #include "Sys/Sys_File.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys_FileTestSupport.h"
-#include "support/TestSupport.h"
 
 // Frames with names of their own, for the lookups below.
 extern "C" __attribute__((noinline)) Sys_StackDumpPosix* VflTestCaptureHere()
@@ -29,12 +28,12 @@ extern "C" __attribute__((noinline)) Sys_StackDumpPosix* VflTestCaptureHere()
 namespace
 {
 
-class SysStackDumpTest : public vfltest::SysLayerTest
+class SysStackDumpTest : public vfltest::SysFolderTest
 {
 protected:
     void SetUp() override
     {
-        SysLayerTest::SetUp();
+        SysFolderTest::SetUp();
         Sys_UtilsPosix::SetConfigRoot(mDir.File("config"));
         Sys_UtilsPosix::SetStateRoot(mDir.File("state"));
     }
@@ -43,8 +42,6 @@ protected:
         Sys_UtilsPosix::SetConfigRoot("");
         Sys_UtilsPosix::SetStateRoot("");
     }
-
-    vfltest::TempDir mDir;
 };
 
 TEST(Sys_SEHandlerPosix, MapsEachFaultToItsException)

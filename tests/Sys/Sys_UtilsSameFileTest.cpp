@@ -8,18 +8,12 @@
 
 #include "Sys/Sys_FileLoc.h"
 #include "Sys_FileTestSupport.h"
-#include "support/TestSupport.h"
 
 namespace
 {
 namespace fs = std::filesystem;
 
-class SysUtilsSameFileTest : public vfltest::SysLayerTest
-{
-protected:
-    std::string Dir() const { return fs::canonical(mDir.Path()).string() + "/"; }
-    vfltest::TempDir mDir;
-};
+using SysUtilsSameFileTest = vfltest::SysFolderTest;
 
 TEST_F(SysUtilsSameFileTest, SpellingsLinksAndFilesNotMadeYet)
 {

@@ -17,7 +17,6 @@
 #include "Sys/Sys_StBoostThreadPriority.h"
 #include "Sys/Sys_Volume.h"
 #include "Sys_FileTestSupport.h"
-#include "support/TestSupport.h"
 
 namespace
 {
@@ -25,14 +24,7 @@ namespace
 namespace fs = std::filesystem;
 using Bytes = std::vector<std::uint8_t>;
 
-class SysUtilsTest : public vfltest::SysLayerTest
-{
-protected:
-    std::string Dir() const { return fs::canonical(mDir.Path()).string() + "/"; }
-    Sys_FileLoc Loc(std::string const& rest) const { return Sys_FileLoc(Dir() + rest); }
-
-    vfltest::TempDir mDir;
-};
+using SysUtilsTest = vfltest::SysFolderTest;
 
 TEST_F(SysUtilsTest, InitTwiceIsHarmless)
 {
