@@ -110,12 +110,6 @@ TEST_F(SysFileLocTest, DotDotBehindALinkGoesWhereTheKernelGoes)
     EXPECT_EQ(got, 'K');
 }
 
-TEST_F(SysFileLocTest, ARelativePathIsAnAssertion)
-{
-    Sys_FileLoc const loc(std::string("relative/take.wav"));
-    EXPECT_THROW(loc.GetFullPath(), std::runtime_error);
-}
-
 TEST_F(SysFileLocTest, NamesAndExtensionsAreWhatTheRegistryDecides)
 {
     struct Case
@@ -204,12 +198,14 @@ TEST_F(SysFileLocTest, WhatWasLearnedStaysUntilThePathIsSetAgain)
     EXPECT_EQ(copy.GetFullPath(), path);
     EXPECT_EQ(Sys_FileLoc(path).GetFullPath(), path + "/");
 
-    // CreateFolder makes its location look again.
+    // CreateFolder makes every level, and its location look again.
     Sys_FileLoc const made(Dir() + "x/y/z");
     EXPECT_EQ(made.GetFullPath(), Dir() + "x/y/z");
     Sys_Utils::CreateFolder(made);
     EXPECT_TRUE(std::filesystem::is_directory(Dir() + "x/y/z"));
     EXPECT_EQ(made.GetFullPath(), Dir() + "x/y/z/");
+    Sys_Utils::CreateFolder(made);                          // already there
+    Sys_Utils::CreateFolder(Sys_FileLoc(std::string("/"))); // nothing to do, nothing thrown
 }
 
 TEST_F(SysFileLocTest, ALocationKeepsTheExtensionItFoundFirst)
@@ -269,8 +265,9 @@ TEST_F(SysFileLocTest, PrintShowsTheChainUpToTheRoot)
     EXPECT_NE(text.find("Volume Name: "), std::string::npos);
 }
 
-TEST_F(SysFileLocTest, EmptyLocationsAreAssertions)
+TEST_F(SysFileLocTest, EmptyLocationsAndRelativePathsAreAssertions)
 {
+    EXPECT_THROW(Sys_FileLoc(std::string("relative/take.wav")).GetFullPath(), std::runtime_error);
     Sys_FileLoc const empty;
     EXPECT_FALSE(empty);
     EXPECT_THROW(empty.GetFullPath(), std::runtime_error);

@@ -270,7 +270,8 @@ TEST(Sys_StdStreamHeaderTest, BadRecordsAreReportedWithoutReadingPastTheData)
     }
 }
 
-TEST(Sys_StdStreamHeaderTest, MagicOfAtMost128Characters)
+// A magic of more than 128 characters, and a size patched twice.
+TEST(Sys_StdStreamHeaderTest, WriterMisuseIsAnAssertion)
 {
     for (std::size_t length : {std::size_t(128), std::size_t(129)})
     {
@@ -288,10 +289,6 @@ TEST(Sys_StdStreamHeaderTest, MagicOfAtMost128Characters)
             EXPECT_EQ(Thrown([&] { Sys_StdStreamHeaderReader(in, magic.c_str()).SkipTheRest(); }), "");
         }
     }
-}
-
-TEST(Sys_StdStreamHeaderTest, PatchSizeTwiceIsAnAssertion)
-{
     Bytes bytes;
     Cmn_PolyVectorOutStream sink(bytes);
     Sys_NativeOutStream out(&sink);

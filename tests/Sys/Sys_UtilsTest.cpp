@@ -26,13 +26,6 @@ using Bytes = std::vector<std::uint8_t>;
 
 using SysUtilsTest = vfltest::SysFolderTest;
 
-TEST_F(SysUtilsTest, InitTwiceIsHarmless)
-{
-    Sys_Init::Init();
-    Sys_Init::Init();
-    EXPECT_GT(Sys_Utils::Microseconds(), 0);
-}
-
 TEST_F(SysUtilsTest, ThePriorityLadder)
 {
     struct Case
@@ -66,16 +59,13 @@ TEST_F(SysUtilsTest, ThePriorityLadder)
         .join();
 }
 
-TEST_F(SysUtilsTest, CountersReturnTheNewValue)
+TEST_F(SysUtilsTest, ClocksAreInFileTimeUnitsAndSteadyAndCountersGiveTheNewValue)
 {
+    Sys_Init::Init(); // a second time: harmless
     volatile int32 value = 5;
     EXPECT_EQ(Sys_Utils::ThreadSafeIncrement(value), 6);
     EXPECT_EQ(Sys_Utils::ThreadSafeDecrement(value), 5);
     EXPECT_EQ(Sys_Utils::ThreadSafeDecrement(value), 4);
-}
-
-TEST_F(SysUtilsTest, ClocksAreInFileTimeUnitsAndSteady)
-{
     auto const now = std::chrono::system_clock::now().time_since_epoch();
     int64 const expected =
         std::chrono::duration_cast<std::chrono::nanoseconds>(now).count() / 100 + 116444736000000000LL;
@@ -105,17 +95,6 @@ TEST_F(SysUtilsTest, WellKnownLocations)
     Sys_FileLoc app;
     Sys_UtilsPosix::GetAppModuleLoc(&app);
     EXPECT_TRUE(Sys_File(app).IsOnline());
-}
-
-TEST_F(SysUtilsTest, CreateFolderMakesEveryLevelAndLeavesRootsAlone)
-{
-    Sys_FileLoc const deep = Loc("one/two/three");
-    Sys_Utils::CreateFolder(deep);
-    EXPECT_TRUE(fs::is_directory(Dir() + "one/two/three"));
-    EXPECT_EQ(deep.GetFullPath(), Dir() + "one/two/three/");
-    Sys_FileLoc const root(std::string("/"));
-    Sys_Utils::CreateFolder(root); // nothing to do, nothing thrown
-    Sys_Utils::CreateFolder(deep); // already there
 }
 
 TEST_F(SysUtilsTest, NameLimitIsTheFileSystemsAndAMissingFolderThrows)
@@ -277,14 +256,6 @@ TEST_F(SysUtilsTest, SpaceToCopyCountsTheResourceForkBesideTheFile)
     // The rule is the platform's, and this is where the fork of a file lies.
     EXPECT_EQ(Sys_Utils::GetResourceForkLoc(Loc("mac/TAKE.WAV")).GetFullPath(), Dir() + "mac/Resource.FRK/TAKE.WAV");
     EXPECT_FALSE(Sys_Utils::GetResourceForkLoc(Sys_FileLoc(std::string("/"))));
-}
-
-TEST_F(SysUtilsTest, AFailedServiceIsReplaceable)
-{
-    Sys_Utils::SetGetUTCMethod([] { return int64{42}; });
-    int64 const replaced = Sys_Utils::GetUTC();
-    Sys_Utils::SetGetUTCMethod(&Sys_UtilsPosix::GetUTC);
-    EXPECT_EQ(replaced, 42);
 }
 
 } // namespace
