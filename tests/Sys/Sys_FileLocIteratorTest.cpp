@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
@@ -226,32 +223,10 @@ TEST_F(SysFileLocIteratorTest, AStartThroughALinkHandsOutTheFolderItLeadsTo)
     EXPECT_EQ((*it).GetFullPath(), Sys_FileLoc(mStart + "loop/sub0/y.wav").GetFullPath());
 }
 
-// Mounts for the length of a test, as root.
-class StMount
-{
-public:
-    StMount(std::string const& what, std::string const& where)
-        : mWhere(where), mMounted(vfltest::RunCommand("mount " + what + " '" + where + "' 2>/dev/null") == 0)
-    {
-    }
-    ~StMount()
-    {
-        if (mMounted)
-            vfltest::RunCommand("umount '" + mWhere + "'");
-    }
-    bool Mounted() const { return mMounted; }
-
-private:
-    std::string mWhere;
-    bool mMounted;
-};
-
 TEST_F(SysFileLocIteratorTest, AWalkKeptOnItsVolumeHandsOutMountPointsWithoutEnteringThem)
 {
-    fs::create_directory(mStart + "ram");
-    fs::create_directory(mStart + "bound");
-    StMount const ram("-t tmpfs -o size=1m vfltest", mStart + "ram");
-    StMount const bound("--bind '" + mStart + "Sub1'", mStart + "bound");
+    vfltest::StMount const ram("-t tmpfs -o size=1m vfltest", mStart + "ram");
+    vfltest::StMount const bound("--bind '" + mStart + "Sub1'", mStart + "bound");
     if (!ram.Mounted() || !bound.Mounted())
         GTEST_SKIP() << "cannot mount here";
     vfltest::WriteWholeFile(mStart + "ram/r.wav", {1});
@@ -293,33 +268,26 @@ TEST_F(SysFileLocIteratorTest, AnUnreadableFolderIsPassedOverInSilence)
         if (p.string().rfind(fs::canonical(mDir.Path()).string(), 0) == 0)
             fs::permissions(p, fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec |
                                    fs::perms::others_read | fs::perms::others_exec);
-    // Root reads every folder; an unprivileged child walks as a user would.
-    pid_t const child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0)
-    {
-        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0))
-            ::_exit(100);
-        std::vector<Sys_FileType> wav = {Sys_FileType("wav")};
-        int found = 0;
-        try
+    int const found = vfltest::RunUnprivileged(
+        [&]
         {
-            for (Sys_FileLocIterator it(Sys_FileLoc(mStart), wav, kTree); it; ++it)
-                ++found;
-        }
-        catch (...)
-        {
-            ::_exit(101);
-        }
-        ::_exit(found);
-    }
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
+            std::vector<Sys_FileType> wav = {Sys_FileType("wav")};
+            int count = 0;
+            try
+            {
+                for (Sys_FileLocIterator it(Sys_FileLoc(mStart), wav, kTree); it; ++it)
+                    ++count;
+            }
+            catch (...)
+            {
+                return 101;
+            }
+            return count;
+        });
     fs::permissions(mStart + "locked", fs::perms::owner_all);
-    ASSERT_TRUE(WIFEXITED(status));
-    if (WEXITSTATUS(status) == 100)
+    if (found == -1)
         GTEST_SKIP() << "cannot drop privileges";
-    EXPECT_EQ(WEXITSTATUS(status), 6); // the six wave files outside the locked folder
+    EXPECT_EQ(found, 6); // the six wave files outside the locked folder
 }
 
 } // namespace

@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -382,30 +379,22 @@ TEST_F(SysFileTest, AReadOnlyFileRefusesWritingWithEACCES)
     std::filesystem::permissions(mDir.Path(), std::filesystem::perms::all);
     std::filesystem::permissions(path, std::filesystem::perms::owner_read | std::filesystem::perms::group_read |
                                            std::filesystem::perms::others_read);
-    // Root writes anything; an unprivileged child shows what a user sees.
-    pid_t const child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0)
-    {
-        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0))
-            ::_exit(100);
-        Sys_File file(Sys_FileLoc{path});
-        int const err = SystemErrorOf([&] { file.Open(0x101); });
-        ::_exit(err == EACCES ? 0 : 1);
-    }
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFEXITED(status));
-    if (WEXITSTATUS(status) == 100)
+    int const status = vfltest::RunUnprivileged(
+        [&]
+        {
+            Sys_File file(Sys_FileLoc{path});
+            return SystemErrorOf([&] { file.Open(0x101); }) == EACCES ? 0 : 1;
+        });
+    if (status == -1)
         GTEST_SKIP() << "cannot drop privileges";
-    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_EQ(status, 0);
 }
 
 TEST_F(SysFileTest, AFullDiskStopsTheWriteWithENOSPCAndNothingBeyond)
 {
     std::string const mountPoint = PathOf("small");
-    std::filesystem::create_directory(mountPoint);
-    if (vfltest::RunCommand("mount -t tmpfs -o size=64k tmpfs '" + mountPoint + "' 2>/dev/null") != 0)
+    vfltest::StMount const small("-t tmpfs -o size=64k tmpfs", mountPoint);
+    if (!small.Mounted())
         GTEST_SKIP() << "cannot mount a small tmpfs here";
     Bytes const data = Pattern(256 * kKiB);
     int64 size = -1;
@@ -418,7 +407,6 @@ TEST_F(SysFileTest, AFullDiskStopsTheWriteWithENOSPCAndNothingBeyond)
         EXPECT_EQ(file.GetPosition(), size);
     }
     Bytes const written = vfltest::ReadWholeFile(mountPoint + "/full.bin");
-    vfltest::RunCommand("umount '" + mountPoint + "'");
     EXPECT_EQ(err, ENOSPC);
     EXPECT_GT(size, 0);
     EXPECT_LE(size, 64 * kKiB);

@@ -5,8 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -85,6 +89,45 @@ public:
 private:
     Sys_FilePosixCalls mSaved;
 };
+
+// A file system mounted on a folder it makes, for the length of a test;
+// only root can.
+class StMount
+{
+public:
+    StMount(std::string const& what, std::string const& where) : mWhere(where)
+    {
+        std::filesystem::create_directories(where);
+        mMounted = RunCommand("mount " + what + " '" + where + "' 2>/dev/null") == 0;
+    }
+    ~StMount()
+    {
+        if (mMounted)
+            RunCommand("umount '" + mWhere + "'");
+    }
+    bool Mounted() const { return mMounted; }
+
+private:
+    std::string mWhere;
+    bool mMounted = false;
+};
+
+// Runs fn in a child process as a user without privileges, as root reads
+// and writes anything: fn's exit status, or -1 if root cannot drop them.
+inline int RunUnprivileged(std::function<int()> const& fn)
+{
+    pid_t const child = ::fork();
+    if (child == 0)
+    {
+        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0))
+            ::_exit(255);
+        ::_exit(fn());
+    }
+    int status = 0;
+    if (child < 0 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status))
+        return -2;
+    return WEXITSTATUS(status) == 255 ? -1 : WEXITSTATUS(status);
+}
 
 // Four-character codes as numbers, first character highest.
 constexpr int32 MacCode(char const (&code)[5])

@@ -146,14 +146,12 @@ TEST_F(SysUtilsTest, CopyOverwritesAndMoveDoesNot)
 TEST_F(SysUtilsTest, MoveAcrossVolumesCopiesAndRemoves)
 {
     std::string const mountPoint = Dir() + "other";
-    fs::create_directory(mountPoint);
-    if (vfltest::RunCommand("mount -t tmpfs -o size=1m h3move '" + mountPoint + "' 2>/dev/null") != 0)
+    vfltest::StMount const other("-t tmpfs -o size=1m h3move", mountPoint);
+    if (!other.Mounted())
         GTEST_SKIP() << "cannot mount a tmpfs here";
     vfltest::WriteWholeFile(Dir() + "m.bin", {4, 5});
     Sys_Utils::MoveFile(Loc("m.bin"), Sys_FileLoc(mountPoint + "/m.bin"));
-    Bytes const moved = vfltest::ReadWholeFile(mountPoint + "/m.bin");
-    vfltest::RunCommand("umount '" + mountPoint + "'");
-    EXPECT_EQ(moved, (Bytes{4, 5}));
+    EXPECT_EQ(vfltest::ReadWholeFile(mountPoint + "/m.bin"), (Bytes{4, 5}));
     EXPECT_FALSE(fs::exists(Dir() + "m.bin"));
 }
 

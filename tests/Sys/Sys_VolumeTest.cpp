@@ -130,24 +130,20 @@ TEST_F(SysVolumeTest, ASmallTmpfsIsARamDiskWithItsOwnSize)
 {
     vfltest::TempDir dir;
     std::string const mountPoint = dir.File("ram");
-    std::filesystem::create_directory(mountPoint);
-    if (vfltest::RunCommand("mount -t tmpfs -o size=1m h3ram '" + mountPoint + "' 2>/dev/null") != 0)
-        GTEST_SKIP() << "cannot mount a tmpfs here";
+    {
+        vfltest::StMount const ram("-t tmpfs -o size=1m h3ram", mountPoint);
+        if (!ram.Mounted())
+            GTEST_SKIP() << "cannot mount a tmpfs here";
+        Sys_VolumePosix::FlushMountTableCache();
+        Sys_FileLoc const loc(mountPoint + "/take.wav");
+        Sys_Volume const volume = loc.GetVolume();
+        ASSERT_TRUE(volume.IsMounted());
+        EXPECT_EQ(volume.GetVolumeType(), Sys_Volume::kVolumeTypeRAMDisk);
+        EXPECT_EQ(volume.GetAttr().GetSize(), 1024 * 1024);
+        EXPECT_EQ(loc.GetParentFolder().GetFullPath(), mountPoint + "/");
+        EXPECT_TRUE(loc.GetParentFolder().IsVolumeRoot());
+    }
     Sys_VolumePosix::FlushMountTableCache();
-    Sys_FileLoc const loc(mountPoint + "/take.wav");
-    Sys_Volume const volume = loc.GetVolume();
-    bool const mounted = volume.IsMounted();
-    Sys_Volume::EVolumeType const type = volume.GetVolumeType();
-    int64 const size = mounted ? volume.GetAttr().GetSize() : -1;
-    std::string const root = loc.GetParentFolder().GetFullPath();
-    bool const isRoot = loc.GetParentFolder().IsVolumeRoot();
-    vfltest::RunCommand("umount '" + mountPoint + "'");
-    Sys_VolumePosix::FlushMountTableCache();
-    EXPECT_TRUE(mounted);
-    EXPECT_EQ(type, Sys_Volume::kVolumeTypeRAMDisk);
-    EXPECT_EQ(size, 1024 * 1024);
-    EXPECT_EQ(root, mountPoint + "/");
-    EXPECT_TRUE(isRoot);
 }
 
 TEST_F(SysVolumeTest, OneRootHasOneObjectAndPlaceholdersAreNotMounted)
