@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 
@@ -63,8 +64,9 @@ TEST(Cmn_ExceptionData, EachRecordAnswersItsAttributeOnly)
 }
 
 // The error number of the system error that action throws, of either
-// family; 0 if it throws nothing.
-template <class Data> std::int32_t ErrOf(XC_TypedExceptionCode<Data> const& code, std::function<void()> const& action)
+// family; nothing if it throws nothing.
+template <class Data>
+std::optional<std::int32_t> ErrOf(XC_TypedExceptionCode<Data> const& code, std::function<void()> const& action)
 {
     try
     {
@@ -74,7 +76,7 @@ template <class Data> std::int32_t ErrOf(XC_TypedExceptionCode<Data> const& code
     {
         return e.GetCode() == code ? e.GetData().GetErr() : -999;
     }
-    return 0;
+    return std::nullopt;
 }
 
 // Sys_ThrowIfOSErr throws for an error, unless a result says the call
@@ -86,16 +88,16 @@ TEST(Cmn_ExceptionData, ThrowIfOSErrThrowsOnlyForAFailure)
     {
         char const* name;
         std::function<void()> action;
-        std::int32_t thrown;
+        std::optional<std::int32_t> thrown;
     };
     Case const cases[] = {
-        {"no error", [] { Sys_ThrowIfOSErr(0); }, 0},
+        {"no error", [] { Sys_ThrowIfOSErr(0); }, std::nullopt},
         {"an error", [] { Sys_ThrowIfOSErr(5); }, 5},
         {"a negative error", [] { Sys_ThrowIfOSErr(-1); }, -1},
-        {"an error and result 1", [] { Sys_ThrowIfOSErr(5, 1); }, 0},
+        {"an error and result 1", [] { Sys_ThrowIfOSErr(5, 1); }, std::nullopt},
         {"an error and result 0", [] { Sys_ThrowIfOSErr(5, 0); }, 5},
-        {"no error and result 0", [] { Sys_ThrowIfOSErr(0, 0); }, 0},
-        {"an error and result -1", [] { Sys_ThrowIfOSErr(5, -1); }, 0},
+        {"no error and result 0", [] { Sys_ThrowIfOSErr(0, 0); }, std::nullopt},
+        {"an error and result -1", [] { Sys_ThrowIfOSErr(5, -1); }, std::nullopt},
     };
     for (Case const& c : cases)
     {
@@ -104,9 +106,9 @@ TEST(Cmn_ExceptionData, ThrowIfOSErrThrowsOnlyForAFailure)
     }
     Case const daw[] = {
         {"an error and no result", [] { DAW_ThrowIfOSErr(5, nullptr); }, 5},
-        {"an error and a result", [&] { DAW_ThrowIfOSErr(5, &handle); }, 0},
-        {"no error and no result", [] { DAW_ThrowIfOSErr(0, nullptr); }, 0},
-        {"no error and a result", [&] { DAW_ThrowIfOSErr(0, &handle); }, 0},
+        {"an error and a result", [&] { DAW_ThrowIfOSErr(5, &handle); }, std::nullopt},
+        {"no error and no result", [] { DAW_ThrowIfOSErr(0, nullptr); }, std::nullopt},
+        {"no error and a result", [&] { DAW_ThrowIfOSErr(0, &handle); }, std::nullopt},
     };
     for (Case const& c : daw)
     {
