@@ -160,7 +160,7 @@ TEST_F(SysFileLocIteratorTest, PatternMatchingCases)
     }
 }
 
-TEST_F(SysFileLocIteratorTest, AStartThatIsNoFolderThrowsAndAnEmptyFolderYieldsNothing)
+TEST_F(SysFileLocIteratorTest, AStartThatIsNoFolderThrowsAnEmptyOneYieldsNothingALinkIsFollowed)
 {
     std::vector<Sys_FileType> none;
     for (std::string const& start : {mStart + "a.WAV", mStart + "missing/", mStart + "missing"})
@@ -173,28 +173,31 @@ TEST_F(SysFileLocIteratorTest, AStartThatIsNoFolderThrowsAndAnEmptyFolderYieldsN
     Sys_FileLocIterator it(Sys_FileLoc(mStart + "empty"), none, kTree);
     EXPECT_FALSE(it);
     EXPECT_FALSE(it);
+
+    // A start through a link hands out the folder it leads to.
+    std::vector<Sys_FileType> wav = {Sys_FileType("wav")};
+    Sys_FileLocIterator linked(Sys_FileLoc(mStart + "loop/sub0"), wav, kFolderOnly);
+    ASSERT_TRUE(linked);
+    EXPECT_EQ((*linked).GetFullPath(), mStart + "sub0/y.wav");
+    EXPECT_EQ((*linked).GetFullPath(), Sys_FileLoc(mStart + "loop/sub0/y.wav").GetFullPath());
 }
 
-TEST_F(SysFileLocIteratorTest, AfterAbortTheNextStepEndsTheWalk)
+TEST_F(SysFileLocIteratorTest, AfterAbortTheNextStepEndsTheWalkAlsoFromAnotherThread)
 {
     std::vector<Sys_FileType> none;
-    Sys_FileLocIterator it(Sys_FileLoc(mStart), none, kTree);
-    ASSERT_TRUE(it);
-    EXPECT_EQ((*it).GetFileName(), "a.wav"); // the registry's extension
-    EXPECT_EQ(it.GetCurrentSearchPath(), mStart);
-    it.Abort();
-    ++it;
-    EXPECT_FALSE(it);
-}
+    Sys_FileLocIterator first(Sys_FileLoc(mStart), none, kTree);
+    ASSERT_TRUE(first);
+    EXPECT_EQ((*first).GetFileName(), "a.wav"); // the registry's extension
+    EXPECT_EQ(first.GetCurrentSearchPath(), mStart);
+    first.Abort();
+    ++first;
+    EXPECT_FALSE(first);
 
-TEST_F(SysFileLocIteratorTest, AbortFromAnotherThreadStopsALongListing)
-{
     std::string const big = mStart + "big/";
     fs::create_directory(big);
     constexpr int kFiles = 3000;
     for (int i = 0; i < kFiles; ++i)
         vfltest::WriteWholeFile(big + "f" + std::to_string(i), {});
-    std::vector<Sys_FileType> none;
     Sys_FileLocIterator it(Sys_FileLoc(big), none, kTree);
     std::atomic<bool> seen{false};
     std::thread watcher(
@@ -212,15 +215,6 @@ TEST_F(SysFileLocIteratorTest, AbortFromAnotherThreadStopsALongListing)
     EXPECT_TRUE(seen);
     EXPECT_LE(count, kFiles);
     EXPECT_FALSE(it);
-}
-
-TEST_F(SysFileLocIteratorTest, AStartThroughALinkHandsOutTheFolderItLeadsTo)
-{
-    std::vector<Sys_FileType> wav = {Sys_FileType("wav")};
-    Sys_FileLocIterator it(Sys_FileLoc(mStart + "loop/sub0"), wav, kFolderOnly);
-    ASSERT_TRUE(it);
-    EXPECT_EQ((*it).GetFullPath(), mStart + "sub0/y.wav");
-    EXPECT_EQ((*it).GetFullPath(), Sys_FileLoc(mStart + "loop/sub0/y.wav").GetFullPath());
 }
 
 TEST_F(SysFileLocIteratorTest, AWalkKeptOnItsVolumeHandsOutMountPointsWithoutEnteringThem)

@@ -59,19 +59,11 @@ TEST_F(SysFileLocTest, CanonicalFormsOfPathsThatNeedNoDisk)
     EXPECT_FALSE(Sys_FileLocPosix::CanonicalizePath(&withNul));
 }
 
-TEST_F(SysFileLocTest, AFolderOnDiskGainsItsSlashAndAFileDoesNot)
-{
-    std::filesystem::create_directory(mDir.Path() / "audio");
-    vfltest::WriteWholeFile(mDir.File("audio/take.wav"), {1});
-    EXPECT_EQ(Sys_FileLoc(Dir() + "audio").GetFullPath(), Dir() + "audio/");
-    EXPECT_EQ(Sys_FileLoc(Dir() + "audio/take.wav").GetFullPath(), Dir() + "audio/take.wav");
-    EXPECT_EQ(Sys_FileLoc(Dir() + "audio/take.wav/").GetFullPath(), Dir() + "audio/take.wav/");
-}
-
 // The part of a path that exists is resolved as the kernel resolves it, so
 // that ".." behind a symbolic link leads where the kernel goes; only the
 // part that does not exist yet is tidied as text. The last name stays as
-// it is written: a link is an entry of its own folder.
+// it is written: a link is an entry of its own folder. A folder on disk
+// gains its slash, a file does not.
 TEST_F(SysFileLocTest, DotDotBehindALinkGoesWhereTheKernelGoes)
 {
     namespace fs = std::filesystem;
@@ -96,6 +88,9 @@ TEST_F(SysFileLocTest, DotDotBehindALinkGoesWhereTheKernelGoes)
         {"a/./link//x.wav", "real/sub/x.wav"},
         {"a/link", "a/link/"},
         {"a/filelink", "a/filelink"},
+        {"real", "real/"},
+        {"real/f", "real/f"},
+        {"real/f/", "real/f/"},
     };
     for (Case const& c : cases)
     {
@@ -238,16 +233,14 @@ TEST_F(SysFileLocTest, ALocationFromPartsKeepsItsParts)
     Sys_FileLoc const root(volume);
     EXPECT_TRUE(root.IsVolumeRoot());
     EXPECT_EQ(root.GetVolume().GetSerialNumber(), volume.GetSerialNumber());
-}
 
-TEST_F(SysFileLocTest, ALocationOnAVolumeThatIsNotMountedFailsOnlyAtTheDisk)
-{
+    // On a volume that is not mounted it fails only at the disk.
     Sys_Volume const missing(std::string("h3 no volume has this label"));
     EXPECT_FALSE(missing.IsMounted());
-    Sys_FileLoc const root(missing);
-    EXPECT_EQ(root.GetFullPath(), "*:/");
-    EXPECT_TRUE(root.IsVolumeRoot());
-    Sys_FileLoc const file(missing, root, "take", "wav");
+    Sys_FileLoc const missingRoot(missing);
+    EXPECT_EQ(missingRoot.GetFullPath(), "*:/");
+    EXPECT_TRUE(missingRoot.IsVolumeRoot());
+    Sys_FileLoc const file(missing, missingRoot, "take", "wav");
     EXPECT_EQ(file.GetFullPath(), "*:/take.wav");
     Sys_File f(file);
     EXPECT_FALSE(f.IsOnline());

@@ -120,10 +120,8 @@ TEST(Sys_TypedStreamTest, EveryTypeRoundTripsInBothByteOrders)
     RoundTripEveryType<Sys_CrossPlatformOutStream, Sys_BigEndianInStream>(true);
     RoundTripEveryType<Sys_NativeOutStream, Sys_NativeInStream>(std::endian::native == std::endian::big);
     RoundTripEveryType<Sys_NativeOutStream, Sys_LittleEndianInStream>(false);
-}
 
-TEST(Sys_TypedStreamTest, BoolIsOneByteAndAnyNonZeroByteIsTrue)
-{
+    // A bool is one byte, and any byte but 0 is true.
     Bytes bytes;
     for (unsigned char c : {0, 1, 2, 0xFF})
         bytes.PushBack(c);
