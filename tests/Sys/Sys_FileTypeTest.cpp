@@ -17,7 +17,7 @@ using vfltest::MacCode;
 
 using SysFileTypeTest = vfltest::SysLayerTest;
 
-TEST_F(SysFileTypeTest, ConstructorsSetKindExtensionAndCode)
+TEST_F(SysFileTypeTest, ConstructorsSetKindExtensionAndCodeAndPrintShowsThem)
 {
     Sys_FileType const unknown;
     EXPECT_EQ(unknown.GetFileType(), Sys_FileType::kTypeUnknown);
@@ -37,6 +37,13 @@ TEST_F(SysFileTypeTest, ConstructorsSetKindExtensionAndCode)
     EXPECT_THROW(none.GetWin32Extension(), std::runtime_error);
     EXPECT_THROW(none.GetMacFileType(), std::runtime_error);
     EXPECT_THROW(none.GetDescriptiveString(), std::runtime_error);
+
+    std::ostringstream file;
+    Sys_FileType(MacCode("WAVE")).Print(file);
+    EXPECT_EQ(file.str(), std::string("Description: Wave\nWin32 Extension: \nMac File Type: WAVE\n"));
+    std::ostringstream folder;
+    Sys_FileType(Sys_FileType::kTypeFolder).Print(folder);
+    EXPECT_EQ(folder.str(), "Description: Unknown\n");
 }
 
 TEST_F(SysFileTypeTest, EqualityNeedsAllFieldsAndTheOrderIsThatOfTheMaps)
@@ -127,16 +134,6 @@ TEST_F(SysFileTypeTest, APathIsOfTheTypeOfItsRegisteredExtensionOrAFolder)
         EXPECT_EQ(Sys_UtilsPosix::GetFileType(std::string(c.path)), c.expected);
     }
     EXPECT_EQ(Sys_Utils::GetFileType(Sys_FileLoc(std::string("/h3/x.Wav"))), Sys_FileType("wav"));
-}
-
-TEST_F(SysFileTypeTest, PrintShowsDescriptionExtensionAndCode)
-{
-    std::ostringstream file;
-    Sys_FileType(MacCode("WAVE")).Print(file);
-    EXPECT_EQ(file.str(), std::string("Description: Wave\nWin32 Extension: \nMac File Type: WAVE\n"));
-    std::ostringstream folder;
-    Sys_FileType(Sys_FileType::kTypeFolder).Print(folder);
-    EXPECT_EQ(folder.str(), "Description: Unknown\n");
 }
 
 TEST_F(SysFileTypeTest, FilterPairsForFileChoosers)

@@ -67,20 +67,19 @@ TEST_F(SysVolumeTest, MountedVolumesAreThoseOfFindmnt)
 
     std::list<Sys_Volume> volumes;
     Sys_Volume::GetMountedVolumes(0x7F, &volumes);
-    std::map<std::string, Sys_Volume> found;
+    std::map<std::string, std::string> found; // root -> file system, as findmnt says
     for (Sys_Volume const& v : volumes)
-        found.emplace(Sys_FileLoc(v).GetFullPath(), v);
-    std::set<std::string> expectedRoots, foundRoots;
-    for (auto const& [root, type] : expected)
-        expectedRoots.insert(root);
-    for (auto const& [root, volume] : found)
-        foundRoots.insert(root);
-    EXPECT_EQ(foundRoots, expectedRoots);
-
-    for (auto const& [root, volume] : found)
     {
+        std::string const root = Sys_FileLoc(v).GetFullPath();
+        found[root] = expected.count(root) ? expected[root] : "not in findmnt";
+    }
+    EXPECT_EQ(found, expected);
+
+    for (Sys_Volume const& volume : volumes)
+    {
+        std::string const root = Sys_FileLoc(volume).GetFullPath();
         SCOPED_TRACE(root);
-        std::string const& type = expected[root];
+        std::string const& type = found[root];
         if (type == "tmpfs")
         {
             EXPECT_EQ(volume.GetVolumeType(), Sys_Volume::kVolumeTypeRAMDisk);
