@@ -14,7 +14,6 @@
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_VolumeAttr.h"
 #include "Sys_FileTestSupport.h"
-#include "support/TestSupport.h"
 
 namespace
 {
