@@ -80,15 +80,15 @@ TEST(Cmn_Assert, WithoutHandlerThrowsRuntimeErrorNamingFileAndLine)
         {
             CMN_ASSERT(false);
         }
-        catch (Cmn_Exception& e)
+        catch (Cmn_Exception&)
         {
             annotated = true;
             throw;
         }
     }
-    catch (std::runtime_error const& e)
+    catch (std::runtime_error const& failed)
     {
-        EXPECT_EQ(dynamic_cast<Cmn_Exception const*>(&e), nullptr);
+        EXPECT_EQ(dynamic_cast<Cmn_Exception const*>(&failed), nullptr);
     }
     EXPECT_FALSE(annotated);
 }
