@@ -277,23 +277,22 @@ TEST_F(SysResourceManagerTest, ResourcesSurviveCloseAndReopen)
     EXPECT_EQ(M::CurrentFile(), ref);
     struct Case
     {
-        char const* type;
+        u32 type;
         int16 id;
         std::string name;
         std::string data;
     };
-    Case const cases[] = {{"STR ", 1000, "\x0bsample-size",
+    Case const cases[] = {{Sys_ResourceFork::Code("STR "), 1000, "\x0bsample-size",
                            "\x01"
                            "3"},
-                          {"umid", 1000, "", std::string(24, '\x11')},
-                          {"qxRL", 1000, "", std::string(18, '\x02')}};
+                          {Sys_ResourceFork::Code("umid"), 1000, "", std::string(24, '\x11')},
+                          {Sys_ResourceFork::Code("qxRL"), 1000, "", std::string(18, '\x02')}};
     for (Case const& c : cases)
     {
-        char const(&type)[5] = *reinterpret_cast<char const(*)[5]>(c.type);
         M::Handle h = M::NewHandle(int64(c.data.size()));
         ASSERT_NE(h, nullptr);
         std::copy(c.data.begin(), c.data.end(), *h);
-        M::AddResource(h, Sys_ResourceFork::Code(type), c.id, reinterpret_cast<unsigned char const*>(c.name.c_str()));
+        M::AddResource(h, c.type, c.id, reinterpret_cast<unsigned char const*>(c.name.c_str()));
         EXPECT_EQ(M::GetError(), 0);
         M::ReleaseResource(h);
         EXPECT_EQ(M::GetError(), M::kErrAttribute); // changed and not written yet
@@ -309,9 +308,8 @@ TEST_F(SysResourceManagerTest, ResourcesSurviveCloseAndReopen)
     ASSERT_GT(again, 0);
     for (Case const& c : cases)
     {
-        SCOPED_TRACE(c.type);
-        char const(&type)[5] = *reinterpret_cast<char const(*)[5]>(c.type);
-        M::Handle h = M::GetResource(Sys_ResourceFork::Code(type), c.id);
+        SCOPED_TRACE(Sys_ResourceFork::CodeText(c.type));
+        M::Handle h = M::GetResource(c.type, c.id);
         ASSERT_NE(h, nullptr);
         EXPECT_EQ(std::string(*h, size_t(M::GetHandleSize(h))), c.data);
         u32 t;
@@ -319,7 +317,7 @@ TEST_F(SysResourceManagerTest, ResourcesSurviveCloseAndReopen)
         std::string name;
         ASSERT_TRUE(M::GetResourceInfo(h, &t, &id, &name));
         EXPECT_EQ(name, c.name.empty() ? "" : c.name.substr(1));
-        EXPECT_EQ(M::GetResource(Sys_ResourceFork::Code(type), c.id), h); // the same handle
+        EXPECT_EQ(M::GetResource(c.type, c.id), h); // the same handle
     }
     M::Handle const text = M::GetString(1000);
     ASSERT_NE(text, nullptr);
