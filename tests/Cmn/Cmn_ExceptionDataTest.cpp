@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -62,61 +63,56 @@ TEST(Cmn_ExceptionData, EachRecordAnswersItsAttributeOnly)
     }
 }
 
-TEST(Cmn_ExceptionData, ThrowIfOSErrThrowsOnlyForAFailure)
+// The error number of the system error that action throws, of either
+// family; nothing if it throws nothing.
+template <class Data>
+std::optional<std::int32_t> ErrOf(XC_TypedExceptionCode<Data> const& code, std::function<void()> const& action)
 {
-    struct Case
+    try
     {
-        std::int32_t err;
-        std::optional<std::int32_t> result;
-        bool throws;
-    };
-    Case const cases[] = {{0, std::nullopt, false},
-                          {5, std::nullopt, true},
-                          {-1, std::nullopt, true},
-                          {5, 1, false},
-                          {5, 0, true},
-                          {0, 0, false},
-                          {5, -1, false}};
-    for (Case const& c : cases)
-    {
-        SCOPED_TRACE(testing::Message() << "err " << c.err << " result " << c.result.value_or(999));
-        try
-        {
-            c.result ? Sys_ThrowIfOSErr(c.err, *c.result) : Sys_ThrowIfOSErr(c.err);
-            EXPECT_FALSE(c.throws);
-        }
-        catch (Cmn_TypedException<Sys_OSErrData> const& e)
-        {
-            EXPECT_TRUE(c.throws);
-            EXPECT_TRUE(e.GetCode() == XC_Sys_SystemError);
-            EXPECT_EQ(e.GetData().GetErr(), c.err);
-        }
+        action();
     }
+    catch (Cmn_TypedException<Data> const& e)
+    {
+        return e.GetCode() == code ? e.GetData().GetErr() : -999;
+    }
+    return std::nullopt;
 }
 
-TEST(Cmn_ExceptionData, DAWThrowIfOSErrThrowsOnlyForANullResult)
+// Sys_ThrowIfOSErr throws for an error, unless a result says the call
+// worked; DAW_ThrowIfOSErr only for a null result.
+TEST(Cmn_ExceptionData, ThrowIfOSErrThrowsOnlyForAFailure)
 {
     int handle = 0;
     struct Case
     {
-        std::int32_t err;
-        void const* result;
-        bool throws;
+        char const* name;
+        std::function<void()> action;
+        std::optional<std::int32_t> thrown;
     };
-    Case const cases[] = {{5, nullptr, true}, {5, &handle, false}, {0, nullptr, false}, {0, &handle, false}};
+    Case const cases[] = {
+        {"no error", [] { Sys_ThrowIfOSErr(0); }, std::nullopt},
+        {"an error", [] { Sys_ThrowIfOSErr(5); }, 5},
+        {"a negative error", [] { Sys_ThrowIfOSErr(-1); }, -1},
+        {"an error and result 1", [] { Sys_ThrowIfOSErr(5, 1); }, std::nullopt},
+        {"an error and result 0", [] { Sys_ThrowIfOSErr(5, 0); }, 5},
+        {"no error and result 0", [] { Sys_ThrowIfOSErr(0, 0); }, std::nullopt},
+        {"an error and result -1", [] { Sys_ThrowIfOSErr(5, -1); }, std::nullopt},
+    };
     for (Case const& c : cases)
     {
-        SCOPED_TRACE(testing::Message() << "err " << c.err << " null " << (c.result == nullptr));
-        try
-        {
-            DAW_ThrowIfOSErr(c.err, c.result);
-            EXPECT_FALSE(c.throws);
-        }
-        catch (Cmn_TypedException<DAW_OSErrData> const& e)
-        {
-            EXPECT_TRUE(c.throws);
-            EXPECT_TRUE(e.GetCode() == XC_DAW_SystemError);
-            EXPECT_EQ(e.GetData().GetErr(), c.err);
-        }
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(ErrOf(XC_Sys_SystemError, c.action), c.thrown);
+    }
+    Case const daw[] = {
+        {"an error and no result", [] { DAW_ThrowIfOSErr(5, nullptr); }, 5},
+        {"an error and a result", [&] { DAW_ThrowIfOSErr(5, &handle); }, std::nullopt},
+        {"no error and no result", [] { DAW_ThrowIfOSErr(0, nullptr); }, std::nullopt},
+        {"no error and a result", [&] { DAW_ThrowIfOSErr(0, &handle); }, std::nullopt},
+    };
+    for (Case const& c : daw)
+    {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(ErrOf(XC_DAW_SystemError, c.action), c.thrown);
     }
 }

@@ -10,10 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "Cmn/Cmn_Assert.h"
 #include "Cmn/Cmn_Exception.h"
 #include "Sys_FileTestSupport.h"
-#include "support/TestSupport.h"
 
 namespace
 {
@@ -37,11 +35,7 @@ bool IsInProcess(char const* path)
     return handle != nullptr;
 }
 
-class SysDLLTest : public vfltest::SysLayerTest
-{
-protected:
-    vfltest::TempDir mDir;
-};
+using SysDLLTest = vfltest::SysFolderTest;
 
 TEST_F(SysDLLTest, LoadsCallsAndFrees)
 {
@@ -74,12 +68,6 @@ TEST_F(SysDLLTest, LoadsCallsAndFrees)
     EXPECT_FALSE(IsInProcess(kLibrary));
 }
 
-int sAssertions = 0;
-void CountAssertion(bool, char const*, int)
-{
-    ++sAssertions;
-}
-
 TEST_F(SysDLLTest, FailuresCarryTheErrnoAndTwoContexts)
 {
     std::string const notALibrary = mDir.File("notes.so");
@@ -108,11 +96,10 @@ TEST_F(SysDLLTest, FailuresCarryTheErrnoAndTwoContexts)
         {"free of nothing loaded", [](TestDLL& d) { d.Free(); }, EBADF, "from [Posix] ::dlclose(\"???\")",
          "from Sys_DLLPosix::Free()", 1},
     };
-    Cmn_Assert::Handler const saved = Cmn_Assert::SetHandler(&CountAssertion);
     for (Case const& c : cases)
     {
         SCOPED_TRACE(c.name);
-        sAssertions = 0;
+        vfltest::StCountAsserts asserts;
         TestDLL dll;
         std::vector<std::string> contexts;
         int err = 0;
@@ -130,9 +117,8 @@ TEST_F(SysDLLTest, FailuresCarryTheErrnoAndTwoContexts)
         ASSERT_EQ(contexts.size(), 2u);
         EXPECT_EQ(contexts[0].rfind(c.inner, 0), 0u) << contexts[0];
         EXPECT_EQ(contexts[1], c.outer);
-        EXPECT_EQ(sAssertions, c.assertions);
+        EXPECT_EQ(asserts.Failed(), c.assertions);
     }
-    Cmn_Assert::SetHandler(saved);
     EXPECT_EQ(loaded.Answer(), 42); // a failed lookup changes nothing
 }
 

@@ -26,7 +26,6 @@
 #include "Sys/Sys_Init.h"
 #include "Sys/Sys_Int32ErrData.h"
 #include "Sys_FileTestSupport.h"
-#include "support/TestSupport.h"
 
 namespace
 {
@@ -36,13 +35,7 @@ using Engine = Sys_AsyncFileEnginePosix;
 constexpr int64 kBlock = 4096;
 constexpr int kDepth = 8;
 
-Bytes Pattern(size_t size)
-{
-    Bytes bytes(size);
-    for (size_t i = 0; i < size; ++i)
-        bytes[i] = static_cast<std::uint8_t>(i * 7 + i / 251);
-    return bytes;
-}
+using vfltest::Pattern;
 
 struct Completed
 {
@@ -59,12 +52,12 @@ void Record(Sys_AsyncFileIOParams* params, void* data)
     ++completed->calls;
 }
 
-class SysFileAsyncTest : public vfltest::SysLayerTest, public testing::WithParamInterface<Engine::EKind>
+class SysFileAsyncTest : public vfltest::SysFolderTest, public testing::WithParamInterface<Engine::EKind>
 {
 protected:
     void SetUp() override
     {
-        vfltest::SysLayerTest::SetUp();
+        vfltest::SysFolderTest::SetUp();
         if (!Engine::Choose(GetParam()))
             GTEST_SKIP() << "io_uring is refused here";
     }
@@ -93,8 +86,6 @@ protected:
         ASSERT_EQ(Sys_SyncObject::WaitForMultipleObjects(events, Sys_SyncObject::kWaitForAll),
                   Sys_SyncObject::kWaitSignalled);
     }
-
-    vfltest::TempDir mDir;
 };
 
 TEST_P(SysFileAsyncTest, QueuedReadsCompleteOnTheQueuingThreadInsideItsWait)

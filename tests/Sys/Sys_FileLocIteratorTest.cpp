@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
@@ -13,7 +10,6 @@
 #include "Sys/Posix/Sys_FileLocIteratorPosix.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys_FileTestSupport.h"
-#include "support/TestSupport.h"
 
 namespace
 {
@@ -26,13 +22,13 @@ using Names = std::vector<std::string>;
 //   loop -> start          (a link to a folder: listed, never entered)
 //   sub0/ y.wav  deeper/ z.wav
 //   Sub1/ x.wav
-class SysFileLocIteratorTest : public vfltest::SysLayerTest
+class SysFileLocIteratorTest : public vfltest::SysFolderTest
 {
 protected:
     void SetUp() override
     {
-        SysLayerTest::SetUp();
-        mStart = fs::canonical(mDir.Path()).string() + "/start/";
+        SysFolderTest::SetUp();
+        mStart = Dir() + "start/";
         fs::create_directories(mStart + "sub0/deeper");
         fs::create_directories(mStart + "Sub1");
         for (char const* name :
@@ -62,7 +58,6 @@ protected:
         return Walk(it);
     }
 
-    vfltest::TempDir mDir;
     std::string mStart;
 };
 
@@ -165,7 +160,7 @@ TEST_F(SysFileLocIteratorTest, PatternMatchingCases)
     }
 }
 
-TEST_F(SysFileLocIteratorTest, AStartThatIsNoFolderThrowsAndAnEmptyFolderYieldsNothing)
+TEST_F(SysFileLocIteratorTest, AStartThatIsNoFolderThrowsAnEmptyOneYieldsNothingALinkIsFollowed)
 {
     std::vector<Sys_FileType> none;
     for (std::string const& start : {mStart + "a.WAV", mStart + "missing/", mStart + "missing"})
@@ -178,28 +173,31 @@ TEST_F(SysFileLocIteratorTest, AStartThatIsNoFolderThrowsAndAnEmptyFolderYieldsN
     Sys_FileLocIterator it(Sys_FileLoc(mStart + "empty"), none, kTree);
     EXPECT_FALSE(it);
     EXPECT_FALSE(it);
+
+    // A start through a link hands out the folder it leads to.
+    std::vector<Sys_FileType> wav = {Sys_FileType("wav")};
+    Sys_FileLocIterator linked(Sys_FileLoc(mStart + "loop/sub0"), wav, kFolderOnly);
+    ASSERT_TRUE(linked);
+    EXPECT_EQ((*linked).GetFullPath(), mStart + "sub0/y.wav");
+    EXPECT_EQ((*linked).GetFullPath(), Sys_FileLoc(mStart + "loop/sub0/y.wav").GetFullPath());
 }
 
-TEST_F(SysFileLocIteratorTest, AfterAbortTheNextStepEndsTheWalk)
+TEST_F(SysFileLocIteratorTest, AfterAbortTheNextStepEndsTheWalkAlsoFromAnotherThread)
 {
     std::vector<Sys_FileType> none;
-    Sys_FileLocIterator it(Sys_FileLoc(mStart), none, kTree);
-    ASSERT_TRUE(it);
-    EXPECT_EQ((*it).GetFileName(), "a.wav"); // the registry's extension
-    EXPECT_EQ(it.GetCurrentSearchPath(), mStart);
-    it.Abort();
-    ++it;
-    EXPECT_FALSE(it);
-}
+    Sys_FileLocIterator first(Sys_FileLoc(mStart), none, kTree);
+    ASSERT_TRUE(first);
+    EXPECT_EQ((*first).GetFileName(), "a.wav"); // the registry's extension
+    EXPECT_EQ(first.GetCurrentSearchPath(), mStart);
+    first.Abort();
+    ++first;
+    EXPECT_FALSE(first);
 
-TEST_F(SysFileLocIteratorTest, AbortFromAnotherThreadStopsALongListing)
-{
     std::string const big = mStart + "big/";
     fs::create_directory(big);
     constexpr int kFiles = 3000;
     for (int i = 0; i < kFiles; ++i)
         vfltest::WriteWholeFile(big + "f" + std::to_string(i), {});
-    std::vector<Sys_FileType> none;
     Sys_FileLocIterator it(Sys_FileLoc(big), none, kTree);
     std::atomic<bool> seen{false};
     std::thread watcher(
@@ -219,41 +217,10 @@ TEST_F(SysFileLocIteratorTest, AbortFromAnotherThreadStopsALongListing)
     EXPECT_FALSE(it);
 }
 
-TEST_F(SysFileLocIteratorTest, AStartThroughALinkHandsOutTheFolderItLeadsTo)
-{
-    std::vector<Sys_FileType> wav = {Sys_FileType("wav")};
-    Sys_FileLocIterator it(Sys_FileLoc(mStart + "loop/sub0"), wav, kFolderOnly);
-    ASSERT_TRUE(it);
-    EXPECT_EQ((*it).GetFullPath(), mStart + "sub0/y.wav");
-    EXPECT_EQ((*it).GetFullPath(), Sys_FileLoc(mStart + "loop/sub0/y.wav").GetFullPath());
-}
-
-// Mounts for the length of a test, as root.
-class StMount
-{
-public:
-    StMount(std::string const& what, std::string const& where)
-        : mWhere(where), mMounted(vfltest::RunCommand("mount " + what + " '" + where + "' 2>/dev/null") == 0)
-    {
-    }
-    ~StMount()
-    {
-        if (mMounted)
-            vfltest::RunCommand("umount '" + mWhere + "'");
-    }
-    bool Mounted() const { return mMounted; }
-
-private:
-    std::string mWhere;
-    bool mMounted;
-};
-
 TEST_F(SysFileLocIteratorTest, AWalkKeptOnItsVolumeHandsOutMountPointsWithoutEnteringThem)
 {
-    fs::create_directory(mStart + "ram");
-    fs::create_directory(mStart + "bound");
-    StMount const ram("-t tmpfs -o size=1m vfltest", mStart + "ram");
-    StMount const bound("--bind '" + mStart + "Sub1'", mStart + "bound");
+    vfltest::StMount const ram("-t tmpfs -o size=1m vfltest", mStart + "ram");
+    vfltest::StMount const bound("--bind '" + mStart + "Sub1'", mStart + "bound");
     if (!ram.Mounted() || !bound.Mounted())
         GTEST_SKIP() << "cannot mount here";
     vfltest::WriteWholeFile(mStart + "ram/r.wav", {1});
@@ -295,33 +262,26 @@ TEST_F(SysFileLocIteratorTest, AnUnreadableFolderIsPassedOverInSilence)
         if (p.string().rfind(fs::canonical(mDir.Path()).string(), 0) == 0)
             fs::permissions(p, fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec |
                                    fs::perms::others_read | fs::perms::others_exec);
-    // Root reads every folder; an unprivileged child walks as a user would.
-    pid_t const child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0)
-    {
-        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0))
-            ::_exit(100);
-        std::vector<Sys_FileType> wav = {Sys_FileType("wav")};
-        int found = 0;
-        try
+    int const found = vfltest::RunUnprivileged(
+        [&]
         {
-            for (Sys_FileLocIterator it(Sys_FileLoc(mStart), wav, kTree); it; ++it)
-                ++found;
-        }
-        catch (...)
-        {
-            ::_exit(101);
-        }
-        ::_exit(found);
-    }
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
+            std::vector<Sys_FileType> wav = {Sys_FileType("wav")};
+            int count = 0;
+            try
+            {
+                for (Sys_FileLocIterator it(Sys_FileLoc(mStart), wav, kTree); it; ++it)
+                    ++count;
+            }
+            catch (...)
+            {
+                return 101;
+            }
+            return count;
+        });
     fs::permissions(mStart + "locked", fs::perms::owner_all);
-    ASSERT_TRUE(WIFEXITED(status));
-    if (WEXITSTATUS(status) == 100)
+    if (found == -1)
         GTEST_SKIP() << "cannot drop privileges";
-    EXPECT_EQ(WEXITSTATUS(status), 6); // the six wave files outside the locked folder
+    EXPECT_EQ(found, 6); // the six wave files outside the locked folder
 }
 
 } // namespace

@@ -11,19 +11,11 @@
 #include "Sys/Sys_Utils.h"
 #include "Sys/Sys_Volume.h"
 #include "Sys_FileTestSupport.h"
-#include "support/TestSupport.h"
 
 namespace
 {
 
-class SysFileLocTest : public vfltest::SysLayerTest
-{
-protected:
-    // The temporary folder's canonical path, with its trailing '/'.
-    std::string Dir() const { return std::filesystem::canonical(mDir.Path()).string() + "/"; }
-
-    vfltest::TempDir mDir;
-};
+using SysFileLocTest = vfltest::SysFolderTest;
 
 TEST_F(SysFileLocTest, CanonicalFormsOfPathsThatNeedNoDisk)
 {
@@ -67,19 +59,11 @@ TEST_F(SysFileLocTest, CanonicalFormsOfPathsThatNeedNoDisk)
     EXPECT_FALSE(Sys_FileLocPosix::CanonicalizePath(&withNul));
 }
 
-TEST_F(SysFileLocTest, AFolderOnDiskGainsItsSlashAndAFileDoesNot)
-{
-    std::filesystem::create_directory(mDir.Path() / "audio");
-    vfltest::WriteWholeFile(mDir.File("audio/take.wav"), {1});
-    EXPECT_EQ(Sys_FileLoc(Dir() + "audio").GetFullPath(), Dir() + "audio/");
-    EXPECT_EQ(Sys_FileLoc(Dir() + "audio/take.wav").GetFullPath(), Dir() + "audio/take.wav");
-    EXPECT_EQ(Sys_FileLoc(Dir() + "audio/take.wav/").GetFullPath(), Dir() + "audio/take.wav/");
-}
-
 // The part of a path that exists is resolved as the kernel resolves it, so
 // that ".." behind a symbolic link leads where the kernel goes; only the
 // part that does not exist yet is tidied as text. The last name stays as
-// it is written: a link is an entry of its own folder.
+// it is written: a link is an entry of its own folder. A folder on disk
+// gains its slash, a file does not.
 TEST_F(SysFileLocTest, DotDotBehindALinkGoesWhereTheKernelGoes)
 {
     namespace fs = std::filesystem;
@@ -104,6 +88,9 @@ TEST_F(SysFileLocTest, DotDotBehindALinkGoesWhereTheKernelGoes)
         {"a/./link//x.wav", "real/sub/x.wav"},
         {"a/link", "a/link/"},
         {"a/filelink", "a/filelink"},
+        {"real", "real/"},
+        {"real/f", "real/f"},
+        {"real/f/", "real/f/"},
     };
     for (Case const& c : cases)
     {
@@ -116,12 +103,6 @@ TEST_F(SysFileLocTest, DotDotBehindALinkGoesWhereTheKernelGoes)
     char got = 0;
     EXPECT_EQ(file.Read(&got, 1), 1);
     EXPECT_EQ(got, 'K');
-}
-
-TEST_F(SysFileLocTest, ARelativePathIsAnAssertion)
-{
-    Sys_FileLoc const loc(std::string("relative/take.wav"));
-    EXPECT_THROW(loc.GetFullPath(), std::runtime_error);
 }
 
 TEST_F(SysFileLocTest, NamesAndExtensionsAreWhatTheRegistryDecides)
@@ -212,12 +193,14 @@ TEST_F(SysFileLocTest, WhatWasLearnedStaysUntilThePathIsSetAgain)
     EXPECT_EQ(copy.GetFullPath(), path);
     EXPECT_EQ(Sys_FileLoc(path).GetFullPath(), path + "/");
 
-    // CreateFolder makes its location look again.
+    // CreateFolder makes every level, and its location look again.
     Sys_FileLoc const made(Dir() + "x/y/z");
     EXPECT_EQ(made.GetFullPath(), Dir() + "x/y/z");
     Sys_Utils::CreateFolder(made);
     EXPECT_TRUE(std::filesystem::is_directory(Dir() + "x/y/z"));
     EXPECT_EQ(made.GetFullPath(), Dir() + "x/y/z/");
+    Sys_Utils::CreateFolder(made);                          // already there
+    Sys_Utils::CreateFolder(Sys_FileLoc(std::string("/"))); // nothing to do, nothing thrown
 }
 
 TEST_F(SysFileLocTest, ALocationKeepsTheExtensionItFoundFirst)
@@ -250,16 +233,14 @@ TEST_F(SysFileLocTest, ALocationFromPartsKeepsItsParts)
     Sys_FileLoc const root(volume);
     EXPECT_TRUE(root.IsVolumeRoot());
     EXPECT_EQ(root.GetVolume().GetSerialNumber(), volume.GetSerialNumber());
-}
 
-TEST_F(SysFileLocTest, ALocationOnAVolumeThatIsNotMountedFailsOnlyAtTheDisk)
-{
+    // On a volume that is not mounted it fails only at the disk.
     Sys_Volume const missing(std::string("h3 no volume has this label"));
     EXPECT_FALSE(missing.IsMounted());
-    Sys_FileLoc const root(missing);
-    EXPECT_EQ(root.GetFullPath(), "*:/");
-    EXPECT_TRUE(root.IsVolumeRoot());
-    Sys_FileLoc const file(missing, root, "take", "wav");
+    Sys_FileLoc const missingRoot(missing);
+    EXPECT_EQ(missingRoot.GetFullPath(), "*:/");
+    EXPECT_TRUE(missingRoot.IsVolumeRoot());
+    Sys_FileLoc const file(missing, missingRoot, "take", "wav");
     EXPECT_EQ(file.GetFullPath(), "*:/take.wav");
     Sys_File f(file);
     EXPECT_FALSE(f.IsOnline());
@@ -277,8 +258,9 @@ TEST_F(SysFileLocTest, PrintShowsTheChainUpToTheRoot)
     EXPECT_NE(text.find("Volume Name: "), std::string::npos);
 }
 
-TEST_F(SysFileLocTest, EmptyLocationsAreAssertions)
+TEST_F(SysFileLocTest, EmptyLocationsAndRelativePathsAreAssertions)
 {
+    EXPECT_THROW(Sys_FileLoc(std::string("relative/take.wav")).GetFullPath(), std::runtime_error);
     Sys_FileLoc const empty;
     EXPECT_FALSE(empty);
     EXPECT_THROW(empty.GetFullPath(), std::runtime_error);

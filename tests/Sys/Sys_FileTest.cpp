@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -16,7 +13,6 @@
 #include "Sys/Posix/Sys_FilePosixCalls.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys_FileTestSupport.h"
-#include "support/TestSupport.h"
 
 namespace
 {
@@ -27,25 +23,12 @@ using Bytes = std::vector<std::uint8_t>;
 constexpr int64 kKiB = 1024;
 constexpr int64 kGiB = kKiB * kKiB * kKiB;
 
-Bytes Pattern(size_t size, unsigned seed = 7)
-{
-    Bytes bytes(size);
-    unsigned x = seed;
-    for (auto& b : bytes)
-    {
-        x = x * 1103515245u + 12345u;
-        b = static_cast<std::uint8_t>(x >> 16);
-    }
-    return bytes;
-}
+using vfltest::Pattern;
 
-class SysFileTest : public vfltest::SysLayerTest
+class SysFileTest : public vfltest::SysFolderTest
 {
 protected:
     std::string PathOf(std::string const& name) const { return mDir.File(name); }
-    Sys_FileLoc LocOf(std::string const& name) const { return Sys_FileLoc(PathOf(name)); }
-
-    vfltest::TempDir mDir;
 };
 
 // ---------------------------------------------------------------- open modes
@@ -99,8 +82,6 @@ TEST_F(SysFileTest, OpenModesFollowTheDispositionAndAccessBits)
             char buffer[4];
             int const readErr = SystemErrorOf([&] { file.Read(buffer, 1); });
             EXPECT_EQ(readErr, c.canRead ? 0 : EBADF);
-            int const writeErr = SystemErrorOf([&] { file.Write("x", 0); });
-            (void)writeErr; // a write of nothing says nothing about access
             file.SetPosition(Sys_File::kFromEnd, 0);
             int const writeSome = SystemErrorOf(
                 [&]
@@ -128,32 +109,35 @@ TEST_F(SysFileTest, OpenModesFollowTheDispositionAndAccessBits)
     }
 }
 
-TEST_F(SysFileTest, OpeningTwiceThrowsAndLeavesTheFirstOpen)
+// A closed file, a folder and a second open: refused, and the file left as it was.
+TEST_F(SysFileTest, TransfersOfAClosedFileAndASecondOpenAreRefused)
 {
+    Sys_File folder(Sys_FileLoc(mDir.Path().string()));
+    EXPECT_EQ(SystemErrorOf([&] { folder.Open(0x102); }), EISDIR);
+    EXPECT_FALSE(folder.IsOpen());
+
     vfltest::WriteWholeFile(PathOf("a.bin"), Pattern(100));
-    Sys_File file(LocOf("a.bin"));
+    Sys_File file(Loc("a.bin"));
+    EXPECT_EQ(file.GetPosition(), 0);
+    char buffer[4];
+    EXPECT_EQ(SystemErrorOf([&] { file.Read(buffer, 4); }), EBADF);
+    EXPECT_EQ(SystemErrorOf([&] { file.GetEOF(); }), EBADF);
+    file.Close(); // harmless on a closed file
+
     file.Open(Sys_File::kOpenRead | Sys_File::kOpenExisting);
     file.SetPosition(Sys_File::kFromStart, 40);
     EXPECT_TRUE(
         vfltest::ThrowsCode([&] { file.Open(Sys_File::kOpenRead | Sys_File::kOpenExisting); }, XC_Sys_FileAlreadyOpen));
     EXPECT_TRUE(file.IsOpen());
     EXPECT_EQ(file.GetPosition(), 40);
-    char c = 0;
-    EXPECT_EQ(file.Read(&c, 1), 1);
-    EXPECT_EQ(static_cast<std::uint8_t>(c), Pattern(100)[40]);
-}
-
-TEST_F(SysFileTest, AFolderDoesNotOpenAsAFile)
-{
-    Sys_File file(Sys_FileLoc(mDir.Path().string()));
-    EXPECT_EQ(SystemErrorOf([&] { file.Open(0x102); }), EISDIR);
-    EXPECT_FALSE(file.IsOpen());
+    EXPECT_EQ(file.Read(buffer, 1), 1);
+    EXPECT_EQ(static_cast<std::uint8_t>(buffer[0]), Pattern(100)[40]);
 }
 
 TEST_F(SysFileTest, StOpenClosesAtTheEndOfItsScopeUnlessReleased)
 {
     vfltest::WriteWholeFile(PathOf("a.bin"), Pattern(4));
-    Sys_File file(LocOf("a.bin"));
+    Sys_File file(Loc("a.bin"));
     {
         Sys_File::StOpen open(&file, 0x102);
         EXPECT_TRUE(file.IsOpen());
@@ -183,7 +167,7 @@ TEST_F(SysFileTest, SetPositionCountsFromStartCurrentAndEnd)
         {Sys_File::kFromEnd, 101, -1},
     };
     vfltest::WriteWholeFile(PathOf("p.bin"), Pattern(100));
-    Sys_File file(LocOf("p.bin"));
+    Sys_File file(Loc("p.bin"));
     file.Open(0x102);
     for (Case const& c : cases)
     {
@@ -200,22 +184,11 @@ TEST_F(SysFileTest, SetPositionCountsFromStartCurrentAndEnd)
     }
 }
 
-TEST_F(SysFileTest, ClosedFileHasPositionZeroAndRefusesTransfers)
-{
-    vfltest::WriteWholeFile(PathOf("p.bin"), Pattern(100));
-    Sys_File file(LocOf("p.bin"));
-    EXPECT_EQ(file.GetPosition(), 0);
-    char buffer[4];
-    EXPECT_EQ(SystemErrorOf([&] { file.Read(buffer, 4); }), EBADF);
-    EXPECT_EQ(SystemErrorOf([&] { file.GetEOF(); }), EBADF);
-    file.Close(); // harmless on a closed file
-}
-
 TEST_F(SysFileTest, ReadReturnsWhatThereIsAndZeroAtTheEnd)
 {
     Bytes const data = Pattern(100);
     vfltest::WriteWholeFile(PathOf("r.bin"), data);
-    Sys_File file(LocOf("r.bin"));
+    Sys_File file(Loc("r.bin"));
     file.Open(0x102);
     char buffer[64];
     file.SetPosition(Sys_File::kFromStart, 70);
@@ -230,7 +203,7 @@ TEST_F(SysFileTest, ReadReturnsWhatThereIsAndZeroAtTheEnd)
 TEST_F(SysFileTest, TransferCountsAreCutToThirtyTwoBits)
 {
     vfltest::WriteWholeFile(PathOf("r.bin"), Pattern(100));
-    Sys_File file(LocOf("r.bin"));
+    Sys_File file(Loc("r.bin"));
     file.Open(0x103);
     char buffer[16] = {};
     EXPECT_EQ(file.Read(buffer, (int64{1} << 32) + 5), 5);
@@ -242,7 +215,7 @@ TEST_F(SysFileTest, TransferCountsAreCutToThirtyTwoBits)
 
 TEST_F(SysFileTest, PositionsBeyondTwoAndFourGiBReadBackExactly)
 {
-    Sys_File file(LocOf("sparse.bin"));
+    Sys_File file(Loc("sparse.bin"));
     file.Open(0x203);
     file.SetEOF(7 * kGiB);
     EXPECT_EQ(file.GetEOF(), 7 * kGiB);
@@ -267,7 +240,7 @@ TEST_F(SysFileTest, PositionsBeyondTwoAndFourGiBReadBackExactly)
 TEST_F(SysFileTest, SetEOFZeroFillsGrowthAndKeepsThePosition)
 {
     vfltest::WriteWholeFile(PathOf("e.bin"), Pattern(10));
-    Sys_File file(LocOf("e.bin"));
+    Sys_File file(Loc("e.bin"));
     file.Open(0x103);
     file.SetPosition(Sys_File::kFromStart, 4);
     file.SetEOF(100000);
@@ -285,15 +258,13 @@ TEST_F(SysFileTest, SetEOFZeroFillsGrowthAndKeepsThePosition)
 
 TEST_F(SysFileTest, WriteMovesTheHighWaterMarkUpOnly)
 {
-    Sys_File file(LocOf("w.bin"));
+    Sys_File file(Loc("w.bin"));
     file.Open(0x203);
     file.Write("abcdef", 6);
     EXPECT_EQ(file.QelGetHighWaterMark(), 6);
     file.SetPosition(Sys_File::kFromStart, 2);
     file.Write("x", 1);
     EXPECT_EQ(file.QelGetHighWaterMark(), 6);
-    file.QelSetHighWaterMark(1);
-    EXPECT_EQ(file.QelGetHighWaterMark(), 1);
 }
 
 // ---------------------------------------------------------------- MoveBlock
@@ -314,6 +285,7 @@ TEST_F(SysFileTest, MoveBlockMatchesACopyInBothDirections)
     struct Case
     {
         int64 start, size, moveBy;
+        int err = 0; // the file and the position stay as they were
     };
     Case const cases[] = {
         {0, 100000, 1},         // overlapping, towards the end, grows the file
@@ -325,44 +297,38 @@ TEST_F(SysFileTest, MoveBlockMatchesACopyInBothDirections)
         {0, 5, 150000},         // far past the end
         {300, 0, 17},           // nothing to move
         {99990, 10, -99990},    // the tail to the head
+        {-5, -5, 0},            // by nothing: not even the range is looked at
+        {0, -1, 4, EINVAL},
+        {-1, 10, 4, EINVAL},
+        {10, 10, -11, EINVAL},
+        {1, INT64_MAX, 1, EINVAL},
     };
     Bytes const original = Pattern(100000, 3);
     for (Case const& c : cases)
     {
         SCOPED_TRACE(testing::Message() << c.start << " " << c.size << " " << c.moveBy);
         vfltest::WriteWholeFile(PathOf("m.bin"), original);
-        Sys_File file(LocOf("m.bin"));
+        Sys_File file(Loc("m.bin"));
         file.Open(0x103);
         file.SetPosition(Sys_File::kFromStart, 123);
-        file.MoveBlock(c.start, c.size, c.moveBy);
+        EXPECT_EQ(SystemErrorOf([&] { file.MoveBlock(c.start, c.size, c.moveBy); }), c.err);
         EXPECT_EQ(file.GetPosition(), 123);
         file.Close();
-        EXPECT_EQ(vfltest::ReadWholeFile(PathOf("m.bin")), MoveOracle(original, c.start, c.size, c.moveBy));
+        bool const untouched = c.err != 0 || c.moveBy == 0;
+        EXPECT_EQ(vfltest::ReadWholeFile(PathOf("m.bin")),
+                  untouched ? original : MoveOracle(original, c.start, c.size, c.moveBy));
     }
-}
-
-TEST_F(SysFileTest, MoveBlockByZeroTouchesNothingAndBadRangesThrow)
-{
-    vfltest::WriteWholeFile(PathOf("m.bin"), Pattern(100));
-    Sys_File file(LocOf("m.bin"));
-    file.Open(0x103);
-    file.SetPosition(Sys_File::kFromStart, 7);
-    file.MoveBlock(-5, -5, 0);
-    EXPECT_EQ(file.GetPosition(), 7);
-    EXPECT_EQ(SystemErrorOf([&] { file.MoveBlock(0, -1, 4); }), EINVAL);
-    EXPECT_EQ(SystemErrorOf([&] { file.MoveBlock(-1, 10, 4); }), EINVAL);
-    EXPECT_EQ(SystemErrorOf([&] { file.MoveBlock(10, 10, -11); }), EINVAL);
-    EXPECT_EQ(SystemErrorOf([&] { file.MoveBlock(1, INT64_MAX, 1); }), EINVAL);
-    file.Close();
-    EXPECT_EQ(vfltest::ReadWholeFile(PathOf("m.bin")), Pattern(100));
 }
 
 // ---------------------------------------------------------------- attributes
 
-TEST_F(SysFileTest, AttributesAreTheSameClosedAndOpen)
+TEST_F(SysFileTest, AttributesAreTheSameClosedAndOpenAndFollowTheFile)
 {
+    Sys_File file(Loc("a.bin"));
+    EXPECT_FALSE(file.IsOnline());
+    EXPECT_EQ(SystemErrorOf([&] { file.GetFileAttr(); }), ENOENT);
     vfltest::WriteWholeFile(PathOf("a.bin"), Pattern(1234));
-    Sys_File file(LocOf("a.bin"));
+    EXPECT_TRUE(file.IsOnline());
     Sys_FileAttr const closed = file.GetFileAttr();
     file.Open(0x102);
     Sys_FileAttr const open = file.GetFileAttr();
@@ -377,6 +343,14 @@ TEST_F(SysFileTest, AttributesAreTheSameClosedAndOpen)
     int64 const nowFileTime =
         std::chrono::duration_cast<std::chrono::nanoseconds>(now).count() / 100 + 116444736000000000LL;
     EXPECT_NEAR(static_cast<double>(closed.GetModified()), static_cast<double>(nowFileTime), 600e7);
+
+    file.SetPermissions(Sys_File::kPermissionReadOnly);
+    EXPECT_TRUE(file.GetFileAttr().IsReadOnly());
+    file.SetPermissions(0);
+    EXPECT_FALSE(file.GetFileAttr().IsReadOnly());
+    file.Close();
+    std::filesystem::remove(PathOf("a.bin"));
+    EXPECT_FALSE(file.IsOnline());
 }
 
 TEST(SysFileAttrTest, PrintShowsTheLowThirtyTwoBitsOfTheSize)
@@ -384,27 +358,6 @@ TEST(SysFileAttrTest, PrintShowsTheLowThirtyTwoBitsOfTheSize)
     std::ostringstream out;
     Sys_FileAttr((int64{1} << 32) + 9, true, 130000000000000000LL, -2).Print(out);
     EXPECT_EQ(out.str(), "Size: 9 bytes\nRead-Only\nCreated: 130000000000000000\nModified: -2\n");
-}
-
-TEST_F(SysFileTest, SetPermissionsTogglesReadOnly)
-{
-    vfltest::WriteWholeFile(PathOf("a.bin"), Pattern(3));
-    Sys_File file(LocOf("a.bin"));
-    file.SetPermissions(Sys_File::kPermissionReadOnly);
-    EXPECT_TRUE(file.GetFileAttr().IsReadOnly());
-    file.SetPermissions(0);
-    EXPECT_FALSE(file.GetFileAttr().IsReadOnly());
-}
-
-TEST_F(SysFileTest, OnlineFollowsTheFileWhileTheObjectStands)
-{
-    Sys_File file(LocOf("gone.bin"));
-    EXPECT_FALSE(file.IsOnline());
-    EXPECT_EQ(SystemErrorOf([&] { file.GetFileAttr(); }), ENOENT);
-    vfltest::WriteWholeFile(PathOf("gone.bin"), Pattern(3));
-    EXPECT_TRUE(file.IsOnline());
-    std::filesystem::remove(PathOf("gone.bin"));
-    EXPECT_FALSE(file.IsOnline());
 }
 
 // ---------------------------------------------------------------- failures of the disk
@@ -416,52 +369,19 @@ TEST_F(SysFileTest, AReadOnlyFileRefusesWritingWithEACCES)
     std::filesystem::permissions(mDir.Path(), std::filesystem::perms::all);
     std::filesystem::permissions(path, std::filesystem::perms::owner_read | std::filesystem::perms::group_read |
                                            std::filesystem::perms::others_read);
-    // Root writes anything; an unprivileged child shows what a user sees.
-    pid_t const child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0)
-    {
-        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0))
-            ::_exit(100);
-        Sys_File file(Sys_FileLoc{path});
-        int const err = SystemErrorOf([&] { file.Open(0x101); });
-        ::_exit(err == EACCES ? 0 : 1);
-    }
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFEXITED(status));
-    if (WEXITSTATUS(status) == 100)
+    int const status = vfltest::RunUnprivileged(
+        [&]
+        {
+            Sys_File file(Sys_FileLoc{path});
+            return SystemErrorOf([&] { file.Open(0x101); }) == EACCES ? 0 : 1;
+        });
+    if (status == -1)
         GTEST_SKIP() << "cannot drop privileges";
-    EXPECT_EQ(WEXITSTATUS(status), 0);
-}
-
-TEST_F(SysFileTest, AFullDiskStopsTheWriteWithENOSPCAndNothingBeyond)
-{
-    std::string const mountPoint = PathOf("small");
-    std::filesystem::create_directory(mountPoint);
-    if (vfltest::RunCommand("mount -t tmpfs -o size=64k tmpfs '" + mountPoint + "' 2>/dev/null") != 0)
-        GTEST_SKIP() << "cannot mount a small tmpfs here";
-    Bytes const data = Pattern(256 * kKiB);
-    int64 size = -1;
-    int err = 0;
-    {
-        Sys_File file(Sys_FileLoc(mountPoint + "/full.bin"));
-        file.Open(0x201);
-        err = SystemErrorOf([&] { file.Write(data.data(), static_cast<int64>(data.size())); });
-        size = file.GetEOF();
-        EXPECT_EQ(file.GetPosition(), size);
-    }
-    Bytes const written = vfltest::ReadWholeFile(mountPoint + "/full.bin");
-    vfltest::RunCommand("umount '" + mountPoint + "'");
-    EXPECT_EQ(err, ENOSPC);
-    EXPECT_GT(size, 0);
-    EXPECT_LE(size, 64 * kKiB);
-    ASSERT_EQ(static_cast<int64>(written.size()), size);
-    EXPECT_TRUE(std::equal(written.begin(), written.end(), data.begin()));
+    EXPECT_EQ(status, 0);
 }
 
 // The injected failures: a short writer, and a disk that fails after a
-// number of bytes.
+// number of bytes, as a full disk does.
 int64 sFailAfter = 0;
 int sFailErrno = 0;
 
@@ -504,7 +424,7 @@ TEST_F(SysFileTest, ShortWritesAreCarriedOn)
     calls.Calls().pwrite = &ShortPwrite;
     Bytes const data = Pattern(1000);
     {
-        Sys_File file(LocOf("s.bin"));
+        Sys_File file(Loc("s.bin"));
         file.Open(0x201);
         EXPECT_EQ(file.Write(data.data(), 1000), 1000);
         EXPECT_EQ(file.GetPosition(), 1000);
@@ -532,7 +452,7 @@ TEST_F(SysFileTest, InjectedFailuresSurfaceWithTheirErrno)
         calls.Calls().pwrite = &FailingPwrite;
         calls.Calls().pread = &FailingPread;
         calls.Calls().ftruncate = &FailingFtruncate;
-        Sys_File file(LocOf("f.bin"));
+        Sys_File file(Loc("f.bin"));
         file.Open(0x203);
         EXPECT_EQ(SystemErrorOf([&] { file.Write(data.data(), 10000); }), c.err);
         EXPECT_EQ(file.GetPosition(), c.failAfter);

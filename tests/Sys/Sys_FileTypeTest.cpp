@@ -15,11 +15,9 @@ namespace
 
 using vfltest::MacCode;
 
-class SysFileTypeTest : public vfltest::SysLayerTest
-{
-};
+using SysFileTypeTest = vfltest::SysLayerTest;
 
-TEST_F(SysFileTypeTest, ConstructorsSetKindExtensionAndCode)
+TEST_F(SysFileTypeTest, ConstructorsSetKindExtensionAndCodeAndPrintShowsThem)
 {
     Sys_FileType const unknown;
     EXPECT_EQ(unknown.GetFileType(), Sys_FileType::kTypeUnknown);
@@ -39,6 +37,13 @@ TEST_F(SysFileTypeTest, ConstructorsSetKindExtensionAndCode)
     EXPECT_THROW(none.GetWin32Extension(), std::runtime_error);
     EXPECT_THROW(none.GetMacFileType(), std::runtime_error);
     EXPECT_THROW(none.GetDescriptiveString(), std::runtime_error);
+
+    std::ostringstream file;
+    Sys_FileType(MacCode("WAVE")).Print(file);
+    EXPECT_EQ(file.str(), std::string("Description: Wave\nWin32 Extension: \nMac File Type: WAVE\n"));
+    std::ostringstream folder;
+    Sys_FileType(Sys_FileType::kTypeFolder).Print(folder);
+    EXPECT_EQ(folder.str(), "Description: Unknown\n");
 }
 
 TEST_F(SysFileTypeTest, EqualityNeedsAllFieldsAndTheOrderIsThatOfTheMaps)
@@ -47,18 +52,18 @@ TEST_F(SysFileTypeTest, EqualityNeedsAllFieldsAndTheOrderIsThatOfTheMaps)
     {
         char const* name;
         Sys_FileType a, b;
-        bool equal, less, greater;
+        bool equal, less;
     };
     Sys_FileType const anyFile(Sys_FileType::kTypeFile);
     Case const cases[] = {
-        {"same extension", Sys_FileType("wav"), Sys_FileType("WAV"), true, false, false},
-        {"extension and code differ", Sys_FileType("wav"), Sys_FileType(MacCode("WAVE")), false, true, false},
-        {"extensions by text", Sys_FileType("aif"), Sys_FileType("wav"), false, true, false},
-        {"codes as signed numbers", Sys_FileType(int32(-5)), Sys_FileType(int32(3)), false, true, false},
-        {"kinds first", Sys_FileType(Sys_FileType::kTypeUnknown), anyFile, false, true, false},
-        {"any file before every extension", anyFile, Sys_FileType("aaa"), false, true, false},
+        {"same extension", Sys_FileType("wav"), Sys_FileType("WAV"), true, false},
+        {"extension and code differ", Sys_FileType("wav"), Sys_FileType(MacCode("WAVE")), false, true},
+        {"extensions by text", Sys_FileType("aif"), Sys_FileType("wav"), false, true},
+        {"codes as signed numbers", Sys_FileType(int32(-5)), Sys_FileType(int32(3)), false, true},
+        {"kinds first", Sys_FileType(Sys_FileType::kTypeUnknown), anyFile, false, true},
+        {"any file before every extension", anyFile, Sys_FileType("aaa"), false, true},
         {"folders are never ordered", Sys_FileType(Sys_FileType::kTypeFolder), Sys_FileType(Sys_FileType::kTypeFolder),
-         true, false, false},
+         true, false},
     };
     for (Case const& c : cases)
     {
@@ -67,7 +72,6 @@ TEST_F(SysFileTypeTest, EqualityNeedsAllFieldsAndTheOrderIsThatOfTheMaps)
         EXPECT_EQ(c.a != c.b, !c.equal);
         EXPECT_EQ(c.a < c.b, c.less);
         EXPECT_EQ(c.b < c.a, !c.equal && !c.less);
-        (void)c.greater;
     }
 }
 
@@ -130,16 +134,6 @@ TEST_F(SysFileTypeTest, APathIsOfTheTypeOfItsRegisteredExtensionOrAFolder)
         EXPECT_EQ(Sys_UtilsPosix::GetFileType(std::string(c.path)), c.expected);
     }
     EXPECT_EQ(Sys_Utils::GetFileType(Sys_FileLoc(std::string("/h3/x.Wav"))), Sys_FileType("wav"));
-}
-
-TEST_F(SysFileTypeTest, PrintShowsDescriptionExtensionAndCode)
-{
-    std::ostringstream file;
-    Sys_FileType(MacCode("WAVE")).Print(file);
-    EXPECT_EQ(file.str(), std::string("Description: Wave\nWin32 Extension: \nMac File Type: WAVE\n"));
-    std::ostringstream folder;
-    Sys_FileType(Sys_FileType::kTypeFolder).Print(folder);
-    EXPECT_EQ(folder.str(), "Description: Unknown\n");
 }
 
 TEST_F(SysFileTypeTest, FilterPairsForFileChoosers)

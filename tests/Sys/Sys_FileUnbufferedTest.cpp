@@ -21,7 +21,6 @@
 #include "Sys/Sys_File.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys_FileTestSupport.h"
-#include "support/TestSupport.h"
 
 namespace
 {
@@ -136,14 +135,7 @@ private:
     int mOpened = 0;
 };
 
-Bytes Pattern(size_t size, unsigned seed)
-{
-    Bytes bytes(size);
-    std::mt19937 random(seed);
-    for (auto& b : bytes)
-        b = static_cast<std::uint8_t>(random());
-    return bytes;
-}
+using vfltest::Pattern;
 
 // Memory whose byte at index `at` lies on a sector boundary: where an
 // unbuffered transfer wants the middle of the caller's buffer.
@@ -169,7 +161,7 @@ private:
     std::uint8_t* mBytes = nullptr;
 };
 
-class SysFileUnbufferedTest : public vfltest::SysLayerTest
+class SysFileUnbufferedTest : public vfltest::SysFolderTest
 {
 protected:
     // An unbuffered file of these bytes, with 512-byte sectors.
@@ -184,8 +176,7 @@ protected:
     }
     static Sys_FilePosix& Posix(Sys_File& file) { return dynamic_cast<Sys_FilePosix&>(*file.GetImpl()); }
     Bytes OnDisk() const { return vfltest::ReadWholeFile(mDir.File("file.bin")); }
-
-    vfltest::TempDir mDir;
+    void MatchPlainTransfers(Sys_File& file, int64 sector, unsigned seed);
 };
 
 // ---------------------------------------------------------------- exact call logs
@@ -282,21 +273,17 @@ TEST_F(SysFileUnbufferedTest, WritesMergeHeadAndTailSectorsAndCutTheFileExactly)
     }
 }
 
-TEST_F(SysFileUnbufferedTest, AReadWhereNoSectorExistsFailsWithTheEndOfFileCode)
-{
-    SectorFake fake;
-    auto file = OpenWith(Pattern(1000, 3));
-    Bytes buffer(10);
-    file->SetPosition(Sys_File::kFromStart, 1024);
-    EXPECT_EQ(vfltest::SystemErrorOf([&] { file->Read(buffer.data(), 10); }), Sys_File::kErrHandleEOF);
-}
-
-// ---------------------------------------------------------------- against an oracle
-
 // Random transfers on an unbuffered file and the same ones, plain, on a
-// copy: the bytes read, the sizes and the final contents agree.
-void CompareWithPlainTransfers(Sys_File& file, Sys_File& oracle, int64 sector, unsigned seed)
+// copy: the bytes read, the sizes and the final contents agree. Only a
+// sector the file lacks altogether is an error.
+void SysFileUnbufferedTest::MatchPlainTransfers(Sys_File& file, int64 sector, unsigned seed)
 {
+    SCOPED_TRACE(sector);
+    std::string const path = file.GetFileLoc().GetFullPath();
+    std::string const oraclePath = mDir.File("oracle.bin");
+    vfltest::WriteWholeFile(oraclePath, vfltest::ReadWholeFile(path));
+    Sys_File oracle{Sys_FileLoc(oraclePath)};
+    oracle.Open(kReadWrite);
     std::mt19937 random(seed);
     for (int step = 0; step < 400; ++step)
     {
@@ -322,7 +309,6 @@ void CompareWithPlainTransfers(Sys_File& file, Sys_File& oracle, int64 sector, u
         {
             Bytes expected(static_cast<size_t>(count));
             int64 const got = oracle.Read(expected.data(), count);
-            // Only a sector the file lacks altogether is an error.
             int64 const firstSector = position - position % sector;
             int64 const lastSector = (position + count - 1) - (position + count - 1) % sector;
             bool const missing = count > 0 && (firstSector >= size || lastSector >= size);
@@ -335,42 +321,27 @@ void CompareWithPlainTransfers(Sys_File& file, Sys_File& oracle, int64 sector, u
         }
         ASSERT_EQ(file.GetPosition(), position + count);
     }
+    file.Close();
+    EXPECT_EQ(vfltest::ReadWholeFile(path), vfltest::ReadWholeFile(oraclePath));
 }
 
 TEST_F(SysFileUnbufferedTest, RandomReadsAndWritesMatchPlainTransfers)
 {
-    Bytes const start = Pattern(6000, 21);
-    std::string const oraclePath = mDir.File("oracle.bin");
-    vfltest::WriteWholeFile(oraclePath, start);
-    Sys_File oracle{Sys_FileLoc(oraclePath)};
-    oracle.Open(kReadWrite);
-    {
-        SectorFake fake;
-        auto file = OpenWith(start);
-        CompareWithPlainTransfers(*file, oracle, kSector, 1234);
-        for (std::string const& entry : fake.TakeLog())
-            ASSERT_EQ(entry.find("EINVAL"), std::string::npos) << entry;
-    }
-    EXPECT_EQ(OnDisk(), vfltest::ReadWholeFile(oraclePath));
+    SectorFake fake;
+    auto file = OpenWith(Pattern(6000, 21));
+    MatchPlainTransfers(*file, kSector, 1234);
+    for (std::string const& entry : fake.TakeLog())
+        ASSERT_EQ(entry.find("EINVAL"), std::string::npos) << entry;
 }
 
 TEST_F(SysFileUnbufferedTest, RandomTransfersOnTheRealDiskMatchPlainTransfers)
 {
     // Whatever the file system of the temporary folder asks for, with O_DIRECT.
-    Bytes const start = Pattern(20000, 22);
     std::string const path = mDir.File("direct.bin");
-    std::string const oraclePath = mDir.File("oracle.bin");
-    vfltest::WriteWholeFile(path, start);
-    vfltest::WriteWholeFile(oraclePath, start);
-    Sys_File oracle{Sys_FileLoc(oraclePath)};
-    oracle.Open(kReadWrite);
+    vfltest::WriteWholeFile(path, Pattern(20000, 22));
     Sys_File file{Sys_FileLoc(path)};
     file.Open(kReadWrite | kUnbuffered);
-    int64 const sector = static_cast<int64>(Posix(file).GetUnbufferedSectorSize());
-    SCOPED_TRACE(sector);
-    CompareWithPlainTransfers(file, oracle, sector, 99);
-    file.Close();
-    EXPECT_EQ(vfltest::ReadWholeFile(path), vfltest::ReadWholeFile(oraclePath));
+    MatchPlainTransfers(file, static_cast<int64>(Posix(file).GetUnbufferedSectorSize()), 99);
 }
 
 // An ext4 file system on a loop device with 4096-byte sectors, mounted for
@@ -424,11 +395,8 @@ TEST_F(SysFileUnbufferedTest, OnA4KSectorVolumeTheSectorIsLearnedAndTransfersSta
     if (!volume.WhyNot().empty())
         GTEST_SKIP() << volume.WhyNot();
 
-    Bytes const start = Pattern(50000, 23);
     std::string const path = volume.File("direct.bin");
-    vfltest::WriteWholeFile(path, start);
-    std::string const oraclePath = mDir.File("oracle.bin");
-    vfltest::WriteWholeFile(oraclePath, start);
+    vfltest::WriteWholeFile(path, Pattern(50000, 23));
 
     // The file system enforces the rule itself: a transfer off the grid fails.
     {
@@ -441,14 +409,10 @@ TEST_F(SysFileUnbufferedTest, OnA4KSectorVolumeTheSectorIsLearnedAndTransfersSta
         ::close(fd);
     }
 
-    Sys_File oracle{Sys_FileLoc(oraclePath)};
-    oracle.Open(kReadWrite);
     Sys_File file{Sys_FileLoc(path)};
     file.Open(kReadWrite | kUnbuffered);
     ASSERT_EQ(Posix(file).GetUnbufferedSectorSize(), 4096u);
-    CompareWithPlainTransfers(file, oracle, 4096, 7);
-    file.Close();
-    EXPECT_EQ(vfltest::ReadWholeFile(path), vfltest::ReadWholeFile(oraclePath));
+    MatchPlainTransfers(file, 4096, 7);
 }
 
 // ---------------------------------------------------------------- the zero-fill handle

@@ -9,12 +9,14 @@
 
 #include "Sys/FSSpec.h"
 #include "Sys/Posix/Sys_MacFileSystemPosix.h"
+#include "Sys/Posix/Sys_VolumePosix.h"
+#include "Sys/Posix/Sys_VolumePosixProbe.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_MacCompatibility.h"
 #include "Sys/Sys_MacRoman.h"
 #include "Sys/Sys_ResourceManager.h"
+#include "Sys/Sys_Utils.h"
 #include "Sys_FileTestSupport.h"
-#include "support/TestSupport.h"
 
 namespace
 {
@@ -100,45 +102,6 @@ TEST(SysMacNamesTest, IllegalCharactersAreMappedAndReported)
 
 // ---------------------------------------------------------------- Finder info
 
-Bytes FourCC(char const* s)
-{
-    return Bytes(s, s + 4);
-}
-
-// The 32 bytes of Finder info: type, creator, flags (big-endian), rest zero.
-Bytes FinderInfo(char const* type, char const* creator, u16 flags)
-{
-    Bytes b = FourCC(type);
-    Bytes const c = FourCC(creator);
-    b.insert(b.end(), c.begin(), c.end());
-    b.push_back(u8(flags >> 8));
-    b.push_back(u8(flags));
-    b.resize(32, 0);
-    return b;
-}
-
-// An AppleDouble image with a Finder info entry and, if given, a fork.
-Bytes AppleDouble(Bytes const& finderInfo, Bytes const& fork = {})
-{
-    Bytes b = {0x00, 0x05, 0x16, 0x07, 0x00, 0x02, 0x00, 0x00};
-    b.resize(24, 0);
-    u16 const count = fork.empty() ? 1 : 2;
-    b.push_back(0);
-    b.push_back(u8(count));
-    auto put32 = [&](u32 v)
-    {
-        for (int s = 24; s >= 0; s -= 8)
-            b.push_back(u8(v >> s));
-    };
-    u32 const infoAt = 26 + 12 * count;
-    put32(9), put32(infoAt), put32(32);
-    if (count == 2)
-        put32(2), put32(infoAt + 32), put32(u32(fork.size()));
-    b.insert(b.end(), finderInfo.begin(), finderInfo.end());
-    b.insert(b.end(), fork.begin(), fork.end());
-    return b;
-}
-
 // The stream record: "AFP\0", version, directory number at 8, Finder info
 // at 16, the attribute word (little-endian) at 52.
 Bytes AfpInfo(Bytes const& finderInfo, u32 attributes, u32 directory = 0)
@@ -155,13 +118,13 @@ Bytes AfpInfo(Bytes const& finderInfo, u32 attributes, u32 directory = 0)
     return b;
 }
 
-class SysMacFileInfoTest : public vfltest::SysLayerTest
+class SysMacFileInfoTest : public vfltest::SysFolderTest
 {
 protected:
     void SetUp() override
     {
-        vfltest::SysLayerTest::SetUp();
-        mRoot = fs::canonical(mDir.Path()).string() + "/";
+        vfltest::SysFolderTest::SetUp();
+        mRoot = Dir();
         vfltest::WriteWholeFile(mRoot + "probe", {});
         mHaveXattrs = ::setxattr((mRoot + "probe").c_str(), "user.probe", "1", 1, 0) == 0;
     }
@@ -169,7 +132,6 @@ protected:
     {
         return ::setxattr(file.c_str(), name.c_str(), value.data(), value.size(), 0) == 0;
     }
-    vfltest::TempDir mDir;
     std::string mRoot;
     bool mHaveXattrs = false;
 };
@@ -181,15 +143,14 @@ TEST_F(SysMacFileInfoTest, FinderInfoIsReadWhereOtherSystemsLeaveIt)
     {
         char const* place;
         bool needsXattrs;
-        char const* type;
-        char const* creator;
+        char const* typeAndCreator; // null: a record that is not read
         u32 flags;
     };
     Case const cases[] = {
-        {"samba stream", true, "AIFF", "Nuvo", 0x80000100},
-        {"netatalk", true, "Vn4f", "Nuvo", 0x0400},
-        {"sidecar", false, "WAVE", "ttxt", 0},
-        {"samba stream, bad signature", true, "", "", 0},
+        {"samba stream", true, "AIFFNuvo", 0x80000100},
+        {"netatalk", true, "Vn4fNuvo", 0x0400},
+        {"sidecar", false, "WAVEttxt", 0},
+        {"samba stream, bad signature", true, nullptr, 0},
     };
     for (Case const& c : cases)
     {
@@ -198,14 +159,14 @@ TEST_F(SysMacFileInfoTest, FinderInfoIsReadWhereOtherSystemsLeaveIt)
             continue;
         std::string const file = mRoot + c.place;
         vfltest::WriteWholeFile(file, {1, 2, 3});
-        Bytes const info = FinderInfo(*c.type ? c.type : "XXXX", *c.creator ? c.creator : "YYYY", u16(c.flags));
+        Bytes const info = vfltest::FinderInfo(c.typeAndCreator ? c.typeAndCreator : "XXXXYYYY", u16(c.flags));
         std::string const place = c.place;
         if (place == "samba stream")
             ASSERT_TRUE(SetAttribute(file, "user.DosStream.AFP_AfpInfo:$DATA", AfpInfo(info, 0x01E00000)));
         else if (place == "netatalk")
-            ASSERT_TRUE(SetAttribute(file, "user.org.netatalk.Metadata", AppleDouble(info)));
+            ASSERT_TRUE(SetAttribute(file, "user.org.netatalk.Metadata", vfltest::AppleDouble(info)));
         else if (place == "sidecar")
-            vfltest::WriteWholeFile(mRoot + "._" + c.place, AppleDouble(info));
+            vfltest::WriteWholeFile(mRoot + "._" + c.place, vfltest::AppleDouble(info));
         else
         {
             Bytes bad = AfpInfo(info, 0);
@@ -216,10 +177,13 @@ TEST_F(SysMacFileInfoTest, FinderInfoIsReadWhereOtherSystemsLeaveIt)
         ASSERT_EQ(record.Open(file), 0);
         EXPECT_TRUE(record.mIsFile);
         EXPECT_EQ(record.mDataForkSize, 3u);
-        auto code = [](char const* s)
-        { return *s ? (u32(u8(s[0])) << 24 | u32(u8(s[1])) << 16 | u32(u8(s[2])) << 8 | u8(s[3])) : 0u; };
-        EXPECT_EQ(record.GetFileType(), code(c.type));
-        EXPECT_EQ(record.GetCreator(), code(c.creator));
+        auto code = [&](int at)
+        {
+            char const* s = c.typeAndCreator;
+            return s ? (u32(u8(s[at])) << 24 | u32(u8(s[at + 1])) << 16 | u32(u8(s[at + 2])) << 8 | u8(s[at + 3])) : 0u;
+        };
+        EXPECT_EQ(record.GetFileType(), code(0));
+        EXPECT_EQ(record.GetCreator(), code(4));
         EXPECT_EQ(record.mFinderFlags, c.flags);
         EXPECT_TRUE(record.mNoSeparateName);
         EXPECT_EQ(Sys_MacRoman::FromName(record.mName, record.mNameLength / 2u), c.place);
@@ -391,6 +355,106 @@ TEST_F(SysMacFileInfoTest, SpecificationsLeadBackToTheirFiles)
     Sys_FileLoc untouched(mRoot + "x");
     EXPECT_FALSE(FSSpec2Sys_FileLoc(unknown, &untouched));
     EXPECT_EQ(untouched.GetFullPath(), mRoot + "x");
+}
+
+// ---------------------------------------------------------------- on a Macintosh volume
+
+// Files on a Macintosh volume, presented through a mount table that says a
+// folder of the test is mounted by the HFS+ driver.
+std::string sMacRoot; // mounted "hfsplus"
+
+std::string MountInfoWithAMac()
+{
+    return Sys_VolumePosixProbe::System().readMountInfo() + "990 1 8:77 / " + sMacRoot +
+           " rw - hfsplus /dev/h3mac rw\n";
+}
+
+class SysMacVolumeTest : public vfltest::SysFolderTest
+{
+protected:
+    void SetUp() override
+    {
+        vfltest::SysFolderTest::SetUp();
+        sMacRoot = Dir() + "mac";
+        fs::create_directory(sMacRoot);
+        mSaved = Sys_VolumePosixProbe::Current();
+        Sys_VolumePosixProbe::Current().readMountInfo = &MountInfoWithAMac;
+        Sys_VolumePosix::FlushMountTableCache();
+        ASSERT_EQ(Sys_FileLoc(sMacRoot + "/x").GetVolume().GetFileSystemType(), Sys_Volume::kFileSystemHFS);
+    }
+    void TearDown() override
+    {
+        Sys_VolumePosixProbe::Current() = mSaved;
+        Sys_VolumePosix::FlushMountTableCache();
+    }
+    std::string Mac(std::string const& name) const { return sMacRoot + "/" + name; }
+
+    Sys_VolumePosixProbe mSaved;
+};
+
+TEST_F(SysMacVolumeTest, AFileKeepsItsMacintoshTypeWhateverItsNameSays)
+{
+    struct Case
+    {
+        char const* name;
+        char const* finderInfo; // type and creator in a sidecar; null for none
+        Sys_FileType expected;
+    };
+    Case const cases[] = {
+        {"take", "AIFFNuvo", Sys_FileType(vfltest::MacCode("AIFF"))},
+        {"take.wav", "AIFFNuvo", Sys_FileType(vfltest::MacCode("AIFF"))},
+        {"song.aif", "AIFFNuvo", Sys_FileType("aif")},
+        {"text.wav", "TEXTttxt", Sys_FileType("wav")},
+        {"plain.wav", nullptr, Sys_FileType("wav")},
+    };
+    for (Case const& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        vfltest::WriteWholeFile(Mac(c.name), {1});
+        if (c.finderInfo)
+            vfltest::WriteWholeFile(Mac(std::string("._") + c.name),
+                                    vfltest::AppleDouble(vfltest::FinderInfo(c.finderInfo)));
+        Sys_FileType const type = Sys_Utils::GetFileType(Sys_FileLoc(Mac(c.name)));
+        EXPECT_EQ(type.GetFileType(), c.expected.GetFileType());
+        EXPECT_EQ(type.GetMacFileType(), c.expected.GetMacFileType());
+        EXPECT_EQ(type.GetWin32Extension(), c.expected.GetWin32Extension());
+    }
+}
+
+TEST_F(SysMacVolumeTest, MacintoshNamesForksAndTypes)
+{
+    struct Case
+    {
+        char const* name;
+        char const* macName;
+    };
+    Case const cases[] = {{"\xC3\x84 b", "\x80 b"},
+                          {"x\xE4\xB8\x80y", "x_y"},
+                          {"a\xEF\x80\xA2"
+                           "b",
+                           "a/b"}};
+    for (Case const& c : cases)
+    {
+        SCOPED_TRACE(c.macName);
+        vfltest::WriteWholeFile(Mac(c.name), {});
+        EXPECT_EQ(GetMacFileName(Sys_FileLoc(Mac(c.name))), c.macName);
+    }
+
+    // The HFS+ driver shows a file's fork as NAME/rsrc.
+    fs::create_directory(Mac("forked"));
+    vfltest::WriteWholeFile(Mac("forked/rsrc"), Bytes(286, 0));
+    Sys_ResourceManager::ForkPlace place;
+    ASSERT_TRUE(Sys_ResourceManager::FindFork(Sys_FileLoc(Mac("forked")), &place));
+    EXPECT_EQ(place.length, 286);
+
+    vfltest::WriteWholeFile(Mac("stamped"), {});
+    SetFileAndCreatorType(Sys_FileLoc(Mac("stamped")), 0x57415645, 0x4E75766F); // 'WAVE', 'Nuvo'
+    if (::setxattr(Mac("stamped").c_str(), "user.probe", "", 0, 0) != 0)
+        GTEST_SKIP() << "no user attributes here";
+    MacFileInfo info;
+    ASSERT_EQ(info.Open(Mac("stamped")), 0);
+    EXPECT_EQ(info.GetFileType(), 0x57415645u);
+    EXPECT_EQ(info.GetCreator(), 0x4E75766Fu);
 }
 
 } // namespace

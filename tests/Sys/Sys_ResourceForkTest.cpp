@@ -8,7 +8,6 @@
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_ResourceManager.h"
 #include "Sys_FileTestSupport.h"
-#include "support/TestSupport.h"
 
 namespace
 {
@@ -97,12 +96,12 @@ Res R(char const (&type)[5], i16 id, char const* name, std::string const& data, 
     return r;
 }
 
-class SysResourceForkTest : public vfltest::SysLayerTest
+class SysResourceForkTest : public vfltest::SysFolderTest
 {
 protected:
     void SetUp() override
     {
-        vfltest::SysLayerTest::SetUp();
+        vfltest::SysFolderTest::SetUp();
         if (!vfltest::HaveProgram("python3"))
             GTEST_SKIP() << "python3 is needed for the independent reader";
         vfltest::WriteWholeFile(mDir.File("fork.py"), Bytes(kPython, kPython + sizeof kPython - 1));
@@ -113,7 +112,6 @@ protected:
         EXPECT_EQ(vfltest::RunCommand("python3 " + mDir.File("fork.py") + " " + args, &out), 0) << args;
         return out;
     }
-    vfltest::TempDir mDir;
 };
 
 // Forks of several types, names and ids, written here and read there, then
@@ -226,14 +224,14 @@ TEST_F(SysResourceForkTest, DamagedForksAreRefused)
 
 // ---------------------------------------------------------------- the manager
 
-class SysResourceManagerTest : public vfltest::SysLayerTest
+class SysResourceManagerTest : public vfltest::SysFolderTest
 {
 protected:
     void SetUp() override
     {
-        vfltest::SysLayerTest::SetUp();
+        vfltest::SysFolderTest::SetUp();
         Sys_ResourceManager::Reset();
-        mRoot = fs::canonical(mDir.Path()).string() + "/";
+        mRoot = Dir();
     }
     void TearDown() override { Sys_ResourceManager::Reset(); }
     std::vector<std::string> Listing() const
@@ -245,7 +243,6 @@ protected:
         return names;
     }
     using M = Sys_ResourceManager;
-    vfltest::TempDir mDir;
     std::string mRoot;
 };
 
@@ -280,23 +277,22 @@ TEST_F(SysResourceManagerTest, ResourcesSurviveCloseAndReopen)
     EXPECT_EQ(M::CurrentFile(), ref);
     struct Case
     {
-        char const* type;
+        u32 type;
         int16 id;
         std::string name;
         std::string data;
     };
-    Case const cases[] = {{"STR ", 1000, "\x0bsample-size",
+    Case const cases[] = {{Sys_ResourceFork::Code("STR "), 1000, "\x0bsample-size",
                            "\x01"
                            "3"},
-                          {"umid", 1000, "", std::string(24, '\x11')},
-                          {"qxRL", 1000, "", std::string(18, '\x02')}};
+                          {Sys_ResourceFork::Code("umid"), 1000, "", std::string(24, '\x11')},
+                          {Sys_ResourceFork::Code("qxRL"), 1000, "", std::string(18, '\x02')}};
     for (Case const& c : cases)
     {
-        char const(&type)[5] = *reinterpret_cast<char const(*)[5]>(c.type);
         M::Handle h = M::NewHandle(int64(c.data.size()));
         ASSERT_NE(h, nullptr);
         std::copy(c.data.begin(), c.data.end(), *h);
-        M::AddResource(h, Sys_ResourceFork::Code(type), c.id, reinterpret_cast<unsigned char const*>(c.name.c_str()));
+        M::AddResource(h, c.type, c.id, reinterpret_cast<unsigned char const*>(c.name.c_str()));
         EXPECT_EQ(M::GetError(), 0);
         M::ReleaseResource(h);
         EXPECT_EQ(M::GetError(), M::kErrAttribute); // changed and not written yet
@@ -312,9 +308,8 @@ TEST_F(SysResourceManagerTest, ResourcesSurviveCloseAndReopen)
     ASSERT_GT(again, 0);
     for (Case const& c : cases)
     {
-        SCOPED_TRACE(c.type);
-        char const(&type)[5] = *reinterpret_cast<char const(*)[5]>(c.type);
-        M::Handle h = M::GetResource(Sys_ResourceFork::Code(type), c.id);
+        SCOPED_TRACE(Sys_ResourceFork::CodeText(c.type));
+        M::Handle h = M::GetResource(c.type, c.id);
         ASSERT_NE(h, nullptr);
         EXPECT_EQ(std::string(*h, size_t(M::GetHandleSize(h))), c.data);
         u32 t;
@@ -322,7 +317,7 @@ TEST_F(SysResourceManagerTest, ResourcesSurviveCloseAndReopen)
         std::string name;
         ASSERT_TRUE(M::GetResourceInfo(h, &t, &id, &name));
         EXPECT_EQ(name, c.name.empty() ? "" : c.name.substr(1));
-        EXPECT_EQ(M::GetResource(Sys_ResourceFork::Code(type), c.id), h); // the same handle
+        EXPECT_EQ(M::GetResource(c.type, c.id), h); // the same handle
     }
     M::Handle const text = M::GetString(1000);
     ASSERT_NE(text, nullptr);
@@ -368,22 +363,8 @@ TEST_F(SysResourceManagerTest, ForksAreFoundInSidecarsAndDamageIsRefused)
                "1"));
     Bytes bytes;
     ASSERT_TRUE(fork.Serialize(&bytes));
-    // Header, two entries (Finder info, then the fork), 32 bytes of Finder info.
-    Bytes sidecar = {0, 5, 0x16, 7, 0, 2, 0, 0};
-    sidecar.resize(24, 0);
-    auto put32 = [&](u32 v)
-    {
-        for (int s = 24; s >= 0; s -= 8)
-            sidecar.push_back(u8(v >> s));
-    };
-    sidecar.push_back(0);
-    sidecar.push_back(2);
-    put32(9), put32(50), put32(32);
-    put32(2), put32(82), put32(u32(bytes.size()));
-    sidecar.resize(82, 0);
-    sidecar.insert(sidecar.end(), bytes.begin(), bytes.end());
     vfltest::WriteWholeFile(mRoot + "from a mac.aif", {});
-    vfltest::WriteWholeFile(mRoot + "._from a mac.aif", sidecar);
+    vfltest::WriteWholeFile(mRoot + "._from a mac.aif", vfltest::AppleDouble(Bytes(32, 0), bytes));
 
     Sys_FileLoc const file(mRoot + "from a mac.aif");
     M::ForkPlace place;

@@ -16,7 +16,6 @@
 #include "Sys/Sys_File.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys_FileTestSupport.h"
-#include "support/TestSupport.h"
 
 // Frames with names of their own, for the lookups below.
 extern "C" __attribute__((noinline)) Sys_StackDumpPosix* VflTestCaptureHere()
@@ -29,12 +28,12 @@ extern "C" __attribute__((noinline)) Sys_StackDumpPosix* VflTestCaptureHere()
 namespace
 {
 
-class SysStackDumpTest : public vfltest::SysLayerTest
+class SysStackDumpTest : public vfltest::SysFolderTest
 {
 protected:
     void SetUp() override
     {
-        SysLayerTest::SetUp();
+        SysFolderTest::SetUp();
         Sys_UtilsPosix::SetConfigRoot(mDir.File("config"));
         Sys_UtilsPosix::SetStateRoot(mDir.File("state"));
     }
@@ -43,8 +42,6 @@ protected:
         Sys_UtilsPosix::SetConfigRoot("");
         Sys_UtilsPosix::SetStateRoot("");
     }
-
-    vfltest::TempDir mDir;
 };
 
 TEST(Sys_SEHandlerPosix, MapsEachFaultToItsException)
@@ -175,13 +172,11 @@ TEST_F(SysStackDumpTest, ALogWrittenIsShownWithTextContextsAndNames)
         << shown;
     EXPECT_NE(shown.find(":\t VflTestCaptureHere + 0x"), std::string::npos) << shown;
     EXPECT_EQ(shown.find("Loaded modules"), std::string::npos);
-}
 
-TEST_F(SysStackDumpTest, ANullExceptionLeavesAnEmptyLogAndThrows)
-{
-    Sys_FileLoc const loc = Sys_UtilsPosix::GetNewExceptionLogFileLoc();
-    EXPECT_THROW(Sys_UtilsPosix::WriteExceptionLogFile(loc, nullptr), Cmn_Exception);
-    EXPECT_TRUE(vfltest::ReadWholeFile(loc.GetFullPath()).empty());
+    // No exception: the log is made, stays empty, and the write throws.
+    Sys_FileLoc const empty = Sys_UtilsPosix::GetNewExceptionLogFileLoc();
+    EXPECT_THROW(Sys_UtilsPosix::WriteExceptionLogFile(empty, nullptr), Cmn_Exception);
+    EXPECT_TRUE(vfltest::ReadWholeFile(empty.GetFullPath()).empty());
 }
 
 // Files that are no ELF, or a damaged one, have no symbols; a module list

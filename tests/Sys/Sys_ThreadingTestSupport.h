@@ -1,13 +1,11 @@
 // Helpers for the tests of threads, tasks and sync objects.
 #pragma once
 
-#include "Cmn/Cmn_Assert.h"
-#include "Cmn/Cmn_Exception.h"
 #include "Sys/Posix/Sys_SyncObjectPosix.h"
 #include "Sys/Sys_Task.h"
 #include "Sys/Sys_Thread.h"
+#include "Sys_FileTestSupport.h"
 
-#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <functional>
@@ -16,20 +14,6 @@
 
 namespace vfltest
 {
-
-// While alive, failed assertions are counted instead of thrown.
-class StCountAsserts
-{
-public:
-    StCountAsserts() : mPrevious(Cmn_Assert::SetHandler(&Count)) { sCount = 0; }
-    ~StCountAsserts() { Cmn_Assert::SetHandler(mPrevious); }
-    int Failed() const { return sCount.load(); }
-
-private:
-    static void Count(bool, char const*, int) { ++sCount; }
-    static inline std::atomic<int> sCount{0};
-    Cmn_Assert::Handler mPrevious;
-};
 
 // Polls until pred holds; false if it still does not after a generous limit.
 template <class Pred> bool Eventually(Pred pred)
@@ -42,25 +26,6 @@ template <class Pred> bool Eventually(Pred pred)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return true;
-}
-
-// The error number of the system error that operation throws; 0 if it
-// throws nothing, -1 if it throws something else.
-inline int32 SystemErrorOf(std::function<void()> const& operation)
-{
-    try
-    {
-        operation();
-    }
-    catch (Cmn_TypedException<Sys_OSErrData> const& e)
-    {
-        return e.GetCode() == XC_Sys_SystemError ? e.GetData().GetErr() : -1;
-    }
-    catch (...)
-    {
-        return -1;
-    }
-    return 0;
 }
 
 // Threads waiting on a sync object right now.

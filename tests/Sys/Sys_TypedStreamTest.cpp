@@ -120,10 +120,8 @@ TEST(Sys_TypedStreamTest, EveryTypeRoundTripsInBothByteOrders)
     RoundTripEveryType<Sys_CrossPlatformOutStream, Sys_BigEndianInStream>(true);
     RoundTripEveryType<Sys_NativeOutStream, Sys_NativeInStream>(std::endian::native == std::endian::big);
     RoundTripEveryType<Sys_NativeOutStream, Sys_LittleEndianInStream>(false);
-}
 
-TEST(Sys_TypedStreamTest, BoolIsOneByteAndAnyNonZeroByteIsTrue)
-{
+    // A bool is one byte, and any byte but 0 is true.
     Bytes bytes;
     for (unsigned char c : {0, 1, 2, 0xFF})
         bytes.PushBack(c);
@@ -270,7 +268,8 @@ TEST(Sys_StdStreamHeaderTest, BadRecordsAreReportedWithoutReadingPastTheData)
     }
 }
 
-TEST(Sys_StdStreamHeaderTest, MagicOfAtMost128Characters)
+// A magic of more than 128 characters, and a size patched twice.
+TEST(Sys_StdStreamHeaderTest, WriterMisuseIsAnAssertion)
 {
     for (std::size_t length : {std::size_t(128), std::size_t(129)})
     {
@@ -288,10 +287,6 @@ TEST(Sys_StdStreamHeaderTest, MagicOfAtMost128Characters)
             EXPECT_EQ(Thrown([&] { Sys_StdStreamHeaderReader(in, magic.c_str()).SkipTheRest(); }), "");
         }
     }
-}
-
-TEST(Sys_StdStreamHeaderTest, PatchSizeTwiceIsAnAssertion)
-{
     Bytes bytes;
     Cmn_PolyVectorOutStream sink(bytes);
     Sys_NativeOutStream out(&sink);

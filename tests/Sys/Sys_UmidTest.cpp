@@ -12,9 +12,7 @@
 namespace
 {
 
-class SysUmidTest : public vfltest::SysLayerTest
-{
-};
+using SysUmidTest = vfltest::SysLayerTest;
 
 TEST_F(SysUmidTest, TheTextFormFollowsTheAlgorithm)
 {
@@ -52,7 +50,9 @@ TEST_F(SysUmidTest, NewIdentifiersHaveFourteenDigitsAndDifferOnOneThread)
     EXPECT_EQ(Sys_Umid::Create().AsString().size(), 14u);
 }
 
-TEST_F(SysUmidTest, StreamOutputAndSwapRoundTrip)
+// The order is that of the bytes in memory, the swap gives the file's
+// big-endian order, and reading from a stream is not in use.
+TEST_F(SysUmidTest, StreamsSwapAndOrder)
 {
     std::ostringstream out;
     out << Sys_Umid(0, 457, 1000, 2000);
@@ -66,22 +66,15 @@ TEST_F(SysUmidTest, StreamOutputAndSwapRoundTrip)
         EXPECT_EQ(bytes[i], i + 1); // the file's big-endian order
     swapped.SwapIfWin32();
     EXPECT_EQ(swapped, umid);
-}
 
-TEST_F(SysUmidTest, OrderIsThatOfTheBytesInMemory)
-{
     // On a little-endian host the low byte of a word comes first.
     Sys_Umid const a(0, 0, 0, 0x100), b(0, 0, 0, 0x001);
     EXPECT_TRUE(a < b);
     EXPECT_FALSE(b < a);
     EXPECT_NE(a, b);
     EXPECT_EQ(a, Sys_Umid(0, 0, 0, 0x100));
-}
 
-TEST_F(SysUmidTest, ReadingFromAStreamIsNotInUse)
-{
     std::istringstream in("0123456789abcdef");
-    Sys_Umid umid{};
     EXPECT_THROW(in >> umid, std::runtime_error);
 }
 

@@ -6,6 +6,8 @@
 #include <chrono>
 #include <filesystem>
 #include <regex>
+#include <stdexcept>
+#include <string>
 #include <thread>
 
 #include "Cmn/Cmn_Exception.h"
@@ -15,9 +17,9 @@
 #include "Sys/Sys_Init.h"
 #include "Sys/Sys_OSErrData.h"
 #include "Sys/Sys_StBoostThreadPriority.h"
+#include "Sys/Sys_Thread.h"
 #include "Sys/Sys_Volume.h"
-#include "Sys_FileTestSupport.h"
-#include "support/TestSupport.h"
+#include "Sys_ThreadingTestSupport.h"
 
 namespace
 {
@@ -25,21 +27,7 @@ namespace
 namespace fs = std::filesystem;
 using Bytes = std::vector<std::uint8_t>;
 
-class SysUtilsTest : public vfltest::SysLayerTest
-{
-protected:
-    std::string Dir() const { return fs::canonical(mDir.Path()).string() + "/"; }
-    Sys_FileLoc Loc(std::string const& rest) const { return Sys_FileLoc(Dir() + rest); }
-
-    vfltest::TempDir mDir;
-};
-
-TEST_F(SysUtilsTest, InitTwiceIsHarmless)
-{
-    Sys_Init::Init();
-    Sys_Init::Init();
-    EXPECT_GT(Sys_Utils::Microseconds(), 0);
-}
+using SysUtilsTest = vfltest::SysFolderTest;
 
 TEST_F(SysUtilsTest, ThePriorityLadder)
 {
@@ -72,18 +60,34 @@ TEST_F(SysUtilsTest, ThePriorityLadder)
             EXPECT_EQ(Sys_UtilsPosix::GetThreadPriority(), 0);
         })
         .join();
+
+    // The ladder starts from the priority a thread really has, also when its
+    // owner set it through Sys_Thread: below normal is its third step,
+    // lowest the second. Lowering needs no privilege, so this works for any user.
+    std::atomic<int32> seen{99}, lowered{99};
+    auto task = vfltest::ScriptedTask::Make(
+        [&](vfltest::ScriptedTask&)
+        {
+            seen = Sys_UtilsPosix::GetThreadPriority();
+            Sys_UtilsPosix::LowerThreadPriority();
+            lowered = Sys_UtilsPosix::GetThreadPriority();
+            return Sys_Task::kResultCompleted;
+        });
+    Sys_Thread::Handle thread = Sys_Thread::Create(task, true);
+    thread->SetPriority(Sys_Thread::kPriorityBelowNormal);
+    thread->Resume();
+    ASSERT_TRUE(vfltest::Eventually([&] { return thread->GetStatus() == Sys_Thread::kThreadFinished; }));
+    EXPECT_EQ(seen.load(), -1);
+    EXPECT_EQ(lowered.load(), -2);
 }
 
-TEST_F(SysUtilsTest, CountersReturnTheNewValue)
+TEST_F(SysUtilsTest, ClocksAreInFileTimeUnitsAndSteadyAndCountersGiveTheNewValue)
 {
+    Sys_Init::Init(); // a second time: harmless
     volatile int32 value = 5;
     EXPECT_EQ(Sys_Utils::ThreadSafeIncrement(value), 6);
     EXPECT_EQ(Sys_Utils::ThreadSafeDecrement(value), 5);
     EXPECT_EQ(Sys_Utils::ThreadSafeDecrement(value), 4);
-}
-
-TEST_F(SysUtilsTest, ClocksAreInFileTimeUnitsAndSteady)
-{
     auto const now = std::chrono::system_clock::now().time_since_epoch();
     int64 const expected =
         std::chrono::duration_cast<std::chrono::nanoseconds>(now).count() / 100 + 116444736000000000LL;
@@ -113,17 +117,6 @@ TEST_F(SysUtilsTest, WellKnownLocations)
     Sys_FileLoc app;
     Sys_UtilsPosix::GetAppModuleLoc(&app);
     EXPECT_TRUE(Sys_File(app).IsOnline());
-}
-
-TEST_F(SysUtilsTest, CreateFolderMakesEveryLevelAndLeavesRootsAlone)
-{
-    Sys_FileLoc const deep = Loc("one/two/three");
-    Sys_Utils::CreateFolder(deep);
-    EXPECT_TRUE(fs::is_directory(Dir() + "one/two/three"));
-    EXPECT_EQ(deep.GetFullPath(), Dir() + "one/two/three/");
-    Sys_FileLoc const root(std::string("/"));
-    Sys_Utils::CreateFolder(root); // nothing to do, nothing thrown
-    Sys_Utils::CreateFolder(deep); // already there
 }
 
 TEST_F(SysUtilsTest, NameLimitIsTheFileSystemsAndAMissingFolderThrows)
@@ -175,14 +168,12 @@ TEST_F(SysUtilsTest, CopyOverwritesAndMoveDoesNot)
 TEST_F(SysUtilsTest, MoveAcrossVolumesCopiesAndRemoves)
 {
     std::string const mountPoint = Dir() + "other";
-    fs::create_directory(mountPoint);
-    if (vfltest::RunCommand("mount -t tmpfs -o size=1m h3move '" + mountPoint + "' 2>/dev/null") != 0)
+    vfltest::StMount const other("-t tmpfs -o size=1m h3move", mountPoint);
+    if (!other.Mounted())
         GTEST_SKIP() << "cannot mount a tmpfs here";
     vfltest::WriteWholeFile(Dir() + "m.bin", {4, 5});
     Sys_Utils::MoveFile(Loc("m.bin"), Sys_FileLoc(mountPoint + "/m.bin"));
-    Bytes const moved = vfltest::ReadWholeFile(mountPoint + "/m.bin");
-    vfltest::RunCommand("umount '" + mountPoint + "'");
-    EXPECT_EQ(moved, (Bytes{4, 5}));
+    EXPECT_EQ(vfltest::ReadWholeFile(mountPoint + "/m.bin"), (Bytes{4, 5}));
     EXPECT_FALSE(fs::exists(Dir() + "m.bin"));
 }
 
@@ -287,12 +278,120 @@ TEST_F(SysUtilsTest, SpaceToCopyCountsTheResourceForkBesideTheFile)
     EXPECT_FALSE(Sys_Utils::GetResourceForkLoc(Sys_FileLoc(std::string("/"))));
 }
 
-TEST_F(SysUtilsTest, AFailedServiceIsReplaceable)
+// Whether two locations reach one file: by the file itself where it exists,
+// by the place it would be made where it does not.
+TEST_F(SysUtilsTest, IsSameFileBySpellingsLinksAndFilesNotMadeYet)
 {
-    Sys_Utils::SetGetUTCMethod([] { return int64{42}; });
-    int64 const replaced = Sys_Utils::GetUTC();
-    Sys_Utils::SetGetUTCMethod(&Sys_UtilsPosix::GetUTC);
-    EXPECT_EQ(replaced, 42);
+    std::string const d = Dir();
+    vfltest::WriteWholeFile(d + "a.wav", {1});
+    vfltest::WriteWholeFile(d + "A.wav", {2});
+    vfltest::WriteWholeFile(d + "other.wav", {1});
+    fs::create_directory(d + "sub");
+    fs::create_symlink(d + "a.wav", d + "link.wav");
+    fs::create_hard_link(d + "a.wav", d + "hard.wav");
+    fs::create_symlink(d + "sub", d + "sublink");
+    fs::create_symlink(d + "new.wav", d + "dangling.wav");
+    struct
+    {
+        char const *a, *b;
+        bool same;
+    } const cases[] = {
+        {"a.wav", "a.wav", true},
+        {"a.wav", "sub/../a.wav", true},
+        {"a.wav", "link.wav", true},
+        {"a.wav", "hard.wav", true},
+        {"a.wav", "A.wav", false}, // two files on a file system that tells case
+        {"a.wav", "other.wav", false},
+        {"a.wav", "missing.wav", false},
+        {"new.wav", "new.wav", true},
+        {"new.wav", "dangling.wav", true}, // writing through the link makes new.wav
+        {"sub/x.wav", "sublink/x.wav", true},
+        {"x.wav", "sub/x.wav", false},
+        {"n.wav", "N.wav", false},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(std::string(c.a) + " and " + c.b);
+        EXPECT_EQ(Sys_Utils::IsSameFile(Sys_FileLoc(d + c.a), Sys_FileLoc(d + c.b)), c.same);
+        EXPECT_EQ(Sys_Utils::IsSameFile(Sys_FileLoc(d + c.b), Sys_FileLoc(d + c.a)), c.same);
+    }
+}
+
+// The fatal path's order of calls, through the seams: no process ends here.
+std::vector<std::string> sCalls;
+int sLocs = 0;
+bool sHandle = true;
+bool sWriteFails = false;
+
+class SysUtilsFatalTest : public vfltest::SysLayerTest
+{
+protected:
+    void SetUp() override
+    {
+        SysLayerTest::SetUp();
+        sCalls.clear();
+        sLocs = 0;
+        sHandle = true;
+        sWriteFails = false;
+        Sys_Utils::SetHandleFatalExceptionsMethod([] { return sHandle; });
+        Sys_Utils::SetGetNewExceptionLogFileLocMethod(
+            []
+            {
+                sCalls.push_back("loc");
+                return Sys_FileLoc("/logs/Log-" + std::to_string(++sLocs) + ".vlx");
+            });
+        Sys_Utils::SetWriteExceptionLogFileMethod(
+            [](Sys_FileLoc const& loc, Cmn_Exception const* e)
+            {
+                sCalls.push_back("write " + loc.GetFileName() + " " + (e ? e->GetDescription() : "null"));
+                if (sWriteFails || !e)
+                    throw std::runtime_error("cannot write");
+            });
+        Sys_Utils::SetPostFatalExceptionDialogMethod(
+            [](Sys_FileLoc* loc) { sCalls.push_back("dialog " + (loc ? loc->GetFileName() : std::string("none"))); });
+        Sys_Utils::SetExitMethod([] { sCalls.push_back("exit"); });
+    }
+    void TearDown() override { Sys_UtilsPosix::SetPlatformDependentMethods(); }
+};
+
+TEST_F(SysUtilsFatalTest, TheLogGoesToTheSecondLocationAndTheDialogNamesTheFirst)
+{
+    struct Case
+    {
+        char const* name;
+        bool ours;
+        bool handle;
+        bool writeFails;
+        std::vector<std::string> calls;
+    };
+    Case const cases[] = {
+        {"ours",
+         true,
+         true,
+         false,
+         {"loc", "loc", "write Log-2.vlx Access violation occurred", "dialog Log-1.vlx", "exit"}},
+        {"a standard exception", false, true, false, {"loc", "loc", "write Log-2.vlx null", "dialog none", "exit"}},
+        {"the write fails",
+         true,
+         true,
+         true,
+         {"loc", "loc", "write Log-2.vlx Access violation occurred", "dialog none", "exit"}},
+        {"not handled", true, false, false, {}},
+    };
+    for (Case const& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        sCalls.clear();
+        sLocs = 0;
+        sHandle = c.handle;
+        sWriteFails = c.writeFails;
+        auto ours = Cmn_TypedException<Cmn_NullExceptionData>::New(XC_SYS_SE_AccessViolation, Cmn_NullExceptionData());
+        std::runtime_error standard("standard");
+        std::exception& e = c.ours ? static_cast<std::exception&>(ours) : standard;
+        // Exit returned: the handler gives up and says false.
+        EXPECT_FALSE(Sys_Utils::HandleFatalException(e));
+        EXPECT_EQ(sCalls, c.calls);
+    }
 }
 
 } // namespace
