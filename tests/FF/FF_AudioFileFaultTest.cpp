@@ -8,8 +8,8 @@
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_Init.h"
 #include "Sys/Sys_Utils.h"
+#include "support/ChunkFileBuilder.h"
 #include "support/TestSupport.h"
-#include "support/WaveBuilder.h"
 
 #include <gtest/gtest.h>
 
@@ -70,15 +70,13 @@ Bytes Audio()
 // one of them odd with its pad, and a tag behind the form.
 Bytes ForeignFile()
 {
-    Bytes b = WaveBuilder()
+    Bytes b = ChunkFileBuilder()
                   .RiffHeader()
                   .Fmt(2, 44100, 16)
                   .Chunk("LIST", Bytes(27, 'a'))
-                  .Raw({0})
                   .Data(Audio())
                   .Chunk("smpl", Bytes(60, 3))
-                  .FixRiffSize()
-                  .Bytes();
+                  .Done();
     Bytes const tag(128, 'T');
     b.insert(b.end(), tag.begin(), tag.end());
     return b;

@@ -6,8 +6,8 @@
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_Init.h"
 #include "Sys/Sys_Utils.h"
+#include "support/ChunkFileBuilder.h"
 #include "support/TestSupport.h"
-#include "support/WaveBuilder.h"
 
 #include <gtest/gtest.h>
 
@@ -40,8 +40,8 @@ protected:
     std::string Foreign(std::string const& name, int frames)
     {
         std::string const path = mDir.File(name);
-        vfltest::WriteWholeFile(
-            path, WaveBuilder().RiffHeader().Fmt(1, 8000, 16).Data(Bytes(2 * frames, 7)).FixRiffSize().Bytes());
+        vfltest::WriteWholeFile(path,
+                                ChunkFileBuilder().RiffHeader().Fmt(1, 8000, 16).Data(Bytes(2 * frames, 7)).Done());
         return path;
     }
     // A new 16-bit stereo WAVE file of `frames` frames, written through the library.
