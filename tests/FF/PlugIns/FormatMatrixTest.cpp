@@ -93,7 +93,8 @@ TEST_F(FormatMatrix, WhatIsWrittenSurvivesCloseAndReopen)
                 file.Format(f.type, s.channels, 44100, s.bits, 0);
                 FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
                 Bytes buffer = host;
-                file.SampleWrite(buffer.data(), frames);
+                file.SampleWrite(buffer.data(), frames, FF_AudioFile::ePreserveBuffer);
+                EXPECT_TRUE(buffer == host) << "the buffer was not left as it was";
                 file.SetNumSamples(frames);
                 file.AddRegion("verse", 10, 500, 20, 3, 4);
                 file.SetInstrumentAttr(loops);
