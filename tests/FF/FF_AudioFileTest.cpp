@@ -2,7 +2,7 @@
 // handler: open levels, write-back at the last close, the result-code
 // mapping, and the byte swap on the sample path.
 #include "FF/FF_AudioFile.h"
-#include "Cmn/Cmn_Exception.h"
+#include "FF/FF_AudioFileTestSupport.h"
 #include "FF/FF_AudioInstrumentAttr.h"
 #include "FF/PlugIns/PlugIn.h"
 #include "Sys/Sys_FileLoc.h"
@@ -14,10 +14,11 @@
 #include <cstring>
 #include <functional>
 #include <numeric>
-#include <optional>
 
 namespace
 {
+using fftest::CodeOf;
+
 // A handler whose answers the test sets.
 class FakePlugIn : public PlugIn
 {
@@ -133,20 +134,6 @@ protected:
     std::unique_ptr<TestAudioFile> mFile;
 };
 
-// The code of what f throws, or nothing.
-template <class F> std::optional<XC_BaseExceptionCode> CodeOf(F&& f)
-{
-    try
-    {
-        f();
-    }
-    catch (Cmn_Exception const& e)
-    {
-        return e.GetCode();
-    }
-    return std::nullopt;
-}
-
 TEST(FF_AudioFileResults, EveryCodeOfEveryCheck)
 {
     using Check = void (*)(PlugInResult);
@@ -190,15 +177,7 @@ TEST(FF_AudioFileResults, EveryCodeOfEveryCheck)
     }
 
     // The OS error survives with its low 16 bits.
-    try
-    {
-        FF_AudioFile::CheckNativeResult(0x8007001C);
-        FAIL();
-    }
-    catch (Cmn_TypedException<Sys_OSErrData> const& e)
-    {
-        EXPECT_EQ(e.GetData().GetErr(), 28);
-    }
+    EXPECT_EQ(fftest::ErrnoOf([] { FF_AudioFile::CheckNativeResult(0x8007001C); }), 28);
 }
 
 TEST_F(FF_AudioFileContract, NestedOpensKeepTheOuterMode)
@@ -403,15 +382,7 @@ TEST(FF_AudioFileOnDisk, MissingFileThrowsTheSystemError)
     Sys_Init::Init();
     vfltest::TempDir dir;
     FF_AudioFile file(Sys_FileLoc(dir.File("nothing.wav")));
-    try
-    {
-        file.Implements(FF_AudioFile::eImportExportInterface);
-        FAIL() << "no exception";
-    }
-    catch (Cmn_TypedException<Sys_OSErrData> const& e)
-    {
-        EXPECT_EQ(e.GetData().GetErr(), 2);
-    }
+    EXPECT_EQ(fftest::ErrnoOf([&] { file.Implements(FF_AudioFile::eImportExportInterface); }), 2);
 }
 
 // The first change made on a file not yet probed reaches the file: the

@@ -48,6 +48,14 @@ public:
                 return c;
         return {"", -1, 0};
     }
+    // "id@position:size" of each chunk, one blank between them.
+    static std::string Layout(Bytes const& b)
+    {
+        std::string out;
+        for (auto const& c : Walk(b))
+            out += (out.empty() ? "" : " ") + c.id + "@" + std::to_string(c.at) + ":" + std::to_string(c.size);
+        return out;
+    }
     static std::vector<std::string> Ids(Bytes const& b)
     {
         std::vector<std::string> ids;
