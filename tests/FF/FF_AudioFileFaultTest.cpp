@@ -4,10 +4,9 @@
 // chunks another tool wrote.
 #include "Cmn/Cmn_Exception.h"
 #include "FF/FF_AudioFile.h"
+#include "FF/FF_AudioProcessFileTestSupport.h"
 #include "Sys/Posix/Sys_FilePosixCalls.h"
 #include "Sys/Sys_FileLoc.h"
-#include "Sys/Sys_Init.h"
-#include "Sys/Sys_Utils.h"
 #include "support/ChunkFileBuilder.h"
 #include "support/TestSupport.h"
 
@@ -47,13 +46,7 @@ int FailingFtruncate(int fd, int64 length)
 class FF_AudioFileFault : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        Sys_Init::Init();
-        std::vector<Sys_FileType> types = {Sys_FileType(std::string("wav"))};
-        std::vector<std::string> descriptions = {"WAVE audio"};
-        Sys_Utils::RegisterKnownTypes(types, descriptions);
-    }
+    void SetUp() override { fffiles::InitFileTypes(); }
     void TearDown() override { Sys_FilePosixCalls::Current() = Sys_FilePosixCalls::System(); }
 
     vfltest::TempDir mDir;

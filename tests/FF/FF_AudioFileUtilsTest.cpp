@@ -3,6 +3,7 @@
 // bit through the reader's real blocks, aborts at any moment, and a disk
 // that fills up.
 #include "FF/FF_AudioFileUtils.h"
+#include "FF/FF_AudioFileTestSupport.h"
 #include "FF/FF_AudioProcessDecimateWaveform.h"
 #include "FF/FF_AudioProcessFileTestSupport.h"
 #include "FF/FF_LameMP3Encoder.h"
@@ -266,33 +267,19 @@ TEST_F(FF_AudioFileUtilsTest, AnAbortAtAnyMomentEndsCleanlyAndLeavesEmptyOutputs
 
 TEST_F(FF_AudioFileUtilsTest, AFullDiskFailsTheConversionWithNoSpaceAndLeavesTheInputAlone)
 {
-    std::string const mount = mDir.File("small");
-    std::filesystem::create_directory(mount);
-    if (vfltest::RunCommand("mount -t tmpfs -o size=256k tmpfs " + mount + " 2>/dev/null") != 0)
+    fftest::SmallDisk const disk(mDir);
+    if (!disk.Mounted())
         GTEST_SKIP() << "cannot mount a small tmpfs here";
     i64 const frames = 200000; // 800 KB of 16-bit stereo
     Samples const input = SineRamp(2, frames, 16, 0.5);
     Paths const in = MakeFiles(mDir, "in", 2, 16, frames, false, &input);
     std::vector<std::uint8_t> const before = vfltest::ReadWholeFile(in[0]);
-    auto chain = Convert(in, {mount + "/out.wav"}, 16, 44100);
+    auto chain = Convert(in, {disk.File("out.wav")}, 16, 44100);
     EXPECT_EQ(WaitForChain(*chain), Sys_Task::kStatusFailed);
-    int32 err = 0;
-    try
-    {
-        if (chain->GetException())
-            chain->GetException()->Throw();
-    }
-    catch (Cmn_TypedException<Sys_OSErrData> const& e)
-    {
-        err = e.GetData().GetErr();
-    }
-    catch (...)
-    {
-    }
-    EXPECT_EQ(err, 28) << ExceptionText(*chain); // ENOSPC
+    ASSERT_TRUE(chain->GetException());
+    EXPECT_EQ(fftest::ErrnoOf([&] { chain->GetException()->Throw(); }), 28) << ExceptionText(*chain); // ENOSPC
     EXPECT_TRUE(vfltest::ReadWholeFile(in[0]) == before);
-    chain = FF_AudioFileUtils::ChainHandle();
-    vfltest::RunCommand("umount " + mount);
+    chain = FF_AudioFileUtils::ChainHandle(); // lets go of the output before the disk goes
 }
 TEST_F(FF_AudioFileUtilsTest, AFileNamedTwiceIsRefusedBeforeAnythingIsWritten)
 {

@@ -2,9 +2,8 @@
 // numbered in front of the channel mark while taken, the same number for
 // both files of a stereo pair, and whole UTF-8 characters in any script.
 #include "FF/FF_AudioFileUtils.h"
+#include "FF/FF_AudioProcessFileTestSupport.h"
 #include "Sys/Sys_FileLoc.h"
-#include "Sys/Sys_Init.h"
-#include "Sys/Sys_Utils.h"
 #include "support/TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -17,13 +16,7 @@ namespace
 class FF_UniqueName : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        Sys_Init::Init();
-        std::vector<Sys_FileType> types = {Sys_FileType(std::string("wav"))};
-        std::vector<std::string> descriptions = {"WAVE audio"};
-        Sys_Utils::RegisterKnownTypes(types, descriptions);
-    }
+    void SetUp() override { fffiles::InitFileTypes(); }
     // A fresh folder holding empty files of the given names.
     Sys_FileLoc Folder(std::string const& name, std::vector<std::string> const& files)
     {
