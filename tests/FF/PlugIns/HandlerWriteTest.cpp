@@ -157,17 +157,7 @@ TEST_F(HandlerWrite, NewFileLayout)
         else
             CheckAiffFields(b, c.channels, c.bits, c.frames);
 
-        // Read back as the system's own media by the same handler, and refused by another.
-        MemoryHandler again(c.kind.create, b);
-        ASSERT_TRUE(again.Recognised());
-        ASSERT_NE(again.Velmora(), nullptr);
-        EXPECT_NE(again.Ebu(), nullptr);
-        EXPECT_EQ(again.Frames(), c.frames);
-        EXPECT_EQ(again.DataOffset(), 1024);
-        std::uint8_t umid[16], umid2[16];
-        h.Velmora()->GetUmid(umid);
-        again.Velmora()->GetUmid(umid2);
-        EXPECT_EQ(std::memcmp(umid, umid2, 16), 0);
+        // What reads back: FormatMatrixTest. Another handler refuses the file.
         MemoryHandler other(c.other.create, b);
         EXPECT_FALSE(other.Recognised());
     }
