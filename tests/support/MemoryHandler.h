@@ -8,6 +8,7 @@
 #include "FF/PlugIns/INativeAudioFile.h"
 #include "FF/PlugIns/IOrvanelAudioFile.h"
 #include "FF/PlugIns/IVelmoraAudioFile.h"
+#include "support/InstrumentCompare.h"
 #include "support/MemoryIFile.h"
 
 #include <gtest/gtest.h>

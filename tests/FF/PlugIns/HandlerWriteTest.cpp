@@ -478,8 +478,7 @@ TEST_F(HandlerWrite, ForeignSamplerChunk)
     ASSERT_NE(h.Orvanel(), nullptr);
     // RIFF forward and alternating loops.
     PlugInInstrument const expected{1, 0, 50, 2, 100, 150, 64, 50};
-    PlugInInstrument const got = h.Instrument();
-    EXPECT_EQ(std::memcmp(&got, &expected, sizeof got), 0);
+    EXPECT_EQ(h.Instrument(), expected);
 }
 
 TEST_F(HandlerWrite, PadBodyFollowsTheSumInFront)
@@ -608,10 +607,7 @@ TEST_F(HandlerWrite, AiffLoopsAsInstAndMark)
         MemoryHandler again(&AIFF::Create, b);
         ASSERT_TRUE(again.Recognised());
         ASSERT_EQ(again.Orvanel()->HasInstrumentAttr(), S_OK);
-        PlugInInstrument const got = again.Instrument();
-        EXPECT_EQ(std::memcmp(&got, &c.back, sizeof got), 0)
-            << got.loop1Type << " " << got.loop1Start << "-" << got.loop1Stop << " / " << got.loop2Type << " "
-            << got.loop2Start << "-" << got.loop2Stop;
+        EXPECT_EQ(again.Instrument(), c.back);
     }
 }
 
@@ -661,8 +657,7 @@ TEST_F(HandlerWrite, AiffInstrumentAddedInFrontOfTheAudio)
 
     MemoryHandler again(&AIFF::Create, b);
     ASSERT_TRUE(again.Recognised());
-    PlugInInstrument const got = again.Instrument();
-    EXPECT_EQ(std::memcmp(&got, &in, sizeof got), 0);
+    EXPECT_EQ(again.Instrument(), in);
     EXPECT_EQ(again.DataOffset(), audioAt);
     // Nothing to add a second time.
     ASSERT_EQ(again.IE()->Implement(&IID_IOrvanelAudioFile), S_OK);

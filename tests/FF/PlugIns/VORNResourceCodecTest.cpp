@@ -2,10 +2,10 @@
 // systems write them (expected bytes spelled out by hand), and what the
 // readers refuse or pass over. Strings and umid: VORNTest.
 #include "FF/PlugIns/VORNResourceCodec.h"
+#include "Sys/Sys_Init.h"
+#include "support/InstrumentCompare.h"
 
 #include <gtest/gtest.h>
-
-#include "Sys/Sys_Init.h"
 
 #include <cstring>
 #include <optional>
@@ -147,9 +147,7 @@ TEST_F(VORNResourceCodec, LoopsBothWays)
         got.loop1Type = 7;
         got.rootMIDINote = 1;
         EXPECT_EQ(C::DecodeLoops(Hex(c.hex), &got), c.error);
-        EXPECT_EQ(std::memcmp(&got, &c.out, sizeof got), 0)
-            << got.loop1Type << " " << got.loop1Start << "-" << got.loop1Stop << " / " << got.loop2Type << " "
-            << got.loop2Start << "-" << got.loop2Stop << " root " << int(got.rootMIDINote);
+        EXPECT_EQ(got, c.out);
     }
 }
 
