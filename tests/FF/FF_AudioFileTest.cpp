@@ -182,7 +182,7 @@ TEST(FF_AudioFileResults, EveryCodeOfEveryCheck)
     }
 
     // The OS error survives with its low 16 bits.
-    EXPECT_EQ(fftest::ErrnoOf([] { FF_AudioFile::CheckNativeResult(0x8007001C); }), 28);
+    EXPECT_EQ(fftest::ErrnoOf([] { FF_AudioFile::CheckNativeResult(0x8007101C); }), 0x101C);
 }
 
 TEST_F(FF_AudioFileContract, NestedOpensKeepTheOuterMode)
