@@ -221,13 +221,6 @@ TEST_F(FF_AudioFileWrite, InstrumentAsAnIndependentReaderSeesIt)
     // That reader reports a loop's end as the stored end plus one.
     EXPECT_TRUE(std::regex_search(out, std::regex("Mode : fwd +Start : +100 +End : +1001"))) << out;
     EXPECT_TRUE(std::regex_search(out, std::regex("Mode : alt +Start : +2000 +End : +3001"))) << out;
-
-    FF_AudioFile file((Sys_FileLoc(path)));
-    FF_AudioInstrumentAttr back;
-    file.GetInstrumentAttr(&back);
-    EXPECT_EQ(back.GetRootMIDINote(), 62);
-    EXPECT_EQ(back.GetLoop1StopSample(), 1000);
-    EXPECT_EQ(back.GetLoop2Type(), FF_AudioInstrumentAttr::kLoopForwardBackward);
 }
 
 TEST_F(FF_AudioFileWrite, WritingToAFileOpenForReadingThrowsAndWritesNothing)
