@@ -327,39 +327,9 @@ TEST_F(HandlerWrite, ChunkInFrontOfTheAudioMovesItBothWays)
     }
 }
 
-TEST_F(HandlerWrite, ShorteningGivesANewIdentityAndDropsOverviews)
-{
-    for (Kind const& kind : {kWave, kAiff})
-    {
-        SCOPED_TRACE(kind.name);
-        MemoryHandler h(kind.create);
-        MakeNew(h, 2, 16, 1000, Noise(4000, 4));
-        char** block = UAFOvwfChunk::NewBlock(4 * 2, 256);
-        ASSERT_EQ(h.Native()->SetOverview(block, 256, 8, 4), S_OK);
-        ASSERT_EQ(h.mAudio->Flush(), S_OK);
-        EXPECT_EQ(h.Native()->HasOverview(256, 8), S_OK);
-        std::uint8_t before[16], after[16];
-        h.Velmora()->GetUmid(before);
-
-        ASSERT_EQ(h.Native()->SetNumSamples(1000), S_OK); // the same length: nothing happens
-        h.Velmora()->GetUmid(after);
-        EXPECT_EQ(std::memcmp(before, after, 16), 0);
-
-        ASSERT_EQ(h.Native()->SetNumSamples(999), S_OK);
-        ASSERT_EQ(h.mAudio->Flush(), S_OK);
-        h.Velmora()->GetUmid(after);
-        EXPECT_NE(std::memcmp(before, after, 16), 0);
-        EXPECT_EQ(h.Native()->HasOverview(256, 8), S_FALSE);
-        RelocatableBlock::Dispose(block);
-
-        MemoryHandler again(kind.create, h.Bytes());
-        ASSERT_TRUE(again.Recognised());
-        EXPECT_EQ(again.Frames(), 999);
-        EXPECT_EQ(W::Find(again.Bytes(), kind.audioChunk).size, 999u * 4 + kind.audioHeader - 8);
-    }
-}
-
-TEST_F(HandlerWrite, OverviewsSurviveAFlushAndOnlyTheMatchingLengthIsRead)
+// Overviews survive a flush and only those of the file's length are read;
+// shortening the file gives it a new identity and drops them.
+TEST_F(HandlerWrite, OverviewsAndIdentityFollowTheLength)
 {
     for (Kind const& kind : {kWave, kAiff})
     {
@@ -373,19 +343,37 @@ TEST_F(HandlerWrite, OverviewsSurviveAFlushAndOnlyTheMatchingLengthIsRead)
         ASSERT_EQ(h.Native()->SetOverview(good, 256, 16, 4), S_OK);
         ASSERT_EQ(h.Native()->SetOverview(stale, 333, 8, 2), S_OK);
         ASSERT_EQ(h.mAudio->Flush(), S_OK);
+        {
+            MemoryHandler again(kind.create, h.Bytes());
+            ASSERT_TRUE(again.Recognised());
+            EXPECT_EQ(again.Native()->HasOverview(256, 16), S_OK);
+            EXPECT_EQ(again.Native()->HasOverview(333, 8), S_FALSE);
+            char** read = nullptr;
+            std::int32_t intervals = 0;
+            ASSERT_EQ(again.Native()->GetOverview(&read, 256, 16, &intervals), S_OK);
+            EXPECT_EQ(intervals, 4);
+            EXPECT_EQ(std::memcmp(*read + 14, "ABCDEFGHIJKLMNOP", 16), 0);
+            RelocatableBlock::Dispose(read); // ours now
+        }
+        RelocatableBlock::Dispose(good);
+        RelocatableBlock::Dispose(stale);
+
+        std::uint8_t before[16], after[16];
+        h.Velmora()->GetUmid(before);
+        ASSERT_EQ(h.Native()->SetNumSamples(1000), S_OK); // the same length: nothing happens
+        h.Velmora()->GetUmid(after);
+        EXPECT_EQ(std::memcmp(before, after, 16), 0);
+        EXPECT_EQ(h.Native()->HasOverview(256, 16), S_OK);
+        ASSERT_EQ(h.Native()->SetNumSamples(999), S_OK);
+        ASSERT_EQ(h.mAudio->Flush(), S_OK);
+        h.Velmora()->GetUmid(after);
+        EXPECT_NE(std::memcmp(before, after, 16), 0);
+        EXPECT_EQ(h.Native()->HasOverview(256, 16), S_FALSE);
 
         MemoryHandler again(kind.create, h.Bytes());
         ASSERT_TRUE(again.Recognised());
-        EXPECT_EQ(again.Native()->HasOverview(256, 16), S_OK);
-        EXPECT_EQ(again.Native()->HasOverview(333, 8), S_FALSE);
-        char** read = nullptr;
-        std::int32_t intervals = 0;
-        ASSERT_EQ(again.Native()->GetOverview(&read, 256, 16, &intervals), S_OK);
-        EXPECT_EQ(intervals, 4);
-        EXPECT_EQ(std::memcmp(*read + 14, "ABCDEFGHIJKLMNOP", 16), 0);
-        RelocatableBlock::Dispose(read); // ours now
-        RelocatableBlock::Dispose(good);
-        RelocatableBlock::Dispose(stale);
+        EXPECT_EQ(again.Frames(), 999);
+        EXPECT_EQ(W::Find(again.Bytes(), kind.audioChunk).size, 999u * 4 + kind.audioHeader - 8);
     }
 }
 
