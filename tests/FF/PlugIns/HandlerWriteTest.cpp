@@ -355,8 +355,6 @@ TEST_F(HandlerWrite, OverviewsAndIdentityFollowTheLength)
             EXPECT_EQ(std::memcmp(*read + 14, "ABCDEFGHIJKLMNOP", 16), 0);
             RelocatableBlock::Dispose(read); // ours now
         }
-        RelocatableBlock::Dispose(good);
-        RelocatableBlock::Dispose(stale);
 
         std::uint8_t before[16], after[16];
         h.Velmora()->GetUmid(before);
@@ -369,6 +367,8 @@ TEST_F(HandlerWrite, OverviewsAndIdentityFollowTheLength)
         h.Velmora()->GetUmid(after);
         EXPECT_NE(std::memcmp(before, after, 16), 0);
         EXPECT_EQ(h.Native()->HasOverview(256, 16), S_FALSE);
+        RelocatableBlock::Dispose(good); // the handler's till here
+        RelocatableBlock::Dispose(stale);
 
         MemoryHandler again(kind.create, h.Bytes());
         ASSERT_TRUE(again.Recognised());
