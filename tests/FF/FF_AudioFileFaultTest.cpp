@@ -23,24 +23,22 @@ using Bytes = std::vector<std::uint8_t>;
 int sAllowed = 0;
 int sErrno = 0;
 
+bool FailsNow()
+{
+    if (sAllowed-- > 0)
+        return false;
+    errno = sErrno;
+    return true;
+}
+
 int64 FailingPwrite(int fd, void const* buffer, uint64 count, int64 offset)
 {
-    if (sAllowed-- <= 0)
-    {
-        errno = sErrno;
-        return -1;
-    }
-    return Sys_FilePosixCalls::System().pwrite(fd, buffer, count, offset);
+    return FailsNow() ? -1 : Sys_FilePosixCalls::System().pwrite(fd, buffer, count, offset);
 }
 
 int FailingFtruncate(int fd, int64 length)
 {
-    if (sAllowed-- <= 0)
-    {
-        errno = sErrno;
-        return -1;
-    }
-    return Sys_FilePosixCalls::System().ftruncate(fd, length);
+    return FailsNow() ? -1 : Sys_FilePosixCalls::System().ftruncate(fd, length);
 }
 
 class FF_AudioFileFault : public ::testing::Test
