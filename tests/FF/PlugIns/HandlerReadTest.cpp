@@ -50,14 +50,14 @@ struct Case
 std::vector<Case> WaveCases()
 {
     Bytes const audio = Ramp(40);
-    auto const bigFmt = [] { return Riff().Fmt(2, 44100, 16); };
+    auto const stereo16 = [] { return Riff().Fmt(2, 44100, 16); };
     std::vector<Case> c;
-    c.push_back({"plain 16-bit stereo", bigFmt().Data(audio).Done(), "WAVE", 10, 44100, 44});
+    c.push_back({"plain 16-bit stereo", stereo16().Data(audio).Done(), "WAVE", 10, 44100, 44});
     c.push_back({"riff size disagrees with the file", B().RiffHeader(12345678).Fmt(2, 44100, 16).Data(audio).Bytes(),
                  "WAVE", 10, 44100});
     c.push_back(
         {"fmt of 18 bytes with cbSize", Riff().Fmt(1, 8000, 8, 1, 2).Data(Ramp(7)).Done(), "WAVE", 7, 8000, 46});
-    c.push_back({"10 data bytes of 16-bit stereo give 2 frames", bigFmt().Data(Ramp(10)).Bytes(), "WAVE", 2, 44100});
+    c.push_back({"10 data bytes of 16-bit stereo give 2 frames", stereo16().Data(Ramp(10)).Bytes(), "WAVE", 2, 44100});
     c.push_back({"foreign chunks before and after data",
                  Riff()
                      .Chunk("LIST", Ramp(26))
@@ -76,20 +76,20 @@ std::vector<Case> WaveCases()
     c.push_back({"truncated in the fmt body",
                  [&]
                  {
-                     Bytes b = bigFmt().Bytes();
+                     Bytes b = stereo16().Bytes();
                      b.resize(b.size() - 6);
                      return b;
                  }(),
                  nullptr});
     // Unfinished headers: the audio runs to the end of the file.
-    c.push_back({"data cut by the end of the file", bigFmt().Chunk("data", 44, Ramp(40)).Bytes(), "WAVE", 10, 44100});
+    c.push_back({"data cut by the end of the file", stereo16().Chunk("data", 44, Ramp(40)).Bytes(), "WAVE", 10, 44100});
     c.push_back({"data size 0xFFFFFFFF",
                  B().RiffHeader(0xFFFFFFFF).Fmt(2, 44100, 16).Chunk("data", 0xFFFFFFFF, Ramp(40)).Bytes(), "WAVE", 10,
                  44100});
     c.push_back(
-        {"RIFF and data sizes 0, audio behind", bigFmt().Chunk("data", 0, Ramp(42)).Bytes(), "WAVE", 10, 44100});
-    c.push_back({"empty data chunk with a chunk behind it", bigFmt().Data({}).Chunk("LIST", Ramp(4)).Bytes(), "WAVE", 0,
-                 44100});
+        {"RIFF and data sizes 0, audio behind", stereo16().Chunk("data", 0, Ramp(42)).Bytes(), "WAVE", 10, 44100});
+    c.push_back({"empty data chunk with a chunk behind it", stereo16().Data({}).Chunk("LIST", Ramp(4)).Bytes(), "WAVE",
+                 0, 44100});
     c.push_back({"RF64 with its sizes in ds64",
                  B().Id("RF64")
                      .U32(0xFFFFFFFF)
