@@ -677,7 +677,17 @@ void FF_AudioFile::SampleWrite(void* buffer, int64 frames, EWrite mode)
     SwapBufferData(static_cast<char*>(buffer), length, static_cast<int32>(bytesPerSample));
     PlugInResult const r = mImportExport->SampleWrite(buffer, frames);
     if (mode == ePreserveBuffer)
+    {
         SwapBufferData(static_cast<char*>(buffer), length, static_cast<int32>(bytesPerSample));
+        // A little-endian file keeps 8-bit audio unsigned, and its handler
+        // flips the samples in the buffer it writes.
+        if (bytesPerSample == 1 && mAttributes.GetByteOrder() == FF_AudioFileAttr::eLittleEndian)
+        {
+            auto* p = static_cast<u8*>(buffer);
+            for (int64 i = 0; i < length; ++i)
+                p[i] ^= 0x80;
+        }
+    }
     // Only now, so that the buffer is back in host order even after a failure.
     CheckImportExportResult(r);
 }

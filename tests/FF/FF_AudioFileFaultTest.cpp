@@ -4,12 +4,11 @@
 // chunks another tool wrote.
 #include "Cmn/Cmn_Exception.h"
 #include "FF/FF_AudioFile.h"
+#include "FF/FF_AudioProcessFileTestSupport.h"
 #include "Sys/Posix/Sys_FilePosixCalls.h"
 #include "Sys/Sys_FileLoc.h"
-#include "Sys/Sys_Init.h"
-#include "Sys/Sys_Utils.h"
+#include "support/ChunkFileBuilder.h"
 #include "support/TestSupport.h"
-#include "support/WaveBuilder.h"
 
 #include <gtest/gtest.h>
 
@@ -24,36 +23,28 @@ using Bytes = std::vector<std::uint8_t>;
 int sAllowed = 0;
 int sErrno = 0;
 
+bool FailsNow()
+{
+    if (sAllowed-- > 0)
+        return false;
+    errno = sErrno;
+    return true;
+}
+
 int64 FailingPwrite(int fd, void const* buffer, uint64 count, int64 offset)
 {
-    if (sAllowed-- <= 0)
-    {
-        errno = sErrno;
-        return -1;
-    }
-    return Sys_FilePosixCalls::System().pwrite(fd, buffer, count, offset);
+    return FailsNow() ? -1 : Sys_FilePosixCalls::System().pwrite(fd, buffer, count, offset);
 }
 
 int FailingFtruncate(int fd, int64 length)
 {
-    if (sAllowed-- <= 0)
-    {
-        errno = sErrno;
-        return -1;
-    }
-    return Sys_FilePosixCalls::System().ftruncate(fd, length);
+    return FailsNow() ? -1 : Sys_FilePosixCalls::System().ftruncate(fd, length);
 }
 
 class FF_AudioFileFault : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        Sys_Init::Init();
-        std::vector<Sys_FileType> types = {Sys_FileType(std::string("wav"))};
-        std::vector<std::string> descriptions = {"WAVE audio"};
-        Sys_Utils::RegisterKnownTypes(types, descriptions);
-    }
+    void SetUp() override { fffiles::InitFileTypes(); }
     void TearDown() override { Sys_FilePosixCalls::Current() = Sys_FilePosixCalls::System(); }
 
     vfltest::TempDir mDir;
@@ -70,15 +61,13 @@ Bytes Audio()
 // one of them odd with its pad, and a tag behind the form.
 Bytes ForeignFile()
 {
-    Bytes b = WaveBuilder()
+    Bytes b = ChunkFileBuilder()
                   .RiffHeader()
                   .Fmt(2, 44100, 16)
                   .Chunk("LIST", Bytes(27, 'a'))
-                  .Raw({0})
                   .Data(Audio())
                   .Chunk("smpl", Bytes(60, 3))
-                  .FixRiffSize()
-                  .Bytes();
+                  .Done();
     Bytes const tag(128, 'T');
     b.insert(b.end(), tag.begin(), tag.end());
     return b;

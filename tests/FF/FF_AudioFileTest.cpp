@@ -2,7 +2,7 @@
 // handler: open levels, write-back at the last close, the result-code
 // mapping, and the byte swap on the sample path.
 #include "FF/FF_AudioFile.h"
-#include "Cmn/Cmn_Exception.h"
+#include "FF/FF_AudioFileTestSupport.h"
 #include "FF/FF_AudioInstrumentAttr.h"
 #include "FF/PlugIns/PlugIn.h"
 #include "Sys/Sys_FileLoc.h"
@@ -14,10 +14,11 @@
 #include <cstring>
 #include <functional>
 #include <numeric>
-#include <optional>
 
 namespace
 {
+using fftest::CodeOf;
+
 // A handler whose answers the test sets.
 class FakePlugIn : public PlugIn
 {
@@ -116,15 +117,20 @@ protected:
         Sys_Init::Init();
         mPath = mDir.File("a.wav");
         vfltest::WriteWholeFile(mPath, std::vector<std::uint8_t>(64, 0));
-        mFake = FakePlugIn::Make();
-        mFake->Facts(2, 16, 8);
-        mFile = std::make_unique<TestAudioFile>(Sys_FileLoc(mPath), mFake);
+        Remake(2, 16, 8);
     }
-    void TearDown() override
+    void TearDown() override { Remake(0, 0, 0, false); }
+    // A new file on a new fake handler of these facts.
+    void Remake(std::uint16_t channels, std::uint16_t bits, std::int64_t frames, bool again = true)
     {
         mFile.reset();
         if (mFake)
             mFake->Release();
+        mFake = again ? FakePlugIn::Make() : nullptr;
+        if (!again)
+            return;
+        mFake->Facts(channels, bits, frames);
+        mFile = std::make_unique<TestAudioFile>(Sys_FileLoc(mPath), mFake);
     }
 
     vfltest::TempDir mDir;
@@ -132,20 +138,6 @@ protected:
     FakePlugIn* mFake = nullptr;
     std::unique_ptr<TestAudioFile> mFile;
 };
-
-// The code of what f throws, or nothing.
-template <class F> std::optional<XC_BaseExceptionCode> CodeOf(F&& f)
-{
-    try
-    {
-        f();
-    }
-    catch (Cmn_Exception const& e)
-    {
-        return e.GetCode();
-    }
-    return std::nullopt;
-}
 
 TEST(FF_AudioFileResults, EveryCodeOfEveryCheck)
 {
@@ -190,15 +182,7 @@ TEST(FF_AudioFileResults, EveryCodeOfEveryCheck)
     }
 
     // The OS error survives with its low 16 bits.
-    try
-    {
-        FF_AudioFile::CheckNativeResult(0x8007001C);
-        FAIL();
-    }
-    catch (Cmn_TypedException<Sys_OSErrData> const& e)
-    {
-        EXPECT_EQ(e.GetData().GetErr(), 28);
-    }
+    EXPECT_EQ(fftest::ErrnoOf([] { FF_AudioFile::CheckNativeResult(0x8007101C); }), 0x101C);
 }
 
 TEST_F(FF_AudioFileContract, NestedOpensKeepTheOuterMode)
@@ -259,28 +243,14 @@ TEST_F(FF_AudioFileContract, ImplementMarksDirtyOnlyAfterTheHandlerAnswered)
     for (auto const& c : cases)
     {
         SCOPED_TRACE(c.name);
-        auto* fake = FakePlugIn::Make();
-        fake->Facts(2, 16, 8);
-        fake->implementResult = c.result;
-        {
-            TestAudioFile file(Sys_FileLoc(mPath), fake);
-            file.Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
-            bool answer = false;
-            bool threw = false;
-            try
-            {
-                answer = file.Implement(FF_AudioFile::eVelmoraInterface);
-            }
-            catch (Cmn_Exception const&)
-            {
-                threw = true;
-            }
-            EXPECT_EQ(answer, c.answer);
-            EXPECT_EQ(threw, c.throws);
-            file.Close();
-            EXPECT_EQ(fake->flushes, c.flushes);
-        }
-        fake->Release();
+        Remake(2, 16, 8);
+        mFake->implementResult = c.result;
+        mFile->Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+        bool answer = false;
+        EXPECT_EQ(CodeOf([&] { answer = mFile->Implement(FF_AudioFile::eVelmoraInterface); }).has_value(), c.throws);
+        EXPECT_EQ(answer, c.answer);
+        mFile->Close();
+        EXPECT_EQ(mFake->flushes, c.flushes);
     }
 }
 
@@ -315,35 +285,25 @@ TEST_F(FF_AudioFileContract, SampleReadSwapsOnlyBigEndianWideSamples)
     for (auto const& c : cases)
     {
         SCOPED_TRACE(testing::Message() << "order " << c.order << " bits " << c.bits);
-        auto* fake = FakePlugIn::Make();
-        fake->byteOrder = c.order;
-        fake->Facts(1, c.bits, 100);
-        {
-            TestAudioFile file(Sys_FileLoc(mPath), fake);
-            FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead);
-            std::vector<std::uint8_t> got(c.expected.size());
-            file.SampleRead(got.data(), 2);
-            EXPECT_EQ(got, c.expected);
-            file.SampleRead(got.data(), 0); // calls the plug-in, swaps nothing
-            EXPECT_EQ(fake->reads, 2);
-        }
-        fake->Release();
+        Remake(1, c.bits, 100);
+        mFake->byteOrder = c.order;
+        FF_AudioFile::StOpen open(mFile.get(), FF_AudioFile::eOpenRead);
+        std::vector<std::uint8_t> got(c.expected.size());
+        mFile->SampleRead(got.data(), 2);
+        EXPECT_EQ(got, c.expected);
+        mFile->SampleRead(got.data(), 0); // calls the plug-in, swaps nothing
+        EXPECT_EQ(mFake->reads, 2);
     }
 }
 
 TEST_F(FF_AudioFileContract, AttributesAndMask)
 {
-    auto* fake = FakePlugIn::Make();
-    fake->Facts(1, 12, 5);
-    {
-        TestAudioFile file(Sys_FileLoc(mPath), fake);
-        EXPECT_EQ(file.GetAudioFileAttr().GetBytesPerSample(), 2);
-        EXPECT_TRUE(file.Implements(
-            FF_AudioFile::EInterface(FF_AudioFile::eVelmoraInterface | FF_AudioFile::eNativeInterface)));
-        EXPECT_FALSE(file.Implements(FF_AudioFile::eVelmoraInterface));
-        EXPECT_EQ(file.GetDescription(FF_AudioFile::eShortDescription), "FAKE");
-    }
-    fake->Release();
+    Remake(1, 12, 5);
+    EXPECT_EQ(mFile->GetAudioFileAttr().GetBytesPerSample(), 2);
+    EXPECT_TRUE(
+        mFile->Implements(FF_AudioFile::EInterface(FF_AudioFile::eVelmoraInterface | FF_AudioFile::eNativeInterface)));
+    EXPECT_FALSE(mFile->Implements(FF_AudioFile::eVelmoraInterface));
+    EXPECT_EQ(mFile->GetDescription(FF_AudioFile::eShortDescription), "FAKE");
 }
 
 TEST(FF_AudioFileOnDisk, UnknownFileIsClosedAgainAndNotAnError)
@@ -403,15 +363,7 @@ TEST(FF_AudioFileOnDisk, MissingFileThrowsTheSystemError)
     Sys_Init::Init();
     vfltest::TempDir dir;
     FF_AudioFile file(Sys_FileLoc(dir.File("nothing.wav")));
-    try
-    {
-        file.Implements(FF_AudioFile::eImportExportInterface);
-        FAIL() << "no exception";
-    }
-    catch (Cmn_TypedException<Sys_OSErrData> const& e)
-    {
-        EXPECT_EQ(e.GetData().GetErr(), 2);
-    }
+    EXPECT_EQ(fftest::ErrnoOf([&] { file.Implements(FF_AudioFile::eImportExportInterface); }), 2);
 }
 
 // The first change made on a file not yet probed reaches the file: the

@@ -6,12 +6,11 @@
 #include "Cmn/Cmn_IntervalList.h"
 #include "FF/FF_AudioFile.h"
 #include "FF/FF_AudioFileUtils.h"
+#include "FF/FF_AudioProcessFileTestSupport.h"
 #include "FF/PlugIns/UAFOvwfChunk.h"
 #include "Sys/Posix/Sys_FilePosixCalls.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_FunctionObject.h"
-#include "Sys/Sys_Init.h"
-#include "Sys/Sys_Utils.h"
 #include "support/TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -48,13 +47,7 @@ public:
 class FF_AudioFileCompact : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        Sys_Init::Init();
-        std::vector<Sys_FileType> types = {Sys_FileType(std::string("wav"))};
-        std::vector<std::string> descriptions = {"WAVE audio"};
-        Sys_Utils::RegisterKnownTypes(types, descriptions);
-    }
+    void SetUp() override { fffiles::InitFileTypes(); }
     void TearDown() override { Sys_FilePosixCalls::Current() = Sys_FilePosixCalls::System(); }
 
     // A new WAVE file of noise, with regions and an 8-bit overview.

@@ -3,6 +3,7 @@
 // bit through the reader's real blocks, aborts at any moment, and a disk
 // that fills up.
 #include "FF/FF_AudioFileUtils.h"
+#include "FF/FF_AudioFileTestSupport.h"
 #include "FF/FF_AudioProcessDecimateWaveform.h"
 #include "FF/FF_AudioProcessFileTestSupport.h"
 #include "FF/FF_LameMP3Encoder.h"
@@ -119,25 +120,45 @@ TEST_F(FF_AudioFileUtilsTest, EachPairOfFormatsGetsItsChainAndTheExactLength)
 
 TEST_F(FF_AudioFileUtilsTest, OutputsEqualTheReferenceModelsThroughTheReadersBlocks)
 {
+    enum Files
+    {
+        eOne,
+        eSplit, // into one mono file per channel
+        eJoin   // from one mono file per channel
+    };
     struct Case
     {
         int channels, inBits, outBits, outRate;
         uint32 quality;
-    } const cases[] = {
-        {1, 24, 16, 44100, 4}, {2, 24, 16, 44100, 4}, {1, 16, 8, 44100, 4},  {2, 16, 8, 44100, 4},
-        {1, 16, 16, 48000, 0}, {2, 16, 16, 48000, 0}, {1, 16, 16, 48000, 1}, {2, 16, 16, 48000, 1},
-        {1, 16, 16, 48000, 2}, {2, 16, 16, 48000, 2}, {1, 16, 16, 48000, 3}, {2, 16, 16, 48000, 3},
-        {1, 16, 16, 48000, 4}, {2, 16, 16, 48000, 4}, {2, 16, 16, 22050, 4},
+        Files files;
     };
+    std::vector<Case> cases = {
+        {1, 24, 16, 44100, 4, eOne}, {2, 24, 16, 44100, 4, eOne}, {1, 16, 8, 44100, 4, eOne},
+        {2, 16, 8, 44100, 4, eOne},  {2, 16, 16, 22050, 4, eOne},
+    };
+    for (uint32 quality = 0; quality <= 4; ++quality)
+        for (int channels : {1, 2})
+            cases.push_back({channels, 16, 16, 48000, quality, eOne});
+    // Frames that do not divide the reader's block, through each kind of chain.
+    for (auto [channels, bits] : {std::pair{3, 24}, {5, 24}, {6, 24}, {7, 24}, {12, 24}, {7, 16}})
+        for (Case const c : {Case{channels, bits, bits, 44100, 1, eOne},
+                             {channels, bits, bits == 24 ? 16 : 24, 44100, 1, eOne},
+                             {channels, bits, bits, 48000, 1, eOne},
+                             {channels, bits, bits, 44100, 1, eSplit},
+                             {channels, bits, bits, 44100, 1, eJoin}})
+            cases.push_back(c);
     int const kTaps[] = {0, 17, 33, 129, 257};
     i64 const frames = 20011; // several blocks and a part of one
     for (auto const& c : cases)
     {
         SCOPED_TRACE(testing::Message() << c.channels << " channel(s), " << c.inBits << " to " << c.outBits
-                                        << " bits, to " << c.outRate << " Hz at quality " << c.quality);
+                                        << " bits, to " << c.outRate << " Hz at quality " << c.quality << ", files "
+                                        << c.files);
         Samples const input = SineRamp(c.channels, frames, c.inBits, 1.05); // clips a little
-        Paths const in = MakeFiles(mDir, "in", c.channels, c.inBits, frames, false, &input);
-        Paths const out = {mDir.File("out.wav")};
+        Paths const in = MakeFiles(mDir, "in", c.channels, c.inBits, frames, c.files == eJoin, &input);
+        Paths out = {mDir.File("out.wav")};
+        for (int ch = 1; c.files == eSplit && ch < c.channels; ++ch)
+            out.push_back(mDir.File("out" + std::to_string(ch) + ".wav"));
         i32 const seed = 4242;
         i32 const savedSeed = DitherTestAccess::GetSeed();
         DitherTestAccess::SetSeed(seed);
@@ -147,75 +168,25 @@ TEST_F(FF_AudioFileUtilsTest, OutputsEqualTheReferenceModelsThroughTheReadersBlo
         DitherTestAccess::SetSeed(savedSeed);
         ASSERT_EQ(status, Sys_Task::kStatusCompleted) << ExceptionText(*chain);
 
-        Samples expected;
+        Samples expected = input;
         i32 refSeed = seed;
         if (c.outRate != 44100)
             expected = ReferenceResample(input, 44100, c.outRate, kTaps[c.quality], c.inBits);
-        else
+        else if (c.outBits != c.inBits)
         {
             i64 const blockFrames = kBlockBytes / (BytesOf(c.inBits) * c.channels);
             expected = ReferenceRequantize(input, c.inBits, c.outBits, blockFrames, refSeed);
         }
         EXPECT_EQ(seedAfter, refSeed) << "the dither drew another count of numbers";
-        Samples const got = Deinterleave(ReadBack(out[0]));
-        ASSERT_EQ(got.size(), expected.size());
-        for (std::size_t ch = 0; ch < got.size(); ++ch)
-            EXPECT_TRUE(got[ch] == expected[ch]) << "channel " << ch;
-    }
-}
-
-TEST_F(FF_AudioFileUtilsTest, FramesThatDoNotDivideTheBlocksConvertWhole)
-{
-    struct Case
-    {
-        int channels, bits;
-    } const cases[] = {{3, 24}, {5, 24}, {6, 24}, {7, 24}, {12, 24}, {7, 16}};
-    i64 const frames = 30011; // more than one read of every one of these frame sizes
-    for (auto const& c : cases)
-    {
-        i64 const frameBytes = BytesOf(c.bits) * c.channels;
-        i64 const blockFrames = kBlockBytes / frameBytes; // the block rounded down to whole frames
-        Samples const input = SineRamp(c.channels, frames, c.bits, 0.9);
-        Paths const in = MakeFiles(mDir, "in", c.channels, c.bits, frames, false, &input);
-        Paths mono;
-        for (int ch = 0; ch < c.channels; ++ch)
-            mono.push_back(mDir.File("mono" + std::to_string(ch) + ".wav"));
-        int const otherBits = c.bits == 24 ? 16 : 24;
-        struct Step
+        for (std::size_t i = 0; i < out.size(); ++i)
         {
-            char const* what;
-            Paths from, to;
-            int bits, rate;
-            Samples expected;
-        };
-        i32 seed = 77;
-        Samples const requantized = ReferenceRequantize(input, c.bits, otherBits, blockFrames, seed);
-        Step const steps[] = {
-            {"copy", in, {mDir.File("copy.wav")}, c.bits, 44100, input},
-            {"requantize", in, {mDir.File("req.wav")}, otherBits, 44100, requantized},
-            {"rate", in, {mDir.File("rate.wav")}, c.bits, 48000, ReferenceResample(input, 44100, 48000, 17, c.bits)},
-            {"split", in, mono, c.bits, 44100, input},
-            {"join", mono, {mDir.File("join.wav")}, c.bits, 44100, input},
-        };
-        for (Step const& step : steps)
-        {
-            SCOPED_TRACE(testing::Message() << c.channels << " channels of " << c.bits << " bits: " << step.what);
-            i32 const savedSeed = DitherTestAccess::GetSeed();
-            DitherTestAccess::SetSeed(77);
-            auto chain = Convert(step.from, step.to, step.bits, step.rate, 1);
-            Sys_Task::EStatus const status = WaitForChain(*chain);
-            DitherTestAccess::SetSeed(savedSeed);
-            ASSERT_EQ(status, Sys_Task::kStatusCompleted) << ExceptionText(*chain);
-            bool const oneFile = step.to.size() == 1;
-            for (std::size_t i = 0; i < step.to.size(); ++i)
-            {
-                Contents const result = ReadBack(step.to[i]);
-                EXPECT_EQ(result.channels, oneFile ? c.channels : 1);
-                EXPECT_EQ(result.bits, step.bits);
-                EXPECT_EQ(result.frames, FF_AudioFileUtils::OutputFrames(frames, 44100, step.rate));
-                EXPECT_TRUE(Deinterleave(result) == (oneFile ? step.expected : Samples{step.expected[i]}))
-                    << "file " << i;
-            }
+            Contents const result = ReadBack(out[i]);
+            EXPECT_EQ(result.channels, out.size() == 1 ? c.channels : 1);
+            EXPECT_EQ(result.bits, c.outBits);
+            EXPECT_EQ(result.frames, FF_AudioFileUtils::OutputFrames(frames, 44100, c.outRate));
+            Samples const got = Deinterleave(result);
+            for (std::size_t ch = 0; ch < got.size(); ++ch)
+                EXPECT_TRUE(got[ch] == expected[out.size() == 1 ? ch : i]) << "file " << i << ", channel " << ch;
         }
     }
 }
@@ -266,33 +237,19 @@ TEST_F(FF_AudioFileUtilsTest, AnAbortAtAnyMomentEndsCleanlyAndLeavesEmptyOutputs
 
 TEST_F(FF_AudioFileUtilsTest, AFullDiskFailsTheConversionWithNoSpaceAndLeavesTheInputAlone)
 {
-    std::string const mount = mDir.File("small");
-    std::filesystem::create_directory(mount);
-    if (vfltest::RunCommand("mount -t tmpfs -o size=256k tmpfs " + mount + " 2>/dev/null") != 0)
+    fftest::SmallDisk const disk(mDir);
+    if (!disk.Mounted())
         GTEST_SKIP() << "cannot mount a small tmpfs here";
     i64 const frames = 200000; // 800 KB of 16-bit stereo
     Samples const input = SineRamp(2, frames, 16, 0.5);
     Paths const in = MakeFiles(mDir, "in", 2, 16, frames, false, &input);
     std::vector<std::uint8_t> const before = vfltest::ReadWholeFile(in[0]);
-    auto chain = Convert(in, {mount + "/out.wav"}, 16, 44100);
+    auto chain = Convert(in, {disk.File("out.wav")}, 16, 44100);
     EXPECT_EQ(WaitForChain(*chain), Sys_Task::kStatusFailed);
-    int32 err = 0;
-    try
-    {
-        if (chain->GetException())
-            chain->GetException()->Throw();
-    }
-    catch (Cmn_TypedException<Sys_OSErrData> const& e)
-    {
-        err = e.GetData().GetErr();
-    }
-    catch (...)
-    {
-    }
-    EXPECT_EQ(err, 28) << ExceptionText(*chain); // ENOSPC
+    ASSERT_TRUE(chain->GetException());
+    EXPECT_EQ(fftest::ErrnoOf([&] { chain->GetException()->Throw(); }), 28) << ExceptionText(*chain); // ENOSPC
     EXPECT_TRUE(vfltest::ReadWholeFile(in[0]) == before);
-    chain = FF_AudioFileUtils::ChainHandle();
-    vfltest::RunCommand("umount " + mount);
+    chain = FF_AudioFileUtils::ChainHandle(); // lets go of the output before the disk goes
 }
 TEST_F(FF_AudioFileUtilsTest, AFileNamedTwiceIsRefusedBeforeAnythingIsWritten)
 {

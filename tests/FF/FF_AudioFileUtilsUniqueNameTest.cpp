@@ -2,9 +2,8 @@
 // numbered in front of the channel mark while taken, the same number for
 // both files of a stereo pair, and whole UTF-8 characters in any script.
 #include "FF/FF_AudioFileUtils.h"
+#include "FF/FF_AudioProcessFileTestSupport.h"
 #include "Sys/Sys_FileLoc.h"
-#include "Sys/Sys_Init.h"
-#include "Sys/Sys_Utils.h"
 #include "support/TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -17,13 +16,7 @@ namespace
 class FF_UniqueName : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        Sys_Init::Init();
-        std::vector<Sys_FileType> types = {Sys_FileType(std::string("wav"))};
-        std::vector<std::string> descriptions = {"WAVE audio"};
-        Sys_Utils::RegisterKnownTypes(types, descriptions);
-    }
+    void SetUp() override { fffiles::InitFileTypes(); }
     // A fresh folder holding empty files of the given names.
     Sys_FileLoc Folder(std::string const& name, std::vector<std::string> const& files)
     {
@@ -40,72 +33,60 @@ protected:
     vfltest::TempDir mDir;
 };
 
-TEST_F(FF_UniqueName, MonoNamesAreShortenedAndNumbered)
+// Mono names are shortened and numbered; a stereo pair (its right name the
+// left one's with .R) shares its number and shortens to make room for it.
+TEST_F(FF_UniqueName, NamesAreShortenedAndNumbered)
 {
     struct Case
     {
+        bool stereo;
         char const* name;
         char const* extension;
         int32 max;
         std::vector<std::string> existing;
-        char const* expected;
+        char const* expected; // of a pair, the left
     } const cases[] = {
-        {"Take 1.L", "", 255, {}, "Take 1.L"},
-        {"Take 1.L", "", 255, {"Take 1.L"}, "Take 1-1.L"},
-        {"Guitar Solo", "", 9, {}, "GuitarSol"},
-        {"Guitar Solo", "", 6, {}, "GutrSl"},
-        {"Guitar Solo", "", 4, {}, "GtrS"},
-        {"Guitar Solo", "wav", 13, {}, "GuitarSol.wav"},
-        {"Guitar Solo", "wav", 13, {"GuitarSol.wav"}, "GuitrSl-1.wav"},
-        {"Mix #2, final-cut.R", "wav", 15, {}, "Mx#2fnlct.R.wav"},
-        {"Mix #2, final-cut", "wav", 11, {}, "Mx2fnlc.wav"},
-        {"ABC123XYZ", "", 5, {}, "ABC12"},
-        {"Take 1.L", "wav", 3, {}, "Take 1.L.wav"}, // no room for a name at all: left whole
-        {"Take", "wav", 255, {"Take.wav", "Take-1.wav", "Take-2.wav"}, "Take-3.wav"},
-        {"Take", "wav", 255, {"take.wav", "TAKE.wav"}, "Take.wav"}, // names on disk differ in case
-        {"Take", "wav", 255, {"Take.L.wav"}, "Take.wav"},
-        {"Bass", "wav", 9, {"Bass.wav", "Bss-1.wav"}, "Bss-2.wav"}, // shortened anew for each number
+        {false, "Take 1.L", "", 255, {}, "Take 1.L"},
+        {false, "Take 1.L", "", 255, {"Take 1.L"}, "Take 1-1.L"},
+        {false, "Guitar Solo", "", 9, {}, "GuitarSol"},
+        {false, "Guitar Solo", "", 6, {}, "GutrSl"},
+        {false, "Guitar Solo", "", 4, {}, "GtrS"},
+        {false, "Guitar Solo", "wav", 13, {}, "GuitarSol.wav"},
+        {false, "Guitar Solo", "wav", 13, {"GuitarSol.wav"}, "GuitrSl-1.wav"},
+        {false, "Mix #2, final-cut.R", "wav", 15, {}, "Mx#2fnlct.R.wav"},
+        {false, "Mix #2, final-cut", "wav", 11, {}, "Mx2fnlc.wav"},
+        {false, "ABC123XYZ", "", 5, {}, "ABC12"},
+        {false, "Take 1.L", "wav", 3, {}, "Take 1.L.wav"}, // no room for a name at all: left whole
+        {false, "Take", "wav", 255, {"Take.wav", "Take-1.wav", "Take-2.wav"}, "Take-3.wav"},
+        {false, "Take", "wav", 255, {"take.wav", "TAKE.wav"}, "Take.wav"}, // names on disk differ in case
+        {false, "Take", "wav", 255, {"Take.L.wav"}, "Take.wav"},
+        {false, "Bass", "wav", 9, {"Bass.wav", "Bss-1.wav"}, "Bss-2.wav"}, // shortened anew for each number
+        {true, "Take", "wav", 255, {}, "Take.L.wav"},
+        {true, "Take.R", "wav", 255, {}, "Take.L.wav"},
+        {true, "Take", "wav", 255, {"Take.R.wav"}, "Take-1.L.wav"},
+        {true, "Take", "wav", 255, {"Take.L.wav"}, "Take-1.L.wav"},
+        {true, "Take", "wav", 255, {"Take.L.wav", "Take.R.wav", "Take-1.R.wav", "Take-2.L.wav"}, "Take-3.L.wav"},
+        {true, "Take", "wav", 255, {"take.L.wav", "Take.l.wav"}, "Take.L.wav"},
+        {true, "Guitar Solo", "wav", 12, {}, "GutrSl.L.wav"},
+        {true, "Guitar Solo", "wav", 12, {"GutrSl.R.wav"}, "GtrS-1.L.wav"},
     };
     int n = 0;
     for (auto const& c : cases)
     {
-        SCOPED_TRACE(::testing::Message() << c.name << " in " << c.max);
-        Sys_FileLoc const folder = Folder("m" + std::to_string(n++), c.existing);
-        Sys_FileLoc result;
-        FF_AudioFileUtils::GetUniqueMonoAudioFileLoc(folder, c.name, c.extension, &result, c.max);
-        EXPECT_EQ(NameOf(result), c.expected);
-        EXPECT_EQ(result.GetParentFolder(), folder);
-    }
-}
-
-TEST_F(FF_UniqueName, StereoPairsShareTheirNumber)
-{
-    struct Case
-    {
-        char const* name;
-        int32 max;
-        std::vector<std::string> existing;
-        char const* left;
-    } const cases[] = {
-        {"Take", 255, {}, "Take.L.wav"},
-        {"Take.R", 255, {}, "Take.L.wav"},
-        {"Take", 255, {"Take.R.wav"}, "Take-1.L.wav"},
-        {"Take", 255, {"Take.L.wav"}, "Take-1.L.wav"},
-        {"Take", 255, {"Take.L.wav", "Take.R.wav", "Take-1.R.wav", "Take-2.L.wav"}, "Take-3.L.wav"},
-        {"Take", 255, {"take.L.wav", "Take.l.wav"}, "Take.L.wav"},
-        {"Guitar Solo", 12, {}, "GutrSl.L.wav"},
-        {"Guitar Solo", 12, {"GutrSl.R.wav"}, "GtrS-1.L.wav"},
-    };
-    int n = 0;
-    for (auto const& c : cases)
-    {
-        SCOPED_TRACE(::testing::Message() << c.name << " in " << c.max << " beside " << c.existing.size());
-        Sys_FileLoc const folder = Folder("s" + std::to_string(n++), c.existing);
+        SCOPED_TRACE(::testing::Message()
+                     << (c.stereo ? "pair " : "") << c.name << " in " << c.max << " beside " << c.existing.size());
+        Sys_FileLoc const folder = Folder("f" + std::to_string(n++), c.existing);
         Sys_FileLoc left, right;
-        FF_AudioFileUtils::GetUniqueStereoAudioFileLocs(folder, c.name, "wav", &left, &right, c.max);
-        std::string const expectedRight = std::string(c.left).replace(std::string(c.left).size() - 5, 1, "R");
-        EXPECT_EQ(NameOf(left), c.left);
-        EXPECT_EQ(NameOf(right), expectedRight);
+        if (c.stereo)
+            FF_AudioFileUtils::GetUniqueStereoAudioFileLocs(folder, c.name, c.extension, &left, &right, c.max);
+        else
+            FF_AudioFileUtils::GetUniqueMonoAudioFileLoc(folder, c.name, c.extension, &left, c.max);
+        EXPECT_EQ(NameOf(left), c.expected);
+        EXPECT_EQ(left.GetParentFolder(), folder);
+        if (c.stereo)
+        {
+            EXPECT_EQ(NameOf(right), std::string(c.expected).replace(std::string(c.expected).size() - 5, 1, "R"));
+        }
     }
 }
 

@@ -1,13 +1,14 @@
 // The write path of FF_AudioFile on real files: Format, SampleWrite,
 // SetNumSamples and the region policy, instrument data as an independent
 // reader sees it, and failures of the disk.
-#include "Cmn/Cmn_Exception.h"
 #include "FF/FF_AudioFile.h"
+#include "FF/FF_AudioFileTestSupport.h"
+#include "FF/FF_AudioProcessFileTestSupport.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_Init.h"
 #include "Sys/Sys_Utils.h"
+#include "support/ChunkFileBuilder.h"
 #include "support/TestSupport.h"
-#include "support/WaveBuilder.h"
 
 #include <gtest/gtest.h>
 
@@ -27,21 +28,15 @@ using Bytes = std::vector<std::uint8_t>;
 class FF_AudioFileWrite : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        Sys_Init::Init();
-        // Locations know an extension only when the registry knows the type.
-        std::vector<Sys_FileType> types = {Sys_FileType(std::string("wav"))};
-        std::vector<std::string> descriptions = {"WAVE audio"};
-        Sys_Utils::RegisterKnownTypes(types, descriptions);
-    }
+    // Locations know an extension only when the registry knows the type.
+    void SetUp() override { fffiles::InitFileTypes(); }
 
     // A foreign 16-bit mono WAVE file of `frames` frames on disk.
     std::string Foreign(std::string const& name, int frames)
     {
         std::string const path = mDir.File(name);
-        vfltest::WriteWholeFile(
-            path, WaveBuilder().RiffHeader().Fmt(1, 8000, 16).Data(Bytes(2 * frames, 7)).FixRiffSize().Bytes());
+        vfltest::WriteWholeFile(path,
+                                ChunkFileBuilder().RiffHeader().Fmt(1, 8000, 16).Data(Bytes(2 * frames, 7)).Done());
         return path;
     }
     // A new 16-bit stereo WAVE file of `frames` frames, written through the library.
@@ -208,20 +203,6 @@ TEST_F(FF_AudioFileWrite, PastFourGigabytesTheFileBecomesRF64)
     }
 }
 
-TEST_F(FF_AudioFileWrite, SampleWriteLeavesTheBufferAsAsked)
-{
-    std::string const path = mDir.File("b.wav");
-    FF_AudioFile file((Sys_FileLoc(path)));
-    file.Format(Sys_FileType(std::string("wav")), 1, 8000, 16, 0);
-    FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
-    std::int16_t samples[4] = {1, -2, 300, -400};
-    std::int16_t const copy[4] = {1, -2, 300, -400};
-    file.SampleWrite(samples, 4, FF_AudioFile::ePreserveBuffer);
-    EXPECT_EQ(std::memcmp(samples, copy, sizeof copy), 0); // little endian: nothing to undo
-    file.SampleWrite(samples, 4);
-    EXPECT_EQ(std::memcmp(samples, copy, sizeof copy), 0);
-}
-
 TEST_F(FF_AudioFileWrite, InstrumentAsAnIndependentReaderSeesIt)
 {
     if (!vfltest::HaveProgram("sndfile-info"))
@@ -240,26 +221,6 @@ TEST_F(FF_AudioFileWrite, InstrumentAsAnIndependentReaderSeesIt)
     // That reader reports a loop's end as the stored end plus one.
     EXPECT_TRUE(std::regex_search(out, std::regex("Mode : fwd +Start : +100 +End : +1001"))) << out;
     EXPECT_TRUE(std::regex_search(out, std::regex("Mode : alt +Start : +2000 +End : +3001"))) << out;
-
-    FF_AudioFile file((Sys_FileLoc(path)));
-    FF_AudioInstrumentAttr back;
-    file.GetInstrumentAttr(&back);
-    EXPECT_EQ(back.GetRootMIDINote(), 62);
-    EXPECT_EQ(back.GetLoop1StopSample(), 1000);
-    EXPECT_EQ(back.GetLoop2Type(), FF_AudioInstrumentAttr::kLoopForwardBackward);
-}
-
-std::optional<std::int32_t> OSErrorOf(std::function<void()> const& f)
-{
-    try
-    {
-        f();
-    }
-    catch (Cmn_TypedException<Sys_OSErrData> const& e)
-    {
-        return e.GetData().GetErr();
-    }
-    return std::nullopt;
 }
 
 TEST_F(FF_AudioFileWrite, WritingToAFileOpenForReadingThrowsAndWritesNothing)
@@ -270,7 +231,7 @@ TEST_F(FF_AudioFileWrite, WritingToAFileOpenForReadingThrowsAndWritesNothing)
         FF_AudioFile file((Sys_FileLoc(path)));
         FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead);
         std::int16_t samples[8] = {};
-        auto const err = OSErrorOf([&] { file.SampleWrite(samples, 4); });
+        auto const err = fftest::ErrnoOf([&] { file.SampleWrite(samples, 4); });
         ASSERT_TRUE(err.has_value());
         EXPECT_EQ(*err, 9); // EBADF
     }
@@ -279,17 +240,16 @@ TEST_F(FF_AudioFileWrite, WritingToAFileOpenForReadingThrowsAndWritesNothing)
 
 TEST_F(FF_AudioFileWrite, AFullDiskThrowsAndKeepsWhatIsOnDisk)
 {
-    std::string const mount = mDir.File("small");
-    std::filesystem::create_directory(mount);
-    if (vfltest::RunCommand("mount -t tmpfs -o size=256k tmpfs " + mount + " 2>/dev/null") != 0)
+    fftest::SmallDisk const disk(mDir);
+    if (!disk.Mounted())
         GTEST_SKIP() << "cannot mount a small tmpfs here";
-    std::string const path = mount + "/full.wav";
+    std::string const path = disk.File("full.wav");
     {
         FF_AudioFile file((Sys_FileLoc(path)));
         file.Format(Sys_FileType(std::string("wav")), 2, 44100, 16, 0);
         file.Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
         std::vector<std::int16_t> block(2 * 16384);
-        auto const err = OSErrorOf(
+        auto const err = fftest::ErrnoOf(
             [&]
             {
                 for (int i = 0; i < 64; ++i)
@@ -311,6 +271,5 @@ TEST_F(FF_AudioFileWrite, AFullDiskThrowsAndKeepsWhatIsOnDisk)
         EXPECT_EQ(file.GetAudioFileAttr().GetNumSamples(), (size - 1024) / 4);
         EXPECT_EQ(file.GetAudioFileAttr().GetNumChannels(), 2);
     }
-    vfltest::RunCommand("umount " + mount);
 }
 } // namespace

@@ -1,5 +1,5 @@
 // An IFile over bytes in memory, for handler tests and fuzzing: no disk,
-// and every access can be counted.
+// and its reads counted and its writes logged.
 #pragma once
 
 #include "FF/PlugIns/IFile.h"
@@ -65,7 +65,6 @@ public:
     }
     PlugInResult Write(void* buffer, std::int64_t* count) override
     {
-        ++mWrites;
         mWriteLog.push_back({mPosition, *count});
         std::size_t const end = static_cast<std::size_t>(mPosition + *count);
         if (end > mBytes.size())
@@ -82,7 +81,6 @@ public:
 
     std::vector<std::uint8_t>& Bytes() { return mBytes; }
     int Reads() const { return mReads; }
-    int Writes() const { return mWrites; }
     // Every write as (offset, length), oldest first.
     struct Span
     {
@@ -90,13 +88,11 @@ public:
     };
     std::vector<Span> const& WriteLog() const { return mWriteLog; }
     void ClearWriteLog() { mWriteLog.clear(); }
-    std::uint32_t RefCount() const { return mRefCount; }
 
 private:
     std::vector<std::uint8_t> mBytes;
     std::int64_t mPosition = 0;
     std::uint32_t mRefCount = 0;
     int mReads = 0;
-    int mWrites = 0;
     std::vector<Span> mWriteLog;
 };

@@ -1,11 +1,9 @@
-// VORN files on disk through FF_AudioFile: raw big-endian audio in the data
-// fork, everything else in Resource.FRK/NAME, read back after close; files
-// laid out by hand as a Mac writes them (big-endian resource contents); and
-// files that are refused, without anything being written for them.
+// VORN files on disk through FF_AudioFile, beyond what every format does
+// (FormatMatrixTest): files laid out by hand as a Mac writes them
+// (big-endian resource contents), and files that are refused, without
+// anything being written for them.
 #include "FF/FF_AudioFile.h"
 #include "FF/FF_AudioInstrumentAttr.h"
-#include "FF/PlugIns/PlugInTable.h"
-#include "FF/PlugIns/RelocatableBlock.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_Init.h"
 #include "Sys/Sys_ResourceFork.h"
@@ -21,8 +19,6 @@ namespace
 namespace fs = std::filesystem;
 using Bytes = std::vector<std::uint8_t>;
 using RF = Sys_ResourceFork;
-
-Sys_FileType const kVorn(PlugInTable::MacType("Vn4f"));
 
 class VORNFile : public ::testing::Test
 {
@@ -67,89 +63,6 @@ RF::Resource Str(std::int16_t id, std::string const& name, std::string const& va
 std::vector<RF::Resource> Strings(char const* size, char const* rate, char const* channels)
 {
     return {Str(1000, "sample-size", size), Str(1001, "sample-rate", rate), Str(1002, "channels", channels)};
-}
-
-TEST_F(VORNFile, EverythingSurvivesCloseAndReopen)
-{
-    struct Case
-    {
-        int bits, channels;
-    } const cases[] = {{8, 1}, {8, 2}, {16, 1}, {16, 2}, {24, 1}, {24, 2}};
-    for (auto const& c : cases)
-    {
-        SCOPED_TRACE(std::to_string(c.bits) + " bits, " + std::to_string(c.channels) + " channels");
-        std::string const name = "take" + std::to_string(c.bits) + "x" + std::to_string(c.channels);
-        std::string const path = mDir.File(name);
-        int const width = c.bits / 8;
-        std::int64_t const frames = 1000;
-        // Samples whose bytes all differ, in host order; the file holds them big-endian.
-        Bytes host(static_cast<std::size_t>(frames * c.channels * width)), expected(host.size());
-        for (std::size_t s = 0; s < host.size() / width; ++s)
-        {
-            std::uint32_t const v = static_cast<std::uint32_t>(s * 2654435761u);
-            for (int b = 0; b < width; ++b)
-            {
-                host[s * width + b] = static_cast<std::uint8_t>(v >> (8 * b));
-                expected[s * width + width - 1 - b] = static_cast<std::uint8_t>(v >> (8 * b));
-            }
-        }
-        Sys_Umid umid;
-        int32 const spi = 100, intervals = 10;
-        {
-            FF_AudioFile file((Sys_FileLoc(path)));
-            file.Format(kVorn, c.channels, 44100, c.bits, 0);
-            FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
-            Bytes buffer = host;
-            file.SampleWrite(buffer.data(), frames);
-            file.SetNumSamples(frames);
-            file.AddRegion("verse", 10, 500, 20, 3, 4);
-            file.SetInstrumentAttr(FF_AudioInstrumentAttr(60, 0, FF_AudioInstrumentAttr::kLoopForwardBackward, 5, 50,
-                                                          FF_AudioInstrumentAttr::kLoopForward, 60, 900));
-            char** block = RelocatableBlock::New(14 + 2 * intervals);
-            for (int i = 0; i < 2 * intervals; ++i)
-                (*block)[14 + i] = static_cast<char>(i * 11);
-            file.SetOverview(block, spi, 8, intervals);
-            umid = file.GetUmid();
-        }
-        EXPECT_EQ(vfltest::ReadWholeFile(path), expected);
-
-        FF_AudioFile file((Sys_FileLoc(path)));
-        ASSERT_TRUE(file.Implements(FF_AudioFile::eVelmoraInterface)) << file.GetUnknownReason();
-        EXPECT_EQ(file.GetDescription(FF_AudioFile::eShortDescription), "VORN");
-        FF_AudioFileAttr const a = file.GetAudioFileAttr();
-        EXPECT_EQ(a.GetBitsPerSample(), c.bits);
-        EXPECT_EQ(a.GetNumChannels(), c.channels);
-        EXPECT_EQ(a.GetSamplesPerSec(), 44100);
-        EXPECT_EQ(a.GetNumSamples(), frames);
-        EXPECT_TRUE(file.GetUmid() == umid);
-        std::vector<FF_ImportAudioRegion> regions;
-        file.GetRegions(&regions, false);
-        // The whole-file region that setting the length made, then ours.
-        ASSERT_EQ(regions.size(), 2u);
-        EXPECT_TRUE(regions[0].IsWholeFileRegion());
-        EXPECT_EQ(regions[0].GetName(), name);
-        EXPECT_EQ(regions[1].GetName(), "verse");
-        EXPECT_EQ(regions[1].GetStartSample(), 10u);
-        EXPECT_EQ(regions[1].GetStopSample(), 500u);
-        EXPECT_EQ(regions[1].GetSyncSample(), 20u);
-        EXPECT_EQ(regions[1].GetUserTimeStamp(), 3u);
-
-        FF_AudioInstrumentAttr loops;
-        ASSERT_TRUE(file.HasInstrumentAttr());
-        file.GetInstrumentAttr(&loops);
-        EXPECT_EQ(loops.GetLoop1Type(), FF_AudioInstrumentAttr::kLoopForwardBackward);
-        EXPECT_EQ(loops.GetLoop1StopSample(), 50);
-        EXPECT_EQ(loops.GetLoop2Type(), FF_AudioInstrumentAttr::kLoopForward);
-        EXPECT_EQ(loops.GetLoop2StartSample(), 60);
-
-        ASSERT_TRUE(file.HasOverview(spi, 8));
-        int32 got = 0;
-        char** overview = file.GetOverview(spi, 8, &got);
-        EXPECT_EQ(got, intervals);
-        for (int i = 0; i < 2 * intervals; ++i)
-            EXPECT_EQ((*overview)[14 + i], static_cast<char>(i * 11)) << i;
-        RelocatableBlock::Dispose(overview);
-    }
 }
 
 TEST_F(VORNFile, AMacFileIsReadFromItsBigEndianResources)
@@ -239,34 +152,6 @@ TEST_F(VORNFile, FilesThatAreNoneAreRefusedAndNothingIsWritten)
     vfltest::WriteWholeFile(mDir.File("lost.vorn"), Bytes(4, 0));
     FF_AudioFile lost(Sys_FileLoc(mDir.File("lost.vorn")));
     EXPECT_NE(lost.GetUnknownReason().find("without its resource fork"), std::string::npos);
-}
-
-TEST_F(VORNFile, FormattingAgainLeavesNoMetadataOfTheOldFile)
-{
-    std::string const path = mDir.File("again");
-    for (int round = 0; round < 2; ++round)
-    {
-        FF_AudioFile file((Sys_FileLoc(path)));
-        // 12 bits the second time: stored in 2 bytes, read as 16 bits.
-        file.Format(kVorn, 1, 8000, round == 0 ? 16 : 12, 0);
-        if (round == 0)
-        {
-            FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
-            std::int16_t samples[100] = {};
-            file.SampleWrite(samples, 100);
-            file.SetNumSamples(100);
-            file.AddRegion("old", 1, 2, 1, 0, 0);
-            file.SetInstrumentAttr(FF_AudioInstrumentAttr(60, 0, FF_AudioInstrumentAttr::kLoopForward, 1, 2));
-        }
-    }
-    FF_AudioFile file((Sys_FileLoc(path)));
-    ASSERT_TRUE(file.Implements(FF_AudioFile::eImportExportInterface)) << file.GetUnknownReason();
-    EXPECT_EQ(file.GetAudioFileAttr().GetNumSamples(), 0);
-    EXPECT_EQ(file.GetAudioFileAttr().GetBitsPerSample(), 16);
-    std::vector<FF_ImportAudioRegion> regions;
-    file.GetRegions(&regions, false);
-    EXPECT_TRUE(regions.empty());
-    EXPECT_FALSE(file.HasInstrumentAttr());
 }
 
 } // namespace

@@ -1,0 +1,722 @@
+// Writing and rewriting chunked files through the WAVE, AIFF and AIFF-C
+// handlers, in memory, checked with an independent chunk walk: the layout of
+// a new file, metadata that grows behind the audio without moving it,
+// identity added to a foreign file, chunks in front of the audio that move
+// it in place, and what a rewrite keeps of another tool's chunks.
+#include "FF/PlugIns/AIFC.h"
+#include "FF/PlugIns/AIFF.h"
+#include "FF/PlugIns/RelocatableBlock.h"
+#include "FF/PlugIns/UAFOvwfChunk.h"
+#include "FF/PlugIns/WAVE.h"
+#include "Sys/Sys_Init.h"
+#include "Sys/Sys_Umid.h"
+#include "Sys/Sys_Utils.h"
+#include "support/ChunkFileBuilder.h"
+#include "support/ChunkWalker.h"
+#include "support/MemoryHandler.h"
+
+#include <functional>
+
+namespace
+{
+using Bytes = std::vector<std::uint8_t>;
+using B = ChunkFileBuilder;
+using W = ChunkWalker;
+using Ids = std::vector<std::string>;
+
+struct Kind
+{
+    char const* name;
+    MemoryHandler::Factory create;
+    char const* audioChunk;
+    std::int64_t audioHeader; // bytes from the audio chunk's header to its audio
+};
+Kind const kWave{"WAVE", &WAVE::Create, "data", 8};
+Kind const kAiff{"AIFF", &AIFF::Create, "SSND", 16};
+Kind const kAifc{"AIFC", &AIFC::Create, "SSND", 16};
+
+std::uint64_t At(Bytes const& b, std::int64_t at, int n)
+{
+    return W::Number(b, at, n);
+}
+
+// A foreign 16-bit stereo file with a chunk of another tool in front of the audio.
+Bytes Foreign(Kind const& kind, Bytes const& audio)
+{
+    auto const frames = static_cast<std::uint32_t>(audio.size() / 4);
+    if (kind.create == kWave.create)
+        return B().RiffHeader().Fmt(2, 48000, 16).Chunk("LIST", Bytes(26, 'x')).Data(audio).Done();
+    B b(true);
+    if (kind.create == kAifc.create)
+        b.Form("AIFC").CommC(2, frames, 16, 48000);
+    else
+        b.Form("AIFF").Comm(2, frames, 16, 48000);
+    return b.Chunk("NAME", Bytes{'t', 'a', 'k', 'e'}).Ssnd(audio).Done();
+}
+
+class HandlerWrite : public ::testing::Test
+{
+protected:
+    void SetUp() override { Sys_Init::Init(); }
+
+    // A new file written and flushed.
+    static void MakeNew(MemoryHandler& h, std::uint16_t channels, std::uint16_t bits, std::int64_t frames,
+                        Bytes const& audio)
+    {
+        ASSERT_EQ(h.mAudio->Format(channels, 44100, bits, frames), S_OK);
+        Bytes copy = audio;
+        ASSERT_EQ(h.IE()->SampleSetPosition(0, 0), S_OK);
+        ASSERT_EQ(h.IE()->SampleWrite(copy.data(), frames), S_OK);
+        ASSERT_EQ(h.mAudio->Flush(), S_OK);
+    }
+};
+
+// 'bext': the fixed texts, the umid as lower-case hex, the coding history;
+// 'umid' on disk is the id word by word in big-endian order.
+void CheckWaveIdentity(Bytes const& b, MemoryHandler& h)
+{
+    std::int64_t const bext = W::Find(b, "bext").at + 8;
+    EXPECT_STREQ(reinterpret_cast<char const*>(&b[bext]), "Velmora generated sound file");
+    EXPECT_STREQ(reinterpret_cast<char const*>(&b[bext + 256]), "Velmora");
+    Sys_Umid u;
+    h.Velmora()->GetUmid(reinterpret_cast<std::uint8_t*>(&u));
+    u.SwapIfWin32();
+    char hex[33];
+    for (int i = 0; i < 16; ++i)
+        std::snprintf(hex + 2 * i, 3, "%02x", reinterpret_cast<std::uint8_t const*>(&u)[i]);
+    EXPECT_EQ(std::string(reinterpret_cast<char const*>(&b[bext + 288]), 32), std::string(hex, 32));
+    EXPECT_EQ(b[bext + 320 + 4], '-');
+    EXPECT_EQ(b[bext + 330 + 2], '-');
+    EXPECT_EQ(std::string(reinterpret_cast<char const*>(&b[bext + 602]), 12), std::string("PCM Encoded\0", 12));
+    EXPECT_EQ(std::memcmp(&b[W::Find(b, "umid").at + 8], &u, 16), 0);
+}
+
+// COMM: channels, frames, bits, and 44100 as an 80-bit float; SSND: offset
+// and block size 0; INST with the defaults of a file without instrument
+// data, a gain of 0 dB.
+void CheckAiffFields(Bytes const& b, std::uint16_t channels, std::uint16_t bits, std::int64_t frames)
+{
+    std::int64_t const comm = W::Find(b, "COMM").at + 8;
+    B expected(true);
+    expected.U16(channels).U32(static_cast<std::uint32_t>(frames)).U16(bits);
+    EXPECT_EQ(Bytes(b.begin() + comm, b.begin() + comm + 18),
+              expected.Raw({0x40, 0x0E, 0xAC, 0x44, 0, 0, 0, 0, 0, 0}).Bytes());
+    if (W::Find(b, "FVER").at >= 0)
+    {
+        EXPECT_EQ(std::string(b.begin() + comm + 18, b.begin() + comm + 38),
+                  std::string("NONE\x0eNot Compressed\0", 20));
+        // The format version every AIFF-C reader expects.
+        EXPECT_EQ(At(b, 20, 4), 0xA2805140u);
+    }
+    EXPECT_EQ(At(b, 1016, 8), 0u);
+    std::int64_t const inst = W::Find(b, "INST").at + 8;
+    EXPECT_EQ(Bytes(b.begin() + inst, b.begin() + inst + 20),
+              (Bytes{60, 0, 0, 127, 0, 127, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+}
+
+TEST_F(HandlerWrite, NewFileLayout)
+{
+    struct
+    {
+        Kind kind;
+        Kind other; // which refuses the file
+        std::uint16_t channels, bits;
+        std::int64_t frames;
+        char const* layout;
+    } const cases[] = {
+        // The pad chunk in front of the audio puts it at 1024.
+        {kWave, kAiff, 2, 16, 1000,
+         "RIFF@0:5140 bext@12:614 fmt @634:16 Elmo@658:350 data@1016:4000 "
+         "umid@5024:24 minf@5056:16 regn@5080:4 ovwf@5092:4 smpl@5104:36"},
+        {kAiff, kAifc, 2, 16, 1000,
+         "FORM@0:5124 bext@12:614 COMM@634:18 Elmo@660:340 SSND@1008:4008 "
+         "umid@5024:24 minf@5056:16 regn@5080:4 ovwf@5092:4 INST@5104:20"},
+        {kAifc, kAiff, 2, 16, 1000,
+         "FORM@0:5124 FVER@12:4 bext@24:614 COMM@646:38 Elmo@692:308 SSND@1008:4008 "
+         "umid@5024:24 minf@5056:16 regn@5080:4 ovwf@5092:4 INST@5104:20"},
+        // An odd amount of audio takes a pad byte that its size leaves out.
+        {kAiff, kWave, 1, 8, 1001,
+         "FORM@0:2126 bext@12:614 COMM@634:18 Elmo@660:340 SSND@1008:1009 "
+         "umid@2026:24 minf@2058:16 regn@2082:4 ovwf@2094:4 INST@2106:20"},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(testing::Message() << c.kind.name << " " << c.bits << " bits");
+        std::int64_t const bytes = c.frames * c.channels * c.bits / 8;
+        Bytes const audio = Noise(static_cast<std::size_t>(bytes), 1);
+        MemoryHandler h(c.kind.create);
+        MakeNew(h, c.channels, c.bits, c.frames, audio);
+        Bytes const& b = h.Bytes();
+
+        EXPECT_EQ(W::Layout(b), c.layout);
+        EXPECT_EQ(static_cast<std::int64_t>(b.size()), W::Walk(b).back().at + 8 + W::Walk(b).back().size);
+        EXPECT_EQ(std::string(b.begin() + 8, b.begin() + 12), c.kind.create == kWave.create ? "WAVE" : c.kind.name);
+        EXPECT_EQ(Bytes(b.begin() + 1024, b.begin() + 1024 + bytes), audio);
+        if (c.kind.create == kWave.create)
+            CheckWaveIdentity(b, h);
+        else
+            CheckAiffFields(b, c.channels, c.bits, c.frames);
+
+        // What reads back: FormatMatrixTest. Another handler refuses the file.
+        MemoryHandler other(c.other.create, b);
+        EXPECT_FALSE(other.Recognised());
+    }
+}
+
+TEST_F(HandlerWrite, MetadataGrowingBehindTheAudioMovesNoAudio)
+{
+    for (Kind const& kind : {kWave, kAiff})
+    {
+        SCOPED_TRACE(kind.name);
+        Bytes const audio = Noise(40000, 2);
+        MemoryHandler h(kind.create);
+        MakeNew(h, 2, 16, 10000, audio);
+        h.mFile.ClearWriteLog();
+        for (int i = 0; i < 50; ++i)
+        {
+            PlugInRegion r = {};
+            r.startSample = static_cast<std::uint64_t>(i);
+            r.stopSample = static_cast<std::uint64_t>(i + 100);
+            r.nameLength = 1;
+            r.name[0] = 'r';
+            ASSERT_EQ(h.Native()->AddRegion(&r), S_OK);
+        }
+        ASSERT_EQ(h.mAudio->Flush(), S_OK);
+        Bytes const& b = h.Bytes();
+        for (auto const& w : h.mFile.WriteLog())
+            EXPECT_TRUE(w.offset + w.length <= 1024 || w.offset >= 1024 + 40000) << "write at " << w.offset;
+        EXPECT_EQ(Bytes(b.begin() + 1024, b.begin() + 1024 + 40000), audio);
+        EXPECT_EQ(W::Find(b, "regn").size, 4u + 88 * 50);
+    }
+}
+
+TEST_F(HandlerWrite, IdentityAddedToAForeignFileGoesBehindTheAudio)
+{
+    struct
+    {
+        Kind kind;
+        Ids ids;
+        bool stamped;            // the file becomes the system's media now, as of revision 0
+        PlugInResult instrument; // Implement, though every kind says it could
+    } const cases[] = {
+        {kWave, {"RIFF", "fmt ", "LIST", "data", "umid", "minf", "regn", "ovwf"}, false, S_OK},
+        {kAiff, {"FORM", "COMM", "NAME", "SSND", "umid", "minf", "regn", "ovwf"}, true, S_OK},
+        {kAifc, {"FORM", "COMM", "NAME", "SSND", "umid", "minf", "regn", "ovwf"}, true, E_FAIL},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(c.kind.name);
+        Bytes const audio = Noise(4 * 3001, 4);
+        Bytes const file = Foreign(c.kind, audio);
+        std::int64_t const audioAt = W::Find(file, c.kind.audioChunk).at + c.kind.audioHeader;
+        std::int64_t const audioEnd = audioAt + static_cast<std::int64_t>(audio.size());
+        MemoryHandler h(c.kind.create, file);
+        ASSERT_TRUE(h.Recognised());
+        EXPECT_EQ(h.Velmora(), nullptr);
+        std::int64_t const before = Sys_Utils::GetUTC();
+        ASSERT_EQ(h.IE()->Implement(&IID_IVelmoraAudioFile), S_OK);
+        std::int64_t const after = Sys_Utils::GetUTC();
+        ASSERT_NE(h.Velmora(), nullptr);
+        std::uint64_t date = 1, revision = 1;
+        h.Velmora()->GetUTCModDate(&date);
+        h.Velmora()->GetDataRevision(&revision);
+        EXPECT_GE(static_cast<std::int64_t>(date), c.stamped ? before : 0);
+        EXPECT_LE(static_cast<std::int64_t>(date), c.stamped ? after : 0);
+        EXPECT_EQ(revision, 0u);
+        h.mFile.ClearWriteLog();
+        ASSERT_EQ(h.mAudio->Flush(), S_OK);
+
+        Bytes const& b = h.Bytes();
+        for (auto const& w : h.mFile.WriteLog())
+            EXPECT_TRUE(w.offset + w.length <= audioAt || w.offset >= audioEnd) << "write at " << w.offset;
+        EXPECT_TRUE(std::equal(file.begin() + 8, file.end(), b.begin() + 8));
+        EXPECT_EQ(At(b, 4, 4), b.size() - 8);
+        EXPECT_EQ(W::Ids(b), c.ids);
+
+        MemoryHandler again(c.kind.create, b);
+        ASSERT_TRUE(again.Recognised());
+        EXPECT_NE(again.Velmora(), nullptr);
+        EXPECT_EQ(again.Frames(), 3001);
+        EXPECT_EQ(again.IE()->CanImplement(&IID_IOrvanelAudioFile), S_OK);
+        EXPECT_EQ(again.IE()->Implement(&IID_IOrvanelAudioFile), c.instrument);
+        EXPECT_EQ(again.IE()->Implement(&IID_IEbuAudioFile), E_FAIL);
+    }
+}
+
+// What follows the last chunk a reader can take is no chunk of the form,
+// but it is the user's: it stays behind the form, and the chunks a flush
+// adds go in front of it.
+TEST_F(HandlerWrite, ACorruptTailIsKeptBehindTheForm)
+{
+    struct
+    {
+        Kind kind;
+        Bytes good, tail;
+        Ids ids;
+    } const cases[] = {
+        {kWave,
+         B().RiffHeader().Fmt(1, 8000, 16).Data(Noise(100, 6)).Bytes(),
+         B().Chunk("junk", 14, Bytes(10, 1)).Bytes(), // claims 4 bytes more than there are
+         {"RIFF", "fmt ", "data", "umid", "minf", "regn", "ovwf", "junk"}},
+        {kAiff,
+         B(true).Form().Comm(2, 100, 16, 44100).Ssnd(Noise(400, 7)).Chunk("ANNO", Bytes{'o', 'k'}).Bytes(),
+         B(true).Chunk("MARK", Bytes{0, 9, 0, 1}).Chunk("APPL", Bytes(6, 1)).Bytes(), // nine markers in four bytes
+         {"FORM", "COMM", "SSND", "ANNO", "umid", "minf", "regn", "ovwf", "MARK", "APPL"}},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(c.kind.name);
+        Bytes file = B(c.kind.create != kWave.create).Raw(c.good).Raw(c.tail).FixSize().Bytes();
+        MemoryHandler h(c.kind.create, file);
+        ASSERT_TRUE(h.Recognised());
+        ASSERT_EQ(h.IE()->Implement(&IID_IVelmoraAudioFile), S_OK);
+        ASSERT_EQ(h.mAudio->Flush(), S_OK);
+        Bytes const& b = h.Bytes();
+        EXPECT_EQ(W::Ids(b), c.ids);
+        EXPECT_EQ(W::Find(b, "umid").at, static_cast<std::int64_t>(c.good.size()));
+        EXPECT_TRUE(std::equal(c.good.begin() + 8, c.good.end(), b.begin() + 8));
+        EXPECT_TRUE(std::equal(c.tail.begin(), c.tail.end(), b.end() - static_cast<std::ptrdiff_t>(c.tail.size())));
+        EXPECT_EQ(At(b, 4, 4), b.size() - 8 - c.tail.size());
+    }
+}
+
+// A foreign file whose 'bext' has a coding history of `history` bytes: a
+// new identity leaves that 'bext' as the other tool wrote it, and a sampler
+// chunk in front of the audio that grows and shrinks moves the audio in
+// place, both ways.
+TEST_F(HandlerWrite, ChunkInFrontOfTheAudioMovesItBothWays)
+{
+    for (std::uint32_t history : {100u, 0u, 11u})
+    {
+        SCOPED_TRACE(history);
+        Bytes const audio = Noise(3 << 20, history);
+        Bytes bext = Noise(602 + history, history + 1);
+        Bytes const file = B().RiffHeader()
+                               .Chunk("bext", bext)
+                               .Fmt(2, 48000, 16)
+                               .Data(audio)
+                               .Chunk("LIST", Bytes{'I', 'N', 'F', 'O'})
+                               .Done();
+        std::int64_t const oldOffset = W::Find(file, "data").at + 8;
+        MemoryHandler h(&WAVE::Create, file);
+        ASSERT_TRUE(h.Recognised());
+        ASSERT_EQ(h.IE()->Implement(&IID_IVelmoraAudioFile), S_OK);
+        ASSERT_EQ(h.Velmora()->StampWithUmid(), S_OK);
+        ASSERT_EQ(h.IE()->Implement(&IID_IOrvanelAudioFile), S_OK);
+        PlugInInstrument twoLoops{1, 10, 20, 2, 30, 40, 60, 0};
+        PlugInInstrument noLoops{0, 0, 0, 0, 0, 0, 60, 0};
+        // Sampler chunk of 36 bytes, then 84 with two loops, then 36 again.
+        for (auto [instrument, growth] : {std::pair{&noLoops, 44}, {&twoLoops, 92}, {&noLoops, 44}})
+        {
+            h.Orvanel()->SetInstrumentAttr(instrument);
+            ASSERT_EQ(h.mAudio->Flush(), S_OK);
+            Bytes const& b = h.Bytes();
+            std::int64_t const newOffset = W::Find(b, "data").at + 8;
+            std::int64_t const bextAt = W::Find(b, "bext").at + 8;
+            EXPECT_EQ(newOffset - oldOffset, growth);
+            EXPECT_EQ(Bytes(b.begin() + bextAt, b.begin() + bextAt + 602 + history), bext);
+            EXPECT_EQ(Bytes(b.begin() + newOffset, b.begin() + newOffset + static_cast<std::int64_t>(audio.size())),
+                      audio);
+            EXPECT_NE(W::Find(b, "LIST").at, -1);
+            EXPECT_EQ(At(b, 4, 4), b.size() - 8);
+        }
+        MemoryHandler again(&WAVE::Create, h.Bytes());
+        ASSERT_TRUE(again.Recognised());
+        ASSERT_NE(again.Velmora(), nullptr);
+        EXPECT_EQ(again.Frames(), static_cast<std::int64_t>(audio.size() / 4));
+    }
+}
+
+// Overviews survive a flush and only those of the file's length are read;
+// shortening the file gives it a new identity and drops them.
+TEST_F(HandlerWrite, OverviewsAndIdentityFollowTheLength)
+{
+    for (Kind const& kind : {kWave, kAiff})
+    {
+        SCOPED_TRACE(kind.name);
+        MemoryHandler h(kind.create);
+        MakeNew(h, 2, 16, 1000, Noise(4000, 5));
+        // 1000 frames at 256 per interval give 4 intervals; 3 is another length.
+        char** good = UAFOvwfChunk::NewBlock(4 * 2 * 2, 256);
+        char** stale = UAFOvwfChunk::NewBlock(3 * 2, 333);
+        std::memcpy(*good + 14, "ABCDEFGHIJKLMNOP", 16);
+        ASSERT_EQ(h.Native()->SetOverview(good, 256, 16, 4), S_OK);
+        ASSERT_EQ(h.Native()->SetOverview(stale, 333, 8, 2), S_OK);
+        ASSERT_EQ(h.mAudio->Flush(), S_OK);
+        {
+            MemoryHandler again(kind.create, h.Bytes());
+            ASSERT_TRUE(again.Recognised());
+            EXPECT_EQ(again.Native()->HasOverview(256, 16), S_OK);
+            EXPECT_EQ(again.Native()->HasOverview(333, 8), S_FALSE);
+            char** read = nullptr;
+            std::int32_t intervals = 0;
+            ASSERT_EQ(again.Native()->GetOverview(&read, 256, 16, &intervals), S_OK);
+            EXPECT_EQ(intervals, 4);
+            EXPECT_EQ(std::memcmp(*read + 14, "ABCDEFGHIJKLMNOP", 16), 0);
+            RelocatableBlock::Dispose(read); // ours now
+        }
+
+        std::uint8_t before[16], after[16];
+        h.Velmora()->GetUmid(before);
+        ASSERT_EQ(h.Native()->SetNumSamples(1000), S_OK); // the same length: nothing happens
+        h.Velmora()->GetUmid(after);
+        EXPECT_EQ(std::memcmp(before, after, 16), 0);
+        EXPECT_EQ(h.Native()->HasOverview(256, 16), S_OK);
+        ASSERT_EQ(h.Native()->SetNumSamples(999), S_OK);
+        ASSERT_EQ(h.mAudio->Flush(), S_OK);
+        h.Velmora()->GetUmid(after);
+        EXPECT_NE(std::memcmp(before, after, 16), 0);
+        EXPECT_EQ(h.Native()->HasOverview(256, 16), S_FALSE);
+        RelocatableBlock::Dispose(good); // the handler's till here
+        RelocatableBlock::Dispose(stale);
+
+        MemoryHandler again(kind.create, h.Bytes());
+        ASSERT_TRUE(again.Recognised());
+        EXPECT_EQ(again.Frames(), 999);
+        EXPECT_EQ(W::Find(again.Bytes(), kind.audioChunk).size, 999u * 4 + kind.audioHeader - 8);
+    }
+}
+
+TEST_F(HandlerWrite, RegionsOnDiskAndBack)
+{
+    MemoryHandler h(&WAVE::Create);
+    MakeNew(h, 2, 16, 1000, Noise(4000, 7));
+    PlugInRegion r = {};
+    r.startSample = 10;
+    r.stopSample = 1000; // ending at the end of the audio is kept
+    r.syncSample = 15;
+    r.userTimeStamp = 0x1122334455667788ull;
+    r.originalTimeStamp = 2;
+    r.nameLength = 4;
+    std::memcpy(r.name, "take", 4);
+    ASSERT_EQ(h.Native()->AddRegion(&r), S_OK);
+    Sys_Umid const zero{};
+    EXPECT_NE(std::memcmp(r.umid, &zero, 16), 0); // the handler gave it an id
+    PlugInRegion empty = r;
+    empty.startSample = empty.stopSample = 500; // start equal to stop is dropped on reading
+    ASSERT_EQ(h.Native()->AddRegion(&empty), S_OK);
+    ASSERT_EQ(h.mAudio->Flush(), S_OK);
+
+    Bytes const& b = h.Bytes();
+    W::Chunk const regn = W::Find(b, "regn");
+    ASSERT_EQ(regn.size, 4u + 2 * 88);
+    std::int64_t const rec = regn.at + 12;
+    EXPECT_EQ(At(b, regn.at + 8, 4), 2u);
+    EXPECT_EQ(std::memcmp(&b[rec], r.umid, 16), 0);
+    EXPECT_EQ(At(b, rec + 16, 8), 10u);
+    EXPECT_EQ(At(b, rec + 24, 8), 1000u);
+    EXPECT_EQ(At(b, rec + 32, 8), 15u);
+    EXPECT_EQ(At(b, rec + 40, 8), 0x1122334455667788ull);
+    EXPECT_EQ(At(b, rec + 48, 8), 2u);
+    EXPECT_EQ(b[rec + 56], 4);
+    EXPECT_EQ(std::string(reinterpret_cast<char const*>(&b[rec + 57]), 4), "take");
+
+    MemoryHandler again(&WAVE::Create, b);
+    ASSERT_TRUE(again.Recognised());
+    std::uint32_t count = 0;
+    again.IE()->GetNumRegions(&count);
+    ASSERT_EQ(count, 1u);
+    PlugInRegion back;
+    again.IE()->GetRegion(0, &back);
+    EXPECT_EQ(std::memcmp(&back, &r, sizeof r), 0);
+    EXPECT_EQ(again.Native()->RemoveRegion(r.umid), S_OK);
+    EXPECT_EQ(again.Native()->RemoveRegion(r.umid), E_FAIL);
+}
+
+TEST_F(HandlerWrite, SamplerChunkFineTuneAndLoops)
+{
+    MemoryHandler h(&WAVE::Create);
+    MakeNew(h, 2, 16, 1000, Noise(4000, 8));
+    PlugInInstrument in{1, 10, 100, 2, 200, 300, 60, -10};
+    ASSERT_EQ(h.Orvanel()->SetInstrumentAttr(&in), S_OK);
+    ASSERT_EQ(h.mAudio->Flush(), S_OK);
+
+    Bytes const& b = h.Bytes();
+    W::Chunk const smpl = W::Find(b, "smpl");
+    ASSERT_EQ(smpl.size, 36u + 2 * 24);
+    std::int64_t const body = smpl.at + 8;
+    EXPECT_EQ(At(b, body + 0, 4), 0x01000013u);
+    EXPECT_EQ(At(b, body + 4, 4), 0x29Au);
+    EXPECT_EQ(At(b, body + 12, 4), 59u);
+    EXPECT_EQ(At(b, body + 16, 4), static_cast<std::uint32_t>((110ll * 0xFFFFFFFFll) / 100));
+    EXPECT_EQ(At(b, body + 28, 4), 2u);
+    EXPECT_EQ(At(b, body + 32, 4), 0xFFFFF63Cu);
+    std::uint32_t const loops[2][6] = {{1, 0, 10, 100, 0, 0}, {2, 1, 200, 300, 0, 0}};
+    EXPECT_EQ(std::memcmp(&b[body + 36], loops, sizeof loops), 0);
+
+    MemoryHandler again(&WAVE::Create, b);
+    ASSERT_TRUE(again.Recognised());
+    PlugInInstrument const back = again.Instrument();
+    EXPECT_EQ(back.rootMIDINote, 60);
+    EXPECT_EQ(back.fineTuneCents, 1); // the private form keeps only "some" fine tune
+    EXPECT_EQ(back.loop1Type, 1);
+    EXPECT_EQ(back.loop2Type, 2);
+    EXPECT_EQ(back.loop2Stop, 300);
+}
+
+TEST_F(HandlerWrite, ForeignSamplerChunk)
+{
+    B smpl;
+    smpl.U32(0x47).U32(0).U32(22675).U32(64).U32(0x80000000).U32(0).U32(0).U32(3).U32(0);
+    for (std::uint32_t i = 0; i < 3; ++i)
+        smpl.U32(i).U32(i).U32(100 * i).U32(100 * i + 50).U32(0).U32(0);
+    MemoryHandler h(&WAVE::Create,
+                    B().RiffHeader().Fmt(1, 44100, 16).Data(Noise(2000, 9)).Chunk("smpl", smpl.Bytes()).Bytes());
+    ASSERT_TRUE(h.Recognised());
+    ASSERT_NE(h.Orvanel(), nullptr);
+    // RIFF forward and alternating loops.
+    PlugInInstrument const expected{1, 0, 50, 2, 100, 150, 64, 50};
+    EXPECT_EQ(h.Instrument(), expected);
+}
+
+TEST_F(HandlerWrite, PadBodyFollowsTheSumInFront)
+{
+    // The pad's sum: the chunks in front of it (RIFF 12, an optional LIST
+    // of 8 + L, 'fmt ' 24), its own header 8 and the data header 8.
+    struct
+    {
+        std::size_t listBody;
+        std::int64_t firstAudioByte;
+    } const cases[] = {
+        {0, 512},    // sum 52: pad body 460
+        {444, 512},  // sum 504: pad body 8
+        {452, 1024}, // sum 512: a whole sector, never nothing
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(c.listBody);
+        B b;
+        b.RiffHeader();
+        if (c.listBody)
+            b.Chunk("LIST", Bytes(c.listBody, 0));
+        MemoryHandler h(&WAVE::Create, b.Fmt(1, 8000, 16).Chunk("Elmo", Bytes(2, 0)).Data(Noise(64, 10)).Done());
+        ASSERT_TRUE(h.Recognised());
+        ASSERT_EQ(h.IE()->Implement(&IID_IVelmoraAudioFile), S_OK);
+        ASSERT_EQ(h.mAudio->Flush(), S_OK);
+        EXPECT_EQ(W::Find(h.Bytes(), "data").at + 8, c.firstAudioByte);
+        EXPECT_EQ(h.DataOffset(), c.firstAudioByte);
+    }
+}
+
+// A file with two audio chunks reads the second, and is not rewritten:
+// which one another tool believes is not known, so nothing in it changes.
+TEST_F(HandlerWrite, AFileWithTwoAudioChunksIsNotRewritten)
+{
+    Bytes const file = B().RiffHeader().Fmt(1, 8000, 16).Data({}).Data(Noise(80, 9)).Done();
+    MemoryHandler h(&WAVE::Create, file);
+    ASSERT_TRUE(h.Recognised());
+    EXPECT_EQ(h.Frames(), 40);
+    ASSERT_EQ(h.IE()->Implement(&IID_IVelmoraAudioFile), S_OK);
+    EXPECT_NE(h.mAudio->Flush(), S_OK);
+    EXPECT_EQ(h.Bytes(), file);
+}
+
+TEST_F(HandlerWrite, AiffLoopsAsInstAndMark)
+{
+    struct Record
+    {
+        std::uint16_t id;
+        std::uint32_t position;
+    };
+    struct
+    {
+        char const* name;
+        PlugInInstrument in;
+        std::uint16_t modes[2];      // sustain and release play modes in 'INST'
+        std::vector<Record> markers; // empty: no 'MARK' chunk at all
+        PlugInInstrument back;
+    } const cases[] = {
+        {"both loops",
+         {1, 100, 200, 2, 300, 400, 62, -5},
+         {1, 2},
+         {{0, 100}, {1, 200}, {2, 300}, {3, 400}},
+         {1, 100, 200, 2, 300, 400, 62, -5}},
+        {"loop 1 only", {2, 10, 20, 0, 0, 0, 60, 0}, {2, 0}, {{0, 10}, {1, 20}}, {2, 10, 20, 0, 0, 0, 60, 0}},
+        {"loop 2 only keeps ids 2 and 3",
+         {0, 0, 0, 1, 30, 40, 60, 0},
+         {0, 1},
+         {{2, 30}, {3, 40}},
+         {0, 0, 0, 1, 30, 40, 60, 0}},
+        {"a backward loop plays forward",
+         {3, 5, 6, 0, 0, 0, 48, 99},
+         {1, 0},
+         {{0, 5}, {1, 6}},
+         {1, 5, 6, 0, 0, 0, 48, 99}},
+        {"positions beyond 32 bits keep their low word",
+         {1, 0x100000007ll, 0x100000009ll, 0, 0, 0, 60, 0},
+         {1, 0},
+         {{0, 7}, {1, 9}},
+         {1, 7, 9, 0, 0, 0, 60, 0}},
+        {"no loops: no MARK", {0, 1, 2, 0, 3, 4, 70, 1}, {0, 0}, {}, {0, 0, 0, 0, 0, 0, 70, 1}},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        MemoryHandler h(&AIFF::Create);
+        MakeNew(h, 1, 16, 1000, Noise(2000, 2));
+        PlugInInstrument in = c.in;
+        ASSERT_EQ(h.Orvanel()->SetInstrumentAttr(&in), S_OK);
+        ASSERT_EQ(h.mAudio->Flush(), S_OK);
+        Bytes const& b = h.Bytes();
+
+        W::Chunk const inst = W::Find(b, "INST");
+        ASSERT_EQ(inst.size, 20u);
+        std::int64_t const i = inst.at + 8;
+        EXPECT_EQ(b[i], c.in.rootMIDINote);
+        EXPECT_EQ(static_cast<std::int8_t>(b[i + 1]), c.in.fineTuneCents);
+        EXPECT_EQ(Bytes(b.begin() + i + 2, b.begin() + i + 8), (Bytes{0, 127, 0, 127, 0, 0}));
+        B loops(true);
+        loops.U16(c.modes[0]).U16(0).U16(c.modes[0] ? 1 : 0);
+        loops.U16(c.modes[1]).U16(c.modes[1] ? 2 : 0).U16(c.modes[1] ? 3 : 0);
+        EXPECT_EQ(Bytes(b.begin() + i + 8, b.begin() + i + 20), loops.Bytes());
+
+        W::Chunk const mark = W::Find(b, "MARK");
+        if (c.markers.empty())
+        {
+            EXPECT_EQ(mark.at, -1);
+        }
+        else
+        {
+            ASSERT_EQ(mark.size, 2 + 16 * c.markers.size());
+            std::int64_t const m = mark.at + 8;
+            EXPECT_EQ(At(b, m, 2), c.markers.size());
+            for (std::size_t k = 0; k < c.markers.size(); ++k)
+            {
+                std::int64_t const r = m + 2 + 16 * static_cast<std::int64_t>(k);
+                EXPECT_EQ(At(b, r, 2), c.markers[k].id);
+                EXPECT_EQ(At(b, r + 2, 4), c.markers[k].position);
+                EXPECT_EQ(b[r + 6], 8);
+                EXPECT_EQ(std::string(b.begin() + r + 7, b.begin() + r + 15), k % 2 ? "end loop" : "beg loop");
+            }
+            // 'MARK' is the last chunk and ends the file.
+            EXPECT_EQ(mark.at + 8 + mark.size, static_cast<std::int64_t>(b.size()));
+        }
+
+        MemoryHandler again(&AIFF::Create, b);
+        ASSERT_TRUE(again.Recognised());
+        ASSERT_EQ(again.Orvanel()->HasInstrumentAttr(), S_OK);
+        EXPECT_EQ(again.Instrument(), c.back);
+    }
+}
+
+// 'MARK' goes at a flush without loops, and comes back behind everything
+// when a loop does: the loops of 'INST' point at its markers.
+TEST_F(HandlerWrite, AiffMarkFollowsTheLoops)
+{
+    MemoryHandler h(&AIFF::Create);
+    MakeNew(h, 1, 16, 100, Noise(200, 3));
+    std::size_t const without = h.Bytes().size();
+    EXPECT_EQ(W::Find(h.Bytes(), "MARK").at, -1);
+    PlugInInstrument in{1, 10, 20, 0, 0, 0, 60, 0};
+    h.Orvanel()->SetInstrumentAttr(&in);
+    ASSERT_EQ(h.mAudio->Flush(), S_OK);
+    EXPECT_EQ(W::Find(h.Bytes(), "MARK").at, static_cast<std::int64_t>(without));
+    {
+        MemoryHandler again(&AIFF::Create, h.Bytes());
+        ASSERT_TRUE(again.Recognised());
+        std::int64_t const stop = again.Instrument().loop1Stop; // packed: no reference to it
+        EXPECT_EQ(stop, 20);
+    }
+    in.loop1Type = 0;
+    h.Orvanel()->SetInstrumentAttr(&in);
+    ASSERT_EQ(h.mAudio->Flush(), S_OK);
+    EXPECT_EQ(W::Find(h.Bytes(), "MARK").at, -1);
+    EXPECT_EQ(h.Bytes().size(), without);
+}
+
+TEST_F(HandlerWrite, AiffInstrumentAddedInFrontOfTheAudio)
+{
+    Bytes const audio = Noise(4 * 2000, 5);
+    Bytes const file = Foreign(kAiff, audio);
+    MemoryHandler h(&AIFF::Create, file);
+    ASSERT_TRUE(h.Recognised());
+    EXPECT_EQ(h.Orvanel(), nullptr);
+    ASSERT_EQ(h.IE()->Implement(&IID_IOrvanelAudioFile), S_OK);
+    ASSERT_NE(h.Orvanel(), nullptr);
+    PlugInInstrument in{2, 500, 1500, 0, 0, 0, 57, 3};
+    h.Orvanel()->SetInstrumentAttr(&in);
+    ASSERT_EQ(h.mAudio->Flush(), S_OK);
+
+    Bytes const& b = h.Bytes();
+    EXPECT_EQ(W::Ids(b), (Ids{"FORM", "COMM", "NAME", "INST", "MARK", "SSND"}));
+    std::int64_t const audioAt = W::Find(b, "SSND").at + 16;
+    EXPECT_EQ(audioAt, static_cast<std::int64_t>(file.size() - audio.size()) + 28 + 42);
+    EXPECT_EQ(Bytes(b.begin() + audioAt, b.end()), audio);
+
+    MemoryHandler again(&AIFF::Create, b);
+    ASSERT_TRUE(again.Recognised());
+    EXPECT_EQ(again.Instrument(), in);
+    EXPECT_EQ(again.DataOffset(), audioAt);
+    // Nothing to add a second time.
+    ASSERT_EQ(again.IE()->Implement(&IID_IOrvanelAudioFile), S_OK);
+    ASSERT_EQ(again.mAudio->Flush(), S_OK);
+    EXPECT_EQ(again.Bytes(), b);
+}
+
+// Another tool's COMM (its compression name, whatever its bytes) and SSND
+// fields (offset, block size) stay as they were when identity is added.
+TEST_F(HandlerWrite, AiffForeignFieldsKept)
+{
+    B::X80 const r = B::Rate(8000);
+    struct
+    {
+        char const* name;
+        Bytes file;
+        std::uint32_t ssndOffset;
+    } const cases[] = {
+        {"AIFF-C name of odd length", B(true).Form("AIFC").CommC(1, 4, 16, 8000, "NONE", "none").Ssnd(Ramp(8)).Done(),
+         0},
+        {"AIFF-C name longer than its bytes",
+         B(true)
+             .Form("AIFC")
+             .Chunk("COMM", B(true)
+                                .U16(1)
+                                .U32(4)
+                                .U16(16)
+                                .Raw(Bytes(r.begin(), r.end()))
+                                .Id("NONE")
+                                .Raw({20, 'a', 'b', 'c'})
+                                .Bytes())
+             .Ssnd(Ramp(8))
+             .Done(),
+         0},
+        {"SSND offset", B(true).Form().Comm(1, 4, 16, 8000).Ssnd(Ramp(8), 8, 0).Done(), 8},
+        {"SSND block size of one frame", B(true).Form().Comm(1, 4, 16, 8000).Ssnd(Ramp(8), 0, 2).Done(), 0},
+        {"SSND absolute offset",
+         B(true).Form().Comm(1, 4, 16, 8000).Chunk("SSND", B(true).U32(54).U32(0).Raw(Ramp(8)).Bytes()).Done(), 0},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        bool const aifc = std::string(c.file.begin() + 8, c.file.begin() + 12) == "AIFC";
+        MemoryHandler h(aifc ? &AIFC::Create : &AIFF::Create, c.file);
+        ASSERT_TRUE(h.Recognised());
+        ASSERT_EQ(h.IE()->Implement(&IID_IVelmoraAudioFile), S_OK);
+        ASSERT_EQ(h.mAudio->Flush(), S_OK);
+        Bytes const& b = h.Bytes();
+        for (char const* id : {"COMM", "SSND"})
+        {
+            W::Chunk const before = W::Find(c.file, id), after = W::Find(b, id);
+            ASSERT_EQ(before.size, after.size) << id;
+            std::int64_t const n = 8 + (std::string(id) == "SSND" ? 8 : before.size);
+            EXPECT_TRUE(std::equal(c.file.begin() + before.at, c.file.begin() + before.at + n, b.begin() + after.at))
+                << id;
+        }
+        std::int64_t const audioAt = W::Find(b, "SSND").at + 16 + c.ssndOffset;
+        EXPECT_EQ(Bytes(b.begin() + audioAt, b.begin() + audioAt + 8), Ramp(8));
+        MemoryHandler again(aifc ? &AIFC::Create : &AIFF::Create, b);
+        ASSERT_TRUE(again.Recognised());
+        EXPECT_EQ(again.DataOffset(), audioAt);
+    }
+}
+
+// Sizes are 32 bits in this format: a file that would pass them is refused,
+// not written with sizes that wrap.
+TEST_F(HandlerWrite, AiffPastFourGigabytesIsRefused)
+{
+    MemoryHandler h(&AIFF::Create);
+    EXPECT_EQ(h.mAudio->Format(1, 48000, 16, std::int64_t{1} << 31), kAudioFile_BadParameter);
+    ASSERT_EQ(h.mAudio->Format(1, 48000, 16, 10), S_OK);
+    EXPECT_EQ(h.Native()->SetNumSamples(std::int64_t{1} << 31), kAudioFile_BadParameter);
+}
+} // namespace
