@@ -135,13 +135,29 @@ void FF_AudioProcessChain::Process()
     // and in order, so what the stages make is the same as with one block
     // at a time; only the waits between the stages go.
     std::vector<FF_AudioProcess::Handle> const stages = GetStages();
+    // With two filters or more, the last runs on the consumer's thread: the
+    // filters' work (a rate conversion, then the dithering, say) then has two
+    // processors rather than one, and the writer's share of that thread is
+    // small. A filter that runs on the thread that feeds it needs none.
+    std::size_t lastFilter = stages.size();
+    int filters = 0;
+    for (std::size_t i = 0; i < stages.size(); ++i)
+    {
+        if (stages[i]->GetProcessType() == FF_AudioProcess::kProcessFilter && !stages[i]->RunsOnFeedingThread())
+        {
+            lastFilter = i;
+            ++filters;
+        }
+    }
     std::vector<FF_AudioProcessRunner::Handle> runners;
     runners.reserve(stages.size());
-    for (auto const& stage : stages)
+    for (std::size_t i = 0; i < stages.size(); ++i)
     {
-        runners.emplace_back(
-            new FF_AudioProcessRunner(stage, stage == mHead, Sys_Task::Handle(this), mProcessBlockPool.get()));
-        stage->SetRunner(runners.back().Get());
+        auto const thread =
+            filters >= 2 && i == lastFilter ? FF_AudioProcess::kProcessConsumer : stages[i]->GetProcessType();
+        runners.emplace_back(new FF_AudioProcessRunner(stages[i], stages[i] == mHead, Sys_Task::Handle(this),
+                                                       mProcessBlockPool.get(), thread));
+        stages[i]->SetRunner(runners.back().Get());
     }
     // The runners are known to the stages only while this runs; a stage
     // still in a slice is waited for before they go.

@@ -9,8 +9,9 @@ constexpr int32 kRunnerPriority = 0;
 } // namespace
 
 FF_AudioProcessRunner::FF_AudioProcessRunner(FF_AudioProcess::Handle const& stage, bool isHead,
-                                             Sys_Task::Handle const& chain, FF_AudioProcess::BlockPool* pool)
-    : mStage(stage), mIsHead(isHead), mChain(chain), mPool(pool)
+                                             Sys_Task::Handle const& chain, FF_AudioProcess::BlockPool* pool,
+                                             FF_AudioProcess::EProcessType thread)
+    : mStage(stage), mIsHead(isHead), mChain(chain), mPool(pool), mThread(thread)
 {
     SetName("FF_AudioProcessRunner");
 }
@@ -20,7 +21,7 @@ FF_AudioProcessRunner::~FF_AudioProcessRunner() = default;
 void FF_AudioProcessRunner::Kick()
 {
     if (!mScheduled.exchange(true))
-        FF_ScheduleOnThreadOf(mStage->GetProcessType(), Sys_Task::Handle(this), kRunnerPriority);
+        FF_ScheduleOnThreadOf(mThread, Sys_Task::Handle(this), kRunnerPriority);
 }
 
 void FF_AudioProcessRunner::RunHere()

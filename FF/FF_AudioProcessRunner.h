@@ -27,8 +27,9 @@ public:
     using Handle = Cmn_PolymorphicHandle<FF_AudioProcessRunner, Sys_Task>;
 
     // Holds the chain, whose pool it may give blocks back to, while it lives.
+    // Runs on the shared thread of the given kind.
     FF_AudioProcessRunner(FF_AudioProcess::Handle const& stage, bool isHead, Sys_Task::Handle const& chain,
-                          FF_AudioProcess::BlockPool* pool);
+                          FF_AudioProcess::BlockPool* pool, FF_AudioProcess::EProcessType thread);
     ~FF_AudioProcessRunner() override;
 
     // Any thread: the stage has a block waiting. Queues the runner unless
@@ -49,6 +50,7 @@ private:
     bool mIsHead;
     Sys_Task::Handle mChain;
     FF_AudioProcess::BlockPool* mPool;
+    FF_AudioProcess::EProcessType mThread;
     // The stage has left the ready state: it takes no more blocks.
     bool mStageEnded = false;
     // True while the runner is queued or running; whoever turns it from
