@@ -245,20 +245,7 @@ std::string FF_AudioFile::DescribeUnknownHeader()
     unsigned char head[12] = {};
     Sys_File::SetPosition(kFromStart, 0);
     int64 const got = Sys_File::Read(head, sizeof head);
-    if (got == 0)
-        return "empty file";
-    auto text = [&](int at) { return std::string(reinterpret_cast<char const*>(head + at), 4); };
-    std::string const id = text(0);
-    bool const riff = id == "RIFF" || id == "RF64" || id == "BW64";
-    if (got < 12 && (riff || id == "FORM"))
-        return "file too short for its " + id + " header";
-    if (riff)
-        return text(8) == "WAVE" ? "WAVE file without a usable 'fmt ' and 'data' chunk"
-                                 : id + " form '" + text(8) + "' is not WAVE";
-    if (id == "FORM")
-        return text(8) == "AIFF" || text(8) == "AIFC" ? "AIFF file without a usable 'COMM' and 'SSND' chunk"
-                                                      : "FORM type '" + text(8) + "' is not AIFF";
-    return "no RIFF or FORM header";
+    return PlugInTable::DescribeUnknownHeader(head, static_cast<std::size_t>(got));
 }
 
 std::string FF_AudioFile::GetUnknownReason()
@@ -1044,12 +1031,13 @@ void FF_AudioFile::Print(std::ostream& out, bool cache)
             break;
         }
     }
-    // A VORN file is one by its resource fork, whatever its name says.
-    if (!create && mImportExport)
+    // Some formats are known by what the file holds, whatever its name.
+    char name[8] = {};
+    if (!create && mImportExport && mImportExport->GetFileTypeName(8, name) == S_OK)
     {
-        char name[8] = {};
-        if (mImportExport->GetFileTypeName(8, name) == S_OK && std::strncmp(name, "VORN", 8) == 0)
-            create = PlugInTable::Find("VORN");
+        for (auto const& p : PlugInTable::PrintTable())
+            if (p.whateverName && std::strncmp(name, p.handler, sizeof name) == 0)
+                create = PlugInTable::Find(p.handler);
     }
     if (!create)
     {

@@ -52,13 +52,14 @@ std::vector<PlugInWriteEntry> const& Writers()
     return table;
 }
 
-// The AIFF-C handler prints plain AIFF files too.
+// The AIFF-C handler prints plain AIFF files too. A VORN file is one by its
+// resource fork, whatever its name says.
 std::vector<PlugInPrintEntry> const& Printers()
 {
     static std::vector<PlugInPrintEntry> const table = {
-        {Sys_FileType(std::string("wav")), "WAVE", false},
-        {Sys_FileType(std::string("aif")), "AIFC", false},
-        {Sys_FileType(MacType("Vn4f")), "VORN", true},
+        {Sys_FileType(std::string("wav")), "WAVE", false, false},
+        {Sys_FileType(std::string("aif")), "AIFC", false, false},
+        {Sys_FileType(MacType("Vn4f")), "VORN", true, true},
     };
     return table;
 }
@@ -89,6 +90,25 @@ std::span<PlugInWriteEntry const> WriteTable()
 std::span<PlugInPrintEntry const> PrintTable()
 {
     return Printers();
+}
+
+std::string DescribeUnknownHeader(unsigned char const* head, std::size_t got)
+{
+    if (got == 0)
+        return "empty file";
+    auto text = [&](std::size_t at)
+    { return at + 4 <= got ? std::string(reinterpret_cast<char const*>(head + at), 4) : std::string(); };
+    std::string const id = text(0);
+    bool const riff = id == "RIFF" || id == "RF64" || id == "BW64";
+    if (got < 12 && (riff || id == "FORM"))
+        return "file too short for its " + id + " header";
+    if (riff)
+        return text(8) == "WAVE" ? "WAVE file without a usable 'fmt ' and 'data' chunk"
+                                 : id + " form '" + text(8) + "' is not WAVE";
+    if (id == "FORM")
+        return text(8) == "AIFF" || text(8) == "AIFC" ? "AIFF file without a usable 'COMM' and 'SSND' chunk"
+                                                      : "FORM type '" + text(8) + "' is not AIFF";
+    return "no RIFF or FORM header";
 }
 } // namespace PlugInTable
 

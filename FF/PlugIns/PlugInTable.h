@@ -7,9 +7,11 @@
 
 #include <cstddef>
 #include <span>
+#include <string>
 
 // What the file object knows of each built-in format, in four tables that
-// stand side by side in PlugInTable.cpp: adding a format is a row in each.
+// stand side by side in PlugInTable.cpp, with the words for a file none of
+// them takes: adding a format is a row in each.
 
 // The built-in format handlers, in the order in which a file is offered to
 // them, each with the file type that is recorded while it is tried.
@@ -30,12 +32,15 @@ struct PlugInWriteEntry
 };
 
 // Which handler prints a file, by the type its location names: the
-// extension types must be equal, a Macintosh type only equivalent.
+// extension types must be equal, a Macintosh type only equivalent. A file
+// whose name matches no row still prints with a handler marked
+// `whateverName` when that handler is the one that opened it.
 struct PlugInPrintEntry
 {
     Sys_FileType type;
     char const* handler;
     bool byEquivalence;
+    bool whateverName;
 };
 
 namespace PlugInTable
@@ -46,6 +51,9 @@ PlugInTableEntry const& GetEntry(std::size_t index);
 std::span<Sys_FileType const> SupportedTypes();
 std::span<PlugInWriteEntry const> WriteTable();
 std::span<PlugInPrintEntry const> PrintTable();
+// Why no handler took a file, from its first bytes (`got` of them, at most
+// 12): the words a host shows beside the file's name.
+std::string DescribeUnknownHeader(unsigned char const* head, std::size_t got);
 // The factory of the named handler, or null while that handler is not built.
 PlugInResult (*Find(char const* name))(void**);
 // The four-character Macintosh code as a number, first character highest.

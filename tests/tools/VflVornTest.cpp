@@ -122,6 +122,7 @@ TEST_F(VflVorn, ReadingCommandsCreateNothing)
     EXPECT_EQ(Out(Vfl("find '*.vorn' --in " + folder + " --tree")), folder + "/take.vorn\n");
     EXPECT_EQ(Listing(mDir.Path()), before);
     EXPECT_EQ(Out(Vfl("info -t '" + F("take copy") + "'")), "vorn\n");
+    EXPECT_NE(Out(Vfl("print '" + F("take copy") + "'")).find("resource fork in "), std::string::npos);
 }
 
 } // namespace

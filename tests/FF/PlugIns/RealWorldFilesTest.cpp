@@ -182,6 +182,9 @@ Row const kOtherRows[] = {
     {"sndfile AIFF-C u-law", "a.aif", "sf -ulaw", 1, 8000, 8, 3001, N, "AIFF-C compression 'ulaw'"},
     {"ffmpeg AIFF-C a-law", "a.aif", "fm -c:a pcm_alaw", 1, 8000, 8, 3001, N, "AIFF-C compression 'alaw'"},
     {"not audio", "a.wav", "echo not audio >$F", 1, 8000, 8, 1, N, "no RIFF or FORM header"},
+    {"RIFF cut in its header", "a.wav", "printf RIFF1234WA >$F", 1, 8000, 8, 1, N, "too short for its RIFF header"},
+    {"RIFF of another form", "a.wav", "printf RIFF1234CDXAfmt >$F", 1, 8000, 8, 1, N, "RIFF form 'CDXA' is not WAVE"},
+    {"FORM of another type", "a.aif", "printf FORM12348SVXVHDR >$F", 1, 8000, 8, 1, N, "FORM type '8SVX' is not AIFF"},
 };
 
 // Plain WAVE files of each tool, 8 to 32 bits, mono and stereo, at rates in
