@@ -511,6 +511,36 @@ TEST_F(HandlerWrite, AFileWithTwoAudioChunksIsNotRewritten)
     EXPECT_EQ(h.Bytes(), file);
 }
 
+// The 64-bit form of another tool, whose 'ds64' carries a table of further
+// chunk sizes: a rewrite updates the three sizes and keeps the table.
+TEST_F(HandlerWrite, RF64TableOfSizesIsKept)
+{
+    Bytes const audio = Noise(4 * 500, 10);
+    Bytes const table = B().U32(1).Id("junk").U32(7).U32(0).Bytes();
+    Bytes const file = B().Id("RF64")
+                           .U32(0xFFFFFFFF)
+                           .Id("WAVE")
+                           .Chunk("ds64", B().U32(0).U32(0).U32(0).U32(0).U32(0).U32(0).Raw(table).Bytes())
+                           .Fmt(2, 48000, 16)
+                           .Chunk("data", 0xFFFFFFFF, audio)
+                           .Bytes();
+    MemoryHandler h(&WAVE::Create, file);
+    ASSERT_TRUE(h.Recognised());
+    ASSERT_EQ(h.IE()->Implement(&IID_IVelmoraAudioFile), S_OK);
+    ASSERT_EQ(h.mAudio->Flush(), S_OK);
+    Bytes const& b = h.Bytes();
+    std::int64_t const ds64 = W::Find(b, "ds64").at + 8;
+    EXPECT_EQ(At(b, ds64, 8), b.size() - 8);
+    EXPECT_EQ(At(b, ds64 + 8, 8), audio.size());
+    EXPECT_EQ(At(b, ds64 + 16, 8), 500u);
+    EXPECT_TRUE(std::equal(table.begin(), table.end(), b.begin() + ds64 + 24));
+    std::int64_t const data = W::Find(b, "data").at + 8;
+    EXPECT_TRUE(std::equal(audio.begin(), audio.end(), b.begin() + data));
+    MemoryHandler again(&WAVE::Create, b);
+    ASSERT_TRUE(again.Recognised());
+    EXPECT_EQ(again.Frames(), 500);
+}
+
 TEST_F(HandlerWrite, AiffLoopsAsInstAndMark)
 {
     struct Record
