@@ -179,6 +179,13 @@ PlugInResult ChunkyFile::DoOpen()
             SetHeaderIncomplete();
         SetNumSamplesValue(mAudioBytes / frameSize);
     }
+    // Regions and overviews are held against the length only now: a 'regn'
+    // or 'ovwf' in front of the audio chunk, as some tools order chunks,
+    // would be read against no audio and lose every record, on disk too at
+    // the next rewrite; one behind a header that claims more audio than
+    // there is would keep records past the end.
+    if (r == S_OK)
+        KeepWhatFits(NumSamples());
     // Chunks made while the parse still changed the length were loaded with
     // the file as it is opened: only a caller's cut may discard them.
     for (auto& c : mChunks)

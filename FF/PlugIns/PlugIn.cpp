@@ -8,6 +8,7 @@
 
 #include <cstring>
 #include <ostream>
+#include <vector>
 
 namespace
 {
@@ -75,6 +76,22 @@ void PlugIn::DisposeOverviews()
         if (o.owned)
             RelocatableBlock::Dispose(o.data);
     mOverviews.clear();
+}
+
+void PlugIn::KeepWhatFits(i64 frames)
+{
+    auto const n = static_cast<u64>(frames);
+    std::erase_if(mRegions, [n](PlugInRegion const& r) { return r.startSample >= n || r.stopSample > n; });
+    std::erase_if(mOverviews,
+                  [frames](PlugInOverview const& o)
+                  {
+                      i64 const spi = o.samplesPerInterval;
+                      if (spi > 0 && static_cast<i64>(o.numIntervals) == (frames + spi - 1) / spi)
+                          return false;
+                      if (o.owned)
+                          RelocatableBlock::Dispose(o.data);
+                      return true;
+                  });
 }
 
 u64 PlugIn::Now()

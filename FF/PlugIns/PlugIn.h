@@ -211,6 +211,8 @@ protected:
     // Back to the defaults of a fresh handler; the attached file stays.
     void Reset();
     void DisposeOverviews();
+    // Drops the regions and overviews that do not fit audio of `frames`.
+    void KeepWhatFits(i64 frames);
     // The current time in the units of the modification date.
     static u64 Now();
 

@@ -83,11 +83,10 @@ PlugInResult UAFOvwfChunk::Read(i64 size, i64)
         sum += h.size;
         i64 const payload = static_cast<i64>(h.size) - kOverviewHeaderSize;
 
-        // An overview made for another length of the audio is dropped; so is
-        // one that claims no samples per interval, which matches no length.
-        i64 const spi = h.samplesPerInterval;
-        bool const matches = spi > 0 && h.numIntervals == (mOwner->NumSamples() + spi - 1) / spi;
-        if (!matches)
+        // One that claims no samples per interval matches no length; one
+        // made for another length of the audio is dropped once the file's
+        // length is known (ChunkyFile::DoOpen).
+        if (h.samplesPerInterval == 0)
         {
             r = Skip(payload);
             if (r != S_OK)

@@ -39,7 +39,6 @@ PlugInResult UAFRegnChunk::Read(i64 size, i64)
     if (static_cast<u64>(size) != static_cast<u64>(count) * 88 + 4)
         return kAudioFile_Unimplemented;
 
-    auto const frames = static_cast<u64>(mOwner->NumSamples());
     for (u32 i = 0; i < count; ++i)
     {
         PlugInRegion region;
@@ -47,8 +46,9 @@ PlugInResult UAFRegnChunk::Read(i64 size, i64)
         if (r != S_OK)
             return r;
         SwapRecord(region);
-        // Regions that do not fit the audio are dropped without comment.
-        if (region.startSample < frames && region.startSample < region.stopSample && region.stopSample <= frames)
+        // Regions that do not fit the audio are dropped without comment, once
+        // the file's length is known (ChunkyFile::DoOpen).
+        if (region.startSample < region.stopSample)
             mOwner->Regions().push_back(region);
     }
     return S_OK;

@@ -39,6 +39,12 @@ std::uint64_t At(Bytes const& b, std::int64_t at, int n)
 {
     return W::Number(b, at, n);
 }
+void PutNumber(Bytes& b, std::int64_t at, int n, std::uint64_t v)
+{
+    bool const big = W::IsBigEndian(b);
+    for (int i = 0; i < n; ++i)
+        b[static_cast<std::size_t>(at + i)] = static_cast<std::uint8_t>(v >> 8 * (big ? n - 1 - i : i));
+}
 
 // A foreign 16-bit stereo file with a chunk of another tool in front of the audio.
 Bytes Foreign(Kind const& kind, Bytes const& audio)
@@ -421,6 +427,67 @@ TEST_F(HandlerWrite, RegionsOnDiskAndBack)
     EXPECT_EQ(std::memcmp(&back, &r, sizeof r), 0);
     EXPECT_EQ(again.Native()->RemoveRegion(r.umid), S_OK);
     EXPECT_EQ(again.Native()->RemoveRegion(r.umid), E_FAIL);
+}
+
+// Regions and overviews are held against the length of the whole file, not
+// against what was read before them: another tool may put the audio chunk
+// last, and a header may claim more audio than the file holds.
+TEST_F(HandlerWrite, RegionsAndOverviewsFitTheLengthWhereverTheyStand)
+{
+    for (Kind const& kind : {kWave, kAiff})
+    {
+        SCOPED_TRACE(kind.name);
+        MemoryHandler h(kind.create);
+        MakeNew(h, 2, 16, 1000, Noise(4000, 8));
+        PlugInRegion r = {};
+        r.stopSample = 1000;
+        ASSERT_EQ(h.Native()->AddRegion(&r), S_OK);
+        r.stopSample = 600;
+        ASSERT_EQ(h.Native()->AddRegion(&r), S_OK);
+        char** overview = UAFOvwfChunk::NewBlock(4 * 2 * 2, 256);
+        ASSERT_EQ(h.Native()->SetOverview(overview, 256, 16, 4), S_OK);
+        ASSERT_EQ(h.mAudio->Flush(), S_OK);
+        RelocatableBlock::Dispose(overview);
+
+        // The audio chunk moved behind everything else.
+        Bytes const& b = h.Bytes();
+        Bytes last(b.begin(), b.begin() + 12), audio;
+        for (W::Chunk const& c : W::Walk(b))
+        {
+            if (c.at == 0)
+                continue;
+            Bytes& to = c.id == kind.audioChunk ? audio : last;
+            to.insert(to.end(), b.begin() + c.at, b.begin() + c.at + 8 + c.size + (c.size & 1));
+        }
+        last.insert(last.end(), audio.begin(), audio.end());
+        MemoryHandler moved(kind.create, last);
+        ASSERT_TRUE(moved.Recognised());
+        ASSERT_EQ(W::Ids(moved.Bytes()).back(), kind.audioChunk);
+        std::uint32_t count = 0;
+        moved.IE()->GetNumRegions(&count);
+        EXPECT_EQ(count, 2u);
+        EXPECT_EQ(moved.Native()->HasOverview(256, 16), S_OK);
+        ASSERT_EQ(moved.Native()->AddRegion(&r), S_OK);
+        ASSERT_EQ(moved.mAudio->Flush(), S_OK);
+        MemoryHandler again(kind.create, moved.Bytes());
+        ASSERT_TRUE(again.Recognised()) << W::Layout(moved.Bytes());
+        again.IE()->GetNumRegions(&count);
+        EXPECT_EQ(count, 3u);
+
+        // A header that claims 2000 frames of the 1000 there are: what
+        // reaches past the audio there is does not count, what fits it does.
+        if (kind.create != kAiff.create)
+            continue;
+        Bytes claims = b;
+        PutNumber(claims, W::Find(claims, "COMM").at + 10, 4, 2000);
+        PutNumber(claims, W::Find(claims, "regn").at + 12 + 88 + 24, 8, 1500);
+        MemoryHandler longer(kind.create, claims);
+        ASSERT_TRUE(longer.Recognised());
+        ASSERT_EQ(longer.Frames(), 1000);
+        longer.IE()->GetNumRegions(&count);
+        EXPECT_EQ(count, 1u);
+        EXPECT_EQ(longer.Native()->HasOverview(256, 16), S_OK);
+    }
 }
 
 TEST_F(HandlerWrite, SamplerChunkFineTuneAndLoops)
