@@ -1,6 +1,8 @@
 // What vfl may never lose: a file converted onto itself, an old file of the
 // output's name when a conversion or a recording is interrupted or fails,
-// and the frames a recording has received.
+// the frames a recording has received, and the audio of a file whose
+// rewrite is interrupted.
+#include "support/ChunkWalker.h"
 #include "support/TestSupport.h"
 #include "support/ToolTest.h"
 
@@ -180,4 +182,36 @@ TEST_F(VflDataSafety, ASignalToABatchEndsEveryConversionAndLeavesNothing)
         EXPECT_EQ(Out("soxi -s " + e.path().string()), "2880000\n");
     }
 }
+// Regions in front of the audio, as some tools order chunks: a region added
+// grows them and moves the audio in place. A signal sent in the middle of
+// that move (by strace, at the second write) waits until the file is whole.
+TEST_F(VflDataSafety, ASignalDuringARewriteWaitsForTheAudioToBeMoved)
+{
+    if (RunCommand("strace -o /dev/null true 2>/dev/null") != 0)
+        GTEST_SKIP() << "strace cannot trace here";
+    Out("sox " + F("in.wav") + " -t raw - | " + Vfl("new " + F("own.wav") + " -r 44100 -b 16 -c 2"));
+    std::vector<std::uint8_t> const own = vfltest::ReadWholeFile(F("own.wav"));
+    std::vector<std::uint8_t> front(own.begin(), own.begin() + 12), audio;
+    for (auto const& c : ChunkWalker::Walk(own))
+    {
+        auto& to = c.id == "data" ? audio : front;
+        if (c.at > 0)
+            to.insert(to.end(), own.begin() + c.at, own.begin() + c.at + 8 + c.size + (c.size & 1));
+    }
+    front.insert(front.end(), audio.begin(), audio.end());
+    std::string const samples = Out(Vfl("cat " + F("own.wav")));
+    for (auto const& [signal, status] : {std::pair{"INT", 130}, {"TERM", 143}, {"HUP", 129}})
+    {
+        SCOPED_TRACE(signal);
+        vfltest::WriteWholeFile(F("f.wav"), front);
+        EXPECT_EQ(RunCommand("ASAN_OPTIONS=$ASAN_OPTIONS:detect_leaks=0 strace -f -o /dev/null -e trace=pwrite64 "
+                             "-e inject=pwrite64:signal=" +
+                             std::string(signal) + ":when=2 " + Vfl("regions " + F("f.wav") + " --add take 0 1000") +
+                             " 2>/dev/null"),
+                  status);
+        EXPECT_TRUE(Out(Vfl("cat " + F("f.wav"))) == samples);
+        EXPECT_NE(Out(Vfl("regions " + F("f.wav"))).find("take "), std::string::npos);
+    }
+}
+
 } // namespace

@@ -2,6 +2,7 @@
 #include "FF/FF_AudioFile.h"
 #include "tools/vfl/Commands.h"
 #include "tools/vfl/OptionParser.h"
+#include "tools/vfl/Terminal.h"
 #include "tools/vfl/ToolSupport.h"
 
 #include <cstdio>
@@ -27,9 +28,13 @@ int CmdAdopt(int argc, char** argv)
     args.Parse(argc, argv);
     if (args.HelpAsked())
         return std::fputs(args.Help().c_str(), stdout), 0;
+    // A signal ends the batch between files, never inside a rewrite.
+    vfl::CatchInterrupt();
     int status = 0;
     for (auto const& path : args.Operands())
     {
+        if (vfl::Interrupted())
+            return vfl::InterruptExitStatus();
         try
         {
             FF_AudioFile file(vfl::LocationFromArgument(path));
@@ -55,5 +60,5 @@ int CmdAdopt(int argc, char** argv)
             status = 1;
         }
     }
-    return status;
+    return vfl::Interrupted() ? vfl::InterruptExitStatus() : status;
 }

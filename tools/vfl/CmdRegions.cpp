@@ -2,6 +2,7 @@
 #include "FF/FF_AudioFile.h"
 #include "tools/vfl/Commands.h"
 #include "tools/vfl/OptionParser.h"
+#include "tools/vfl/Terminal.h"
 #include "tools/vfl/ToolSupport.h"
 #include "tools/vfl/UsageError.h"
 
@@ -117,6 +118,10 @@ int CmdRegions(int argc, char** argv)
     if (!add.empty() && !(start.ToFrames(rate) < stop.ToFrames(rate) && stop.ToFrames(rate) <= frames))
         throw vfl::UsageError("a region needs START < STOP <= " + std::to_string(frames) + " (the file's frames)");
 
+    // A signal waits until the change is written: a rewrite that grows a
+    // chunk in front of the audio moves the audio in place, and cut short
+    // it would leave the audio half moved.
+    vfl::CatchInterrupt();
     file.Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
     try
     {
@@ -168,6 +173,11 @@ int CmdRegions(int argc, char** argv)
     {
         vfl::ReportFileError("regions", "", path, vfl::ExceptionText(e));
         return 1;
+    }
+    if (vfl::Interrupted())
+    {
+        std::fprintf(stderr, "vfl regions: interrupted once the change to %s was written\n", path.c_str());
+        return vfl::InterruptExitStatus();
     }
     return 0;
 }
