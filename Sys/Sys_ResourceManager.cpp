@@ -214,12 +214,36 @@ int16 WriteFork(ForkState& f)
         {
             Sys_FileLoc const forkLoc = GetResourceForkLoc(Sys_FileLoc(f.dataPath));
             Sys_Utils::CreateFolder(forkLoc.GetParentFolder());
-            Sys_File file(forkLoc);
-            Sys_File::StOpen open(&file, Sys_File::kOpenWrite | Sys_File::kOpenRead | Sys_File::kOpenCreate |
-                                             Sys_File::kOpenExisting);
-            file.SetPosition(Sys_File::kFromStart, 0);
-            whole = file.Write(bytes.data(), int64(bytes.size())) == int64(bytes.size());
-            file.SetEOF(int64(bytes.size()));
+            // A fork the user may not change stays as it is.
+            if (FileSize(forkLoc.GetFullPath()) >= 0)
+            {
+                Sys_File old(forkLoc);
+                Sys_File::StOpen open(&old, Sys_File::kOpenWrite | Sys_File::kOpenExisting);
+            }
+            // The fork may be all that tells how to read the audio of its
+            // file: the new one is written whole beside it and takes its
+            // place in one step, so that a full disk or a crash in the middle
+            // leaves the old one.
+            std::string folder, name;
+            SplitPath(forkLoc.GetFullPath(), &folder, &name);
+            Sys_FileLoc const staged(folder + "." + name + ".vfl");
+            try
+            {
+                {
+                    Sys_File file(staged);
+                    Sys_File::StOpen open(&file, Sys_File::kOpenWrite | Sys_File::kOpenCreate);
+                    whole = file.Write(bytes.data(), int64(bytes.size())) == int64(bytes.size());
+                } // closed, and on the disk
+                if (whole)
+                    Sys_Utils::ReplaceFile(staged, forkLoc);
+                else
+                    Sys_Utils::DeleteFile(staged);
+            }
+            catch (...)
+            {
+                Sys_Utils::DeleteFile(staged);
+                throw;
+            }
         });
     if (err == 0 && !whole)
         return Sys_ResourceManager::kErrDiskFull;

@@ -5,6 +5,7 @@
 #include "Cmn/Cmn_Exception.h"
 #include "FF/FF_AudioFile.h"
 #include "FF/FF_AudioProcessFileTestSupport.h"
+#include "FF/PlugIns/PlugInTable.h"
 #include "Sys/Posix/Sys_FilePosixCalls.h"
 #include "Sys/Sys_FileLoc.h"
 #include "support/ChunkFileBuilder.h"
@@ -34,6 +35,18 @@ bool FailsNow()
 int64 FailingPwrite(int fd, void const* buffer, uint64 count, int64 offset)
 {
     return FailsNow() ? -1 : Sys_FilePosixCalls::System().pwrite(fd, buffer, count, offset);
+}
+
+// A disk that fills up in the middle of a write: half of it lands, then
+// the rest fails.
+int64 FillingPwrite(int fd, void const* buffer, uint64 count, int64 offset)
+{
+    if (sAllowed == 0 && count > 1)
+    {
+        --sAllowed;
+        return Sys_FilePosixCalls::System().pwrite(fd, buffer, count / 2, offset);
+    }
+    return FailingPwrite(fd, buffer, count, offset);
 }
 
 int FailingFtruncate(int fd, int64 length)
@@ -153,6 +166,50 @@ TEST_F(FF_AudioFileFault, EveryFailedWriteIsReportedAndForeignBytesSurvive)
                 EXPECT_TRUE(std::equal(original.end() - 128, original.end(), after.end() - 128));
             }
             EXPECT_FALSE(failed) << op.name << ": more than 100 writes";
+        }
+}
+
+// The fork of a VORN file is all that tells how to read its audio: a write
+// of it that fails, at any point, leaves the old fork whole.
+TEST_F(FF_AudioFileFault, AFailedForkWriteLeavesTheOldFork)
+{
+    std::string const path = mDir.File("take.vorn");
+    Bytes audio = Audio();
+    {
+        FF_AudioFile file((Sys_FileLoc(path)));
+        file.Format(Sys_FileType(PlugInTable::MacType("Vn4f")), 2, 22050, 16, 0);
+        FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+        file.SampleWrite(audio.data(), 1000);
+        file.SetNumSamples(1000);
+    }
+    Bytes const fork = vfltest::ReadWholeFile(mDir.File("Resource.FRK/take.vorn"));
+    for (int err : {28 /* ENOSPC */, 5 /* EIO */})
+        for (int allowed = 0; allowed < 3; ++allowed)
+        {
+            SCOPED_TRACE("errno " + std::to_string(err) + " after " + std::to_string(allowed) + " writes");
+            vfltest::WriteWholeFile(mDir.File("Resource.FRK/take.vorn"), fork);
+            sAllowed = allowed;
+            sErrno = err;
+            Sys_FilePosixCalls::Current().pwrite = &FillingPwrite;
+            Sys_FilePosixCalls::Current().ftruncate = &FailingFtruncate;
+            bool threw = false;
+            try
+            {
+                FF_AudioFile file((Sys_FileLoc(path)));
+                FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+                for (int i = 0; i < 40; ++i)
+                    file.AddRegion("take " + std::to_string(i), 10, 20 + i, 10, 0, 0);
+            }
+            catch (Cmn_Exception const&)
+            {
+                threw = true;
+            }
+            Sys_FilePosixCalls::Current() = Sys_FilePosixCalls::System();
+            EXPECT_EQ(threw, sAllowed < -1);
+            FF_AudioFile again((Sys_FileLoc(path)));
+            ASSERT_TRUE(again.Implements(FF_AudioFile::eImportExportInterface));
+            EXPECT_EQ(again.GetAudioFileAttr().GetSamplesPerSec(), 22050);
+            EXPECT_EQ(again.GetAudioFileAttr().GetNumSamples(), 1000);
         }
 }
 } // namespace
