@@ -1,7 +1,8 @@
 // Failures of the disk at every write of the operations that write a file:
-// a full disk, a file-size limit and an I/O error each end in an exception,
-// and a rewrite of a foreign file in place never touches its audio or the
-// chunks another tool wrote.
+// a full disk (also one that fills up in the middle of a write), a
+// file-size limit and an I/O error each end in an exception; a rewrite of a
+// foreign file in place never touches its audio or the chunks another tool
+// wrote, and a VORN file keeps a fork that tells how to read it.
 #include "Cmn/Cmn_Exception.h"
 #include "FF/FF_AudioFile.h"
 #include "FF/FF_AudioProcessFileTestSupport.h"
@@ -23,12 +24,14 @@ using Bytes = std::vector<std::uint8_t>;
 // The calls a failing disk lets through before it fails, with an errno.
 int sAllowed = 0;
 int sErrno = 0;
+bool sFailed = false; // a call failed, or landed in part
 
 bool FailsNow()
 {
     if (sAllowed-- > 0)
         return false;
     errno = sErrno;
+    sFailed = true;
     return true;
 }
 
@@ -44,6 +47,7 @@ int64 FillingPwrite(int fd, void const* buffer, uint64 count, int64 offset)
     if (sAllowed == 0 && count > 1)
     {
         --sAllowed;
+        sFailed = true;
         return Sys_FilePosixCalls::System().pwrite(fd, buffer, count / 2, offset);
     }
     return FailingPwrite(fd, buffer, count, offset);
@@ -121,20 +125,24 @@ TEST_F(FF_AudioFileFault, EveryFailedWriteIsReportedAndForeignBytesSurvive)
     Bytes const original = ForeignFile();
     Bytes const audio = Audio();
     for (auto const& op : ops)
-        for (int err : {28 /* ENOSPC */, 27 /* EFBIG */, 5 /* EIO */})
+        for (auto [err, pwrite] : {std::pair{28 /* ENOSPC */, &FailingPwrite},
+                                   {28, &FillingPwrite},
+                                   {27 /* EFBIG */, &FailingPwrite},
+                                   {5 /* EIO */, &FailingPwrite}})
         {
             bool failed = true;
             for (int allowed = 0; failed && allowed < 100; ++allowed)
             {
                 SCOPED_TRACE(std::string(op.name) + ", errno " + std::to_string(err) + " after " +
-                             std::to_string(allowed) + " writes");
+                             std::to_string(allowed) + " writes" + (pwrite == &FillingPwrite ? ", half" : ""));
                 std::string const path = mDir.File("f.wav");
                 std::filesystem::remove(path);
                 if (op.foreign)
                     vfltest::WriteWholeFile(path, original);
                 sAllowed = allowed;
                 sErrno = err;
-                Sys_FilePosixCalls::Current().pwrite = &FailingPwrite;
+                sFailed = false;
+                Sys_FilePosixCalls::Current().pwrite = pwrite;
                 Sys_FilePosixCalls::Current().ftruncate = &FailingFtruncate;
                 bool threw = false;
                 try
@@ -147,7 +155,7 @@ TEST_F(FF_AudioFileFault, EveryFailedWriteIsReportedAndForeignBytesSurvive)
                     threw = true;
                 }
                 Sys_FilePosixCalls::Current() = Sys_FilePosixCalls::System();
-                failed = sAllowed < 0;
+                failed = sFailed;
                 EXPECT_EQ(threw, failed) << "a failed write must reach the caller";
                 if (!op.foreign)
                     continue;
@@ -190,6 +198,7 @@ TEST_F(FF_AudioFileFault, AFailedForkWriteLeavesTheOldFork)
             vfltest::WriteWholeFile(mDir.File("Resource.FRK/take.vorn"), fork);
             sAllowed = allowed;
             sErrno = err;
+            sFailed = false;
             Sys_FilePosixCalls::Current().pwrite = &FillingPwrite;
             Sys_FilePosixCalls::Current().ftruncate = &FailingFtruncate;
             bool threw = false;
@@ -205,7 +214,7 @@ TEST_F(FF_AudioFileFault, AFailedForkWriteLeavesTheOldFork)
                 threw = true;
             }
             Sys_FilePosixCalls::Current() = Sys_FilePosixCalls::System();
-            EXPECT_EQ(threw, sAllowed < -1);
+            EXPECT_EQ(threw, sFailed);
             FF_AudioFile again((Sys_FileLoc(path)));
             ASSERT_TRUE(again.Implements(FF_AudioFile::eImportExportInterface));
             EXPECT_EQ(again.GetAudioFileAttr().GetSamplesPerSec(), 22050);
