@@ -2,13 +2,9 @@
 
 #include "Sys/Sys_File.h"
 #include "Sys/Sys_FileLoc.h"
-#include "Sys/Sys_ThrowIfOSErr.h"
 #include "Sys/Sys_Utils.h"
 
 #include <algorithm>
-#include <atomic>
-#include <cerrno>
-#include <cstdio>
 
 namespace
 {
@@ -93,28 +89,6 @@ void Sys_RecentItemsList::Read(Sys_FileLoc const& file)
 
 void Sys_RecentItemsList::Write(Sys_FileLoc const& file) const
 {
-    // Unique among the writers of this process; another process writing
-    // the same list at the same moment picks another time.
-    static std::atomic<uint32> sCount{0};
-    char suffix[48];
-    std::snprintf(suffix, sizeof suffix, ".%llx-%x.new", static_cast<unsigned long long>(Sys_Utils::GetUTC()),
-                  sCount.fetch_add(1));
-    Sys_FileLoc const temporary(file.GetFullPath() + suffix);
     std::string const bytes = Format();
-    try
-    {
-        Sys_File f(temporary);
-        {
-            // Written through to the disk before it takes the list's place.
-            Sys_File::StOpen open(&f, Sys_File::kOpenWrite | Sys_File::kOpenCreate | Sys_File::kOpenWriteThrough);
-            if (f.Write(bytes.data(), static_cast<int64>(bytes.size())) != static_cast<int64>(bytes.size()))
-                Sys_ThrowIfOSErr(ENOSPC);
-        }
-        Sys_Utils::ReplaceFile(temporary, file);
-    }
-    catch (...)
-    {
-        Sys_Utils::DeleteFile(temporary);
-        throw;
-    }
+    Sys_Utils::WriteFileWhole(file, bytes.data(), static_cast<int64>(bytes.size()));
 }

@@ -1,6 +1,7 @@
 #include "Sys/Sys_ResourceManager.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <map>
 #include <new>
@@ -208,7 +209,6 @@ int16 WriteFork(ForkState& f)
     std::vector<u8> bytes;
     if (!f.fork.Serialize(&bytes))
         return Sys_ResourceManager::kErrParameter;
-    bool whole = true;
     int16 const err = Guarded(
         [&]
         {
@@ -221,31 +221,11 @@ int16 WriteFork(ForkState& f)
                 Sys_File::StOpen open(&old, Sys_File::kOpenWrite | Sys_File::kOpenExisting);
             }
             // The fork may be all that tells how to read the audio of its
-            // file: the new one is written whole beside it and takes its
-            // place in one step, so that a full disk or a crash in the middle
-            // leaves the old one.
-            std::string folder, name;
-            SplitPath(forkLoc.GetFullPath(), &folder, &name);
-            Sys_FileLoc const staged(folder + "." + name + ".vfl");
-            try
-            {
-                {
-                    Sys_File file(staged);
-                    Sys_File::StOpen open(&file, Sys_File::kOpenWrite | Sys_File::kOpenCreate);
-                    whole = file.Write(bytes.data(), int64(bytes.size())) == int64(bytes.size());
-                } // closed, and on the disk
-                if (whole)
-                    Sys_Utils::ReplaceFile(staged, forkLoc);
-                else
-                    Sys_Utils::DeleteFile(staged);
-            }
-            catch (...)
-            {
-                Sys_Utils::DeleteFile(staged);
-                throw;
-            }
+            // file: a full disk or a crash in the middle of its write must
+            // leave the old one.
+            Sys_Utils::WriteFileWhole(forkLoc, bytes.data(), int64(bytes.size()));
         });
-    if (err == 0 && !whole)
+    if (err == ENOSPC)
         return Sys_ResourceManager::kErrDiskFull;
     if (err == 0)
         f.dirty = false;

@@ -45,7 +45,7 @@ public:
     static constexpr int16 kErrWritePermission = -61; // the fork is open for reading only
     static constexpr int16 kErrDuplicateFile = -48;   // CreateFork: there is a fork already
     static constexpr int16 kErrParameter = -50;
-    static constexpr int16 kErrDiskFull = -34; // a fork could be written only in part
+    static constexpr int16 kErrDiskFull = -34; // no room for the fork; the old one stays
     static constexpr int16 kErrMemoryFull = -108;
     static constexpr int16 kErrResourceNotFound = -192;
     static constexpr int16 kErrForkNotFound = -193; // no such fork, or no such open file number

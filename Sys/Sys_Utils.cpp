@@ -1,6 +1,9 @@
 #include "Sys/Sys_Utils.h"
 
 #include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
 #include <map>
 #include <mutex>
 #include <set>
@@ -11,6 +14,7 @@
 #include "Sys/Sys_File.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_FileLocIterator.h"
+#include "Sys/Sys_ThrowIfOSErr.h"
 #include "Sys/Sys_Volume.h"
 
 Sys_Utils::ThreadSafeIncrementMethod Sys_Utils::sThreadSafeIncrement = nullptr;
@@ -280,6 +284,32 @@ int32 Sys_Utils::GetMaxFileNameLength(Sys_FileLoc const& folder)
 Sys_FileLoc Sys_Utils::GetAppDataFolderLoc()
 {
     return Installed(sGetAppDataFolderLoc)();
+}
+
+void Sys_Utils::WriteFileWhole(Sys_FileLoc const& file, void const* bytes, int64 size)
+{
+    // Unique among the writers of this process; another process writing
+    // the same file at the same moment picks another time.
+    static std::atomic<uint32> sCount{0};
+    char suffix[48];
+    std::snprintf(suffix, sizeof suffix, ".%llx-%x.new", static_cast<unsigned long long>(GetUTC()),
+                  sCount.fetch_add(1));
+    Sys_FileLoc const temporary(file.GetFullPath() + suffix);
+    try
+    {
+        Sys_File f(temporary);
+        {
+            Sys_File::StOpen open(&f, Sys_File::kOpenWrite | Sys_File::kOpenCreate | Sys_File::kOpenWriteThrough);
+            if (f.Write(bytes, size) != size)
+                Sys_ThrowIfOSErr(ENOSPC);
+        }
+        ReplaceFile(temporary, file);
+    }
+    catch (...)
+    {
+        DeleteFile(temporary);
+        throw;
+    }
 }
 
 void Sys_Utils::ReplaceFile(Sys_FileLoc const& from, Sys_FileLoc const& to)

@@ -118,6 +118,10 @@ public:
     // either the old file or the new one, never a part. Unlike MoveFile it
     // replaces, and it throws the system error when it cannot.
     static void ReplaceFile(Sys_FileLoc const& from, Sys_FileLoc const& to);
+    // Writes `file` whole beside it, through to the disk, and puts it in
+    // place with ReplaceFile: a reader, a crash or a full disk leaves the old
+    // file or the new one, never a part. Throws the system error.
+    static void WriteFileWhole(Sys_FileLoc const& file, void const* bytes, int64 size);
 
     static void SetThreadSafeIncrementMethod(ThreadSafeIncrementMethod method) { sThreadSafeIncrement = method; }
     static void SetThreadSafeDecrementMethod(ThreadSafeDecrementMethod method) { sThreadSafeDecrement = method; }
