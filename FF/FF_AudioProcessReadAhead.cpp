@@ -1,6 +1,7 @@
 #include "FF/FF_AudioProcessReadAhead.h"
 
 #include "FF/FF_AudioProcessUtils.h"
+#include "Sys/Sys_Utils.h"
 
 #include <utility>
 
@@ -59,6 +60,10 @@ void FF_AudioProcessReadAhead::WaitQuietly()
 
 void FF_AudioProcessReadAhead::Run()
 {
+    // As on every thread of the engine: a fault turns into an exception,
+    // and debuggers and crash logs tell this thread from the producer's.
+    Sys_Utils::InstallSEHandler();
+    Sys_Utils::NameThisThread("FFProc:Reader");
     for (;;)
     {
         auto const called = [this] { return mHasWork.load() || mQuit.load(); };

@@ -39,6 +39,7 @@ Sys_Utils::PostFatalExceptionDialogMethod Sys_Utils::sPostFatalExceptionDialog =
 Sys_Utils::HandleFatalExceptionsMethod Sys_Utils::sHandleFatalExceptions = nullptr;
 Sys_Utils::ExitMethod Sys_Utils::sExit = nullptr;
 Sys_Utils::InstallSEHandlerMethod Sys_Utils::sInstallSEHandler = nullptr;
+Sys_Utils::NameThisThreadMethod Sys_Utils::sNameThisThread = nullptr;
 Sys_Utils::BoostThreadPriorityMethod Sys_Utils::sBoostThreadPriority = nullptr;
 Sys_Utils::LowerThreadPriorityMethod Sys_Utils::sLowerThreadPriority = nullptr;
 Sys_Utils::MicrosecondsMethod Sys_Utils::sMicroseconds = nullptr;
@@ -198,6 +199,11 @@ void Sys_Utils::Exit()
 void Sys_Utils::InstallSEHandler()
 {
     Installed(sInstallSEHandler)();
+}
+
+void Sys_Utils::NameThisThread(std::string const& name)
+{
+    Installed(sNameThisThread)(name);
 }
 
 bool Sys_Utils::HandleFatalException(std::exception& e)

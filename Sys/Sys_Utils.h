@@ -51,6 +51,7 @@ public:
     using HandleFatalExceptionsMethod = bool (*)();
     using ExitMethod = void (*)();
     using InstallSEHandlerMethod = void (*)();
+    using NameThisThreadMethod = void (*)(std::string const& name);
     using BoostThreadPriorityMethod = void (*)();
     using LowerThreadPriorityMethod = void (*)();
     using MicrosecondsMethod = int64 (*)();
@@ -91,6 +92,9 @@ public:
     // Turns hardware faults of the calling thread into exceptions, as on
     // every thread the library starts: for the threads of a host.
     static void InstallSEHandler();
+    // The name the system shows for the calling thread (its first 15
+    // characters): for threads the library starts without a Sys_Thread.
+    static void NameThisThread(std::string const& name);
     static void BoostThreadPriority();
     static void LowerThreadPriority();
     // A steady count of microseconds, not tied to the wall clock.
@@ -157,6 +161,7 @@ public:
     static void SetHandleFatalExceptionsMethod(HandleFatalExceptionsMethod method) { sHandleFatalExceptions = method; }
     static void SetExitMethod(ExitMethod method) { sExit = method; }
     static void SetInstallSEHandlerMethod(InstallSEHandlerMethod method) { sInstallSEHandler = method; }
+    static void SetNameThisThreadMethod(NameThisThreadMethod method) { sNameThisThread = method; }
     static void SetBoostThreadPriorityMethod(BoostThreadPriorityMethod method) { sBoostThreadPriority = method; }
     static void SetLowerThreadPriorityMethod(LowerThreadPriorityMethod method) { sLowerThreadPriority = method; }
     static void SetMicrosecondsMethod(MicrosecondsMethod method) { sMicroseconds = method; }
@@ -222,6 +227,7 @@ private:
     static HandleFatalExceptionsMethod sHandleFatalExceptions;
     static ExitMethod sExit;
     static InstallSEHandlerMethod sInstallSEHandler;
+    static NameThisThreadMethod sNameThisThread;
     static BoostThreadPriorityMethod sBoostThreadPriority;
     static LowerThreadPriorityMethod sLowerThreadPriority;
     static MicrosecondsMethod sMicroseconds;

@@ -1,6 +1,7 @@
 #include "Sys/Posix/Sys_UtilsPosix.h"
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <pwd.h>
 #include <stdio.h>
 #include <sys/resource.h>
@@ -261,6 +262,7 @@ void Sys_UtilsPosix::SetPlatformDependentMethods()
     Sys_Utils::SetPostFatalExceptionDialogMethod(&PostFatalExceptionDialog);
     Sys_Utils::SetDisplayExceptionLogFileMethod(&DisplayExceptionLogFile);
     Sys_Utils::SetInstallSEHandlerMethod(&InstallSEHandler);
+    Sys_Utils::SetNameThisThreadMethod(&NameThisThread);
     Sys_Utils::SetBoostThreadPriorityMethod(&BoostThreadPriority);
     Sys_Utils::SetLowerThreadPriorityMethod(&LowerThreadPriority);
     Sys_Utils::SetMicrosecondsMethod(&Microseconds);
@@ -625,6 +627,12 @@ void Sys_UtilsPosix::SetThreadPriority(int32 priority)
     // thread keeps running as it was.
     ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), nice);
     tPriorityRequest = {true, priority, CurrentThreadNice()};
+}
+
+void Sys_UtilsPosix::NameThisThread(std::string const& name)
+{
+    // The system takes 15 characters and a terminator, and refuses more.
+    (void)pthread_setname_np(pthread_self(), name.substr(0, 15).c_str());
 }
 
 void Sys_UtilsPosix::BoostThreadPriority()

@@ -118,6 +118,7 @@ public:
     static std::string DescribeExceptionLogFile(Sys_FileLoc const& loc);
     // Turns faults of the calling thread into exceptions from now on.
     static void InstallSEHandler();
+    static void NameThisThread(std::string const& name);
 
     // The double-NUL-terminated pairs of label and pattern of a file
     // chooser's filter list.
