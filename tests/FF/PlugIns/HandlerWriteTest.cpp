@@ -608,6 +608,38 @@ TEST_F(HandlerWrite, RF64TableOfSizesIsKept)
     EXPECT_EQ(again.Frames(), 500);
 }
 
+// Chunks of another tool behind the audio, a 'bext' among them, keep their
+// bytes while the audio grows over their place, and stand behind it after.
+TEST_F(HandlerWrite, ForeignChunksBehindGrowingAudioAreKept)
+{
+    Bytes bext(602 + 13, 0);
+    std::memcpy(bext.data(), "their take", 10);
+    std::memcpy(bext.data() + 602, "A=PCM,F=48000", 13);
+    Bytes const list(30, 'L');
+    Bytes const audio = Noise(400, 3);
+    Bytes const file = B().RiffHeader().Fmt(2, 48000, 16).Data(audio).Chunk("bext", bext).Chunk("LIST", list).Done();
+    MemoryHandler h(&WAVE::Create, file);
+    ASSERT_TRUE(h.Recognised());
+    Bytes more = Noise(4 * 900, 4);
+    ASSERT_EQ(h.IE()->SampleSetPosition(0, 100), S_OK);
+    ASSERT_EQ(h.IE()->SampleWrite(more.data(), 900), S_OK);
+    ASSERT_EQ(h.Native()->SetNumSamples(1000), S_OK);
+    // A new time reference patches the held 'bext' and nothing else of it.
+    ASSERT_EQ(h.Ebu()->SetSMPTETimeStamp(0x0102030405060708), S_OK);
+    for (int i = 0; i < 8; ++i)
+        bext[338 + i] = static_cast<std::uint8_t>(8 - i);
+    ASSERT_EQ(h.mAudio->Flush(), S_OK);
+    Bytes const& b = h.Bytes();
+    EXPECT_EQ(W::Ids(b), (Ids{"RIFF", "fmt ", "data", "bext", "LIST"})) << W::Layout(b);
+    EXPECT_EQ(W::Find(b, "data").size, 4000u);
+    auto const data = b.begin() + W::Find(b, "data").at + 8;
+    EXPECT_TRUE(std::equal(audio.begin(), audio.end(), data) && std::equal(more.begin(), more.end(), data + 400));
+    std::int64_t const at = W::Find(b, "bext").at + 8;
+    EXPECT_EQ(Bytes(b.begin() + at, b.begin() + at + static_cast<std::ptrdiff_t>(bext.size())), bext);
+    std::int64_t const listAt = W::Find(b, "LIST").at + 8;
+    EXPECT_EQ(Bytes(b.begin() + listAt, b.begin() + listAt + 30), list);
+}
+
 TEST_F(HandlerWrite, AiffLoopsAsInstAndMark)
 {
     struct Record

@@ -102,6 +102,37 @@ TEST_F(VORNFile, AMacFileIsReadFromItsBigEndianResources)
     EXPECT_EQ(samples[2], -32768);
 }
 
+// A Mac file without the system's identity gets one in its fork; the
+// resources another program put there stay as they were.
+TEST_F(VORNFile, AdoptingAMacFileKeepsItsOtherResources)
+{
+    std::string const path = mDir.File("Take");
+    vfltest::WriteWholeFile(path, Bytes(8, 1));
+    auto resources = Strings("2", "44100.000000", "2");
+    resources.push_back(Resource("ANNO", 128, {'n', 'o', 't', 'e'}, "by hand"));
+    WriteFork("Take", resources);
+    Sys_Umid umid;
+    {
+        FF_AudioFile file((Sys_FileLoc(path)));
+        ASSERT_TRUE(file.Implements(FF_AudioFile::eImportExportInterface)) << file.GetUnknownReason();
+        ASSERT_FALSE(file.Implements(FF_AudioFile::eVelmoraInterface));
+        ASSERT_TRUE(file.Implement(FF_AudioFile::eVelmoraInterface));
+        umid = file.GetUmid();
+    }
+    RF fork;
+    Bytes const bytes = vfltest::ReadWholeFile(Fork("Take"));
+    ASSERT_TRUE(fork.Parse(bytes.data(), bytes.size()));
+    ASSERT_NE(fork.Find(RF::Code("ANNO"), 128), nullptr);
+    EXPECT_EQ(fork.Find(RF::Code("ANNO"), 128)->data, (Bytes{'n', 'o', 't', 'e'}));
+    EXPECT_EQ(fork.Find(RF::Code("ANNO"), 128)->name, "by hand");
+    EXPECT_NE(fork.Find(RF::Code("umid"), 1000), nullptr);
+    FF_AudioFile again((Sys_FileLoc(path)));
+    ASSERT_TRUE(again.Implements(FF_AudioFile::eVelmoraInterface));
+    EXPECT_TRUE(again.GetUmid() == umid);
+    EXPECT_EQ(again.GetAudioFileAttr().GetNumSamples(), 2);
+    EXPECT_EQ(vfltest::ReadWholeFile(path), Bytes(8, 1));
+}
+
 TEST_F(VORNFile, FilesThatAreNoneAreRefusedAndNothingIsWritten)
 {
     struct Case
