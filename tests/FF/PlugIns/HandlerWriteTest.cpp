@@ -730,6 +730,41 @@ TEST_F(HandlerWrite, AiffLoopsAsInstAndMark)
 
 // 'MARK' goes at a flush without loops, and comes back behind everything
 // when a loop does: the loops of 'INST' point at its markers.
+// What another tool wrote in 'INST' and 'MARK' beyond the loops (note and
+// velocity ranges, gain, cue markers) survives a change of the instrument.
+TEST_F(HandlerWrite, AiffInstrumentChangeKeepsTheOtherToolsFields)
+{
+    Bytes const ranges = {36, 96, 10, 120, 0xFF, 0xFA}; // notes, velocities, gain -6 dB
+    Bytes const file =
+        B(true)
+            .Form()
+            .Comm(1, 100, 16, 44100)
+            .Chunk("INST", B(true).Raw({60, 0}).Raw(ranges).U16(1).U16(1).U16(2).U16(0).U16(0).U16(0).Bytes())
+            .Mark({{1, 10, "beg loop"}, {2, 20, "end loop"}, {3, 50, "cue"}})
+            .Ssnd(Noise(200, 6))
+            .Done();
+    MemoryHandler h(&AIFF::Create, file);
+    ASSERT_TRUE(h.Recognised());
+    PlugInInstrument in = h.Instrument();
+    std::int64_t const start = in.loop1Start; // packed: no reference to it
+    EXPECT_EQ(start, 10);
+    in.rootMIDINote = 64;
+    in.loop1Stop = 30;
+    ASSERT_EQ(h.Orvanel()->SetInstrumentAttr(&in), S_OK);
+    ASSERT_EQ(h.mAudio->Flush(), S_OK);
+    Bytes const& b = h.Bytes();
+    std::int64_t const inst = W::Find(b, "INST").at + 8;
+    EXPECT_EQ(b[inst], 64);
+    EXPECT_EQ(Bytes(b.begin() + inst + 2, b.begin() + inst + 8), ranges);
+    W::Chunk const mark = W::Find(b, "MARK");
+    std::string const marks(b.begin() + mark.at, b.begin() + mark.at + 8 + mark.size);
+    EXPECT_NE(marks.find(std::string("\0\3\0\0\0\x32\3cue", 9)), std::string::npos);
+    MemoryHandler again(&AIFF::Create, b);
+    ASSERT_TRUE(again.Recognised());
+    std::int64_t const stop = again.Instrument().loop1Stop;
+    EXPECT_EQ(stop, 30);
+}
+
 TEST_F(HandlerWrite, AiffMarkFollowsTheLoops)
 {
     MemoryHandler h(&AIFF::Create);
