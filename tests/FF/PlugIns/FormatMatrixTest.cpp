@@ -171,10 +171,19 @@ TEST_F(FormatMatrix, WhatIsWrittenSurvivesCloseAndReopen)
                 EXPECT_EQ((*overview)[14 + i], static_cast<char>(i * 11)) << i;
             RelocatableBlock::Dispose(overview);
 
-            FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead);
-            Bytes back(host.size());
-            file.SampleRead(back.data(), frames);
-            EXPECT_TRUE(back == host);
+            {
+                FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead);
+                Bytes back(host.size());
+                file.SampleRead(back.data(), frames);
+                EXPECT_TRUE(back == host);
+            }
+            // A new identity is another umid, which stays, and touches no sample.
+            file.StampWithUmid();
+            EXPECT_FALSE(file.GetUmid() == umid);
+            FF_AudioFile stamped((Sys_FileLoc(path)));
+            EXPECT_TRUE(stamped.GetUmid() == file.GetUmid());
+            Bytes const after = vfltest::ReadWholeFile(path);
+            EXPECT_TRUE(std::equal(disk.begin(), disk.end(), after.begin() + audioAt));
         }
 }
 
