@@ -57,9 +57,18 @@ PlugInResult AIFCExtCommChunk::Read(i64 size, i64)
     ChunkId type;
     std::memcpy(&type, body + kSize, 4);
     bool littleEndian = false;
+    bool unsignedBytes = false;
     int bytes = 0; // the sample width a type fixes, 0 for any
     if (type == ChunkIdFromText("sowt"))
         littleEndian = true;
+    // Unsigned 8-bit audio: read and written as 8-bit WAVE audio is, flipped
+    // in the handler. Like WAVE it answers to little-endian order, which is
+    // how the file object knows to flip a buffer it keeps for the caller.
+    else if (type == ChunkIdFromText("raw ") && ((body[6] << 8) | body[7]) <= 8)
+    {
+        bytes = 1;
+        littleEndian = unsignedBytes = true;
+    }
     // '42n1' is how some writers spell the little-endian 24-bit type.
     else if (type == ChunkIdFromText("in24") || type == ChunkIdFromText("42ni") || type == ChunkIdFromText("42n1"))
     {
@@ -90,6 +99,7 @@ PlugInResult AIFCExtCommChunk::Read(i64 size, i64)
     {
         mCompressionType = type;
         mOwner->SetLittleEndianAudio(littleEndian);
+        mOwner->SetUnsignedBytes(unsignedBytes);
     }
     return r;
 }

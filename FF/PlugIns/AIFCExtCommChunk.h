@@ -1,7 +1,8 @@
 // 'COMM' of an AIFF-C file: the AIFF fields, then the compression type and
 // its name as a Pascal string padded to even. Of the types, those of plain
 // integer samples are read: 'NONE', 'twos', 'in24' and 'in32' big-endian,
-// 'sowt', '42ni' (or '42n1') and '23ni' little-endian.
+// 'sowt', '42ni' (or '42n1') and '23ni' little-endian, and 8-bit unsigned
+// 'raw '.
 #pragma once
 
 #include "Cmn/Cmn_Types.h"

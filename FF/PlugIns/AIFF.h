@@ -31,7 +31,7 @@ public:
     PlugInResult GetByteOrder(i32* order) override;
 
     bool IsBigEndian() override { return true; }
-    bool IsUnsigned8Bit() override { return false; }
+    bool IsUnsigned8Bit() override { return mUnsignedBytes && BitsPerSample() == 8; }
     PlugInResult DoOpen() override;
     PlugInResult DoFormat() override;
     // The format's sizes are 32 bits: a file that would pass them is

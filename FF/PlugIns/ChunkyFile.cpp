@@ -166,6 +166,7 @@ PlugInResult ChunkyFile::DoOpen()
     mLongAudioSize = -1;
     mAudioBytes = -1;
     mLittleEndianAudio.reset();
+    mUnsignedBytes = false;
     mFactsTwice = false;
     PlugInResult const r = WalkChunks(true, [](Chunk& chunk, ChunkId id, i64 size, i64 pos, i64 eof)
                                       { return chunk.ReadChunk(id, size, pos, eof); });
@@ -218,6 +219,7 @@ PlugInResult ChunkyFile::DoFormat()
     mLongAudioSize = -1;
     mAudioBytes = -1;
     mLittleEndianAudio.reset();
+    mUnsignedBytes = false;
     CreateDefaultChunks(mNewChunks);
     PlugInResult r = mFile->SetEOF(GetTotalFileSize());
     if (r != S_OK)

@@ -69,6 +69,9 @@ public:
     // Audio bytes in the other order than the chunks' numbers (AIFF-C 'sowt').
     void SetLittleEndianAudio(bool little) { mLittleEndianAudio = little; }
     bool IsLittleEndianAudio() override { return mLittleEndianAudio.value_or(!IsBigEndian()); }
+    // 8-bit audio stored unsigned where the format's rule is signed (AIFF-C
+    // 'raw ').
+    void SetUnsignedBytes(bool on) { mUnsignedBytes = on; }
     // The audio chunk's size as a 'ds64' chunk gives it, -1 while none did.
     void SetLongAudioSize(i64 size) { mLongAudioSize = size; }
     // The value of a chunk's size field for a body of `size` bytes.
@@ -121,6 +124,7 @@ protected:
     i64 mLongAudioSize = -1;
     bool mFactsTwice = false;
     std::optional<bool> mLittleEndianAudio;
+    bool mUnsignedBytes = false;
     // Body bytes of the audio chunk as the parse found them, -1 for none.
     i64 mAudioBytes = -1;
     ChunkList mChunks;    // on disk, in file order

@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -221,6 +222,33 @@ TEST_F(FF_AudioFileWrite, InstrumentAsAnIndependentReaderSeesIt)
     // That reader reports a loop's end as the stored end plus one.
     EXPECT_TRUE(std::regex_search(out, std::regex("Mode : fwd +Start : +100 +End : +1001"))) << out;
     EXPECT_TRUE(std::regex_search(out, std::regex("Mode : alt +Start : +2000 +End : +3001"))) << out;
+}
+
+// Unsigned 8-bit AIFF-C ('raw '): read signed, written back unsigned, and a
+// kept buffer comes back as the caller gave it.
+TEST_F(FF_AudioFileWrite, UnsignedBytesOfAnotherToolStayUnsigned)
+{
+    std::string const path = mDir.File("u8.aif");
+    vfltest::WriteWholeFile(
+        path, ChunkFileBuilder(true).Form("AIFC").CommC(1, 4, 8, 8000, "raw ", "").Ssnd({0x80, 0x81, 0x7F, 0}).Done());
+    FF_AudioFile file((Sys_FileLoc(path)));
+    ASSERT_TRUE(file.Implements(FF_AudioFile::eImportExportInterface)) << file.GetUnknownReason();
+    {
+        FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+        std::int8_t samples[4] = {};
+        file.SampleRead(samples, 4);
+        EXPECT_EQ(std::vector<std::int8_t>(samples, samples + 4), (std::vector<std::int8_t>{0, 1, -1, -128}));
+        std::int8_t more[2] = {5, -5};
+        file.SampleSetPosition(Sys_File::kFromStart, 4);
+        file.SampleWrite(more, 2, FF_AudioFile::ePreserveBuffer);
+        EXPECT_EQ(more[0], 5);
+        EXPECT_EQ(more[1], -5);
+        file.SetNumSamples(6);
+    }
+    Bytes const b = vfltest::ReadWholeFile(path);
+    auto const ssnd = std::search(b.begin(), b.end(), std::begin("SSND"), std::end("SSND") - 1);
+    ASSERT_NE(ssnd, b.end());
+    EXPECT_EQ(Bytes(ssnd + 16, ssnd + 22), (Bytes{0x80, 0x81, 0x7F, 0, 0x85, 0x7B}));
 }
 
 TEST_F(FF_AudioFileWrite, WritingToAFileOpenForReadingThrowsAndWritesNothing)

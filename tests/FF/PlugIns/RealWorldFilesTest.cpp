@@ -146,6 +146,7 @@ Row const kOtherRows[] = {
     {"ffmpeg AIFF 24-bit 6 channels", "a.aif", "fm -c:a pcm_s24be", 6, 48000, 24, 3001, Y, ""},
     {"ffmpeg AIFF 32-bit mono", "a.aif", "fm -c:a pcm_s32be", 1, 96000, 32, 3001, Y, ""},
     {"ffmpeg AIFF-C sowt", "a.aif", "fm -c:a pcm_s16le", 2, 44100, 16, 3001, Y, ""},
+    {"ffmpeg AIFF-C raw, unsigned 8-bit", "a.aif", "fm -c:a pcm_u8; reffm", 2, 44100, 8, 3001, Y, ""},
     // libsndfile rounds odd 8-bit audio up to an even count of frames, in COMM as in SSND.
     {"sndfile AIFF 8-bit mono", "a.aif", "N=3001; sf -pcms8", 1, 8000, 8, 3002, Y, ""},
     {"sndfile AIFF 16-bit stereo", "a.aif", "sf -pcm16", 2, 44100, 16, 3001, Y, ""},
