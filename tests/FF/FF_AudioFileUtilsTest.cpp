@@ -322,5 +322,10 @@ TEST_F(FF_AudioFileUtilsTest, OverviewsOfSeveralChannelsInOnePass)
     EXPECT_EQ(overviews[2], std::vector<char>(bytes, 0)); // silence is exactly 0
     EXPECT_EQ(overviews[1], std::vector<char>(bytes, 0x55));
     EXPECT_EQ(chain->GetPercentCompleted(), 100);
+    // The one-buffer form gives the first channel's.
+    std::vector<char> first(bytes, 0x55);
+    auto one = FF_AudioFileUtils::DecimateWaveform(Sys_FileLoc(in[0]), spi, first.data());
+    ASSERT_EQ(WaitForChain(*one), Sys_Task::kStatusCompleted) << ExceptionText(*one);
+    EXPECT_EQ(first, overviews[0]);
 }
 } // namespace
