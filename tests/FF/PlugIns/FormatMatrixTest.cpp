@@ -132,6 +132,7 @@ TEST_F(FormatMatrix, WhatIsWrittenSurvivesCloseAndReopen)
             EXPECT_EQ(a.GetNumSamples(), frames);
             EXPECT_EQ(a.GetByteOrder(), f.bigEndian ? FF_AudioFileAttr::eBigEndian : FF_AudioFileAttr::eLittleEndian);
             EXPECT_EQ(file.SampleToOffset(0), audioAt);
+            EXPECT_EQ(file.OffsetToSample(file.SampleToOffset(7)), 7);
             EXPECT_TRUE(file.GetUmid() == umid);
 
             std::vector<FF_ImportAudioRegion> regions;
