@@ -131,10 +131,8 @@ PlugInResult AIFF::DoImplement(PlugInGuid const* iid, ChunkList& list)
         return ImplementIdentity(list, false);
     if (*iid == IID_IOrvanelAudioFile)
     {
-        // In front of the audio, which moves to make room.
-        auto audio = list.begin();
-        while (audio != list.end() && (*audio)->GetKind() != Chunk::kAudioData)
-            ++audio;
+        // In front of the audio, which moves to make room unless a pad has it.
+        auto const audio = InFrontOfTheAudio(list);
         if (audio == list.end())
             return E_UNEXPECTED;
         if (!HasKind(list, Chunk::kInstrument))

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <vector>
 
 ChunkyFile::~ChunkyFile() = default;
 
@@ -212,6 +213,18 @@ bool ChunkyFile::HasKind(ChunkList const& list, i32 kind)
     return false;
 }
 
+ChunkyFile::ChunkList::iterator ChunkyFile::InFrontOfTheAudio(ChunkList& list)
+{
+    // Between the pad and the audio a new chunk would push the audio off
+    // its sector and move all of it; in front of the pad it only takes
+    // room from the pad, and the audio stays where it is as long as the pad
+    // has the room.
+    for (auto at = list.begin(), previous = list.end(); at != list.end(); previous = at++)
+        if ((*at)->GetKind() == Chunk::kAudioData)
+            return previous != list.end() && (*previous)->GetKind() == Chunk::kPad ? previous : at;
+    return list.end();
+}
+
 PlugInResult ChunkyFile::DoFormat()
 {
     mChunks.clear();
@@ -304,32 +317,58 @@ PlugInResult ChunkyFile::DoFlush()
     // Nor is a file that does not begin with its form's header.
     if (mFactsTwice || (!mChunks.empty() && mChunks.front()->GetKind() != Chunk::kFileHeader))
         return kAudioFile_Unimplemented;
-    i64 sum = 0;
-    for (auto& c : mChunks)
-        sum += c->GetFileSize();
-
-    // Each chunk that changed size moves everything behind it, in place.
-    i64 pos = 0;
+    // Every kept chunk's bytes go once from where they stand to where they
+    // will stand, rather than each chunk that changed size moving everything
+    // behind it in turn. The file comes out the same, but when the pad takes
+    // up a change in front of it the audio is not touched at all (it used to
+    // be moved forward and back), and otherwise it moves once: a crash or a
+    // full disk during the flush cannot leave audio half moved that did not
+    // need to move.
+    struct Move
+    {
+        i64 from, to, length;
+    };
+    std::vector<Move> moves;
+    i64 oldPos = 0;
+    i64 newPos = 0;
     for (auto it = mChunks.begin(); it != mChunks.end();)
     {
         Chunk& c = **it;
-        bool const discard = c.ShouldDiscard();
         i64 const fileSize = c.GetFileSize();
-        i64 const delta = discard ? -fileSize : c.GetTotalSize(0) - fileSize;
-        // A failed move is reported: the chunks written below would land on
-        // bytes that are not where they should be.
-        PlugInResult const moved = MoveBytes(pos + fileSize, sum - (pos + fileSize), delta);
-        if (moved != S_OK)
-            return moved;
-        sum += delta;
-        if (discard)
-            it = mChunks.erase(it);
-        else
+        if (c.ShouldDiscard())
         {
-            pos += c.GetTotalSize(0);
-            ++it;
+            oldPos += fileSize;
+            it = mChunks.erase(it);
+            continue;
         }
+        // What a chunk keeps of its old bytes when its size changes: its
+        // start, as if everything behind it had moved.
+        i64 const newSize = c.GetTotalSize(0);
+        i64 const kept = std::min(fileSize, newSize);
+        if (kept > 0 && newPos != oldPos)
+        {
+            Move* last = moves.empty() ? nullptr : &moves.back();
+            if (last && last->from + last->length == oldPos && last->to - last->from == newPos - oldPos)
+                last->length += kept;
+            else
+                moves.push_back({oldPos, newPos, kept});
+        }
+        oldPos += fileSize;
+        newPos += newSize;
+        ++it;
     }
+    // Chunks keep their order, so a block moving towards the start can only
+    // land on blocks in front of it that move the same way, and the other
+    // way round: those towards the start go first to last, the others last
+    // to first, and no block is overwritten before it moved.
+    for (Move const& m : moves)
+        if (m.to < m.from)
+            if (PlugInResult const moved = MoveBytes(m.from, m.length, m.to - m.from); moved != S_OK)
+                return moved;
+    for (auto m = moves.rbegin(); m != moves.rend(); ++m)
+        if (m->to > m->from)
+            if (PlugInResult const moved = MoveBytes(m->from, m->length, m->to - m->from); moved != S_OK)
+                return moved;
 
     PlugInResult r = mFile->SetEOF(GetTotalFileSize());
     if (r != S_OK)
@@ -359,7 +398,7 @@ PlugInResult ChunkyFile::DoFlush()
     }
     mChunks.splice(mChunks.end(), trailing);
 
-    pos = 0;
+    i64 pos = 0;
     for (auto& c : mChunks)
     {
         r = c->WriteChunk(pos);

@@ -116,6 +116,10 @@ protected:
 
     // True if the list holds a chunk of that kind.
     static bool HasKind(ChunkList const& list, i32 kind);
+    // Where a chunk that must stand in front of the audio goes: in front of
+    // the pad that leads up to the first audio chunk, or of that chunk when
+    // no pad does; the end when there is no audio chunk.
+    static ChunkList::iterator InFrontOfTheAudio(ChunkList& list);
 
     // True if a plausible chunk header stands at `pos`; the file position is
     // kept.

@@ -38,13 +38,11 @@ PlugInResult WAVE::DoImplement(PlugInGuid const* iid, ChunkList& list)
     {
         if (HasKind(list, Chunk::kInstrument))
             return S_OK;
-        for (auto at = list.begin(); at != list.end(); ++at)
-            if ((*at)->GetKind() == Chunk::kAudioData)
-            {
-                list.insert(at, std::make_unique<WAVESamplerChunk>(this));
-                return S_OK;
-            }
-        return E_UNEXPECTED;
+        auto const at = InFrontOfTheAudio(list);
+        if (at == list.end())
+            return E_UNEXPECTED;
+        list.insert(at, std::make_unique<WAVESamplerChunk>(this));
+        return S_OK;
     }
     return E_FAIL;
 }

@@ -565,6 +565,57 @@ TEST_F(HandlerWrite, PadBodyFollowsTheSumInFront)
     }
 }
 
+// An instrument added to a file with a pad goes in front of the pad. Where
+// the pad has the room, no byte of the audio is written, so a crash during
+// the flush cannot damage it; where it has not, the audio moves a sector and
+// is written once.
+TEST_F(HandlerWrite, AChangeInFrontMovesTheAudioOnceOrNotAtAll)
+{
+    struct
+    {
+        Kind const& kind;
+        std::size_t listBody; // sets the pad's room
+        std::int64_t shift;
+    } const cases[] = {{kWave, 0, 0}, {kWave, 444, 512}, {kAiff, 0, 0}, {kAiff, 422, 512}};
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(std::string(c.kind.name) + " " + std::to_string(c.listBody));
+        Bytes const audio = Noise(1 << 18, 7);
+        bool const wave = &c.kind == &kWave;
+        B b(!wave);
+        if (wave)
+            b.RiffHeader().Fmt(2, 48000, 16);
+        else
+            b.Form("AIFF").Comm(2, static_cast<std::uint32_t>(audio.size() / 4), 16, 48000);
+        if (c.listBody)
+            b.Chunk("LIST", Bytes(c.listBody, 0));
+        b.Chunk("Elmo", Bytes(2, 0));
+        MemoryHandler h(c.kind.create, wave ? b.Data(audio).Done() : b.Ssnd(audio).Done());
+        ASSERT_TRUE(h.Recognised());
+        ASSERT_EQ(h.mAudio->Flush(), S_OK); // the pad takes its size
+        std::int64_t const before = h.DataOffset();
+        ASSERT_EQ(before % 512, 0);
+
+        h.mFile.ClearWriteLog();
+        ASSERT_EQ(h.IE()->Implement(&IID_IOrvanelAudioFile), S_OK);
+        ASSERT_EQ(h.mAudio->Flush(), S_OK);
+        Bytes const& out = h.Bytes();
+        std::int64_t const after = h.DataOffset();
+        EXPECT_EQ(after - before, c.shift);
+        Ids const ids = W::Ids(out);
+        auto const pad = std::find(ids.begin(), ids.end(), "Elmo");
+        ASSERT_NE(pad, ids.end());
+        EXPECT_EQ(pad[-1], wave ? "smpl" : "INST");
+        EXPECT_EQ(Bytes(out.begin() + after, out.begin() + after + static_cast<std::int64_t>(audio.size())), audio);
+        std::int64_t written = 0;
+        for (auto const& w : h.mFile.WriteLog())
+            written += std::max<std::int64_t>(
+                0, std::min(w.offset + w.length, after + static_cast<std::int64_t>(audio.size())) -
+                       std::max(w.offset, after));
+        EXPECT_EQ(written, c.shift ? static_cast<std::int64_t>(audio.size()) : 0);
+    }
+}
+
 // A file with two audio chunks reads the second, and is not rewritten:
 // which one another tool believes is not known, so nothing in it changes.
 TEST_F(HandlerWrite, AFileWithTwoAudioChunksIsNotRewritten)
