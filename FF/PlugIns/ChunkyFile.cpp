@@ -276,7 +276,20 @@ PlugInResult ChunkyFile::DoSetNumSamples(i64 frames)
         }
     }
     SetNumSamplesValue(frames);
-    return mFile->SetEOF(GetTotalFileSize());
+    // The audio moves only at the flush, if a chunk in front of it changed
+    // size: until then it must still fit where it stands, or a file whose
+    // chunks in front shrank would lose the end of its audio here.
+    i64 audioEnd = 0;
+    for (auto const& c : mChunks)
+    {
+        if (c->GetKind() == Chunk::kAudioData)
+        {
+            audioEnd += c->GetTotalSize(0);
+            break;
+        }
+        audioEnd += c->GetFileSize();
+    }
+    return mFile->SetEOF(std::max(GetTotalFileSize(), audioEnd));
 }
 
 PlugInResult ChunkyFile::DoImplement(PlugInGuid const* iid)

@@ -37,13 +37,15 @@ PadChunk::PadChunk(ChunkyFile* owner) : Chunk(owner, kChunkId_Elmo, kPad)
     }
 }
 
-PlugInResult PadChunk::Read(i64 size, i64)
+PlugInResult PadChunk::Read(i64 size, i64 bodyPosition)
 {
+    mNextAt = bodyPosition + size;
     return Skip(size);
 }
 
-PlugInResult PadChunk::Write(i64 size, i64)
+PlugInResult PadChunk::Write(i64 size, i64 bodyPosition)
 {
+    mNextAt = bodyPosition + size;
     return Skip(size);
 }
 
@@ -58,15 +60,26 @@ i64 PadChunk::GetSize(i32)
     // Everything in front of the first pad, on disk and then new.
     i64 sum = 0;
     bool reached = false;
+    bool first = false;
     for (auto const& c : mOwner->GetChunks())
     {
         if (c->GetKind() == kPad)
         {
             reached = true;
+            first = c.get() == this;
             break;
         }
         sum += c->GetTotalSize(0);
     }
+    // A pad on disk keeps the audio behind it where it stands for as long as
+    // it has the room, rather than putting it on a sector of this volume: a
+    // file made on a disk of other sectors, or by a tool that padded its own
+    // way, would otherwise have all its audio moved in place at the next
+    // rewrite (and a length set before that rewrite would cut the end of
+    // its audio off). For a file aligned to this volume's sectors this is
+    // the size the sectors give.
+    if (first && mNextAt >= 0 && mNextAt - (sum + 8) >= 1)
+        return mNextAt - (sum + 8);
     if (!reached)
     {
         for (auto const& c : mOwner->GetNewChunks())

@@ -20,4 +20,7 @@ public:
 
 private:
     i32 mSectorSize = 512;
+    // Where the chunk behind this pad stands on disk: -1 until the pad has
+    // been read or written.
+    i64 mNextAt = -1;
 };

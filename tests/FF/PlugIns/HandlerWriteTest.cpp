@@ -536,32 +536,77 @@ TEST_F(HandlerWrite, ForeignSamplerChunk)
     EXPECT_EQ(h.Instrument(), expected);
 }
 
+// A pad with no room takes the size the sum in front of it gives: the
+// chunks in front of it (RIFF 12, an optional LIST of 8 + L, 'fmt ' 24), its
+// own header 8 and the data header 8. A pad with room keeps the audio where
+// it stands, on a sector of another disk or where another tool put it.
 TEST_F(HandlerWrite, PadBodyFollowsTheSumInFront)
 {
-    // The pad's sum: the chunks in front of it (RIFF 12, an optional LIST
-    // of 8 + L, 'fmt ' 24), its own header 8 and the data header 8.
     struct
     {
-        std::size_t listBody;
+        std::size_t listBody, padBody;
         std::int64_t firstAudioByte;
     } const cases[] = {
-        {0, 512},    // sum 52: pad body 460
-        {444, 512},  // sum 504: pad body 8
-        {452, 1024}, // sum 512: a whole sector, never nothing
+        {0, 0, 512},    // sum 52: pad body 460
+        {444, 0, 512},  // sum 504: pad body 8
+        {452, 0, 1024}, // sum 512: a whole sector, never nothing
+        {0, 4044, 4096}, {0, 2, 54},
     };
     for (auto const& c : cases)
     {
-        SCOPED_TRACE(c.listBody);
+        SCOPED_TRACE(testing::Message() << c.listBody << " " << c.padBody);
         B b;
         b.RiffHeader();
         if (c.listBody)
             b.Chunk("LIST", Bytes(c.listBody, 0));
-        MemoryHandler h(&WAVE::Create, b.Fmt(1, 8000, 16).Chunk("Elmo", Bytes(2, 0)).Data(Noise(64, 10)).Done());
+        MemoryHandler h(&WAVE::Create,
+                        b.Fmt(1, 8000, 16).Chunk("Elmo", Bytes(c.padBody, 0)).Data(Noise(64, 10)).Done());
         ASSERT_TRUE(h.Recognised());
         ASSERT_EQ(h.IE()->Implement(&IID_IVelmoraAudioFile), S_OK);
         ASSERT_EQ(h.mAudio->Flush(), S_OK);
         EXPECT_EQ(W::Find(h.Bytes(), "data").at + 8, c.firstAudioByte);
         EXPECT_EQ(h.DataOffset(), c.firstAudioByte);
+    }
+}
+
+// Frames appended to a file whose audio will only move at the flush: the
+// length set before it must not cut the end of the audio where it stands.
+// A pad of a disk with 4 KiB sectors (read here on 512-byte ones), and a
+// sampler chunk in front of the audio that shrank (the audio moves back).
+TEST_F(HandlerWrite, AppendedFramesFollowEveryFrameThatWasThere)
+{
+    Bytes const audio = Noise(40000, 3);
+    Bytes const more = Noise(40, 4);
+    PlugInInstrument twoLoops{1, 10, 20, 2, 30, 40, 60, 0};
+    PlugInInstrument noLoops{0, 0, 0, 0, 0, 0, 60, 0};
+    for (bool shrink : {false, true})
+    {
+        SCOPED_TRACE(shrink ? "sampler chunk shrank" : "pad of 4 KiB sectors");
+        B b;
+        b.RiffHeader().Fmt(2, 48000, 16);
+        if (!shrink)
+            b.Chunk("Elmo", Bytes(4044, 0));
+        MemoryHandler h(&WAVE::Create, b.Data(audio).Done());
+        ASSERT_TRUE(h.Recognised());
+        if (shrink)
+        {
+            ASSERT_EQ(h.IE()->Implement(&IID_IOrvanelAudioFile), S_OK);
+            h.Orvanel()->SetInstrumentAttr(&twoLoops);
+            ASSERT_EQ(h.mAudio->Flush(), S_OK);
+            h.Orvanel()->SetInstrumentAttr(&noLoops);
+        }
+        std::int64_t const frames = h.Frames();
+        ASSERT_EQ(h.Native()->SetNumSamples(frames + 10), S_OK);
+        Bytes copy = more;
+        ASSERT_EQ(h.IE()->SampleSetPosition(0, frames), S_OK);
+        ASSERT_EQ(h.IE()->SampleWrite(copy.data(), 10), S_OK);
+        ASSERT_EQ(h.mAudio->Flush(), S_OK);
+        Bytes const& out = h.Bytes();
+        std::int64_t const at = W::Find(out, "data").at + 8;
+        if (!shrink)
+            EXPECT_EQ(at, 4096);
+        EXPECT_EQ(Bytes(out.begin() + at, out.begin() + at + 40000), audio);
+        EXPECT_EQ(Bytes(out.begin() + at + 40000, out.begin() + at + 40040), more);
     }
 }
 
@@ -589,7 +634,7 @@ TEST_F(HandlerWrite, AChangeInFrontMovesTheAudioOnceOrNotAtAll)
             b.Form("AIFF").Comm(2, static_cast<std::uint32_t>(audio.size() / 4), 16, 48000);
         if (c.listBody)
             b.Chunk("LIST", Bytes(c.listBody, 0));
-        b.Chunk("Elmo", Bytes(2, 0));
+        b.Chunk("Elmo", {}); // no room: the first flush puts the audio on a sector
         MemoryHandler h(c.kind.create, wave ? b.Data(audio).Done() : b.Ssnd(audio).Done());
         ASSERT_TRUE(h.Recognised());
         ASSERT_EQ(h.mAudio->Flush(), S_OK); // the pad takes its size
