@@ -23,4 +23,5 @@ const ChunkId kCompression_NONE = ChunkIdFromText("NONE");
 const ChunkId kChunkId_RF64 = ChunkIdFromText("RF64");
 const ChunkId kChunkId_BW64 = ChunkIdFromText("BW64");
 const ChunkId kChunkId_ds64 = ChunkIdFromText("ds64");
+const ChunkId kChunkId_JUNK = ChunkIdFromText("JUNK");
 const ChunkId kChunkId_FVER = ChunkIdFromText("FVER");

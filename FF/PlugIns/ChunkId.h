@@ -46,8 +46,10 @@ extern const ChunkId kChunkId_SSND;
 extern const ChunkId kChunkId_INST;
 extern const ChunkId kChunkId_MARK;
 extern const ChunkId kCompression_NONE;
-// 64-bit WAVE: the 'RF64' and 'BW64' headers and the 'ds64' sizes.
+// 64-bit WAVE: the 'RF64' and 'BW64' headers and the 'ds64' sizes, and the
+// 'JUNK' chunk that writers leave behind the header for 'ds64' to replace.
 extern const ChunkId kChunkId_RF64;
 extern const ChunkId kChunkId_BW64;
 extern const ChunkId kChunkId_ds64;
+extern const ChunkId kChunkId_JUNK;
 extern const ChunkId kChunkId_FVER;

@@ -95,7 +95,20 @@ void WAVE::GoLong(ChunkList& list)
     if (list.empty() || list.front()->GetKind() != Chunk::kFileHeader)
         return;
     list.front()->SetId(kChunkId_RF64);
-    list.insert(std::next(list.begin()), std::make_unique<WAVEDs64Chunk>(this));
+    auto const behind = std::next(list.begin());
+    auto ds64 = std::make_unique<WAVEDs64Chunk>(this);
+    // Writers that expect a file to pass 4 GiB leave a 'JUNK' chunk of the
+    // 'ds64' chunk's size behind the header for it to replace: taking its
+    // place keeps the audio where it stands, where a chunk inserted there
+    // would move all of it.
+    i64 const size = WAVEDs64Chunk::kFixedSize + 8;
+    if (behind != list.end() && (*behind)->GetKind() == Chunk::kUnknown && (*behind)->GetId() == kChunkId_JUNK &&
+        (*behind)->GetFileSize() == size)
+    {
+        ds64->SetFileSize(size);
+        list.erase(behind);
+    }
+    list.insert(std::next(list.begin()), std::move(ds64));
 }
 
 PlugInResult WAVE::DoFlush()

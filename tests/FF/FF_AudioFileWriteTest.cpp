@@ -157,50 +157,69 @@ TEST_F(FF_AudioFileWrite, FormatStampsTypeAndCreator)
 
 // A file past 4 GiB takes the 64-bit WAVE form: 'RF64' header, sizes in
 // a 'ds64' chunk right behind it, 0xFFFFFFFF in the 32-bit fields; its
-// frames and last samples read back. The file is sparse: only its ends
-// are written.
+// frames and last samples read back. A new file, and another tool's file
+// grown past 4 GiB whose 'JUNK' chunk behind the header the 'ds64' replaces,
+// so that its audio stays where it stands. The files are sparse: only their
+// ends are written.
 TEST_F(FF_AudioFileWrite, PastFourGigabytesTheFileBecomesRF64)
 {
-    std::string const path = mDir.File("long.wav");
     int64 const frames = (int64{1} << 31) + 1000; // 16-bit mono: 4 GiB and 2000 bytes
     std::vector<std::int16_t> tail(1000);
     std::iota(tail.begin(), tail.end(), std::int16_t{-500});
+    for (bool grown : {false, true})
     {
-        FF_AudioFile file((Sys_FileLoc(path)));
-        file.Format(Sys_FileType(std::string("wav")), 1, 48000, 16, frames);
-        FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
-        file.SampleSetPosition(Sys_File::kFromStart, frames - 1000);
-        std::vector<std::int16_t> copy = tail;
-        file.SampleWrite(copy.data(), 1000);
-    }
-    std::ifstream in(path, std::ios::binary);
-    char head[48] = {};
-    in.read(head, sizeof head);
-    EXPECT_EQ(std::string(head, 4), "RF64");
-    EXPECT_EQ(std::string(head + 12, 4), "ds64");
-    std::uint32_t riffSize;
-    std::uint64_t dataSize, sampleCount;
-    std::memcpy(&riffSize, head + 4, 4);
-    std::memcpy(&dataSize, head + 28, 8);
-    std::memcpy(&sampleCount, head + 36, 8);
-    EXPECT_EQ(riffSize, 0xFFFFFFFFu);
-    EXPECT_EQ(dataSize, static_cast<std::uint64_t>(frames) * 2);
-    EXPECT_EQ(sampleCount, static_cast<std::uint64_t>(frames));
+        SCOPED_TRACE(grown ? "grown" : "new");
+        std::string const path = mDir.File(grown ? "grown.wav" : "long.wav");
+        if (grown)
+            vfltest::WriteWholeFile(path, ChunkFileBuilder()
+                                              .RiffHeader()
+                                              .Chunk("JUNK", Bytes(28, 0))
+                                              .Fmt(1, 48000, 16)
+                                              .Data(Bytes(2000, 1))
+                                              .Done());
+        {
+            FF_AudioFile file((Sys_FileLoc(path)));
+            if (!grown)
+                file.Format(Sys_FileType(std::string("wav")), 1, 48000, 16, frames);
+            FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+            if (grown)
+                file.SetNumSamples(frames);
+            file.SampleSetPosition(Sys_File::kFromStart, frames - 1000);
+            std::vector<std::int16_t> copy = tail;
+            file.SampleWrite(copy.data(), 1000);
+        }
+        std::ifstream in(path, std::ios::binary);
+        char head[88] = {};
+        in.read(head, sizeof head);
+        EXPECT_EQ(std::string(head, 4), "RF64");
+        EXPECT_EQ(std::string(head + 12, 4), "ds64");
+        std::uint32_t riffSize;
+        std::uint64_t dataSize, sampleCount;
+        std::memcpy(&riffSize, head + 4, 4);
+        std::memcpy(&dataSize, head + 28, 8);
+        std::memcpy(&sampleCount, head + 36, 8);
+        EXPECT_EQ(riffSize, 0xFFFFFFFFu);
+        EXPECT_EQ(dataSize, static_cast<std::uint64_t>(frames) * 2);
+        EXPECT_EQ(sampleCount, static_cast<std::uint64_t>(frames));
+        if (grown) // 'fmt ' and the first samples where they stood
+            EXPECT_EQ(std::string(head + 48, 4) + std::string(head + 72, 4) + std::string(head + 80, 8),
+                      "fmt data" + std::string(8, '\1'));
 
-    FF_AudioFile file((Sys_FileLoc(path)));
-    ASSERT_TRUE(file.Implements(FF_AudioFile::eImportExportInterface));
-    EXPECT_EQ(file.GetAudioFileAttr().GetNumSamples(), frames);
-    EXPECT_FALSE(file.IsHeaderIncomplete());
-    FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead);
-    std::vector<std::int16_t> back(1000);
-    file.SampleSetPosition(Sys_File::kFromStart, frames - 1000);
-    file.SampleRead(back.data(), 1000);
-    EXPECT_EQ(back, tail);
-    if (vfltest::HaveProgram("ffprobe"))
-    {
-        std::string out;
-        vfltest::RunCommand("ffprobe -v error -show_entries stream=duration_ts -of csv=p=0 " + path, &out);
-        EXPECT_EQ(out, std::to_string(frames) + "\n");
+        FF_AudioFile file((Sys_FileLoc(path)));
+        ASSERT_TRUE(file.Implements(FF_AudioFile::eImportExportInterface));
+        EXPECT_EQ(file.GetAudioFileAttr().GetNumSamples(), frames);
+        EXPECT_FALSE(file.IsHeaderIncomplete());
+        FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead);
+        std::vector<std::int16_t> back(1000);
+        file.SampleSetPosition(Sys_File::kFromStart, frames - 1000);
+        file.SampleRead(back.data(), 1000);
+        EXPECT_EQ(back, tail);
+        if (vfltest::HaveProgram("ffprobe"))
+        {
+            std::string out;
+            vfltest::RunCommand("ffprobe -v error -show_entries stream=duration_ts -of csv=p=0 " + path, &out);
+            EXPECT_EQ(out, std::to_string(frames) + "\n");
+        }
     }
 }
 
