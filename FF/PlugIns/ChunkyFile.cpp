@@ -140,6 +140,19 @@ i64 ChunkyFile::AudioBodySize(i64 size, i64 body, i64 fileEOF)
     // was written before the audio and never finished.
     bool const unfinished =
         size > there || size == 0xFFFFFFFF || (size == 0 && there > 0 && !PlausibleHeaderAt(body, fileEOF));
+    // A writer without 64-bit sizes that went on past 4 GiB left the size
+    // modulo 2^32: audio that runs exactly a multiple of 4 GiB (and its pad
+    // byte) past the size to the end of the file is that audio, which read
+    // by the size would be cut to its last few minutes.
+    constexpr i64 k4GiB = i64{1} << 32;
+    i64 const beyond = there - size;
+    i64 const padByte = beyond % k4GiB;
+    bool const wrapped = beyond >= k4GiB && (padByte == 0 || (padByte == 1 && size % 2 == 1));
+    if (wrapped)
+    {
+        SetHeaderIncomplete();
+        return there - padByte;
+    }
     if (!unfinished)
         return size;
     SetHeaderIncomplete();

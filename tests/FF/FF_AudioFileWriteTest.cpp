@@ -157,32 +157,42 @@ TEST_F(FF_AudioFileWrite, FormatStampsTypeAndCreator)
 
 // A file past 4 GiB takes the 64-bit WAVE form: 'RF64' header, sizes in
 // a 'ds64' chunk right behind it, 0xFFFFFFFF in the 32-bit fields; its
-// frames and last samples read back. A new file, and another tool's file
-// grown past 4 GiB whose 'JUNK' chunk behind the header the 'ds64' replaces,
-// so that its audio stays where it stands. The files are sparse: only their
-// ends are written.
+// frames and last samples read back. A new file; another tool's file grown
+// past 4 GiB, whose 'JUNK' chunk behind the header the 'ds64' replaces so
+// that its audio stays where it stands; and a file another tool wrote past
+// 4 GiB with its sizes wrapped to 32 bits, read whole and made RF64 at its
+// rewrite. The files are sparse: only their ends are written.
 TEST_F(FF_AudioFileWrite, PastFourGigabytesTheFileBecomesRF64)
 {
     int64 const frames = (int64{1} << 31) + 1000; // 16-bit mono: 4 GiB and 2000 bytes
     std::vector<std::int16_t> tail(1000);
     std::iota(tail.begin(), tail.end(), std::int16_t{-500});
-    for (bool grown : {false, true})
+    for (std::string const kind : {"new", "grown", "wrapped"})
     {
-        SCOPED_TRACE(grown ? "grown" : "new");
-        std::string const path = mDir.File(grown ? "grown.wav" : "long.wav");
-        if (grown)
+        SCOPED_TRACE(kind);
+        std::string const path = mDir.File(kind + ".wav");
+        if (kind != "new") // the sizes of 1000 frames: 4 GiB and 1000 frames wrapped
             vfltest::WriteWholeFile(path, ChunkFileBuilder()
                                               .RiffHeader()
                                               .Chunk("JUNK", Bytes(28, 0))
                                               .Fmt(1, 48000, 16)
                                               .Data(Bytes(2000, 1))
                                               .Done());
+        if (kind == "wrapped")
+        {
+            std::filesystem::resize_file(path, 80 + 2 * frames - 2000);
+            std::ofstream(path, std::ios::binary | std::ios::app)
+                .write(reinterpret_cast<char const*>(tail.data()), 2000);
+            FF_AudioFile file((Sys_FileLoc(path)));
+            EXPECT_EQ(file.GetAudioFileAttr().GetNumSamples(), frames);
+            EXPECT_TRUE(file.IsHeaderIncomplete());
+        }
         {
             FF_AudioFile file((Sys_FileLoc(path)));
-            if (!grown)
+            if (kind == "new")
                 file.Format(Sys_FileType(std::string("wav")), 1, 48000, 16, frames);
             FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
-            if (grown)
+            if (kind != "new") // grows the one, and writes the other's header
                 file.SetNumSamples(frames);
             file.SampleSetPosition(Sys_File::kFromStart, frames - 1000);
             std::vector<std::int16_t> copy = tail;
@@ -201,7 +211,7 @@ TEST_F(FF_AudioFileWrite, PastFourGigabytesTheFileBecomesRF64)
         EXPECT_EQ(riffSize, 0xFFFFFFFFu);
         EXPECT_EQ(dataSize, static_cast<std::uint64_t>(frames) * 2);
         EXPECT_EQ(sampleCount, static_cast<std::uint64_t>(frames));
-        if (grown) // 'fmt ' and the first samples where they stood
+        if (kind != "new") // 'fmt ' and the first samples where they stood
             EXPECT_EQ(std::string(head + 48, 4) + std::string(head + 72, 4) + std::string(head + 80, 8),
                       "fmt data" + std::string(8, '\1'));
 
