@@ -64,6 +64,17 @@ PlugInResult AIFF::DoSetNumSamples(i64 frames)
     return ChunkyFile::DoSetNumSamples(frames);
 }
 
+PlugInResult AIFF::DoFlush()
+{
+    // A file another tool took past 4 GiB (its sizes wrapped or never
+    // written) cannot be written with 32-bit sizes: the sizes a reader
+    // would take for an unfinished header would make it read the chunks
+    // behind the audio as audio. It stays as it is.
+    if (GetFormSize() - 8 > 0xFFFFFFFFll)
+        return kAudioFile_BadParameter;
+    return ChunkyFile::DoFlush();
+}
+
 PlugInResult AIFF::DoFormat()
 {
     if (!FitsThirtyTwoBits(NumSamples(), FrameSize()))

@@ -233,6 +233,29 @@ TEST_F(FF_AudioFileWrite, PastFourGigabytesTheFileBecomesRF64)
     }
 }
 
+// An AIFF another tool took past 4 GiB, its sizes wrapped to 32 bits, is
+// read whole; a rewrite, which could only give it sizes a reader takes for
+// an unfinished header, is refused and leaves the file as it was.
+TEST_F(FF_AudioFileWrite, AnAiffPastFourGigabytesIsReadWholeAndNotRewritten)
+{
+    int64 const frames = (int64{1} << 31) + 1000; // 16-bit mono: 4 GiB and 2000 bytes
+    std::string const path = mDir.File("wrapped.aif");
+    Bytes const head =
+        ChunkFileBuilder(true).Form("AIFF").Comm(1, std::uint32_t(frames), 16, 48000).Ssnd(Bytes(2000, 1)).Done();
+    vfltest::WriteWholeFile(path, head);
+    std::filesystem::resize_file(path, head.size() + (std::uintmax_t{1} << 32));
+    {
+        FF_AudioFile file((Sys_FileLoc(path)));
+        EXPECT_EQ(file.GetAudioFileAttr().GetNumSamples(), frames);
+        EXPECT_TRUE(file.IsHeaderIncomplete());
+        EXPECT_THROW(file.Implement(FF_AudioFile::eVelmoraInterface), std::exception);
+    }
+    EXPECT_EQ(std::filesystem::file_size(path), head.size() + (std::uintmax_t{1} << 32));
+    Bytes now(head.size());
+    std::ifstream(path, std::ios::binary).read(reinterpret_cast<char*>(now.data()), std::streamsize(now.size()));
+    EXPECT_EQ(now, head);
+}
+
 TEST_F(FF_AudioFileWrite, InstrumentAsAnIndependentReaderSeesIt)
 {
     if (!vfltest::HaveProgram("sndfile-info"))
