@@ -211,8 +211,12 @@ void FF_AudioProcessChain::Process()
     for (;;)
     {
         tailRests->Reset();
-        EStatus const tail = mTail->GetStatus();
+        // The pool first: a tail seen resting before it takes and gives
+        // back the last block would look, with the pool seen full after
+        // that, like a tail left wanting samples. Once every block is back,
+        // a tail at rest has had all there will be.
         bool const drained = mProcessBlockPool->GetSize() == static_cast<std::size_t>(kPoolSize);
+        EStatus const tail = mTail->GetStatus();
         if (tail == kStatusCompleted && drained)
             return;
         if (tail == kStatusReady && drained)
