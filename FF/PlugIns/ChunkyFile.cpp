@@ -143,7 +143,7 @@ i64 ChunkyFile::AudioBodySize(i64 size, i64 body, i64 fileEOF)
     // A writer without 64-bit sizes that went on past 4 GiB left the size
     // modulo 2^32: audio that runs exactly a multiple of 4 GiB (and its pad
     // byte) past the size to the end of the file is that audio, which read
-    // by the size would be cut to its last few minutes.
+    // by the size would end after its first minutes.
     constexpr i64 k4GiB = i64{1} << 32;
     i64 const beyond = there - size;
     i64 const padByte = beyond % k4GiB;
