@@ -27,6 +27,11 @@ protected:
         Run("sox -n -r 44100 -c 2 -b 16 in.wav synth 0.1 sine 300");
         Run("sox -n -r 44100 -c 1 -b 16 silent.wav trim 0 0");
         Run(": > empty.wav");
+        // 16-bit mono AIFF of 2^31 frames with its sizes wrapped to 32 bits,
+        // as a writer without 64-bit sizes leaves it; sparse.
+        Run("python3 -c \"import struct; open('big.aif', 'wb').write(b'FORM' + struct.pack('>I', 46) + "
+            "b'AIFFCOMM' + struct.pack('>IhIhHQ', 18, 1, 1 << 31, 16, 0x400B, 0xFA << 56) + b'SSND' + "
+            "struct.pack('>III', 8, 0, 0))\" && truncate -s 4294967350 big.aif");
     }
     // Runs in the test's folder; answers the exit status and stderr.
     int Run(std::string const& command, std::string* err = nullptr)
@@ -82,6 +87,10 @@ TEST_F(VflMessages, ExitStatusAndOneLineThatSaysWhatIsWrong)
         {"overview silent.wav", 1, "vfl: overview: silent.wav: no audio to draw: the file has 0 frames"},
         {"regions in.wav --remove nothing", 1, "vfl: regions: in.wav: no region named 'nothing'"},
         {"adopt missing.wav", 1, "vfl: adopt: missing.wav: Sys: OSErr: 2"},
+        {"adopt big.aif", 1,
+         "vfl: adopt: big.aif: AIFF audio has 32-bit sizes and this file is 4294967350 bytes long: it cannot be "
+         "rewritten ('vfl convert' makes a WAVE file of it)"},
+        {"regions big.aif --add r 0 10", 1, "vfl: regions: big.aif: AIFF audio has 32-bit sizes"},
         {"print missing.wav", 1, "vfl: print: missing.wav: Sys: OSErr: 2"},
         // Success, in every form of writing an option.
         {"convert in.wav --rate=48k -o a.wav", 0, ""},

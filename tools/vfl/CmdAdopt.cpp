@@ -44,8 +44,14 @@ int CmdAdopt(int argc, char** argv)
                 status = 1;
                 continue;
             }
+            std::string const why = vfl::WhyNotRewritable(file);
             if (file.Implements(FF_AudioFile::eVelmoraInterface))
                 std::printf("%s: already has its identity (%s)\n", path.c_str(), file.GetUmid().AsString().c_str());
+            else if (!why.empty())
+            {
+                vfl::ReportFileError("adopt", "", path, why);
+                status = 1;
+            }
             else if (file.Implement(FF_AudioFile::eVelmoraInterface))
                 std::printf("%s: adopted (%s)\n", path.c_str(), file.GetUmid().AsString().c_str());
             else

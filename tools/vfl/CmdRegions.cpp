@@ -118,6 +118,11 @@ int CmdRegions(int argc, char** argv)
     if (!add.empty() && !(start.ToFrames(rate) < stop.ToFrames(rate) && stop.ToFrames(rate) <= frames))
         throw vfl::UsageError("a region needs START < STOP <= " + std::to_string(frames) + " (the file's frames)");
 
+    if (std::string const why = vfl::WhyNotRewritable(file); !why.empty())
+    {
+        vfl::ReportFileError("regions", "", path, why);
+        return 1;
+    }
     // A signal waits until the change is written: a rewrite that grows a
     // chunk in front of the audio moves the audio in place, and cut short
     // it would leave the audio half moved.

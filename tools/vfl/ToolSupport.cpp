@@ -21,8 +21,8 @@ std::vector<Format> const& Formats()
     static std::vector<Format> const formats = {
         {"wav", {"wav"}, {"wave"}, {"WAVE", ".WAV"}, "WAVE audio", false},
         // "aif" and "aiff" mean plain AIFF, "aifc" AIFF-C.
-        {"aif", {"aif", "aiff"}, {}, {"AIFF"}, "AIFF audio", false},
-        {"aifc", {"aifc"}, {}, {"AIFC"}, "AIFF-C audio", false},
+        {"aif", {"aif", "aiff"}, {}, {"AIFF"}, "AIFF audio", false, true},
+        {"aifc", {"aifc"}, {}, {"AIFC"}, "AIFF-C audio", false, true},
         {"mp3", {"mp3"}, {}, {}, "MP3 audio", true},
         // A VORN file is known by its resource fork whatever its name;
         // ".vorn" names the type for the files vfl writes.
@@ -110,6 +110,16 @@ std::string TypeName(FF_AudioFile& file)
     for (auto& c : name)
         c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
     return name;
+}
+
+std::string WhyNotRewritable(FF_AudioFile& file)
+{
+    Format const* format = FindFormat(TypeName(file));
+    int64 const size = file.GetFileAttr().GetSize();
+    if (!format || !format->sizesOf32Bits || size <= 0xFFFFFFFFll)
+        return "";
+    return std::string(format->description) + " has 32-bit sizes and this file is " + std::to_string(size) +
+           " bytes long: it cannot be rewritten ('vfl convert' makes a WAVE file of it)";
 }
 
 std::string ExceptionText(std::exception const& e)

@@ -26,6 +26,9 @@ struct Format
     std::vector<char const*> macTypes; // the first is registered; the rest only equivalent
     char const* description;
     bool writeOnly;
+    // Sizes of 32 bits: a file past 4 GiB, which another tool wrote with
+    // its sizes wrapped or unfinished, can be read but not rewritten.
+    bool sizesOf32Bits = false;
 };
 std::vector<Format> const& Formats();
 
@@ -46,6 +49,9 @@ Sys_FileLoc LocationFromArgument(std::string const& path);
 // The short name of a file's type as vfl prints it: "wav", "aiff", "aifc",
 // "vorn" or "unknown".
 std::string TypeName(FF_AudioFile& file);
+
+// Why a file cannot be rewritten in its own format, or empty when it can.
+std::string WhyNotRewritable(FF_AudioFile& file);
 
 // Text of any exception on one line: the code's text, then each context,
 // for the library's own; what() for others.
