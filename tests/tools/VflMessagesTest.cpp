@@ -91,6 +91,7 @@ TEST_F(VflMessages, ExitStatusAndOneLineThatSaysWhatIsWrong)
          "vfl: adopt: big.aif: AIFF audio has 32-bit sizes and this file is 4294967350 bytes long: it cannot be "
          "rewritten ('vfl convert' makes a WAVE file of it)"},
         {"regions big.aif --add r 0 10", 1, "vfl: regions: big.aif: AIFF audio has 32-bit sizes"},
+        {"compact big.aif --keep 0-10,20-2147483648", 1, "vfl: compact: big.aif: AIFF audio has 32-bit sizes"},
         {"print missing.wav", 1, "vfl: print: missing.wav: Sys: OSErr: 2"},
         // Success, in every form of writing an option.
         {"convert in.wav --rate=48k -o a.wav", 0, ""},

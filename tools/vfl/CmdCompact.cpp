@@ -99,6 +99,13 @@ int Compact(std::string const& path, Cmn_IntervalList const& keep, bool quiet)
             vfl::ReportFileError("compact", "", path, "the length of a file of this format cannot change");
             return 1;
         }
+        // Refused before any sample moves: the length it could not write
+        // would come only after the kept audio had been moved together.
+        if (std::string const why = vfl::WhyNotRewritable(file); !why.empty())
+        {
+            vfl::ReportFileError("compact", "", path, why);
+            return 1;
+        }
         attr = file.GetAudioFileAttr();
         before = attr.GetNumSamples();
     }
