@@ -127,9 +127,9 @@ int CmdRegions(int argc, char** argv)
     // chunk in front of the audio moves the audio in place, and cut short
     // it would leave the audio half moved.
     vfl::CatchInterrupt();
-    file.Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
     try
     {
+        file.Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
         if (!add.empty())
         {
             if (!file.Implements(FF_AudioFile::eVelmoraInterface))
@@ -162,7 +162,8 @@ int CmdRegions(int argc, char** argv)
     {
         try
         {
-            file.Close(false);
+            if (file.IsOpen())
+                file.Close(false);
         }
         catch (...)
         {
