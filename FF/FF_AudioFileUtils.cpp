@@ -189,6 +189,18 @@ FF_AudioFileUtils::ChainHandle FF_AudioFileUtils::ConvertAudioFiles(std::vector<
     }
     CMN_ASSERT(!inputFiles.empty());
 
+    // The stages carry samples of one to four bytes, and the rate converter
+    // takes positive rates. A header outside these (a damaged one, or
+    // another tool's) is refused before any output is made, rather than
+    // failing an assertion in a stage that is already running.
+    std::string const refused = "While converting \"" + inputs.front().GetFullPath() + "\": ";
+    if (attr.GetBitsPerSample() < 1 || attr.GetBitsPerSample() > 32)
+        ThrowRefusal(XC_FF_FileTypeNotSupported,
+                     refused + "samples of " + std::to_string(attr.GetBitsPerSample()) + " bits cannot be converted.");
+    if (attr.GetSamplesPerSec() <= 0 && attr.GetSamplesPerSec() != params.samplesPerSec)
+        ThrowRefusal(XC_FF_FileTypeNotSupported, refused + "its sample rate of " +
+                                                     std::to_string(attr.GetSamplesPerSec()) + " cannot be converted.");
+
     // Several mono files, or one interleaved file; one interleaved output, or
     // one mono output for each channel.
     int32 channels = attr.GetNumChannels();

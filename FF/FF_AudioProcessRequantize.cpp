@@ -70,13 +70,25 @@ template <int InBytes, int OutBytes, int Shift> void ShiftDown(char const* in, c
 }
 } // namespace
 
+namespace
+{
+// Samples of 12 or 20 bits (files say so) stand in the high bits of 16 or
+// 24, their low bits zero: as a stream they are samples of the full width,
+// and are converted as such rather than refused.
+u16 StreamWidth(u16 bits)
+{
+    return static_cast<u16>((bits + 7) / 8 * 8);
+}
+} // namespace
+
 FF_AudioProcessRequantize::FF_AudioProcessRequantize(u16 inBits, u16 outBits) : mInBits(inBits), mOutBits(outBits)
 {
     SetName(GetTaskName());
-    if (inBits > outBits && outBits >= 1 && inBits <= 32)
+    u16 const width = StreamWidth(inBits);
+    if (width > outBits && outBits >= 1 && width <= 32)
     {
-        mDither = std::make_unique<Dither>(inBits, outBits);
-        mNoiseShape = std::make_unique<NoiseShape>(inBits, outBits);
+        mDither = std::make_unique<Dither>(width, outBits);
+        mNoiseShape = std::make_unique<NoiseShape>(width, outBits);
     }
 }
 
@@ -87,7 +99,7 @@ void FF_AudioProcessRequantize::SetRequantizeFn()
     using F = FF_AudioProcessRequantize;
     mRequantizeFn = nullptr;
     auto const pair = [](int in, int out) { return in * 100 + out; };
-    switch (pair(mInBits, mOutBits))
+    switch (pair(StreamWidth(mInBits), mOutBits))
     {
     case 808:
     case 1616:

@@ -9,7 +9,8 @@
 
 class FF_AudioProcessBlock;
 
-// Changes the bit depth of a stream between 8, 16, 24 and 32 bits. Widening
+// Changes the bit depth of a stream between 8, 16, 24 and 32 bits (a stream
+// of 12 or 20 bits comes in as the 16 or 24 that hold it). Widening
 // shifts left and leaves the low bits zero; narrowing to 16 bits is dithered
 // inside an error-feedback loop, narrowing to 8 bits is error feedback alone.
 // One quantiser serves all channels, so its state runs through channel 0 of a

@@ -257,7 +257,7 @@ TEST_F(FF_AudioFileUtilsTest, AFullDiskFailsTheConversionWithNoSpaceAndLeavesThe
     EXPECT_TRUE(vfltest::ReadWholeFile(in[0]) == before);
     chain = FF_AudioFileUtils::ChainHandle(); // lets go of the output before the disk goes
 }
-TEST_F(FF_AudioFileUtilsTest, AFileNamedTwiceIsRefusedBeforeAnythingIsWritten)
+TEST_F(FF_AudioFileUtilsTest, WhatCannotBeConvertedIsRefusedBeforeAnythingIsWritten)
 {
     i64 const frames = 1000;
     Samples const input = SineRamp(2, frames, 16, 0.5);
@@ -294,6 +294,34 @@ TEST_F(FF_AudioFileUtilsTest, AFileNamedTwiceIsRefusedBeforeAnythingIsWritten)
         EXPECT_TRUE(vfltest::ReadWholeFile(in[0]) == before);
         EXPECT_FALSE(std::filesystem::exists(mDir.File("d.wav")));
         EXPECT_FALSE(std::filesystem::exists(mDir.File("e.wav")));
+    }
+
+    // Headers of damaged files that the stages cannot carry.
+    struct Header
+    {
+        int32 rate;
+        int bits;
+        char const* text;
+    } const headers[] = {
+        {44100, 249, "samples of 249 bits cannot be converted"},
+        {-57792, 16, "its sample rate of -57792 cannot be converted"},
+    };
+    for (auto const& h : headers)
+    {
+        SCOPED_TRACE(h.text);
+        std::string const odd = mDir.File("odd.wav");
+        FF_AudioFile(Sys_FileLoc(odd)).Format(Sys_FileType(std::string("wav")), 1, h.rate, h.bits, 100);
+        std::string text;
+        try
+        {
+            Convert({odd}, {mDir.File("f.wav")}, 16, 48000);
+        }
+        catch (Cmn_Exception const& e)
+        {
+            text = e.GetFullDescription();
+        }
+        EXPECT_NE(text.find(h.text), std::string::npos) << text;
+        EXPECT_FALSE(std::filesystem::exists(mDir.File("f.wav")));
     }
 }
 
