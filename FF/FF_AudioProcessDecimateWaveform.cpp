@@ -128,8 +128,8 @@ void FF_AudioProcessDecimateWaveform::WritePair()
 
 void FF_AudioProcessDecimateWaveform::Process(FF_AudioProcessBlock* in, FF_AudioProcessBlock* out)
 {
-    int const bits = in->GetBitsPerSample();
-    CMN_ASSERT(bits == 8 || bits == 16 || bits == 24);
+    CMN_ASSERT(TakesDepth(in->GetBitsPerSample()));
+    int const bits = in->GetBytesPerSample() * 8;
     i64 const n = in->GetNumSamples();
     i64 const bytes = n * in->GetBytesPerSample();
     u32 const channels = in->GetNumChannels();
@@ -137,7 +137,7 @@ void FF_AudioProcessDecimateWaveform::Process(FF_AudioProcessBlock* in, FF_Audio
                       bytes <= in->GetChannelCapacity() && channels <= in->GetNumChannelBuffers() &&
                       (!out || (bytes <= out->GetChannelCapacity() && channels <= out->GetNumChannelBuffers()));
     CMN_ASSERT(fits);
-    if (!fits || (bits != 8 && bits != 16 && bits != 24))
+    if (!fits || !TakesDepth(in->GetBitsPerSample()))
         return;
 
     // Inside a chain the stream passes unchanged, every channel of it.
@@ -145,7 +145,7 @@ void FF_AudioProcessDecimateWaveform::Process(FF_AudioProcessBlock* in, FF_Audio
     {
         out->SetNumChannels(in->GetNumChannels());
         out->SetSampleRate(in->GetSampleRate());
-        out->SetBitsPerSample(bits);
+        out->SetBitsPerSample(in->GetBitsPerSample());
         out->SetNumSamples(n);
         out->SetTotalSamples(in->GetTotalSamples());
         out->SetEndOfStream(in->GetEndOfStream());

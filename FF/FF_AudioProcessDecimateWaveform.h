@@ -35,6 +35,11 @@ public:
     i64 GetUnitsToProcess() const { return mUnitsToProcess.load(std::memory_order_relaxed); }
     bool IsComplete() const { return GetUnitsProcessed() == GetUnitsToProcess(); }
 
+    // Whether a stream of this depth can be reduced: 8, 16 and 24 bits, and
+    // the depths that stand in the high bits of those widths (12 and 20
+    // bits, as files hold them), taken at the width.
+    static bool TakesDepth(int bits) { return bits >= 1 && bits <= 24; }
+
     // The 8-bit value of a sample of the given depth: 8 bits as they are;
     // 16 and 24 bits shifted down by 8 and 16 with the sign put back after,
     // and 0 up to one step of the reduced scale. Other depths assert and give 0.

@@ -1,6 +1,7 @@
 #include "Cmn/Cmn_Exception.h"
 #include "FF/FF_AudioFile.h"
 #include "FF/FF_AudioFileUtils.h"
+#include "FF/FF_AudioProcessDecimateWaveform.h"
 #include "Sys/Sys_FileLoc.h"
 #include "tools/vfl/Commands.h"
 #include "tools/vfl/OptionParser.h"
@@ -80,10 +81,10 @@ int CmdOverview(int argc, char** argv)
             vfl::ReportFileError("overview", "", path, "no audio to draw: the file has 0 frames");
             return 1;
         }
-        if (attr.GetBitsPerSample() != 8 && attr.GetBitsPerSample() != 16 && attr.GetBitsPerSample() != 24)
+        if (!FF_AudioProcessDecimateWaveform::TakesDepth(attr.GetBitsPerSample()))
         {
             vfl::ReportFileError("overview", "", path,
-                                 "overviews are made of 8, 16 and 24-bit audio, not of " +
+                                 "overviews are made of audio of up to 24 bits, not of " +
                                      std::to_string(attr.GetBitsPerSample()) + "-bit");
             return 1;
         }

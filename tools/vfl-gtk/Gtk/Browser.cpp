@@ -10,6 +10,7 @@
 #include "DAW/Sys_FileLocMenuItem.h"
 #include "FF/FF_AudioFile.h"
 #include "FF/FF_AudioProcessChain.h"
+#include "FF/FF_AudioProcessDecimateWaveform.h"
 #include "Sys/Sys_RecentItems.h"
 #include "Sys/Sys_Utils.h"
 #include "tools/vfl-gtk/Gtk/BrowserCommand.h"
@@ -353,11 +354,11 @@ void Browser::StartOverview(FF_AudioFileAttr const& attr)
 {
     int64 const frames = attr.GetNumSamples();
     int const bits = attr.GetBitsPerSample();
-    if (frames <= 0 || (bits != 8 && bits != 16 && bits != 24))
+    if (frames <= 0 || !FF_AudioProcessDecimateWaveform::TakesDepth(bits))
     {
         SetStatus(frames <= 0
                       ? "No audio to draw: the file has 0 frames"
-                      : "Overviews are made of 8, 16 and 24-bit audio, not of " + std::to_string(bits) + "-bit");
+                      : "Overviews are made of audio of up to 24 bits, not of " + std::to_string(bits) + "-bit");
         return;
     }
     auto job = std::make_unique<Job>();
