@@ -14,6 +14,36 @@ int SignOf(f64 x)
 {
     return x < 0.0 ? -1 : 1;
 }
+
+// Samples of one to four bytes: 8-bit and 32-bit streams come from 8-bit
+// and 32-bit files that convert to their own depth, and are squeezed on the
+// same scale as 16 and 24 bits rather than refused.
+f64 FullScale(int bytes)
+{
+    return std::ldexp(1.0, 8 * bytes - 1) - 1.0;
+}
+
+i32 Load(char const* p, int bytes)
+{
+    switch (bytes)
+    {
+    case 1: return FF_AudioProcessBlock::LoadSample<1>(p);
+    case 2: return FF_AudioProcessBlock::LoadSample<2>(p);
+    case 3: return FF_AudioProcessBlock::LoadSample<3>(p);
+    default: return FF_AudioProcessBlock::LoadSample<4>(p);
+    }
+}
+
+void Store(char* p, int bytes, i32 v)
+{
+    switch (bytes)
+    {
+    case 1: return FF_AudioProcessBlock::StoreSample<1>(p, v);
+    case 2: return FF_AudioProcessBlock::StoreSample<2>(p, v);
+    case 3: return FF_AudioProcessBlock::StoreSample<3>(p, v);
+    default: return FF_AudioProcessBlock::StoreSample<4>(p, v);
+    }
+}
 } // namespace
 
 FF_AudioProcessMultimediaSqueezer::FF_AudioProcessMultimediaSqueezer()
@@ -134,15 +164,11 @@ void FF_AudioProcessMultimediaSqueezer::Round(int bytes)
         // Defensive clip: the gains keep the signal within full scale but
         // for the rounding of the half-wave gain, and a cast out of range
         // would be undefined.
-        f64 const full = bytes == 2 ? 32767.0 : 8388607.0;
+        f64 const full = FullScale(bytes);
         for (std::size_t ch = 0; ch < channels; ++ch)
         {
             f64 const v = std::clamp(mWork[ch] * full, -full - 1.0, full);
-            char* dst = mOutData[ch];
-            if (bytes == 2)
-                FF_AudioProcessBlock::StoreSample<2>(dst + mOutCount * 2, static_cast<i32>(v));
-            else
-                FF_AudioProcessBlock::StoreSample<3>(dst + mOutCount * 3, static_cast<i32>(v));
+            Store(mOutData[ch] + mOutCount * bytes, bytes, static_cast<i32>(v));
         }
         ++mOutCount;
     }
@@ -155,7 +181,7 @@ void FF_AudioProcessMultimediaSqueezer::Process(FF_AudioProcessBlock* in, FF_Aud
     u32 const channels = in->GetNumChannels();
     bool const tail = n >= 0 && mSamplesIn + n == mTotalSamples;
     i64 const rounds = n + (tail ? mDelay : 0);
-    bool const fits = (bytes == 2 || bytes == 3) && n >= 0 && channels == mWork.size() && channels >= 1 &&
+    bool const fits = bytes >= 1 && bytes <= 4 && n >= 0 && channels == mWork.size() && channels >= 1 &&
                       channels <= in->GetNumChannelBuffers() && channels <= out->GetNumChannelBuffers() &&
                       n * bytes <= in->GetChannelCapacity() && rounds * bytes <= out->GetChannelCapacity();
     CMN_ASSERT(fits);
@@ -165,7 +191,7 @@ void FF_AudioProcessMultimediaSqueezer::Process(FF_AudioProcessBlock* in, FF_Aud
     for (u32 ch = 0; ch < channels; ++ch)
         mOutData[ch] = out->GetChannelData(ch);
     mOutCount = 0;
-    f64 const scale = bytes == 2 ? 1.0 / 32767.0 : 1.0 / 8388607.0;
+    f64 const scale = 1.0 / FullScale(bytes);
     for (i64 k = 0; k < rounds; ++k)
     {
         // In the tail nothing is read: the compressor works again on what
@@ -174,10 +200,7 @@ void FF_AudioProcessMultimediaSqueezer::Process(FF_AudioProcessBlock* in, FF_Aud
         if (k < n)
             for (u32 ch = 0; ch < channels; ++ch)
             {
-                char const* src = in->GetChannelData(ch);
-                i32 const x = bytes == 2 ? FF_AudioProcessBlock::LoadSample<2>(src + k * 2)
-                                         : FF_AudioProcessBlock::LoadSample<3>(src + k * 3);
-                mWork[ch] = x * scale;
+                mWork[ch] = Load(in->GetChannelData(ch) + k * bytes, bytes) * scale;
             }
         Round(bytes);
     }

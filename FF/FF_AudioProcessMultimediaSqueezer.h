@@ -13,7 +13,7 @@ class FF_AudioProcessBlock;
 // since a half wave's gain is known only when it ends), and a gate. The
 // look-ahead is removed again by dropping the first mDelay results and
 // running mDelay rounds more at the end of the stream, so that the output
-// has as many samples as the input. 16 and 24 bits only.
+// has as many samples as the input. Samples of one to four bytes.
 class FF_AudioProcessMultimediaSqueezer : public FF_AudioProcess
 {
 public:
