@@ -69,7 +69,8 @@ std::string BuildIdOfNotes(std::string const& notes)
 
 Sys_ElfSymbolsPosix::Sys_ElfSymbolsPosix(std::string const& path)
 {
-    int const fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    // A log may name anything: a pipe must not hold the reader up.
+    int const fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0)
         return;
     struct stat st;
@@ -108,7 +109,9 @@ void Sys_ElfSymbolsPosix::Read(int fd, uint64 fileSize)
                 section.sh_link >= sections.size())
                 continue;
             Elf64_Shdr const& strings = sections[section.sh_link];
-            if (section.sh_size > kMaxTableSize || strings.sh_size > kMaxTableSize || strings.sh_size == 0)
+            // Sizes past the file are refused before anything is allocated.
+            if (section.sh_size > std::min(kMaxTableSize, fileSize) ||
+                strings.sh_size > std::min(kMaxTableSize, fileSize) || strings.sh_size == 0)
                 continue;
             std::vector<Elf64_Sym> symbols(section.sh_size / sizeof(Elf64_Sym));
             std::string names(strings.sh_size, '\0');

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <csignal>
 #include <cstring>
 #include <fstream>
@@ -205,6 +207,10 @@ TEST_F(SysStackDumpTest, DamagedModulesAndListsGiveNoNames)
         uint64 displacement = 0;
         EXPECT_FALSE(symbols.Find(0x1000, &name, &displacement));
     }
+    // A log may name a pipe: it is no module, and holds nothing up.
+    ASSERT_EQ(::mkfifo(mDir.File("pipe").c_str(), 0600), 0);
+    EXPECT_FALSE(Sys_ElfSymbolsPosix(mDir.File("pipe")).HasSymbols());
+
     std::string text = "Boom\nLoaded modules:\nnonsense\n0x10 0x20 0x30 - /a b\n0x10 0x40 0x30 - /c\n";
     Sys_ModuleListPosix const list = Sys_ModuleListPosix::SplitFromText(&text);
     EXPECT_EQ(text, "Boom\n");
