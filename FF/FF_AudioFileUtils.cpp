@@ -80,6 +80,24 @@ void RefuseFilesNamedTwice(std::vector<Sys_FileLoc> const& inputs, std::vector<S
     throw e;
 }
 
+// The stages carry samples of one to four bytes (`deepest` bits at most),
+// and a reader splits at most cMaxInterleavedChannels channels. A header
+// outside these (a damaged one, or another tool's) is refused before a
+// chain is built or any output made, rather than failing an assertion in a
+// stage.
+void RefuseWhatNoChainCarries(std::string const& doing, Sys_FileLoc const& loc, FF_AudioFileAttr const& attr,
+                              int deepest)
+{
+    std::string const refused = "While " + doing + " \"" + loc.GetFullPath() + "\": ";
+    if (attr.GetBitsPerSample() < 1 || attr.GetBitsPerSample() > deepest)
+        ThrowRefusal(XC_FF_FileTypeNotSupported, refused + "samples of " + std::to_string(attr.GetBitsPerSample()) +
+                                                     " bits (1 to " + std::to_string(deepest) + " are taken).");
+    if (attr.GetNumChannels() < 1 || attr.GetNumChannels() > FF_AudioProcessReadFiles::cMaxInterleavedChannels)
+        ThrowRefusal(XC_FF_FileTypeNotSupported, refused + std::to_string(attr.GetNumChannels()) + " channels (1 to " +
+                                                     std::to_string(FF_AudioProcessReadFiles::cMaxInterleavedChannels) +
+                                                     " are taken).");
+}
+
 // Frames per round of a compaction: as many whole frames as the buffer
 // holds, and at least one.
 int64 CompactRoundFrames(FF_AudioFileAttr const& attr)
@@ -189,16 +207,11 @@ FF_AudioFileUtils::ChainHandle FF_AudioFileUtils::ConvertAudioFiles(std::vector<
     }
     CMN_ASSERT(!inputFiles.empty());
 
-    // The stages carry samples of one to four bytes, and the rate converter
-    // takes positive rates. A header outside these (a damaged one, or
-    // another tool's) is refused before any output is made, rather than
-    // failing an assertion in a stage that is already running.
-    std::string const refused = "While converting \"" + inputs.front().GetFullPath() + "\": ";
-    if (attr.GetBitsPerSample() < 1 || attr.GetBitsPerSample() > 32)
-        ThrowRefusal(XC_FF_FileTypeNotSupported,
-                     refused + "samples of " + std::to_string(attr.GetBitsPerSample()) + " bits cannot be converted.");
+    RefuseWhatNoChainCarries("converting", inputs.front(), attr, 32);
+    // The rate converter takes positive rates.
     if (attr.GetSamplesPerSec() <= 0 && attr.GetSamplesPerSec() != params.samplesPerSec)
-        ThrowRefusal(XC_FF_FileTypeNotSupported, refused + "its sample rate of " +
+        ThrowRefusal(XC_FF_FileTypeNotSupported, "While converting \"" + inputs.front().GetFullPath() +
+                                                     "\": its sample rate of " +
                                                      std::to_string(attr.GetSamplesPerSec()) + " cannot be converted.");
 
     // Several mono files, or one interleaved file; one interleaved output, or
@@ -268,7 +281,9 @@ FF_AudioFileUtils::ChainHandle FF_AudioFileUtils::DecimateWaveform(Sys_FileLoc c
 {
     std::vector<std::unique_ptr<FF_AudioFile>> files;
     files.push_back(std::make_unique<FF_AudioFile>(loc));
-    int64 const frames = files.back()->GetAudioFileAttr().GetNumSamples();
+    FF_AudioFileAttr const attr = files.back()->GetAudioFileAttr();
+    RefuseWhatNoChainCarries("drawing the overview of", loc, attr, 24);
+    int64 const frames = attr.GetNumSamples();
 
     ChainHandle chain(new FF_AudioProcessChain());
     chain->Append(MakeStage<FF_AudioProcessReadFiles>(std::move(files), 0, frames,
@@ -290,6 +305,7 @@ FF_AudioFileUtils::ChainHandle FF_AudioFileUtils::DecimateWaveform(Sys_FileLoc c
     std::vector<std::unique_ptr<FF_AudioFile>> files;
     files.push_back(std::make_unique<FF_AudioFile>(loc));
     FF_AudioFileAttr const attr = files.back()->GetAudioFileAttr();
+    RefuseWhatNoChainCarries("drawing the overview of", loc, attr, 24);
     CMN_ASSERT(buffers.size() <= static_cast<std::size_t>(attr.GetNumChannels()));
 
     ChainHandle chain(new FF_AudioProcessChain());

@@ -296,25 +296,36 @@ TEST_F(FF_AudioFileUtilsTest, WhatCannotBeConvertedIsRefusedBeforeAnythingIsWrit
         EXPECT_FALSE(std::filesystem::exists(mDir.File("e.wav")));
     }
 
-    // Headers of damaged files that the stages cannot carry.
+    // Headers (of damaged files, or of more channels than a chain takes)
+    // that the stages cannot carry: refused by the conversion or the
+    // overview, before any stage runs.
     struct Header
     {
         int32 rate;
         int bits;
+        int32 channels;
+        bool overview;
         char const* text;
     } const headers[] = {
-        {44100, 249, "samples of 249 bits cannot be converted"},
-        {-57792, 16, "its sample rate of -57792 cannot be converted"},
+        {44100, 249, 1, false, "samples of 249 bits (1 to 32 are taken)"},
+        {-57792, 16, 1, false, "its sample rate of -57792 cannot be converted"},
+        {44100, 16, 65, false, "65 channels (1 to 64 are taken)"},
+        {44100, 32, 1, true, "samples of 32 bits (1 to 24 are taken)"},
+        {44100, 16, 65, true, "65 channels (1 to 64 are taken)"},
     };
     for (auto const& h : headers)
     {
         SCOPED_TRACE(h.text);
         std::string const odd = mDir.File("odd.wav");
-        FF_AudioFile(Sys_FileLoc(odd)).Format(Sys_FileType(std::string("wav")), 1, h.rate, h.bits, 100);
+        FF_AudioFile(Sys_FileLoc(odd)).Format(Sys_FileType(std::string("wav")), h.channels, h.rate, h.bits, 100);
         std::string text;
         try
         {
-            Convert({odd}, {mDir.File("f.wav")}, 16, 48000);
+            std::vector<char> overview(200);
+            if (h.overview)
+                FF_AudioFileUtils::DecimateWaveform(Sys_FileLoc(odd), 1, overview.data());
+            else
+                Convert({odd}, {mDir.File("f.wav")}, 16, 48000);
         }
         catch (Cmn_Exception const& e)
         {

@@ -30,6 +30,7 @@ protected:
         Run("sox -n -r 44100 -c 1 -b 16 silent.wav trim 0 0");
         Run(": > empty.wav");
         Run("cp in.wav ro.wav && chmod 444 ro.wav");
+        Run("sox -n -r 8000 -c 65 -b 16 wide.wav synth 0.01 sine 300");
         // 16-bit mono AIFF of 2^31 frames with its sizes wrapped to 32 bits,
         // as a writer without 64-bit sizes leaves it; sparse.
         Run("python3 -c \"import struct; open('big.aif', 'wb').write(b'FORM' + struct.pack('>I', 46) + "
@@ -99,6 +100,8 @@ TEST_F(VflMessages, ExitStatusAndOneLineThatSaysWhatIsWrong)
         {"cat missing.wav", 1, "vfl: cat: missing.wav: Sys: OSErr: 2"},
         {"overview empty.wav", 1, "vfl: overview: empty.wav: not an audio file in a known format"},
         {"overview silent.wav", 1, "vfl: overview: silent.wav: no audio to draw: the file has 0 frames"},
+        {"overview wide.wav", 1, "vfl: overview: wide.wav: FF: file type not supported; While drawing the overview"},
+        {"convert wide.wav -o x.wav", 1, "65 channels (1 to 64 are taken)"},
         {"regions in.wav --remove nothing", 1, "vfl: regions: in.wav: no region named 'nothing'"},
         {"adopt missing.wav", 1, "vfl: adopt: missing.wav: Sys: OSErr: 2"},
         {"adopt big.aif", 1,

@@ -118,8 +118,17 @@ int CmdOverview(int argc, char** argv)
     double const seconds = static_cast<double>(frames) / attr.GetSamplesPerSec();
     {
         vfl::CatchInterrupt();
-        auto chain = FF_AudioFileUtils::DecimateWaveform(vfl::LocationFromArgument(spool->Path()),
-                                                         static_cast<int32>(spi), buffers);
+        FF_AudioFileUtils::ChainHandle chain;
+        try
+        {
+            chain = FF_AudioFileUtils::DecimateWaveform(vfl::LocationFromArgument(spool->Path()),
+                                                        static_cast<int32>(spi), buffers);
+        }
+        catch (std::exception const& e)
+        {
+            vfl::ReportFileError("overview", "", path, vfl::ExceptionText(e));
+            return 1;
+        }
         vfl::ProgressLine progress(path, seconds, args.Has("quiet"));
         progress.Follow(*chain);
         if (chain->GetStatus() == Sys_Task::kStatusAborted)
