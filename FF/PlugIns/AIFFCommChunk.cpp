@@ -33,9 +33,10 @@ PlugInResult AIFFCommChunk::SetFacts(u8 const* body)
     // Truncated, not rounded: 44100.9 reads as 44100.
     double const rate = x80tod(body + 8);
     // Facts that no reader could use leave the chunk unknown and the file
-    // refused: no whole byte in a frame, and rates that are not a positive
-    // 32-bit number (infinities, NaNs and the tiny denormals among them).
-    if ((static_cast<i64>(bits) * channels) / 8 == 0 || !(rate >= 1.0 && rate < 2147483648.0))
+    // refused: no whole byte in a frame, a negative count of channels, and
+    // rates that are not a positive 32-bit number (infinities, NaNs and the
+    // tiny denormals among them).
+    if ((static_cast<i64>(bits) * channels) / 8 == 0 || channels > 0x7FFF || !(rate >= 1.0 && rate < 2147483648.0))
         return kAudioFile_Unimplemented;
     mOwner->SetChannels(channels);
     mOwner->SetBitsPerSample(bits);

@@ -53,10 +53,13 @@ PlugInResult WAVEFmtChunk::Read(i64 size, i64)
         mOwner->SetRefusalReason(reason + " is not supported");
         return kAudioFile_Unimplemented;
     }
-    if (bits < 8 || Swap16(channels) == 0)
+    // Counts past the signed numbers a file's attributes hold (channels of
+    // 16 bits, a rate of 32) are no real file's.
+    if (bits < 8 || Swap16(channels) == 0 || Swap16(channels) > 0x7FFF || Swap32(rate) > 0x7FFFFFFFu)
     {
         mOwner->SetRefusalReason("WAVE PCM of " + std::to_string(bits) + " bits in " +
-                                 std::to_string(Swap16(channels)) + " channels");
+                                 std::to_string(Swap16(channels)) + " channels at " + std::to_string(Swap32(rate)) +
+                                 " Hz");
         return kAudioFile_Unimplemented;
     }
     // Fewer valid bits than the container holds count as the word length

@@ -104,6 +104,8 @@ std::vector<Case> WaveCases()
     c.push_back({"20 bits in 3 bytes", Riff().Fmt(2, 8000, 20).Data(Ramp(12)).Bytes(), "WAVE", 2, 8000});
     c.push_back({"data before fmt", Riff().Data(Ramp(8)).Fmt(1, 8000, 16).Bytes(), nullptr});
     c.push_back({"zero channels", Riff().Fmt(0, 8000, 16).Data(Ramp(8)).Bytes(), nullptr});
+    c.push_back({"65535 channels", Riff().Fmt(65535, 8000, 16).Data(Ramp(8)).Bytes(), nullptr});
+    c.push_back({"rate of 2^31", Riff().Fmt(1, 0x80000000u, 16).Data(Ramp(8)).Bytes(), nullptr});
     c.push_back({"zero bits", Riff().Fmt(2, 8000, 0).Data(Ramp(8)).Bytes(), nullptr});
     c.push_back({"frame of less than a byte", Riff().Fmt(1, 8000, 4).Data(Ramp(8)).Bytes(), nullptr});
     c.push_back({"float format tag", Riff().Fmt(1, 8000, 32, 3).Data(Ramp(8)).Bytes(), nullptr});
@@ -219,6 +221,7 @@ std::vector<Case> AiffCases()
     c.push_back({"negative rate", Aiff().Comm(2, 5, 16, -44100).Ssnd(audio).Done(), nullptr});
     c.push_back({"rate of 2^31", Aiff().Comm(2, 5, 16, 2147483648.0).Ssnd(audio).Done(), nullptr});
     c.push_back({"AIFF zero channels", Aiff().Comm(0, 5, 16, 44100).Ssnd(audio).Done(), nullptr});
+    c.push_back({"AIFF negative channels", Aiff().Comm(0x8000, 5, 16, 44100).Ssnd(audio).Done(), nullptr});
     c.push_back({"AIFF zero bits", Aiff().Comm(2, 5, 0, 44100).Ssnd(audio).Done(), nullptr});
     c.push_back({"AIFF frame of less than a byte", Aiff().Comm(1, 5, 4, 44100).Ssnd(audio).Done(), nullptr});
     c.push_back({"SSND offset past its end", comm().Chunk("SSND", SsndAt(21, audio)).Done(), nullptr});
