@@ -68,10 +68,7 @@ template <int InBytes, int OutBytes, int Shift> void ShiftDown(char const* in, c
     for (u64 n = 0; n < count; ++n)
         Block::StoreSample<OutBytes>(out + n * OutBytes, Block::LoadSample<InBytes>(in + n * InBytes) >> Shift);
 }
-} // namespace
 
-namespace
-{
 // Samples of 12 or 20 bits (files say so) stand in the high bits of 16 or
 // 24, their low bits zero: as a stream they are samples of the full width,
 // and are converted as such rather than refused.
