@@ -1,5 +1,5 @@
 // Where vfl's outputs go and its inputs come from: each output's own type,
-// standard input and output as "-", and folders of files converted side by
+// standard input and output as "-", named pipes, and folders of files converted side by
 // side with -d and -j.
 #include "support/TestSupport.h"
 #include "support/ToolTest.h"
@@ -59,6 +59,13 @@ TEST_F(VflStreams, DashIsStandardInputAndOutput)
     EXPECT_TRUE(Raw(F("in.aif")) == samples);
     EXPECT_TRUE(Out("cat " + F("st.wav") + " | " + Vfl("cat -")) == Out(Vfl("cat " + F("st.wav"))));
     EXPECT_EQ(Out(Vfl("info -s -c -") + " < " + F("st.wav")), "22050\n2\n");
+    // A pipe named on the command line (the shell's <(command)) likewise.
+    Out("mkfifo " + F("pipe.wav"));
+    std::string const feed = "cat " + F("st.wav") + " > " + F("pipe.wav") + " & ";
+    EXPECT_EQ(Out(feed + Vfl("info -s -c " + F("pipe.wav"))), "22050\n2\n");
+    EXPECT_NE(Out(feed + Vfl("print " + F("pipe.wav"))).find("fmt "), std::string::npos);
+    Out(feed + Vfl("convert " + F("pipe.wav") + " -o " + F("piped.aif")));
+    EXPECT_TRUE(Raw(F("piped.aif")) == samples);
     // Out, with the type named; through a pipe that cannot seek.
     for (char const* type : {"wav", "aif", "aifc"})
     {

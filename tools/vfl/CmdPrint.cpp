@@ -1,6 +1,8 @@
 #include "FF/FF_AudioFile.h"
 #include "tools/vfl/Commands.h"
 #include "tools/vfl/OptionParser.h"
+#include "tools/vfl/SpooledInput.h"
+#include "tools/vfl/Terminal.h"
 #include "tools/vfl/ToolSupport.h"
 
 #include <cstdio>
@@ -13,7 +15,7 @@ namespace
 vfl::CommandSpec const kSpec = {"print",
                                 "FILE",
                                 "Prints the file's chunks as they lie on disk, then the values a fresh\n"
-                                "handler holds for it.",
+                                "handler holds for it. The handler is chosen by the file's extension.",
                                 {},
                                 1,
                                 1};
@@ -28,7 +30,10 @@ int CmdPrint(int argc, char** argv)
     std::string const& path = args.Operands().front();
     try
     {
-        FF_AudioFile file(vfl::LocationFromArgument(path));
+        vfl::SpooledInput const spool(path);
+        if (vfl::Interrupted())
+            return vfl::InterruptExitStatus();
+        FF_AudioFile file(vfl::LocationFromArgument(spool.Path()));
         // Opened once first, so that a file that cannot be read is reported
         // before anything is printed.
         file.Implements(FF_AudioFile::eImportExportInterface);

@@ -10,34 +10,62 @@
 
 namespace vfl
 {
+namespace
+{
+std::string Extension(std::string const& path)
+{
+    std::size_t const dot = path.find_last_of("./");
+    return dot != std::string::npos && path[dot] == '.' && dot > 0 && path[dot - 1] != '/' ? path.substr(dot) : "";
+}
+
+void Copy(int input, std::string const& path)
+{
+    Sys_File copy{Sys_FileLoc(path)};
+    Sys_File::StOpen open(&copy, Sys_File::kOpenWrite | Sys_File::kOpenCreate);
+    constexpr std::size_t kBlock = 1 << 20;
+    std::unique_ptr<char[]> buffer(new char[kBlock]);
+    for (bool ended = false; !ended && !Interrupted();)
+    {
+        std::size_t const got = ReadInput(buffer.get(), kBlock, &ended, input);
+        copy.Write(buffer.get(), static_cast<int64>(got));
+    }
+}
+} // namespace
+
 SpooledInput::SpooledInput(std::string const& operand) : mName(operand), mPath(operand)
 {
-    if (!IsStandardInput())
+    int const input = IsStandardInput() ? kStandardInput : OpenIfPipe(operand);
+    if (input < 0)
         return;
     CatchInterrupt();
-    mPath = MakeFileBeside(Sys_Utils::GetTempFolderLoc().GetFullPath() + "vfl-stdin");
     try
     {
-        Sys_File copy{Sys_FileLoc(mPath)};
-        Sys_File::StOpen open(&copy, Sys_File::kOpenWrite | Sys_File::kOpenCreate);
-        constexpr std::size_t kBlock = 1 << 20;
-        std::unique_ptr<char[]> buffer(new char[kBlock]);
-        for (bool ended = false; !ended && !Interrupted();)
+        // The copy keeps the pipe's extension: what prints a file goes by it.
+        std::string const copy =
+            MakeFileBeside(Sys_Utils::GetTempFolderLoc().GetFullPath() + "vfl-stdin" + Extension(operand));
+        try
         {
-            std::size_t const got = ReadInput(buffer.get(), kBlock, &ended);
-            copy.Write(buffer.get(), static_cast<int64>(got));
+            Copy(input, copy);
         }
+        catch (...)
+        {
+            RemoveFile(copy);
+            throw;
+        }
+        mPath = copy;
+        mSpooled = true;
     }
     catch (...)
     {
-        RemoveFile(mPath);
+        CloseInput(input);
         throw;
     }
+    CloseInput(input);
 }
 
 SpooledInput::~SpooledInput()
 {
-    if (IsStandardInput())
+    if (mSpooled)
         RemoveFile(mPath);
 }
 } // namespace vfl

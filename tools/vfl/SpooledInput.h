@@ -1,6 +1,7 @@
-// An input file named on the command line. "-" is standard input, copied
-// to a temporary file first, since the library reads a file by seeking in
-// it; the copy goes with the object.
+// An input file named on the command line. "-" is standard input, and
+// like a pipe named on the command line (the shell's <(command)) it is
+// copied to a temporary file first, since the library reads a file by
+// seeking in it; the copy goes with the object.
 #pragma once
 
 #include <string>
@@ -10,7 +11,7 @@ namespace vfl
 class SpooledInput
 {
 public:
-    // Copies standard input for "-" (throws the system's error if the copy
+    // Copies standard input for "-", or the pipe named (throws the system's error if the copy
     // cannot be written). An interrupt ends the copy early: the caller looks
     // at Interrupted() before it uses the file.
     explicit SpooledInput(std::string const& operand);
@@ -27,5 +28,6 @@ public:
 private:
     std::string mName;
     std::string mPath;
+    bool mSpooled = false;
 };
 } // namespace vfl

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 
 namespace vfl
 {
@@ -19,9 +20,19 @@ bool Interrupted();
 // Ctrl-C, 143 for SIGTERM, 129 for SIGHUP); 0 if none did.
 int InterruptExitStatus();
 
-// Reads up to `size` bytes of standard input. Fewer come back only at the
-// end of the input (*ended is set) or once a signal has arrived: then what
-// the input already holds is still taken, and *ended is set when nothing
-// more is waiting. Throws the system's error if the read fails.
-std::size_t ReadInput(char* buffer, std::size_t size, bool* ended);
+constexpr int kStandardInput = 0;
+
+// A pipe named on the command line (a named pipe, or the shell's
+// <(command)) can be read once, from start to end, like standard input:
+// opened for ReadInput, or -1 if `path` names no pipe. Throws the system's
+// error if it cannot be opened. CloseInput lets it go.
+int OpenIfPipe(std::string const& path);
+void CloseInput(int input);
+
+// Reads up to `size` bytes of standard input (or of an input OpenIfPipe
+// gave). Fewer come back only at the end of the input (*ended is set) or
+// once a signal has arrived: then what the input already holds is still
+// taken, and *ended is set when nothing more is waiting. Throws the
+// system's error if the read fails.
+std::size_t ReadInput(char* buffer, std::size_t size, bool* ended, int input = kStandardInput);
 } // namespace vfl

@@ -4,9 +4,11 @@
 
 #include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <initializer_list>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace
@@ -19,10 +21,10 @@ extern "C" void OnSignal(int signal)
         sSignal = signal;
 }
 
-// Waits up to `ms` for standard input; true if a read would not block.
-bool InputReady(int ms)
+// Waits up to `ms` for the input; true if a read would not block.
+bool InputReady(int input, int ms)
 {
-    pollfd p = {0, POLLIN, 0};
+    pollfd p = {input, POLLIN, 0};
     int const r = ::poll(&p, 1, ms);
     return r > 0;
 }
@@ -62,7 +64,26 @@ int InterruptExitStatus()
     return sSignal != 0 ? 128 + sSignal : 0;
 }
 
-std::size_t ReadInput(char* buffer, std::size_t size, bool* ended)
+int OpenIfPipe(std::string const& path)
+{
+    struct stat s;
+    if (::stat(path.c_str(), &s) != 0 || !S_ISFIFO(s.st_mode))
+        return -1;
+    // Without blocking: a named pipe nobody writes to yet would hold the
+    // open itself past an interrupt. ReadInput waits for its writer.
+    int const input = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (input < 0)
+        Sys_ThrowIfOSErr(errno);
+    return input;
+}
+
+void CloseInput(int input)
+{
+    if (input != kStandardInput)
+        ::close(input);
+}
+
+std::size_t ReadInput(char* buffer, std::size_t size, bool* ended, int input)
 {
     // Waiting in short steps rather than in read() itself: a signal may be
     // taken by any thread of the process, and would then not wake a read.
@@ -72,15 +93,15 @@ std::size_t ReadInput(char* buffer, std::size_t size, bool* ended)
     {
         if (Interrupted())
         {
-            if (!InputReady(0))
+            if (!InputReady(input, 0))
             {
                 *ended = true;
                 break;
             }
         }
-        else if (!InputReady(100))
+        else if (!InputReady(input, 100))
             continue;
-        ssize_t const n = ::read(0, buffer + got, size - got);
+        ssize_t const n = ::read(input, buffer + got, size - got);
         if (n < 0)
         {
             if (errno == EINTR || errno == EAGAIN)
