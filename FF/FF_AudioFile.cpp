@@ -679,6 +679,23 @@ void FF_AudioFile::SampleWrite(void* buffer, int64 frames, EWrite mode)
     CheckImportExportResult(r);
 }
 
+// Cut, since file names here run to 255 bytes, and a longer region name
+// fails its assertion: at the end of a recording or a compaction, after the
+// audio is in place.
+std::string FF_AudioFile::WholeFileRegionName(Sys_FileLoc const& loc)
+{
+    std::string name = loc.GetFileName(Sys_FileLoc::kNameWithoutExtension);
+    std::size_t const room = sizeof(PlugInRegion::name);
+    if (name.size() > room)
+    {
+        std::size_t cut = room;
+        while (cut > 0 && (static_cast<unsigned char>(name[cut]) & 0xC0) == 0x80)
+            --cut;
+        name.resize(cut);
+    }
+    return name;
+}
+
 void FF_AudioFile::SetNumSamples(int64 frames)
 {
     CMN_ASSERT(Implements(eNativeInterface));
@@ -705,7 +722,7 @@ void FF_AudioFile::SetNumSamples(int64 frames)
     CheckNativeResult(mNative->SetNumSamples(frames));
     // Still sees the frame count of before the change: its whole-file logic
     // runs against that.
-    AddRegion(GetFileLoc().GetFileName(Sys_FileLoc::kNameWithoutExtension), 0, frames, 0, userStamp, origStamp);
+    AddRegion(WholeFileRegionName(GetFileLoc()), 0, frames, 0, userStamp, origStamp);
     mDirty = true;
     GetAudioFileAttr();
 }
@@ -769,8 +786,8 @@ void FF_AudioFile::GetRegions(std::vector<FF_ImportAudioRegion>* regions, bool i
             stamp = static_cast<int32>(static_cast<uint32>(GetSMPTETimeStamp()));
         Sys_Umid zero;
         std::memset(&zero, 0, sizeof zero);
-        regions->emplace_back(GetFileLoc(), mAttributes, GetFileLoc().GetFileName(Sys_FileLoc::kNameWithoutExtension),
-                              true, zero, 0, frames, 0, static_cast<uint64>(stamp), static_cast<uint64>(stamp), method);
+        regions->emplace_back(GetFileLoc(), mAttributes, WholeFileRegionName(GetFileLoc()), true, zero, 0, frames, 0,
+                              static_cast<uint64>(stamp), static_cast<uint64>(stamp), method);
     }
 }
 

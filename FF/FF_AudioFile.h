@@ -118,6 +118,9 @@ public:
     // Changes the length; afterwards the file has exactly one whole-file
     // region and no region reaches past the end.
     void SetNumSamples(int64 frames);
+    // The name of the whole-file region of a file at `loc`: its name without
+    // the extension, cut between characters to the 31 bytes a region holds.
+    static std::string WholeFileRegionName(Sys_FileLoc const& loc);
     void SaveState(FF_AudioFileState* state);
     void RestoreState(FF_AudioFileState const* state);
 

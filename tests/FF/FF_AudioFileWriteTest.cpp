@@ -121,6 +121,42 @@ TEST_F(FF_AudioFileWrite, WholeFileRegionRules)
     }
 }
 
+TEST_F(FF_AudioFileWrite, AFileNameLongerThanARegionNameIsCutBetweenCharacters)
+{
+    std::string const e = "\xC3\xA9"; // two bytes
+    auto times = [](std::string const& s, int n)
+    {
+        std::string r;
+        while (n-- > 0)
+            r += s;
+        return r;
+    };
+    struct
+    {
+        std::string name, region;
+    } const cases[] = {
+        {std::string(31, 'a'), std::string(31, 'a')},
+        {std::string(200, 'b'), std::string(31, 'b')},
+        {times(e, 20), times(e, 15)},
+        {std::string(30, 'c') + e, std::string(30, 'c')},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        // Written, given a length (the recording's end), and listed.
+        std::string const path = New(c.name + ".wav", 10);
+        FF_AudioFile file((Sys_FileLoc(path)));
+        auto regions = Regions(file, true);
+        ASSERT_EQ(regions.size(), 1u);
+        EXPECT_EQ(regions[0].GetName(), c.region);
+        // A foreign file has none on disk: the one listed is made up.
+        FF_AudioFile foreign((Sys_FileLoc(Foreign("f" + c.name.substr(1) + ".wav", 10))));
+        regions = Regions(foreign, true);
+        ASSERT_EQ(regions.size(), 1u);
+        EXPECT_EQ(regions[0].GetName(), "f" + c.region.substr(1));
+    }
+}
+
 TEST_F(FF_AudioFileWrite, RemovingARegionWithoutIdentityOpensNothing)
 {
     std::string const path = New("n.wav", 10);
@@ -212,8 +248,10 @@ TEST_F(FF_AudioFileWrite, PastFourGigabytesTheFileBecomesRF64)
         EXPECT_EQ(dataSize, static_cast<std::uint64_t>(frames) * 2);
         EXPECT_EQ(sampleCount, static_cast<std::uint64_t>(frames));
         if (kind != "new") // 'fmt ' and the first samples where they stood
+        {
             EXPECT_EQ(std::string(head + 48, 4) + std::string(head + 72, 4) + std::string(head + 80, 8),
                       "fmt data" + std::string(8, '\1'));
+        }
 
         FF_AudioFile file((Sys_FileLoc(path)));
         ASSERT_TRUE(file.Implements(FF_AudioFile::eImportExportInterface));

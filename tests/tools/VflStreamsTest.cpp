@@ -82,6 +82,29 @@ TEST_F(VflStreams, DashIsStandardInputAndOutput)
     EXPECT_NE(err.find("give -t TYPE"), std::string::npos) << err;
 }
 
+TEST_F(VflStreams, OutputsTakeEveryNameTheFolderTakes)
+{
+    // 255 bytes, the most a name has here; the whole-file region holds 31.
+    std::string const longest = std::string(251, 'x') + ".wav";
+    std::string const utf8 = []
+    {
+        std::string s;
+        for (int i = 0; i < 40; ++i)
+            s += "\xC3\xBC";
+        return s;
+    }();
+    Out(Vfl("convert " + F("st.wav") + " -r 48k -o " + F(longest)));
+    EXPECT_EQ(Type(F(longest)), "wav\n");
+    Out(Vfl("overview " + F("st.wav") + " --png " + F(std::string(251, 'p') + ".png")));
+    EXPECT_TRUE(std::filesystem::exists(F(std::string(251, 'p') + ".png")));
+    // A recording and a compaction end by naming that region after the file.
+    Out(Vfl("cat " + F("st.wav")) + " | " + Vfl("new " + F(utf8 + ".wav") + " -r 44100 -b 16 -c 2"));
+    EXPECT_EQ(Out(Vfl("regions --json " + F(utf8 + ".wav"))).substr(0, 40), "{\"name\":\"" + utf8.substr(0, 30) + "\"");
+    Out(Vfl("compact " + F(longest) + " --keep 100-200"));
+    EXPECT_EQ(Out(Vfl("info -s " + F(longest))), "100\n");
+    EXPECT_EQ(Out(Vfl("regions --json " + F(longest))).substr(0, 41), "{\"name\":\"" + std::string(31, 'x') + "\"");
+}
+
 TEST_F(VflStreams, AFolderOfFilesSideBySideAsOneByOne)
 {
     std::filesystem::create_directory(F("src"));

@@ -46,6 +46,8 @@ TEST_F(VflWrite, NewFilesReadBackByOtherTools)
                 " --channels " + std::to_string(c.channels) + " --type " + c.type + " < " + raw));
         EXPECT_EQ(Contents(out).substr(8, 4), wave ? "WAVE" : aifc ? "AIFC" : "AIFF");
         EXPECT_EQ(JsonField(Out(Vfl("info --json " + out)), "type"), wave ? "wav" : aifc ? "aifc" : "aiff");
+        // Named after the file, not the temporary one it was written as.
+        EXPECT_EQ(JsonField(Out(Vfl("regions --json " + out)), "name"), tag);
 
         // sox and ffmpeg decode exactly the samples written.
         EXPECT_TRUE(Raw(out) == input) << "sox samples differ";

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -56,6 +57,25 @@ std::string TypeFromExtension(std::string const& path)
                           (ext.empty() ? std::string(" has no extension to tell its type")
                                        : ": vfl new does not write '." + ext + "' files") +
                           "; name it .wav, .aif, .aifc or .vorn, or give -t TYPE");
+}
+
+// The file is written under a temporary name, which its whole-file region
+// would keep: the region takes the name of the file it becomes. Written to
+// standard output, it has no name, and a reader makes up the region from
+// whatever the file is called.
+void NameTheWholeFileRegionAfter(FF_AudioFile& file, std::string const& out, int64 frames)
+{
+    std::vector<FF_ImportAudioRegion> regions;
+    file.GetRegions(&regions, false);
+    for (auto const& r : regions)
+    {
+        if (!r.IsWholeFileRegion())
+            continue;
+        file.RemoveRegion(r.GetUmid());
+        if (out != "-")
+            file.AddRegion(FF_AudioFile::WholeFileRegionName(vfl::LocationFromArgument(out)), 0, frames, 0,
+                           static_cast<int64>(r.GetUserTimeStamp()), static_cast<int64>(r.GetOrigTimeStamp()));
+    }
 }
 } // namespace
 
@@ -144,6 +164,7 @@ int CmdNew(int argc, char** argv)
                     std::memmove(buffer.get(), buffer.get() + frames * frameBytes, partial);
             }
             file.SetNumSamples(total);
+            NameTheWholeFileRegionAfter(file, out, total);
         }
         catch (...)
         {

@@ -29,8 +29,21 @@ std::string MakeFileBeside(std::string const& destination)
     std::string const folder = slash == std::string::npos ? "" : destination.substr(0, slash + 1);
     std::string const name = slash == std::string::npos ? destination : destination.substr(slash + 1);
     std::size_t const dot = name.find_last_of('.');
-    std::string const stem = dot == std::string::npos || dot == 0 ? name : name.substr(0, dot);
+    std::string stem = dot == std::string::npos || dot == 0 ? name : name.substr(0, dot);
     std::string const extension = dot == std::string::npos || dot == 0 ? "" : name.substr(dot);
+    // A destination may take all the bytes its folder allows in a name; the
+    // stem gives way for what this name adds (cut between characters).
+    long const nameMax = ::pathconf(folder.empty() ? "." : folder.c_str(), _PC_NAME_MAX);
+    std::size_t const limit = nameMax > 0 ? static_cast<std::size_t>(nameMax) : 255;
+    std::size_t const added = 11 + extension.size(); // "." + stem + ".vfl" + 6 letters + extension
+    if (stem.size() + added > limit)
+    {
+        stem.resize(limit > added ? limit - added : 0);
+        while (!stem.empty() && (static_cast<unsigned char>(stem.back()) & 0xC0) == 0x80)
+            stem.pop_back();
+        if (!stem.empty() && (static_cast<unsigned char>(stem.back()) & 0xC0) == 0xC0)
+            stem.pop_back();
+    }
 
     struct stat old;
     bool const exists = ::stat(destination.c_str(), &old) == 0;
