@@ -98,6 +98,20 @@ void RefuseWhatNoChainCarries(std::string const& doing, Sys_FileLoc const& loc, 
                                                      " are taken).");
 }
 
+// Frames the reader of a conversion hands on per turn. The rate converter's
+// output block is its input block times the rise in rate: for a steep rise
+// the reader's block is halved (it stays a divisor of the read block) until
+// the output block is no larger than 16 of the usual ones. The converter
+// gives the same samples however its input is cut.
+int32 ProcessBlockFrames(int32 inRate, int32 outRate)
+{
+    int64 constexpr kLargest = 16 * static_cast<int64>(FF_AudioProcessReadFiles::cDefaultProcessBlockSize);
+    int32 frames = FF_AudioProcessReadFiles::cDefaultProcessBlockSize;
+    while (inRate > 0 && frames % 2 == 0 && static_cast<int64>(frames) * outRate > kLargest * inRate)
+        frames /= 2;
+    return frames;
+}
+
 // Frames per round of a compaction: as many whole frames as the buffer
 // holds, and at least one.
 int64 CompactRoundFrames(FF_AudioFileAttr const& attr)
@@ -208,11 +222,19 @@ FF_AudioFileUtils::ChainHandle FF_AudioFileUtils::ConvertAudioFiles(std::vector<
     CMN_ASSERT(!inputFiles.empty());
 
     RefuseWhatNoChainCarries("converting", inputs.front(), attr, 32);
-    // The rate converter takes positive rates.
+    // The rate converter takes positive rates, and a rise it can make in
+    // blocks of a bounded size (a damaged header of 1 Hz made to 22050 Hz
+    // would take gigabytes).
     if (attr.GetSamplesPerSec() <= 0 && attr.GetSamplesPerSec() != params.samplesPerSec)
         ThrowRefusal(XC_FF_FileTypeNotSupported, "While converting \"" + inputs.front().GetFullPath() +
                                                      "\": its sample rate of " +
                                                      std::to_string(attr.GetSamplesPerSec()) + " cannot be converted.");
+    if (static_cast<int64>(params.samplesPerSec) > static_cast<int64>(cMaxRateRise) * attr.GetSamplesPerSec())
+        ThrowRefusal(XC_FF_FileTypeNotSupported, "While converting \"" + inputs.front().GetFullPath() +
+                                                     "\": its sample rate of " +
+                                                     std::to_string(attr.GetSamplesPerSec()) +
+                                                     " Hz cannot be raised to " + std::to_string(params.samplesPerSec) +
+                                                     " Hz (" + std::to_string(cMaxRateRise) + " times at most).");
 
     // Several mono files, or one interleaved file; one interleaved output, or
     // one mono output for each channel.
@@ -253,7 +275,7 @@ FF_AudioFileUtils::ChainHandle FF_AudioFileUtils::ConvertAudioFiles(std::vector<
     auto const outBits = static_cast<u16>(params.bitsPerSample);
     ChainHandle chain(new FF_AudioProcessChain());
     chain->Append(MakeStage<FF_AudioProcessReadFiles>(std::move(inputFiles), start, frames,
-                                                      FF_AudioProcessReadFiles::cDefaultProcessBlockSize,
+                                                      ProcessBlockFrames(attr.GetSamplesPerSec(), params.samplesPerSec),
                                                       FF_AudioProcessReadFiles::cDefaultReadBlockSize));
     if (inBits < outBits)
         chain->Append(MakeStage<FF_AudioProcessRequantize>(inBits, outBits));

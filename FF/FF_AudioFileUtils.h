@@ -32,6 +32,9 @@ public:
 
     // The copy buffer of a compaction, allocated once for the call.
     static constexpr int32 cCompactBufferBytes = 245760;
+    // The most a conversion raises the sample rate, as a factor (2 kHz to
+    // 384 kHz is 192): the rate converter's blocks grow with it.
+    static constexpr int32 cMaxRateRise = 256;
 
     using ChainHandle = Cmn_PolymorphicHandle<FF_AudioProcessChain, Sys_Task>;
 

@@ -309,6 +309,7 @@ TEST_F(FF_AudioFileUtilsTest, WhatCannotBeConvertedIsRefusedBeforeAnythingIsWrit
     } const headers[] = {
         {44100, 249, 1, false, "samples of 249 bits (1 to 32 are taken)"},
         {0, 16, 1, false, "its sample rate of 0 cannot be converted"},
+        {187, 16, 1, false, "its sample rate of 187 Hz cannot be raised to 48000 Hz (256 times at most)"},
         {44100, 16, 65, false, "65 channels (1 to 64 are taken)"},
         {44100, 32, 1, true, "samples of 32 bits (1 to 24 are taken)"},
         {44100, 16, 65, true, "65 channels (1 to 64 are taken)"},

@@ -59,11 +59,9 @@ TEST_F(VflConvert, FrameCountsFollowTheExactRule)
     {
         int frames, from, to;
         char const* expected;
-    } const cases[] = {{100, 44100, 48000, "109"},
-                       {44100, 44100, 48000, "48000"},
-                       {1, 44100, 88200, "2"},
-                       {48000, 48000, 44100, "44100"},
-                       {0, 44100, 48000, "0"}};
+    } const cases[] = {{100, 44100, 48000, "109"}, {44100, 44100, 48000, "48000"},
+                       {1, 44100, 88200, "2"},     {48000, 48000, 44100, "44100"},
+                       {0, 44100, 48000, "0"},     {1000, 1000, 256000, "256000"}}; // the steepest rise taken
     for (auto const& c : cases)
     {
         SCOPED_TRACE(std::to_string(c.frames) + " frames " + std::to_string(c.from) + " to " + std::to_string(c.to));
