@@ -23,8 +23,9 @@ vfl::CommandSpec const kSpec = {
     "Writes a new audio file from raw PCM on standard input: interleaved,\n"
     "signed, little endian, BITS/8 bytes per sample. The file is written beside\n"
     "OUT and takes its place when the input ends; on Ctrl-C (or SIGTERM, SIGHUP)\n"
-    "it keeps every whole frame received, as a recorder would. OUT - writes\n"
-    "the file to standard output when the input ends (give -t).",
+    "it keeps every whole frame received, as a recorder would; a full disk\n"
+    "ends the take with what the disk took. OUT - writes the file to\n"
+    "standard output when the input ends (give -t).",
     {{'r', "rate", "HZ", "samples per second: 48000 or 48k"},
      {'b', "bits", "BITS", "8, 16, 24 or 32"},
      {'c', "channels", "N", "number of channels, 1 to 64"},
@@ -36,6 +37,9 @@ vfl::CommandSpec const kSpec = {
     1};
 
 constexpr int64 kBlockBytes = 1 << 20;
+// What a take gives back when the disk takes no more of it: the metadata
+// behind its audio takes a few hundred bytes.
+constexpr int64 kRoomForMetadata = 16 << 10;
 
 std::string Lower(std::string s)
 {
@@ -57,6 +61,27 @@ std::string TypeFromExtension(std::string const& path)
                           (ext.empty() ? std::string(" has no extension to tell its type")
                                        : ": vfl new does not write '." + ext + "' files") +
                           "; name it .wav, .aif, .aifc or .vorn, or give -t TYPE");
+}
+
+// Writes `frames` from `buffer` at frame `at` in pieces of `piece` frames
+// until one fails; answers the frames written.
+int64 WriteWhatFits(FF_AudioFile& file, char* buffer, int64 frames, int64 frameBytes, int64 at, int64 piece)
+{
+    int64 done = 0;
+    try
+    {
+        file.SampleSetPosition(Sys_File::kFromStart, at);
+        for (int64 n = 0; done < frames; done += n)
+        {
+            n = std::min(piece, frames - done);
+            file.SampleWrite(buffer + done * frameBytes, n);
+        }
+    }
+    catch (std::exception const&)
+    {
+        // The disk has taken what it could.
+    }
+    return done;
 }
 
 // The file is written under a temporary name, which its whole-file region
@@ -135,6 +160,8 @@ int CmdNew(int argc, char** argv)
     }
     int64 total = 0;
     size_t partial = 0;
+    std::string failure; // why the disk took no more
+    int64 given = 0;     // frames given up for the metadata then
     try
     {
         FF_AudioFile file(vfl::LocationFromArgument(staged->TemporaryPath()));
@@ -157,7 +184,27 @@ int CmdNew(int argc, char** argv)
                 size_t const bytes = partial + got;
                 int64 const frames = static_cast<int64>(bytes) / frameBytes;
                 if (frames > 0)
-                    file.SampleWrite(buffer.get(), frames);
+                {
+                    try
+                    {
+                        // In host order again even if it fails, for the pieces below.
+                        file.SampleWrite(buffer.get(), frames, FF_AudioFile::ePreserveBuffer);
+                    }
+                    catch (std::exception const& e)
+                    {
+                        // A disk that fills up (or a size limit, or a failing
+                        // disk) ends the take too, with what it took: as much
+                        // of the block as fits, in small pieces, less the
+                        // last piece, which gives its room to the metadata
+                        // written behind the audio.
+                        failure = vfl::ExceptionText(e);
+                        int64 const piece = std::max<int64>(1, kRoomForMetadata / frameBytes);
+                        total += WriteWhatFits(file, buffer.get(), frames, frameBytes, total, piece);
+                        given = std::min(total, piece);
+                        total -= given;
+                        break;
+                    }
+                }
                 total += frames;
                 partial = bytes - static_cast<size_t>(frames * frameBytes);
                 if (partial)
@@ -183,6 +230,13 @@ int CmdNew(int argc, char** argv)
     catch (std::exception const& e)
     {
         vfl::ReportFileError("new", "output", out, vfl::ExceptionText(e));
+        return 1;
+    }
+    if (!failure.empty())
+    {
+        vfl::ReportFileError("new", "output", out,
+                             failure + "; the take ends there, with " + std::to_string(total) + " frames (the last " +
+                                 std::to_string(given) + " written gave their room to its metadata)");
         return 1;
     }
     if (partial)

@@ -20,6 +20,12 @@ bool Interrupted();
 // Ctrl-C, 143 for SIGTERM, 129 for SIGHUP); 0 if none did.
 int InterruptExitStatus();
 
+// A write past the process's limit on file sizes (ulimit -f) fails with an
+// error, as one past a file system's limit does, instead of ending the
+// process: the command reports it, keeps what it may, and removes its
+// temporary files.
+void FailWritesPastTheSizeLimit();
+
 constexpr int kStandardInput = 0;
 
 // A pipe named on the command line (a named pipe, or the shell's

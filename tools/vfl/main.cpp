@@ -1,5 +1,6 @@
 // vfl: the command-line host of the library.
 #include "tools/vfl/Commands.h"
+#include "tools/vfl/Terminal.h"
 #include "tools/vfl/ToolSupport.h"
 #include "tools/vfl/UsageError.h"
 
@@ -62,6 +63,7 @@ int Run(Command const& c, int argc, char** argv)
 {
     try
     {
+        vfl::FailWritesPastTheSizeLimit();
         vfl::InitLibrary();
         return c.run(argc, argv);
     }

@@ -54,6 +54,11 @@ void CatchInterrupt()
         ::sigaction(signal, &action, nullptr);
 }
 
+void FailWritesPastTheSizeLimit()
+{
+    ::signal(SIGXFSZ, SIG_IGN);
+}
+
 bool Interrupted()
 {
     return sSignal != 0;
