@@ -1,7 +1,7 @@
 // What vfl may never lose: a file converted onto itself, an old file of the
 // output's name when a conversion or a recording is interrupted or fails,
-// the frames a recording has received, and the audio of a file whose
-// rewrite is interrupted.
+// the frames a recording has received, the audio of a file whose rewrite
+// is interrupted, and the changes of two rewrites at once.
 #include "support/ChunkWalker.h"
 #include "support/TestSupport.h"
 #include "support/ToolTest.h"
@@ -175,6 +175,26 @@ TEST_F(VflDataSafety, AnInterruptedRecordingKeepsEveryFrameItReceived)
         std::string const kept = Out("sox " + F(c.name) + " -t raw -e signed -L -");
         EXPECT_GT(kept.size(), c.limit * 512u - 2 * 16384 - 2048);
         EXPECT_TRUE(kept == input.substr(0, kept.size())) << "the take's first frames, as they came";
+    }
+}
+
+TEST_F(VflDataSafety, RewritesOfOneFileAtOnceTakeTurns)
+{
+    // Each reads the regions, adds its own and writes them all back: side
+    // by side, all but the last change were lost.
+    for (char const* name : {"f.wav", "f.aif"})
+    {
+        SCOPED_TRACE(name);
+        Out("sox " + F("in.wav") + " " + F(name));
+        std::string const audio = Out(Vfl("cat " + F(name)));
+        std::string batch;
+        for (int i = 0; i < 8; ++i)
+            batch += Vfl("regions " + F(name) + " --add r" + std::to_string(i) + " " + std::to_string(i * 100) + " " +
+                         std::to_string(i * 100 + 50)) +
+                     " 2>/dev/null & ";
+        Out("sh -c '" + batch + Vfl("cat " + F(name)) + " >/dev/null 2>&1; wait'");
+        EXPECT_EQ(Out(Vfl("regions " + F(name)) + " | wc -l"), "8\n");
+        EXPECT_TRUE(Out(Vfl("cat " + F(name))) == audio);
     }
 }
 

@@ -1,6 +1,7 @@
 #include "Cmn/Cmn_Exception.h"
 #include "FF/FF_AudioFile.h"
 #include "tools/vfl/Commands.h"
+#include "tools/vfl/FileLock.h"
 #include "tools/vfl/OptionParser.h"
 #include "tools/vfl/Terminal.h"
 #include "tools/vfl/ToolSupport.h"
@@ -33,6 +34,9 @@ int CmdAdopt(int argc, char** argv)
     int status = 0;
     for (auto const& path : args.Operands())
     {
+        if (vfl::Interrupted())
+            return vfl::InterruptExitStatus();
+        vfl::FileLock const lock(path, vfl::FileLock::eExclusive);
         if (vfl::Interrupted())
             return vfl::InterruptExitStatus();
         try

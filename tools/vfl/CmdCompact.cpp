@@ -4,6 +4,7 @@
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_FunctionObject.h"
 #include "tools/vfl/Commands.h"
+#include "tools/vfl/FileLock.h"
 #include "tools/vfl/OptionParser.h"
 #include "tools/vfl/ProgressLine.h"
 #include "tools/vfl/Terminal.h"
@@ -82,6 +83,7 @@ private:
 // Compacts the file at `path`; the exit status.
 int Compact(std::string const& path, Cmn_IntervalList const& keep, bool quiet)
 {
+    vfl::FileLock const lock(path, vfl::FileLock::eExclusive);
     Sys_FileLoc const loc = vfl::LocationFromArgument(path);
     int64 before = 0;
     FF_AudioFileAttr attr;

@@ -1,6 +1,7 @@
 #include "Cmn/Cmn_Exception.h"
 #include "FF/FF_AudioFile.h"
 #include "tools/vfl/Commands.h"
+#include "tools/vfl/FileLock.h"
 #include "tools/vfl/OptionParser.h"
 #include "tools/vfl/Terminal.h"
 #include "tools/vfl/ToolSupport.h"
@@ -87,6 +88,7 @@ int CmdRegions(int argc, char** argv)
     vfl::TimeValue const stop = add.empty() ? vfl::TimeValue() : vfl::OptionParser::ParseTime("--add STOP", add[2]);
     vfl::TimeValue const sync = args.Has("sync") ? args.Time("sync") : vfl::TimeValue();
 
+    vfl::FileLock const lock(path, add.empty() && remove.empty() ? vfl::FileLock::eShared : vfl::FileLock::eExclusive);
     FF_AudioFile file(vfl::LocationFromArgument(path));
     try
     {

@@ -36,7 +36,10 @@ SpooledInput::SpooledInput(std::string const& operand) : mName(operand), mPath(o
 {
     int const input = IsStandardInput() ? kStandardInput : OpenIfPipe(operand);
     if (input < 0)
+    {
+        mLock = std::make_unique<FileLock>(operand, FileLock::eShared);
         return;
+    }
     CatchInterrupt();
     try
     {

@@ -1,9 +1,14 @@
 // An input file named on the command line. "-" is standard input, and
 // like a pipe named on the command line (the shell's <(command)) it is
 // copied to a temporary file first, since the library reads a file by
-// seeking in it; the copy goes with the object.
+// seeking in it; the copy goes with the object. A file is read under a
+// shared lock, held as long as the object, so that no other vfl rewrites it
+// meanwhile.
 #pragma once
 
+#include "tools/vfl/FileLock.h"
+
+#include <memory>
 #include <string>
 
 namespace vfl
@@ -29,5 +34,6 @@ private:
     std::string mName;
     std::string mPath;
     bool mSpooled = false;
+    std::unique_ptr<FileLock> mLock;
 };
 } // namespace vfl
