@@ -1,5 +1,6 @@
 // vfl play: what the client received is the file, with a tick of silence
-// for each underrun the summary counts, as raw PCM or as a WAVE file.
+// for each underrun the summary counts, as raw PCM or as a WAVE file; a
+// signal ends it at once.
 #include "support/TestSupport.h"
 #include "support/ToolTest.h"
 
@@ -49,6 +50,13 @@ TEST_F(VflPlay, WritesWhatTheClientReceivedAndCountsItsUnderruns)
             EXPECT_TRUE(got == cat) << summary;
         }
     }
+    // A tick of minutes (a rate of 1 Hz) still ends at once on SIGTERM.
+    std::string const slow = F("slow.wav");
+    Out("python3 -c \"import wave; w=wave.open('" + slow +
+        "','wb'); w.setnchannels(1); w.setsampwidth(2); w.setframerate(1); w.writeframes(bytes(2000))\"");
+    EXPECT_EQ(Out("timeout 30 sh -c '" + Vfl("play " + slow + " -q -o /dev/null") +
+                  " & p=$!; sleep 1; kill -TERM $p; wait $p; echo $?'"),
+              "143\n");
     Out(Vfl("play " + in + " --to mp3"), 2);
     Out(Vfl("play " + in + " --tick 8"), 2);
 }

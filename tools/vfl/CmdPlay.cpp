@@ -49,6 +49,15 @@ vfl::CommandSpec const kSpec = {
 
 using Clock = std::chrono::steady_clock;
 
+// Sleeps until `when`, in steps short enough that an interrupt is taken
+// at once even at a rate whose tick lasts minutes (a damaged header of
+// 1 Hz), where a single sleep would hold it back to the tick's end.
+void SleepUntil(Clock::time_point when)
+{
+    for (Clock::time_point now = Clock::now(); now < when && !vfl::Interrupted(); now = Clock::now())
+        std::this_thread::sleep_for(std::min<Clock::duration>(when - now, std::chrono::milliseconds(50)));
+}
+
 // The client's side of a run, and what it saw.
 struct Run
 {
@@ -242,14 +251,16 @@ int CmdPlay(int argc, char** argv)
         for (auto& b : channelBuffers)
             destinations.push_back(b.data());
         std::vector<char> interleaved(static_cast<std::size_t>(bufferBytes) * static_cast<std::size_t>(channels));
-        run.callNanoseconds.reserve(static_cast<std::size_t>(buffers) + 100000);
+        // The calls of a long file at a short tick would take gigabytes to
+        // time one by one: the first 4 Mi of them stand for the rest.
+        run.callNanoseconds.reserve(static_cast<std::size_t>(std::min<i64>(buffers + 100000, i64{1} << 22)));
 
         auto const period = std::chrono::nanoseconds(tick * 1000000000 / rate / speed);
         Clock::time_point next = Clock::now();
         for (i64 got = 0; got < buffers && !vfl::Interrupted();)
         {
             next += period;
-            std::this_thread::sleep_until(next);
+            SleepUntil(next);
             Clock::time_point const start = Clock::now();
             bool const real = regulator->FillBuffers(destinations.data());
             Clock::time_point const done = Clock::now();
