@@ -59,6 +59,11 @@ std::vector<PlugInPrintEntry> const& Printers()
     static std::vector<PlugInPrintEntry> const table = {
         {Sys_FileType(std::string("wav")), "WAVE", false, false},
         {Sys_FileType(std::string("aif")), "AIFC", false, false},
+        // The other names other tools give these files: without them a
+        // ".aiff" or ".aifc" file, which the "aif" handler reads, would not
+        // print at all.
+        {Sys_FileType(std::string("aiff")), "AIFC", false, false},
+        {Sys_FileType(std::string("aifc")), "AIFC", false, false},
         {Sys_FileType(MacType("Vn4f")), "VORN", true, true},
     };
     return table;

@@ -15,7 +15,8 @@ namespace
 vfl::CommandSpec const kSpec = {"print",
                                 "FILE",
                                 "Prints the file's chunks as they lie on disk, then the values a fresh\n"
-                                "handler holds for it. The handler is chosen by the file's extension.",
+                                "handler holds for it. The handler is chosen by the file's extension;\n"
+                                "for standard input, by what it holds.",
                                 {},
                                 1,
                                 1};
@@ -30,9 +31,21 @@ int CmdPrint(int argc, char** argv)
     std::string const& path = args.Operands().front();
     try
     {
-        vfl::SpooledInput const spool(path);
+        vfl::SpooledInput spool(path);
         if (vfl::Interrupted())
             return vfl::InterruptExitStatus();
+        // Standard input has no name to go by: its copy is named after
+        // what it holds.
+        if (spool.IsCopy() && !vfl::FindFormat(spool.Extension().empty() ? "" : spool.Extension().substr(1)))
+        {
+            vfl::Format const* format = nullptr;
+            {
+                FF_AudioFile probe(vfl::LocationFromArgument(spool.Path()));
+                format = vfl::FindFormat(vfl::TypeName(probe));
+            }
+            if (format)
+                spool.TakeExtension(std::string(".") + format->extensions.front());
+        }
         FF_AudioFile file(vfl::LocationFromArgument(spool.Path()));
         // Opened once first, so that a file that cannot be read is reported
         // before anything is printed.

@@ -12,7 +12,7 @@ namespace vfl
 {
 namespace
 {
-std::string Extension(std::string const& path)
+std::string ExtensionOf(std::string const& path)
 {
     std::size_t const dot = path.find_last_of("./");
     return dot != std::string::npos && path[dot] == '.' && dot > 0 && path[dot - 1] != '/' ? path.substr(dot) : "";
@@ -45,7 +45,7 @@ SpooledInput::SpooledInput(std::string const& operand) : mName(operand), mPath(o
     {
         // The copy keeps the pipe's extension: what prints a file goes by it.
         std::string const copy =
-            MakeFileBeside(Sys_Utils::GetTempFolderLoc().GetFullPath() + "vfl-stdin" + Extension(operand));
+            MakeFileBeside(Sys_Utils::GetTempFolderLoc().GetFullPath() + "vfl-stdin" + ExtensionOf(operand));
         try
         {
             Copy(input, copy);
@@ -64,6 +64,20 @@ SpooledInput::SpooledInput(std::string const& operand) : mName(operand), mPath(o
         throw;
     }
     CloseInput(input);
+}
+
+std::string SpooledInput::Extension() const
+{
+    return ExtensionOf(mPath);
+}
+
+void SpooledInput::TakeExtension(std::string const& extension)
+{
+    if (!mSpooled)
+        return;
+    std::string const renamed = MakeFileBeside(mPath.substr(0, mPath.size() - Extension().size()) + extension);
+    ReplaceFile(mPath, renamed);
+    mPath = renamed;
 }
 
 SpooledInput::~SpooledInput()

@@ -29,6 +29,12 @@ public:
     // The file to open.
     std::string const& Path() const { return mPath; }
     bool IsStandardInput() const { return mName == "-"; }
+    // Whether Path() is a copy, and the copy's extension (".wav"; empty for none).
+    bool IsCopy() const { return mSpooled; }
+    std::string Extension() const;
+    // Renames the copy to end in `extension` (".wav"), for what goes by a
+    // file's name; a file that is not a copy keeps its name.
+    void TakeExtension(std::string const& extension);
 
 private:
     std::string mName;
