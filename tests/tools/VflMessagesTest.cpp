@@ -113,6 +113,9 @@ TEST_F(VflMessages, ExitStatusAndOneLineThatSaysWhatIsWrong)
         {"regions ro.wav --add r 0 10", 1, "vfl: regions: ro.wav: Sys: OSErr: 13: Permission denied"},
         {"adopt ro.wav", 1, "vfl: adopt: ro.wav: Sys: OSErr: 13: Permission denied"},
         {"compact ro.wav --keep 0-10", 1, "vfl: compact: ro.wav: Sys: OSErr: 13: Permission denied"},
+        {"regions - --add r 0 10", 1, "vfl: regions: -: standard input cannot be changed in place; name the file"},
+        {"adopt -", 1, "vfl: adopt: -: standard input cannot be changed in place"},
+        {"compact - --keep 0-10", 1, "vfl: compact: -: standard input cannot be changed in place"},
         // Success, in every form of writing an option.
         {"convert in.wav --rate=48k -o a.wav", 0, ""},
         {"convert in.wav -r48000 -b 24 -o b.wav", 0, ""},

@@ -64,6 +64,10 @@ TEST_F(VflStreams, DashIsStandardInputAndOutput)
     std::string const feed = "cat " + F("st.wav") + " > " + F("pipe.wav") + " & ";
     EXPECT_EQ(Out(feed + Vfl("info -s -c " + F("pipe.wav"))), "22050\n2\n");
     EXPECT_NE(Out(feed + Vfl("print " + F("pipe.wav"))).find("fmt "), std::string::npos);
+    EXPECT_EQ(Out(feed + Vfl("regions --json " + F("pipe.wav"))), Out(Vfl("regions --json " + F("st.wav"))));
+    std::string refused;
+    EXPECT_EQ(RunCommand(Vfl("adopt " + F("pipe.wav")) + " 2>&1", &refused), 1);
+    EXPECT_NE(refused.find("a pipe cannot be changed in place"), std::string::npos) << refused;
     Out(feed + Vfl("convert " + F("pipe.wav") + " -o " + F("piped.aif")));
     EXPECT_TRUE(Raw(F("piped.aif")) == samples);
     // Out, with the type named; through a pipe that cannot seek.

@@ -36,6 +36,12 @@ int CmdAdopt(int argc, char** argv)
     {
         if (vfl::Interrupted())
             return vfl::InterruptExitStatus();
+        if (std::string const why = vfl::WhyNotChangeableInPlace(path); !why.empty())
+        {
+            vfl::ReportFileError("adopt", "", path, why);
+            status = 1;
+            continue;
+        }
         vfl::FileLock const lock(path, vfl::FileLock::eExclusive);
         if (vfl::Interrupted())
             return vfl::InterruptExitStatus();

@@ -83,6 +83,11 @@ private:
 // Compacts the file at `path`; the exit status.
 int Compact(std::string const& path, Cmn_IntervalList const& keep, bool quiet)
 {
+    if (std::string const why = vfl::WhyNotChangeableInPlace(path); !why.empty())
+    {
+        vfl::ReportFileError("compact", "", path, why);
+        return 1;
+    }
     vfl::FileLock const lock(path, vfl::FileLock::eExclusive);
     Sys_FileLoc const loc = vfl::LocationFromArgument(path);
     int64 before = 0;

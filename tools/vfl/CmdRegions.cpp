@@ -3,12 +3,14 @@
 #include "tools/vfl/Commands.h"
 #include "tools/vfl/FileLock.h"
 #include "tools/vfl/OptionParser.h"
+#include "tools/vfl/SpooledInput.h"
 #include "tools/vfl/Terminal.h"
 #include "tools/vfl/ToolSupport.h"
 #include "tools/vfl/UsageError.h"
 
 #include <cinttypes>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -88,8 +90,30 @@ int CmdRegions(int argc, char** argv)
     vfl::TimeValue const stop = add.empty() ? vfl::TimeValue() : vfl::OptionParser::ParseTime("--add STOP", add[2]);
     vfl::TimeValue const sync = args.Has("sync") ? args.Time("sync") : vfl::TimeValue();
 
-    vfl::FileLock const lock(path, add.empty() && remove.empty() ? vfl::FileLock::eShared : vfl::FileLock::eExclusive);
-    FF_AudioFile file(vfl::LocationFromArgument(path));
+    bool const changes = !add.empty() || !remove.empty();
+    if (std::string const why = changes ? vfl::WhyNotChangeableInPlace(path) : ""; !why.empty())
+    {
+        vfl::ReportFileError("regions", "", path, why);
+        return 1;
+    }
+    // A listing reads standard input or a pipe as the other reading commands do.
+    std::unique_ptr<vfl::SpooledInput> spool;
+    std::unique_ptr<vfl::FileLock> lock;
+    try
+    {
+        if (changes)
+            lock = std::make_unique<vfl::FileLock>(path, vfl::FileLock::eExclusive);
+        else
+            spool = std::make_unique<vfl::SpooledInput>(path);
+    }
+    catch (std::exception const& e)
+    {
+        vfl::ReportFileError("regions", "", path, vfl::ExceptionText(e));
+        return 1;
+    }
+    if (vfl::Interrupted())
+        return vfl::InterruptExitStatus();
+    FF_AudioFile file(vfl::LocationFromArgument(spool ? spool->Path() : path));
     try
     {
         if (!file.Implements(FF_AudioFile::eImportExportInterface))
@@ -97,7 +121,7 @@ int CmdRegions(int argc, char** argv)
             vfl::ReportFileError("regions", "", path, "not an audio file in a known format");
             return 1;
         }
-        if (add.empty() && remove.empty())
+        if (!changes)
         {
             List(file, args.Has("json"));
             return 0;

@@ -33,6 +33,7 @@ constexpr int kStandardInput = 0;
 // opened for ReadInput, or -1 if `path` names no pipe. Throws the system's
 // error if it cannot be opened. CloseInput lets it go.
 int OpenIfPipe(std::string const& path);
+bool IsPipe(std::string const& path);
 void CloseInput(int input);
 
 // Reads up to `size` bytes of standard input (or of an input OpenIfPipe

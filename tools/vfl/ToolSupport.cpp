@@ -7,6 +7,7 @@
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_Init.h"
 #include "Sys/Sys_Utils.h"
+#include "tools/vfl/Terminal.h"
 
 #include <cstdio>
 #include <cstring>
@@ -110,6 +111,15 @@ std::string TypeName(FF_AudioFile& file)
     for (auto& c : name)
         c = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
     return name;
+}
+
+std::string WhyNotChangeableInPlace(std::string const& path)
+{
+    if (path == "-")
+        return "standard input cannot be changed in place; name the file";
+    if (IsPipe(path))
+        return "a pipe cannot be changed in place; name the file";
+    return "";
 }
 
 std::string WhyNotRewritable(FF_AudioFile& file)

@@ -50,6 +50,10 @@ Sys_FileLoc LocationFromArgument(std::string const& path);
 // "vorn" or "unknown".
 std::string TypeName(FF_AudioFile& file);
 
+// Why a file named on the command line cannot be changed where it lies
+// (standard input, a pipe), or empty when it can be.
+std::string WhyNotChangeableInPlace(std::string const& path);
+
 // Why a file cannot be rewritten in its own format, or empty when it can.
 std::string WhyNotRewritable(FF_AudioFile& file);
 

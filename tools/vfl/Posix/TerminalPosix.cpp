@@ -69,6 +69,12 @@ int InterruptExitStatus()
     return sSignal != 0 ? 128 + sSignal : 0;
 }
 
+bool IsPipe(std::string const& path)
+{
+    struct stat s;
+    return ::stat(path.c_str(), &s) == 0 && S_ISFIFO(s.st_mode);
+}
+
 int OpenIfPipe(std::string const& path)
 {
     struct stat s;
