@@ -2,6 +2,7 @@
 
 #include "DAW/DAW_MenuEntry.h"
 #include "DAW/DAW_MenuMgr.h"
+#include "Sys/Gtk/Sys_TextGtk.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -123,7 +124,7 @@ int32 DAW_MenuPlatformGtk::GetMenuItemCount(DAW_MenuHandle menu)
 
 void DAW_MenuPlatformGtk::InsertMenuItem(DAW_MenuHandle menu, int32 position, ItemInfo const& info)
 {
-    std::string const text = MnemonicText(info.mText);
+    std::string const text = MnemonicText(Sys_TextGtk::Displayable(info.mText));
     GtkWidget* const item = info.mChecked ? gtk_check_menu_item_new_with_mnemonic(text.c_str())
                                           : gtk_menu_item_new_with_mnemonic(text.c_str());
     if (info.mChecked)

@@ -3,6 +3,7 @@
 #include "DAW/Gtk/DAW_MenuMgrGtk.h"
 #include "DAW/Sys_CustomFileDialog.h"
 #include "Sys/Gtk/Sys_FileDialogGtk.h"
+#include "Sys/Gtk/Sys_TextGtk.h"
 
 #include <algorithm>
 
@@ -63,7 +64,7 @@ bool Sys_CustomFileDialogGtk::Run(Sys_CustomFileDialog& dialog, Setup const& set
     if (!setup.folder.empty())
         gtk_file_chooser_set_current_folder(fc, setup.folder.c_str());
     if (save)
-        gtk_file_chooser_set_current_name(fc, setup.name.c_str());
+        gtk_file_chooser_set_current_name(fc, Sys_TextGtk::Displayable(setup.name).c_str());
     // Before gtk_dialog_run's own handler, so that a refusal can keep the
     // chooser open.
     g_signal_connect(mChooser, "response", G_CALLBACK(&OnResponse), this);
@@ -172,7 +173,7 @@ void Sys_CustomFileDialogGtk::SetName(std::string const& text, bool accept)
         return;
     GtkFileChooser* const fc = GTK_FILE_CHOOSER(mChooser);
     if (mSetup.mode == kSys_FileDialogSave)
-        gtk_file_chooser_set_current_name(fc, text.c_str());
+        gtk_file_chooser_set_current_name(fc, Sys_TextGtk::Displayable(text).c_str());
     else
         gtk_file_chooser_set_filename(fc, text.c_str());
     if (!accept)

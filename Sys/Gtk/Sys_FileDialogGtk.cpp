@@ -3,6 +3,7 @@
 #include "DAW/Sys_CustomFileDialog.h"
 #include "Sys/Gtk/Sys_CustomFileDialogGtk.h"
 #include "Sys/Gtk/Sys_MessageBoxGtk.h"
+#include "Sys/Gtk/Sys_TextGtk.h"
 #include "Sys/Sys_MessageBox.h"
 #include "Sys/Sys_Utils.h"
 
@@ -77,7 +78,7 @@ bool Sys_FileDialogGtk::Choose(Sys_FileDialog::EChooser kind, std::string const&
     if (!folder.empty())
         gtk_file_chooser_set_current_folder(fc, folder.c_str());
     if (save)
-        gtk_file_chooser_set_current_name(fc, name.c_str());
+        gtk_file_chooser_set_current_name(fc, Sys_TextGtk::Displayable(name).c_str());
     bool const chosen = gtk_dialog_run(GTK_DIALOG(chooser)) == GTK_RESPONSE_ACCEPT;
     if (chosen && paths)
     {

@@ -196,7 +196,20 @@ TEST(VflGtkGui, FileOpenAndItsKeyShowTheFilesInformationAndOverview)
     ASSERT_NE(made, nullptr);
     std::string const dir = std::string(made) + "/";
     g_free(made);
-    std::string const tone = dir + "tone.wav", voice = dir + "voice.wav", older = dir + "older.wav";
+    // A name from an older system, not UTF-8 (Latin-1 "older é.wav").
+    std::string const tone = dir + "tone.wav", voice = dir + "voice.wav", older = dir + "older \xE9.wav";
+    std::string const olderShown = "older \uFFFD.wav";
+    // GTK's warnings about text that is not UTF-8, which it shows broken or not at all.
+    std::string invalid;
+    for (char const* domain : {"Gtk", "Pango"})
+        g_log_set_handler(
+            domain, GLogLevelFlags(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_CRITICAL),
+            [](gchar const*, GLogLevelFlags, gchar const* message, gpointer seen)
+            {
+                if (std::string(message).find("nvalid") != std::string::npos)
+                    *static_cast<std::string*>(seen) += std::string(message) + "\n";
+            },
+            &invalid);
     WriteWave(tone, 2, 44100, 44100);
     WriteWave(voice, 1, 8000, 12000);
     WriteWave(older, 1, 8000, 800);
@@ -266,7 +279,7 @@ TEST(VflGtkGui, FileOpenAndItsKeyShowTheFilesInformationAndOverview)
     // File > Open... by the menu's mnemonics.
     Xdotool("windowfocus --sync " + Xid(window) + " key alt+f key o");
     ASSERT_TRUE(WaitFor([&] { return browser.GetPath() == tone && browser.GetOverview(); })) << browser.GetStatusText();
-    EXPECT_EQ(recentMenu, "_Folders > [" + dir + "], Fi_les > [" + older + "]");
+    EXPECT_EQ(recentMenu, "_Folders > [" + dir + "], Fi_les > [" + dir + olderShown + "]");
     // What vfl info says, and vfl overview's picture, pixel for pixel.
     EXPECT_EQ(browser.GetInformationText(), Shell(std::string(VFL_TOOL_PATH) + " info " + tone));
     Shell(std::string(VFL_TOOL_PATH) + " overview " + tone + " --width 960 --png " + dir + "tone.png -q");
@@ -302,6 +315,13 @@ TEST(VflGtkGui, FileOpenAndItsKeyShowTheFilesInformationAndOverview)
     EXPECT_EQ(question, "vfl-gtk: converted.wav\nThis file already exists.\nReplace existing file?");
     EXPECT_EQ(Shell(std::string(VFL_TOOL_PATH) + " info -r -c -s " + dir + "converted.wav"), "8000\n1\n12000\n");
     g_source_remove(performing);
+
+    // The older name opens, and shows with its stray byte marked.
+    browser.Open(Sys_FileLoc(older));
+    ASSERT_TRUE(WaitFor([&] { return browser.GetOverview(); })) << browser.GetStatusText();
+    EXPECT_EQ(browser.GetInformationText().substr(0, dir.size() + olderShown.size()), dir + olderShown);
+    EXPECT_EQ(gtk_window_get_title(GTK_WINDOW(window)), olderShown + " \u2014 vfl-gtk");
+    EXPECT_EQ(invalid, "");
 }
 
 TEST(VflGtkGui, TheProgramStartsOnAFileAndQuitsByItsKey)

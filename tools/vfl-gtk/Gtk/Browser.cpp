@@ -11,6 +11,7 @@
 #include "FF/FF_AudioFile.h"
 #include "FF/FF_AudioProcessChain.h"
 #include "FF/FF_AudioProcessDecimateWaveform.h"
+#include "Sys/Gtk/Sys_TextGtk.h"
 #include "Sys/Sys_RecentItems.h"
 #include "Sys/Sys_Utils.h"
 #include "tools/vfl-gtk/Gtk/BrowserCommand.h"
@@ -261,7 +262,7 @@ void Browser::ShowParts()
 
 void Browser::SetStatus(std::string const& text)
 {
-    gtk_label_set_text(GTK_LABEL(mStatus), text.c_str());
+    gtk_label_set_text(GTK_LABEL(mStatus), Sys_TextGtk::Displayable(text).c_str());
 }
 
 std::string Browser::GetInformationText() const
@@ -319,19 +320,19 @@ void Browser::Open(Sys_FileLoc const& loc)
         if (job->overview)
             job->chain->Abort();
     std::string const name = loc.GetFileName();
-    gtk_window_set_title(GTK_WINDOW(mWindow), (name + " \u2014 vfl-gtk").c_str());
+    gtk_window_set_title(GTK_WINDOW(mWindow), Sys_TextGtk::Displayable(name + " \u2014 vfl-gtk").c_str());
     try
     {
         FF_AudioFile file(loc);
         vfl::Facts const facts = vfl::GatherFacts(file, loc, mPath);
-        gtk_label_set_text(GTK_LABEL(mInformation), vfl::FactsText(facts).c_str());
+        gtk_label_set_text(GTK_LABEL(mInformation), Sys_TextGtk::Displayable(vfl::FactsText(facts)).c_str());
         mKnown = facts.known;
         mAttr = facts.attr;
         SetStatus(mKnown ? "" : "Not an audio file in a known format: " + facts.unknownReason);
     }
     catch (std::exception const& e)
     {
-        gtk_label_set_text(GTK_LABEL(mInformation), mPath.c_str());
+        gtk_label_set_text(GTK_LABEL(mInformation), Sys_TextGtk::Displayable(mPath).c_str());
         SetStatus(mPath + ": " + vfl::ExceptionText(e));
         return;
     }
