@@ -55,14 +55,18 @@ protected:
 };
 } // namespace
 
-TEST_F(SysRecentItemsTest, ListFilesReadBackInOrderUpToTheirLimits)
+// A list file read back keeps its order up to the list's capacity; an
+// item added goes in front, an existing one (in any case) moves there, and
+// over the capacity the oldest goes.
+TEST_F(SysRecentItemsTest, ListsKeepTheirOrderUpToTheirCapacity)
 {
     struct Case
     {
         char const* what;
-        std::string bytes; // what printf '%s\0' ... would have written
         int32 capacity;
-        std::vector<std::string> read;
+        std::string bytes;              // what printf '%s\0' ... would have written
+        std::vector<std::string> added; // oldest first
+        std::vector<std::string> list;  // newest first
     };
     std::string six;
     std::vector<std::string> firstFive;
@@ -73,43 +77,25 @@ TEST_F(SysRecentItemsTest, ListFilesReadBackInOrderUpToTheirLimits)
             firstFive.push_back(Numbered(i));
     }
     std::vector<Case> const cases = {
-        {"empty file", "", 500, {}},
+        {"empty file", 500, "", {}, {}},
         {"each path ended by a zero byte",
-         std::string("/a/x.wav\0/b/y.wav\0/c/\0", 22),
          500,
+         std::string("/a/x.wav\0/b/y.wav\0/c/\0", 22),
+         {},
          {"/a/x.wav", "/b/y.wav", "/c/"}},
-        {"last one unterminated", std::string("/a/x.wav\0/b/y", 13), 500, {"/a/x.wav", "/b/y"}},
-        {"two zero bytes make an empty entry", std::string("/a\0\0/b\0", 6), 500, {"/a", "", "/b"}},
-        {"beyond the capacity", six, 5, firstFive},
+        {"last one unterminated", 500, std::string("/a/x.wav\0/b/y", 13), {}, {"/a/x.wav", "/b/y"}},
+        {"two zero bytes make an empty entry", 500, std::string("/a\0\0/b\0", 6), {}, {"/a", "", "/b"}},
+        {"read beyond the capacity", 5, six, {}, firstFive},
+        {"new ones go in front", 50, "", {"/a/", "/b/"}, {"/b/", "/a/"}},
+        {"an existing one moves to the front", 50, "", {"/a/", "/b/", "/c/", "/a/"}, {"/a/", "/c/", "/b/"}},
+        {"the same place in another case", 50, "", {"/Takes/", "/b/", "/takes/"}, {"/takes/", "/b/"}},
+        {"over the capacity the oldest goes", 2, "", {"/a/", "/b/", "/c/"}, {"/c/", "/b/"}},
     };
     for (Case const& c : cases)
     {
         SCOPED_TRACE(c.what);
         Sys_RecentItemsList list(c.capacity);
         list.Parse(c.bytes);
-        EXPECT_EQ(Paths(list.GetItems()), c.read);
-    }
-}
-
-TEST_F(SysRecentItemsTest, AddingMovesToTheFrontAndDropsTheOldest)
-{
-    struct Case
-    {
-        char const* what;
-        int32 capacity;
-        std::vector<std::string> added; // oldest first
-        std::vector<std::string> list;  // newest first
-    };
-    std::vector<Case> const cases = {
-        {"new ones go in front", 50, {"/a/", "/b/"}, {"/b/", "/a/"}},
-        {"an existing one moves to the front", 50, {"/a/", "/b/", "/c/", "/a/"}, {"/a/", "/c/", "/b/"}},
-        {"the same place in another case", 50, {"/Takes/", "/b/", "/takes/"}, {"/takes/", "/b/"}},
-        {"over the capacity the oldest goes", 2, {"/a/", "/b/", "/c/"}, {"/c/", "/b/"}},
-    };
-    for (Case const& c : cases)
-    {
-        SCOPED_TRACE(c.what);
-        Sys_RecentItemsList list(c.capacity);
         for (std::string const& path : c.added)
             list.Add(Sys_RecentItem(path));
         EXPECT_EQ(Paths(list.GetItems()), c.list);

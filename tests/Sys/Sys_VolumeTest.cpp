@@ -420,11 +420,4 @@ TEST_F(SysVolumeFakeTest, RootsDifferingOnlyInCaseAreTwoVolumes)
     EXPECT_TRUE(lower == lower);
 }
 
-TEST(SysVolumeAttrTest, PrintShowsTheLowThirtyTwoBitsOfTheSizes)
-{
-    std::ostringstream out;
-    Sys_VolumeAttr(std::string("Audio"), (int64{1} << 32) + 7, 5, false).Print(out);
-    EXPECT_EQ(out.str(), "Volume Name: Audio\nVolume size: 7 bytes\nVolume Free Space: 5 bytes\n");
-}
-
 } // namespace
