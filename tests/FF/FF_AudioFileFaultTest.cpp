@@ -58,6 +58,28 @@ int FailingFtruncate(int fd, int64 length)
     return FailsNow() ? -1 : Sys_FilePosixCalls::System().ftruncate(fd, length);
 }
 
+// Runs f on a disk that fails after `allowed` calls with `err`; true if it
+// threw.
+bool ThrowsOnAFailingDisk(int allowed, int err, decltype(&FailingPwrite) pwrite, std::function<void()> const& f)
+{
+    sAllowed = allowed;
+    sErrno = err;
+    sFailed = false;
+    Sys_FilePosixCalls::Current().pwrite = pwrite;
+    Sys_FilePosixCalls::Current().ftruncate = &FailingFtruncate;
+    bool threw = false;
+    try
+    {
+        f();
+    }
+    catch (Cmn_Exception const&)
+    {
+        threw = true;
+    }
+    Sys_FilePosixCalls::Current() = Sys_FilePosixCalls::System();
+    return threw;
+}
+
 class FF_AudioFileFault : public ::testing::Test
 {
 protected:
@@ -139,22 +161,12 @@ TEST_F(FF_AudioFileFault, EveryFailedWriteIsReportedAndForeignBytesSurvive)
                 std::filesystem::remove(path);
                 if (op.foreign)
                     vfltest::WriteWholeFile(path, original);
-                sAllowed = allowed;
-                sErrno = err;
-                sFailed = false;
-                Sys_FilePosixCalls::Current().pwrite = pwrite;
-                Sys_FilePosixCalls::Current().ftruncate = &FailingFtruncate;
-                bool threw = false;
-                try
-                {
-                    FF_AudioFile file((Sys_FileLoc(path)));
-                    op.run(file);
-                }
-                catch (Cmn_Exception const&)
-                {
-                    threw = true;
-                }
-                Sys_FilePosixCalls::Current() = Sys_FilePosixCalls::System();
+                bool const threw = ThrowsOnAFailingDisk(allowed, err, pwrite,
+                                                        [&]
+                                                        {
+                                                            FF_AudioFile file((Sys_FileLoc(path)));
+                                                            op.run(file);
+                                                        });
                 failed = sFailed;
                 EXPECT_EQ(threw, failed) << "a failed write must reach the caller";
                 if (!op.foreign)
@@ -196,24 +208,15 @@ TEST_F(FF_AudioFileFault, AFailedForkWriteLeavesTheOldFork)
         {
             SCOPED_TRACE("errno " + std::to_string(err) + " after " + std::to_string(allowed) + " writes");
             vfltest::WriteWholeFile(mDir.File("Resource.FRK/take.vorn"), fork);
-            sAllowed = allowed;
-            sErrno = err;
-            sFailed = false;
-            Sys_FilePosixCalls::Current().pwrite = &FillingPwrite;
-            Sys_FilePosixCalls::Current().ftruncate = &FailingFtruncate;
-            bool threw = false;
-            try
-            {
-                FF_AudioFile file((Sys_FileLoc(path)));
-                FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
-                for (int i = 0; i < 40; ++i)
-                    file.AddRegion("take " + std::to_string(i), 10, 20 + i, 10, 0, 0);
-            }
-            catch (Cmn_Exception const&)
-            {
-                threw = true;
-            }
-            Sys_FilePosixCalls::Current() = Sys_FilePosixCalls::System();
+            bool const threw = ThrowsOnAFailingDisk(
+                allowed, err, &FillingPwrite,
+                [&]
+                {
+                    FF_AudioFile file((Sys_FileLoc(path)));
+                    FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+                    for (int i = 0; i < 40; ++i)
+                        file.AddRegion("take " + std::to_string(i), 10, 20 + i, 10, 0, 0);
+                });
             EXPECT_EQ(threw, sFailed);
             FF_AudioFile again((Sys_FileLoc(path)));
             ASSERT_TRUE(again.Implements(FF_AudioFile::eImportExportInterface));

@@ -1,8 +1,15 @@
+// Samples in blocks and their moves between layouts: the block's depths
+// and buffers, the stereo interleave, and the mono splitter.
 #include "FF/FF_AudioProcessBlock.h"
+#include "FF/FF_AudioProcessInterleave.h"
+#include "FF/FF_AudioProcessSplitter.h"
+
+#include "FF/FF_AudioProcessTestBlocks.h"
 
 #include <gtest/gtest.h>
 
 #include <stdexcept>
+#include <string>
 
 // Depths outside 1 to 65535 are assertions that leave the depth as it was.
 TEST(FF_AudioProcessBlock, BytesPerSampleAreTheBitsRoundedUpToBytes)
@@ -98,4 +105,62 @@ TEST(FF_AudioProcessBlock, SamplesLoadSignExtendedAndStoreTheirLowBytes)
             EXPECT_EQ(static_cast<unsigned char>(buf[k]), c.stored[k]) << "byte " << k;
         EXPECT_EQ(back, c.value);
     }
+}
+
+// Every width and every count around the vector steps: split and joined
+// bytes are those of the plain per-sample copy, and nothing beyond the
+// frames or the channels is touched.
+TEST(FF_AudioProcessInterleave, SplitAndJoinMoveEveryByteToItsPlaceAndNoFurther)
+{
+    for (i32 bytes : {1, 2, 3})
+        for (i64 count = 0; count <= 40; ++count)
+        {
+            SCOPED_TRACE(testing::Message() << bytes << " bytes, " << count << " frames");
+            std::size_t const side = static_cast<std::size_t>(count * bytes);
+            std::string frames(2 * side, '\0');
+            for (std::size_t k = 0; k < frames.size(); ++k)
+                frames[k] = static_cast<char>(k * 37 + 11);
+            std::string expectLeft, expectRight;
+            for (i64 i = 0; i < count; ++i)
+            {
+                expectLeft += frames.substr(static_cast<std::size_t>(2 * i * bytes), static_cast<std::size_t>(bytes));
+                expectRight +=
+                    frames.substr(static_cast<std::size_t>((2 * i + 1) * bytes), static_cast<std::size_t>(bytes));
+            }
+            // A guard of 32 bytes after each buffer must stay as it was.
+            std::string const guard(32, '\x5a');
+            std::string left(side, '\0'), right(side, '\0');
+            left += guard;
+            right += guard;
+            FF_DeinterleaveStereo(frames.data(), left.data(), right.data(), count, bytes);
+            EXPECT_EQ(left, expectLeft + guard);
+            EXPECT_EQ(right, expectRight + guard);
+
+            std::string joined(2 * side, '\0');
+            joined += guard;
+            FF_InterleaveStereo(expectLeft.data(), expectRight.data(), joined.data(), count, bytes);
+            EXPECT_EQ(joined, frames + guard);
+        }
+}
+
+TEST(FF_AudioProcessSplitter, MonoBecomesTwoEqualChannelsAndMoreIsAnAssertion)
+{
+    for (int bits : {8, 16, 24, 32})
+    {
+        SCOPED_TRACE(bits);
+        ffproc::Channels const input = ffproc::SineRamp(1, 1000, bits, 1.0);
+        FF_AudioProcessSplitter stage;
+        ffproc::RunResult r = ffproc::RunStage(stage, input, 48000, bits, 300);
+        ASSERT_EQ(r.out.size(), 2u);
+        EXPECT_EQ(r.out[0], input[0]);
+        EXPECT_EQ(r.out[1], input[0]);
+        EXPECT_EQ(r.last.GetNumChannels(), 2);
+    }
+    // More than one channel is an assertion.
+    FF_AudioProcessSplitter stage;
+    FF_AudioProcessBlock proto = ffproc::Prototype(2, 48000, 16, 64, 64);
+    EXPECT_THROW(stage.Preflight(&proto), std::runtime_error);
+    FF_AudioProcessBlock in(proto);
+    FF_AudioProcessBlock out(proto);
+    EXPECT_THROW(stage.Process(&in, &out), std::runtime_error);
 }

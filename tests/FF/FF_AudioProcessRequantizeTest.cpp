@@ -10,20 +10,6 @@
 
 using namespace ffproc;
 
-namespace
-{
-class StSeed
-{
-public:
-    explicit StSeed(i32 seed) : mSaved(DitherTestAccess::GetSeed()) { DitherTestAccess::SetSeed(seed); }
-    ~StSeed() { DitherTestAccess::SetSeed(mSaved); }
-
-private:
-    i32 mSaved;
-};
-
-} // namespace
-
 TEST(FF_AudioProcessRequantize, WideningEdgeValues)
 {
     struct Case

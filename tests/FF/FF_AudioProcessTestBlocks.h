@@ -20,6 +20,18 @@ struct DitherTestAccess
     static void SetSeed(i32 seed) { Dither::sSeed = seed; }
 };
 
+// Sets the process-wide dither seed, and puts it back after the test, so
+// that tests do not depend on their order.
+class StSeed
+{
+public:
+    explicit StSeed(i32 seed) : mSaved(DitherTestAccess::GetSeed()) { DitherTestAccess::SetSeed(seed); }
+    ~StSeed() { DitherTestAccess::SetSeed(mSaved); }
+
+private:
+    i32 mSaved;
+};
+
 namespace ffproc
 {
 using Channels = std::vector<std::vector<i32>>;
