@@ -8,12 +8,16 @@
 #include "FF/FF_AudioFile.h"
 #include "FF/FF_AudioProcessReadFiles.h"
 #include "FF/FF_AudioProcessWriteFiles.h"
+#include "Sys/Posix/Sys_FilePosixCalls.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_Utils.h"
 #include "support/TestSupport.h"
 
+#include <atomic>
+#include <chrono>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace fffiles
@@ -121,6 +125,55 @@ inline Files Open(Paths const& paths, int failFirstAt = -1)
         files.push_back(std::make_unique<CountingAudioFile>(p, files.empty() ? failFirstAt : -1));
     return files;
 }
+
+// Holds every transfer of the chain's threads until let go: an abort given
+// meanwhile certainly comes before the chain's end, however fast the machine.
+struct HeldTransfers
+{
+    static inline std::atomic<bool> held{false};
+    static inline std::atomic<int> waiting{0};
+    static inline std::thread::id caller;
+
+    static void Wait()
+    {
+        if (std::this_thread::get_id() == caller)
+            return;
+        ++waiting;
+        while (held)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        --waiting;
+    }
+    static int64 Pread(int fd, void* buffer, uint64 count, int64 offset)
+    {
+        Wait();
+        return Sys_FilePosixCalls::System().pread(fd, buffer, count, offset);
+    }
+    static int64 Preadv(int fd, Sys_FilePosixCalls::Segment const* segments, int count, int64 offset)
+    {
+        Wait();
+        return Sys_FilePosixCalls::System().preadv(fd, segments, count, offset);
+    }
+    static int64 Queued(int fd, int64 offset, int64 result)
+    {
+        Wait();
+        return Sys_FilePosixCalls::System().queued(fd, offset, result);
+    }
+
+    HeldTransfers()
+    {
+        caller = std::this_thread::get_id();
+        held = true;
+        Sys_FilePosixCalls& calls = Sys_FilePosixCalls::Current();
+        calls.pread = &Pread;
+        calls.preadv = &Preadv;
+        calls.queued = &Queued;
+    }
+    ~HeldTransfers()
+    {
+        held = false;
+        Sys_FilePosixCalls::Current() = Sys_FilePosixCalls::System();
+    }
+};
 
 // A reader and a writer, with optional filters between, and the writer's
 // percentage on the chain.
