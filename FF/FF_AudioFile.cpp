@@ -24,6 +24,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <ostream>
 
 FF_AudioFile::OneTimeRegistration FF_AudioFile::sOneTimeRegistration = nullptr;
@@ -265,6 +266,12 @@ std::vector<std::pair<std::string, std::string>> FF_AudioFile::GetBroadcastField
 {
     auto const* handler = Implements(eImportExportInterface) ? dynamic_cast<PlugIn*>(mAudioFile) : nullptr;
     return handler ? handler->BroadcastFields() : PlugIn::TextFields{};
+}
+
+int64 FF_AudioFile::GetMaxNumSamples()
+{
+    auto* handler = Implements(eImportExportInterface) ? dynamic_cast<PlugIn*>(mAudioFile) : nullptr;
+    return handler ? handler->MaxNumSamples() : std::numeric_limits<int64>::max();
 }
 
 uint32 FF_AudioFile::GetChannelMask()

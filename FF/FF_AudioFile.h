@@ -157,6 +157,10 @@ public:
     std::string GetUnknownReason();
     bool IsHeaderIncomplete();
     uint32 GetChannelMask();
+    // The most frames a file of this format and frame size can hold (an
+    // AIFF's sizes are 32 bits); the largest int64 when the format sets no
+    // bound or no handler took the file.
+    int64 GetMaxNumSamples();
     // The text fields of the broadcast extension, named as the extension
     // names them (description, originator, originatorReference,
     // originationDate, originationTime, codingHistory), as the file holds

@@ -380,12 +380,24 @@ std::unique_ptr<FF_AudioFile> FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc co
         ThrowRefusal(XC_FF_FileTypeNotSupported,
                      "While compacting \"" + path + "\": the length of a file of this format cannot change.");
     FF_AudioFileAttr const attr = file->GetAudioFileAttr();
+    int64 kept = 0;
     for (auto const& interval : keep)
+    {
         if (interval.start < 0 || interval.end > attr.GetNumSamples())
             ThrowRefusal(XC_FF_PlugIn_BadParameter, "While compacting \"" + path + "\": frames " +
                                                         std::to_string(interval.start) + " to " +
                                                         std::to_string(interval.end) + " reach beyond its " +
                                                         std::to_string(attr.GetNumSamples()) + " frames.");
+        kept += interval.GetLength();
+    }
+    // Another tool's file may already be longer than its format's sizes
+    // record (an AIFF past 4 GiB, its sizes wrapped): the shorter file is
+    // written only if its length fits them, and that is known before the
+    // audio moves.
+    if (kept > file->GetMaxNumSamples())
+        ThrowRefusal(XC_FF_PlugIn_BadParameter, "While compacting \"" + path + "\": the " + std::to_string(kept) +
+                                                    " frames kept are more than its format's sizes record (" +
+                                                    std::to_string(file->GetMaxNumSamples()) + " frames at most).");
 
     {
         FF_AudioFile::StOpen open(file.get(), FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);

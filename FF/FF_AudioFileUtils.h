@@ -81,8 +81,10 @@ public:
     // round of the copy; throwing from it stops the work, with the audio
     // partly moved.
     //
-    // Stretches beyond the file's end, a file in no known format and one
-    // whose length cannot change are refused before anything is touched.
+    // Stretches beyond the file's end, a file in no known format, one whose
+    // length cannot change and stretches longer than the format's sizes
+    // record (another tool's AIFF past 4 GiB) are refused before anything
+    // is touched.
     // There is no undo. A process killed in the middle leaves a file that
     // opens and reads, whose header may still give the old length. Rounds
     // are of whole frames, so files of any number of channels compact.

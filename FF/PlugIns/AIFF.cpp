@@ -47,19 +47,17 @@ PlugInResult AIFF::DoOpen()
     return ChunkyFile::DoOpen();
 }
 
-namespace
-{
-bool FitsThirtyTwoBits(i64 frames, i64 frameSize)
+i64 AIFF::MaxNumSamples()
 {
     // Room for the metadata around the audio.
     constexpr i64 kMargin = i64{1} << 20;
-    return frames >= 0 && frames <= (0xFFFFFFFFll - kMargin) / (frameSize > 0 ? frameSize : 1);
+    i64 const frameSize = FrameSize();
+    return (0xFFFFFFFFll - kMargin) / (frameSize > 0 ? frameSize : 1);
 }
-} // namespace
 
 PlugInResult AIFF::DoSetNumSamples(i64 frames)
 {
-    if (!FitsThirtyTwoBits(frames, FrameSize()))
+    if (frames < 0 || frames > MaxNumSamples())
         return kAudioFile_BadParameter;
     return ChunkyFile::DoSetNumSamples(frames);
 }
@@ -77,7 +75,7 @@ PlugInResult AIFF::DoFlush()
 
 PlugInResult AIFF::DoFormat()
 {
-    if (!FitsThirtyTwoBits(NumSamples(), FrameSize()))
+    if (NumSamples() < 0 || NumSamples() > MaxNumSamples())
         return kAudioFile_BadParameter;
     mMarkers.clear();
     mInstInfo.reset();

@@ -38,6 +38,7 @@ public:
     // The format's sizes are 32 bits: a file that would pass them is
     // refused rather than written with sizes that wrap.
     PlugInResult DoSetNumSamples(i64 frames) override;
+    i64 MaxNumSamples() override;
     using ChunkyFile::DoImplement;
     PlugInResult DoImplement(PlugInGuid const* iid, ChunkList& list) override;
     std::unique_ptr<Chunk> CreateChunk(ChunkId id) override;

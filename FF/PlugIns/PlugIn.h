@@ -18,6 +18,7 @@
 #include "FF/PlugIns/PlugInRegion.h"
 
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
@@ -202,6 +203,10 @@ public:
     void SetBroadcastFields(TextFields fields) { mBroadcastFields = std::move(fields); }
     void SetChannelMask(u32 mask) { mChannelMask = mask; }
     virtual bool IsLittleEndianAudio() { return !IsBigEndian(); }
+    // The most frames the format's sizes can record at the present frame
+    // size: a caller about to do work it cannot undo (a compaction moves the
+    // audio before it sets the length) asks first.
+    virtual i64 MaxNumSamples() { return std::numeric_limits<i64>::max(); }
 
 protected:
     PlugIn();

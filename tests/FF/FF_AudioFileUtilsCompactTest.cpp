@@ -11,12 +11,14 @@
 #include "Sys/Posix/Sys_FilePosixCalls.h"
 #include "Sys/Sys_FileLoc.h"
 #include "Sys/Sys_FunctionObject.h"
+#include "support/ChunkFileBuilder.h"
 #include "support/TestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <random>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -261,6 +263,55 @@ TEST_F(FF_AudioFileCompact, RefusalsTouchNothing)
     EXPECT_THROW(FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc(audio), List({{0, 10}}),
                                                      FF_AudioFileUtils::eCompactToNewFile, nullptr),
                  std::runtime_error);
+}
+
+// Another tool's AIFF past 4 GiB, its sizes wrapped: kept stretches that
+// still pass the 32-bit sizes are refused before any audio moves (the
+// length could not be set after it), and a compaction to less than that
+// makes a whole file. Sparse, and compared by its head and size.
+TEST_F(FF_AudioFileCompact, AnAiffPastFourGigabytesIsCompactedOnlyToWhatItsSizesRecord)
+{
+    std::string const path = mDir.File("wrapped.aif");
+    int64 const frames = (int64{1} << 31) + 1000; // 16-bit mono
+    Bytes audio(8000);                            // the frames a wrong move would shift, each its own
+    for (std::size_t i = 0; i < audio.size(); ++i)
+        audio[i] = static_cast<std::uint8_t>(i % 251);
+    Bytes const head = ChunkFileBuilder(true).Form("AIFF").Comm(1, std::uint32_t(frames), 16, 48000).Ssnd(audio).Done();
+    vfltest::WriteWholeFile(path, head);
+    std::filesystem::resize_file(path, head.size() + (std::uintmax_t{1} << 32));
+    auto const state = [&path]
+    {
+        Bytes bytes(1 << 16);
+        std::ifstream(path, std::ios::binary)
+            .read(reinterpret_cast<char*>(bytes.data()), std::streamsize(bytes.size()));
+        return std::make_pair(bytes, std::filesystem::file_size(path));
+    };
+    auto const before = state();
+    try
+    {
+        FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc(path), List({{0, 1000}, {2000, frames}}),
+                                            FF_AudioFileUtils::eCompactInPlace, nullptr);
+        ADD_FAILURE() << "not refused";
+    }
+    catch (Cmn_Exception const& e)
+    {
+        EXPECT_TRUE(e.GetCode() == XC_FF_PlugIn_BadParameter);
+        EXPECT_NE(e.GetFullDescription().find("sizes record"), std::string::npos) << e.GetFullDescription();
+    }
+    EXPECT_TRUE(state() == before);
+
+    FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc(path), List({{0, 1000}, {frames - 10, frames}}),
+                                        FF_AudioFileUtils::eCompactInPlace, nullptr);
+    FF_AudioFile file((Sys_FileLoc(path)));
+    EXPECT_EQ(file.GetAudioFileAttr().GetNumSamples(), 1010);
+    EXPECT_FALSE(file.IsHeaderIncomplete());
+    EXPECT_LT(std::filesystem::file_size(path), 4096u);
+    FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead);
+    std::vector<std::int16_t> samples(1010);
+    file.SampleRead(samples.data(), 1010);
+    for (int i = 0; i < 1000; ++i)
+        ASSERT_EQ(samples[i], static_cast<std::int16_t>(audio[2 * i] << 8 | audio[2 * i + 1])) << i;
+    EXPECT_EQ(std::count(samples.begin() + 1000, samples.end(), 0), 10);
 }
 
 // ------------------------------------------------------------ killed at any byte

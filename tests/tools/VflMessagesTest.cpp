@@ -108,7 +108,8 @@ TEST_F(VflMessages, ExitStatusAndOneLineThatSaysWhatIsWrong)
          "vfl: adopt: big.aif: AIFF audio has 32-bit sizes and this file is 4294967350 bytes long: it cannot be "
          "rewritten ('vfl convert' makes a WAVE file of it)"},
         {"regions big.aif --add r 0 10", 1, "vfl: regions: big.aif: AIFF audio has 32-bit sizes"},
-        {"compact big.aif --keep 0-10,20-2147483648", 1, "vfl: compact: big.aif: AIFF audio has 32-bit sizes"},
+        {"compact big.aif --keep 0-10,20-2147483648", 1,
+         "vfl: compact: big.aif: AIFF audio records 2146959359 frames at most and 2147483638 are kept: keep fewer"},
         {"print missing.wav", 1, "vfl: print: missing.wav: Sys: OSErr: 2"},
         {"regions ro.wav --add r 0 10", 1, "vfl: regions: ro.wav: Sys: OSErr: 13: Permission denied"},
         {"adopt ro.wav", 1, "vfl: adopt: ro.wav: Sys: OSErr: 13: Permission denied"},

@@ -107,10 +107,17 @@ int Compact(std::string const& path, Cmn_IntervalList const& keep, bool quiet)
             return 1;
         }
         // Refused before any sample moves: the length it could not write
-        // would come only after the kept audio had been moved together.
-        if (std::string const why = vfl::WhyNotRewritable(file); !why.empty())
+        // would come only after the kept audio had been moved together. A
+        // file another tool took past its format's sizes (an AIFF past
+        // 4 GiB) may still be compacted to a length they record.
+        if (int64 const most = file.GetMaxNumSamples(); keep.GetTotalLength() > most)
         {
-            vfl::ReportFileError("compact", "", path, why);
+            vfl::Format const* format = vfl::FindFormat(vfl::TypeName(file));
+            vfl::ReportFileError("compact", "", path,
+                                 std::string(format ? format->description : "its format") + " records " +
+                                     std::to_string(most) + " frames at most and " +
+                                     std::to_string(keep.GetTotalLength()) +
+                                     " are kept: keep fewer ('vfl convert' makes a WAVE file of it)");
             return 1;
         }
         attr = file.GetAudioFileAttr();
