@@ -87,6 +87,11 @@ void Sys_File::SetEOF(int64 size)
     mImpl->SetEOF(size);
 }
 
+void Sys_File::Reserve(int64 size)
+{
+    mImpl->Reserve(size);
+}
+
 int64 Sys_File::GetEOF()
 {
     return static_cast<int64>(mImpl->GetEOF());

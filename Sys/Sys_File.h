@@ -83,6 +83,12 @@ public:
     virtual void Close() const;
     // Keeps the position; growth reads back as zeros.
     virtual void SetEOF(int64 size);
+    // Makes the disk hold room for the file up to `size` bytes, so that
+    // writes up to there cannot fail for want of it: taken without a change
+    // of length where the file system can, zeros written up to `size`
+    // where it cannot. Throws the system's error (a full disk) with the file
+    // as it was. Keeps the position; does nothing to a file that long.
+    virtual void Reserve(int64 size);
     virtual int64 GetEOF();
     virtual void SetPosition(EOffsetFrom from, int64 offset);
     // 0 on a closed file.

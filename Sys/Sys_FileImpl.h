@@ -22,6 +22,8 @@ public:
     virtual void Open(int32 openMode) = 0;
     virtual void Close() = 0;
     virtual void SetEOF(int64 size) = 0;
+    // Where the platform has no way to take room ahead, nothing is done.
+    virtual void Reserve(int64 size);
     virtual uint64 GetEOF() = 0;
     virtual void SetPosition(Sys_File::EOffsetFrom from, int64 offset) = 0;
     virtual uint64 GetPosition() = 0;

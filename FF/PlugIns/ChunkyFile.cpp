@@ -350,6 +350,19 @@ PlugInResult ChunkyFile::DoFlush()
     // be moved forward and back), and otherwise it moves once: a crash or a
     // full disk during the flush cannot leave audio half moved that did not
     // need to move.
+    //
+    // The room the flush needs is taken first, while nothing has changed: a
+    // disk that filled half way through moving the audio towards the end
+    // would leave the end of the audio written over with bytes from in
+    // front of it, under the old header.
+    i64 needed = 0;
+    for (auto const* list : {&mChunks, &mNewChunks})
+        for (auto const& c : *list)
+            if (!c->ShouldDiscard())
+                needed += c->GetTotalSize(0);
+    if (PlugInResult const room = mFile->Reserve(needed); room != S_OK)
+        return room;
+
     struct Move
     {
         i64 from, to, length;

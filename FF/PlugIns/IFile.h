@@ -12,6 +12,9 @@ class IFile : public IUnknown
 public:
     virtual PlugInResult SetEOF(i64 size) = 0;
     virtual PlugInResult GetEOF(i64* size) = 0;
+    // Room on the disk up to `size` bytes, taken before a change that must
+    // not stop half way for want of it; the file as it was on a failure.
+    virtual PlugInResult Reserve(i64 size) = 0;
     // from: 0 counts from the start, 1 from the current position.
     virtual PlugInResult SetPosition(i32 from, i64 offset) = 0;
     virtual PlugInResult GetPosition(i64* position) = 0;

@@ -61,6 +61,11 @@ PlugInResult IFileImpl::SetEOF(i64 size)
     return Guarded([&] { mFile->SetEOF(size); });
 }
 
+PlugInResult IFileImpl::Reserve(i64 size)
+{
+    return Guarded([&] { mFile->Reserve(size); });
+}
+
 PlugInResult IFileImpl::GetEOF(i64* size)
 {
     return Guarded([&] { *size = mFile->GetEOF(); });

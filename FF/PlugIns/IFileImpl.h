@@ -19,6 +19,7 @@ public:
     u32 Release() override;
 
     PlugInResult SetEOF(i64 size) override;
+    PlugInResult Reserve(i64 size) override;
     PlugInResult GetEOF(i64* size) override;
     PlugInResult SetPosition(i32 from, i64 offset) override;
     PlugInResult GetPosition(i64* position) override;

@@ -363,6 +363,39 @@ void Sys_FilePosix::SetEOF(int64 size)
     // The position is in user space and stays where it was.
 }
 
+void Sys_FilePosix::Reserve(int64 size)
+{
+    ThrowIfNoAccess();
+    int64 const eof = static_cast<int64>(GetEOF());
+    if (size <= eof)
+        return;
+    if (Sys_FilePosixCalls::Current().fallocate(mHandle, eof, size - eof) == 0)
+        return;
+    if (errno != EOPNOTSUPP && errno != ENOSYS && errno != EINVAL)
+        ThrowErrno(errno);
+    // A file system that takes no room ahead (exFAT, older network shares):
+    // zeros written are the room, and cut away again if the disk has less.
+    // They are not audio, so the mark of what was written stays.
+    uint64 const savedPosition = mPosition;
+    uint64 const savedMark = mHighWaterMark;
+    static char const zeros[0x8000] = {};
+    try
+    {
+        mPosition = static_cast<uint64>(eof);
+        while (static_cast<int64>(mPosition) < size)
+            Write(zeros, std::min<int64>(sizeof zeros, size - static_cast<int64>(mPosition)));
+    }
+    catch (...)
+    {
+        mPosition = savedPosition;
+        mHighWaterMark = savedMark;
+        Truncate(eof);
+        throw;
+    }
+    mPosition = savedPosition;
+    mHighWaterMark = savedMark;
+}
+
 void Sys_FilePosix::Truncate(int64 size)
 {
     if (Sys_FilePosixCalls::Current().ftruncate(mHandle, size) != 0)

@@ -41,6 +41,7 @@ public:
     void Open(int32 openMode) override;
     void Close() override;
     void SetEOF(int64 size) override;
+    void Reserve(int64 size) override;
     uint64 GetEOF() override;
     void SetPosition(Sys_File::EOffsetFrom from, int64 offset) override;
     // The true 64-bit position.

@@ -48,6 +48,11 @@ int SysFtruncate(int fd, int64 length)
     return ::ftruncate(fd, static_cast<off_t>(length));
 }
 
+int SysFallocate(int fd, int64 offset, int64 length)
+{
+    return ::fallocate(fd, FALLOC_FL_KEEP_SIZE, static_cast<off_t>(offset), static_cast<off_t>(length));
+}
+
 int SysFsync(int fd)
 {
     return ::fsync(fd);
@@ -58,8 +63,8 @@ int64 SysQueued(int, int64, int64 result)
     return result;
 }
 
-constexpr Sys_FilePosixCalls kSystemCalls = {&SysOpen,   &SysClose,     &SysPread, &SysPwrite,
-                                             &SysPreadv, &SysFtruncate, &SysFsync, &SysQueued};
+constexpr Sys_FilePosixCalls kSystemCalls = {&SysOpen,      &SysClose,     &SysPread, &SysPwrite, &SysPreadv,
+                                             &SysFtruncate, &SysFallocate, &SysFsync, &SysQueued};
 
 Sys_FilePosixCalls sCurrent = kSystemCalls;
 

@@ -23,6 +23,9 @@ struct Sys_FilePosixCalls
     // Reads consecutive bytes of the file into several pieces of memory.
     int64 (*preadv)(int fd, Segment const* segments, int count, int64 offset);
     int (*ftruncate)(int fd, int64 length);
+    // Takes room on the disk for `length` bytes at `offset` without changing
+    // the file's length (fallocate with FALLOC_FL_KEEP_SIZE).
+    int (*fallocate)(int fd, int64 offset, int64 length);
     int (*fsync)(int fd);
     // Every queued transfer's outcome passes here on its way to the queuing
     // thread, whichever engine moved it: the bytes transferred or -errno.

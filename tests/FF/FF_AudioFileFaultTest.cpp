@@ -10,6 +10,7 @@
 #include "Sys/Posix/Sys_FilePosixCalls.h"
 #include "Sys/Sys_FileLoc.h"
 #include "support/ChunkFileBuilder.h"
+#include "support/ChunkWalker.h"
 #include "support/TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -51,6 +52,31 @@ int64 FillingPwrite(int fd, void const* buffer, uint64 count, int64 offset)
         return Sys_FilePosixCalls::System().pwrite(fd, buffer, count / 2, offset);
     }
     return FailingPwrite(fd, buffer, count, offset);
+}
+
+// A full disk: writes within the first `sRoom` bytes of the file land, one
+// that needs room behind them lands as far as they go and fails there, and
+// no room is taken ahead behind them.
+int64 sRoom = 0;
+
+int64 FullDiskPwrite(int fd, void const* buffer, uint64 count, int64 offset)
+{
+    if (offset + static_cast<int64>(count) <= sRoom)
+        return Sys_FilePosixCalls::System().pwrite(fd, buffer, count, offset);
+    sFailed = true;
+    if (offset < sRoom)
+        return Sys_FilePosixCalls::System().pwrite(fd, buffer, static_cast<uint64>(sRoom - offset), offset);
+    errno = 28; // ENOSPC
+    return -1;
+}
+
+int FullDiskFallocate(int fd, int64 offset, int64 length)
+{
+    if (offset + length <= sRoom)
+        return Sys_FilePosixCalls::System().fallocate(fd, offset, length);
+    sFailed = true;
+    errno = 28; // ENOSPC
+    return -1;
 }
 
 int FailingFtruncate(int fd, int64 length)
@@ -187,6 +213,68 @@ TEST_F(FF_AudioFileFault, EveryFailedWriteIsReportedAndForeignBytesSurvive)
             }
             EXPECT_FALSE(failed) << op.name << ": more than 100 writes";
         }
+}
+
+// Metadata in front of the audio, as some tools order chunks: a region
+// added grows it and moves the audio towards the end. On a full disk the
+// file is left byte for byte as it was, however many regions went in
+// before the disk's room ran out, and the audio reads back whole after.
+TEST_F(FF_AudioFileFault, OnAFullDiskMetadataInFrontOfTheAudioMovesNothing)
+{
+    Bytes const audio = Audio();
+    for (auto const& [name, type] : {std::pair{"front.wav", Sys_FileType(std::string("wav"))},
+                                     {"front.aif", Sys_FileType(PlugInTable::MacType("AIFF"))}})
+    {
+        SCOPED_TRACE(name);
+        std::string const path = mDir.File(name);
+        {
+            FF_AudioFile file((Sys_FileLoc(path)));
+            file.Format(type, 2, 44100, 16, 0);
+            FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+            Bytes written = audio; // a write may leave it in the file's order
+            file.SampleWrite(written.data(), 1000);
+            file.SetNumSamples(1000);
+            file.AddRegion("first", 10, 20, 10, 0, 0);
+        }
+        Bytes const made = vfltest::ReadWholeFile(path);
+        Bytes front(made.begin(), made.begin() + 12), behind;
+        for (auto const& c : ChunkWalker::Walk(made))
+        {
+            Bytes& to = c.id == "data" || c.id == "SSND" ? behind : front;
+            if (c.at > 0)
+                to.insert(to.end(), made.begin() + c.at, made.begin() + c.at + 8 + c.size + (c.size & 1));
+        }
+        front.insert(front.end(), behind.begin(), behind.end());
+        vfltest::WriteWholeFile(path, front);
+
+        bool threw = false;
+        for (int i = 0; i < 50 && !threw; ++i)
+        {
+            Bytes const before = vfltest::ReadWholeFile(path);
+            sRoom = static_cast<int64>(before.size());
+            Sys_FilePosixCalls::Current().fallocate = &FullDiskFallocate;
+            threw = ThrowsOnAFailingDisk(
+                1000, 28, &FullDiskPwrite,
+                [&]
+                {
+                    FF_AudioFile file((Sys_FileLoc(path)));
+                    FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+                    file.AddRegion("a region of a long name " + std::to_string(i), 0, 500, 0, 0, 0);
+                });
+            if (threw)
+            {
+                EXPECT_TRUE(vfltest::ReadWholeFile(path) == before) << "changed on a full disk";
+            }
+        }
+        EXPECT_TRUE(threw) << "the disk never ran out: " << ChunkWalker::Layout(vfltest::ReadWholeFile(path));
+        FF_AudioFile file((Sys_FileLoc(path)));
+        FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+        file.AddRegion("with room", 0, 10, 0, 0, 0);
+        Bytes back(audio.size());
+        file.SampleSetPosition(Sys_File::kFromStart, 0);
+        file.SampleRead(back.data(), 1000);
+        EXPECT_TRUE(back == audio);
+    }
 }
 
 // The fork of a VORN file is all that tells how to read its audio: a write

@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -479,6 +480,72 @@ TEST_F(SysFileTest, InjectedFailuresSurfaceWithTheirErrno)
         file.Close();
         Bytes const written = vfltest::ReadWholeFile(PathOf("f.bin"));
         EXPECT_EQ(Bytes(data.begin(), data.begin() + c.failAfter), written);
+    }
+}
+
+// Room taken ahead: without a change of length where the file system takes
+// it, as zeros where it cannot; a full disk leaves the file as it was.
+int sFallocateErrno = 0;
+
+int RefusingFallocate(int, int64, int64)
+{
+    errno = sFallocateErrno;
+    return -1;
+}
+
+TEST_F(SysFileTest, ReserveTakesRoomOrLeavesTheFileAsItWas)
+{
+    struct Case
+    {
+        char const* name;
+        int fallocateErrno; // 0: the system's
+        int64 diskFullAt;   // the offset writes fail at (ENOSPC); -1: never
+        int err;
+        int64 eof;
+    } const cases[] = {
+        {"taken ahead", 0, -1, 0, 10},
+        {"full disk", ENOSPC, -1, ENOSPC, 10},
+        {"no room ahead here: zeros", EOPNOTSUPP, -1, 0, 70000},
+        {"no room ahead, and the disk fills", EOPNOTSUPP, 40000, ENOSPC, 10},
+    };
+    vfltest::WriteWholeFile(PathOf("probe"), {});
+    int const probe = ::open(PathOf("probe").c_str(), O_RDWR);
+    bool const takesRoomAhead = Sys_FilePosixCalls::System().fallocate(probe, 0, 4096) == 0;
+    ::close(probe);
+    for (Case const& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        if (c.fallocateErrno == 0 && !takesRoomAhead)
+            continue; // the file system of the test folder does not
+        vfltest::WriteWholeFile(PathOf("r.bin"), Pattern(10));
+        vfltest::StFilePosixCalls calls;
+        if (c.fallocateErrno != 0)
+        {
+            sFallocateErrno = c.fallocateErrno;
+            calls.Calls().fallocate = &RefusingFallocate;
+        }
+        if (c.diskFullAt >= 0)
+        {
+            sFailAfter = c.diskFullAt;
+            sFailErrno = ENOSPC;
+            calls.Calls().pwrite = &FailingPwrite;
+        }
+        Sys_File file(Loc("r.bin"));
+        file.Open(0x103);
+        file.SetPosition(Sys_File::kFromStart, 4);
+        EXPECT_EQ(SystemErrorOf([&] { file.Reserve(70000); }), c.err);
+        EXPECT_EQ(file.GetPosition(), 4);
+        EXPECT_EQ(file.GetEOF(), c.eof);
+        file.Reserve(5); // a file that long already: nothing to do
+        file.Close();
+        Bytes expected = Pattern(10);
+        expected.resize(static_cast<std::size_t>(c.eof), 0);
+        EXPECT_EQ(vfltest::ReadWholeFile(PathOf("r.bin")), expected);
+        struct stat st = {};
+        if (c.err == 0 && ::stat(PathOf("r.bin").c_str(), &st) == 0)
+        {
+            EXPECT_GE(st.st_blocks * 512, 70000) << "no room taken";
+        }
     }
 }
 

@@ -34,6 +34,7 @@ public:
         mBytes.resize(static_cast<std::size_t>(size));
         return S_OK;
     }
+    PlugInResult Reserve(std::int64_t) override { return S_OK; }
     PlugInResult GetEOF(std::int64_t* size) override
     {
         *size = static_cast<std::int64_t>(mBytes.size());
