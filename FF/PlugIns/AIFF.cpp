@@ -62,7 +62,7 @@ PlugInResult AIFF::DoSetNumSamples(i64 frames)
     return ChunkyFile::DoSetNumSamples(frames);
 }
 
-PlugInResult AIFF::DoFlush()
+PlugInResult AIFF::FitSizes()
 {
     // A file another tool took past 4 GiB (its sizes wrapped or never
     // written) cannot be written with 32-bit sizes: the sizes a reader
@@ -70,7 +70,7 @@ PlugInResult AIFF::DoFlush()
     // behind the audio as audio. It stays as it is.
     if (GetFormSize() - 8 > 0xFFFFFFFFll)
         return kAudioFile_BadParameter;
-    return ChunkyFile::DoFlush();
+    return S_OK;
 }
 
 PlugInResult AIFF::DoFormat()

@@ -34,7 +34,8 @@ public:
     bool IsUnsigned8Bit() override { return mUnsignedBytes && BitsPerSample() == 8; }
     PlugInResult DoOpen() override;
     PlugInResult DoFormat() override;
-    PlugInResult DoFlush() override;
+    ChunkId FillerId() override { return kChunkId_FLLR; }
+    PlugInResult FitSizes() override;
     // The format's sizes are 32 bits: a file that would pass them is
     // refused rather than written with sizes that wrap.
     PlugInResult DoSetNumSamples(i64 frames) override;

@@ -35,6 +35,7 @@ public:
         kMark = 14,
         kDs64 = 15,
         kVersion = 16,
+        kFiller = 17, // made by a flush only; read back as kUnknown
     };
 
     // Chunks made afresh from the cache at every flush answer this from

@@ -25,3 +25,4 @@ const ChunkId kChunkId_BW64 = ChunkIdFromText("BW64");
 const ChunkId kChunkId_ds64 = ChunkIdFromText("ds64");
 const ChunkId kChunkId_JUNK = ChunkIdFromText("JUNK");
 const ChunkId kChunkId_FVER = ChunkIdFromText("FVER");
+const ChunkId kChunkId_FLLR = ChunkIdFromText("FLLR");

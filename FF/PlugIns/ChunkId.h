@@ -53,3 +53,5 @@ extern const ChunkId kChunkId_BW64;
 extern const ChunkId kChunkId_ds64;
 extern const ChunkId kChunkId_JUNK;
 extern const ChunkId kChunkId_FVER;
+// The AIFF filler: zeros that readers skip.
+extern const ChunkId kChunkId_FLLR;

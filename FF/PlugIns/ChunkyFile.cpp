@@ -1,6 +1,7 @@
 #include "FF/PlugIns/ChunkyFile.h"
 #include "Cmn/Cmn_Types.h"
 
+#include "FF/PlugIns/FillerChunk.h"
 #include "FF/PlugIns/IFile.h"
 #include "FF/PlugIns/PadChunk.h"
 #include "FF/PlugIns/UAFEbuChunk.h"
@@ -201,6 +202,7 @@ PlugInResult ChunkyFile::DoOpen()
     // there is would keep records past the end.
     if (r == S_OK)
         KeepWhatFits(NumSamples());
+    mLaidOut = r == S_OK;
     // Chunks made while the parse still changed the length were loaded with
     // the file as it is opened: only a caller's cut may discard them.
     for (auto& c : mChunks)
@@ -240,6 +242,7 @@ ChunkyFile::ChunkList::iterator ChunkyFile::InFrontOfTheAudio(ChunkList& list)
 
 PlugInResult ChunkyFile::DoFormat()
 {
+    mLaidOut = true;
     mChunks.clear();
     mNewChunks.clear();
     mLongAudioSize = -1;
@@ -335,6 +338,112 @@ PlugInResult ChunkyFile::BeforeAudioGrows()
     return S_OK;
 }
 
+i64 ChunkyFile::AudioShift()
+{
+    i64 oldPos = 0;
+    i64 newPos = 0;
+    for (auto const& c : mChunks)
+    {
+        if (c->GetKind() == Chunk::kAudioData)
+            return newPos - oldPos;
+        oldPos += c->GetFileSize();
+        if (!c->ShouldDiscard())
+            newPos += c->GetTotalSize(0);
+    }
+    return 0;
+}
+
+void ChunkyFile::KeepTheAudioInPlace()
+{
+    // Moving the audio in place has no undo: a crash, a kill or a failing
+    // disk in the middle of it leaves part of the recording written over
+    // with another part. So a chunk in front of the audio that goes leaves
+    // a filler of its size, and one that changes size beyond what a pad
+    // takes up goes behind the audio, a filler keeping its place. The audio
+    // moves only when the format itself must change in front of it and no
+    // filler has the room.
+    auto const inFront = [this](ChunkList::iterator it)
+    { return it != mChunks.end() && (*it)->GetKind() != Chunk::kAudioData; };
+    auto const fill = [this](ChunkList::iterator it, i64 fileSize)
+    {
+        if (fileSize < 8)
+            return mChunks.erase(it);
+        auto filler = std::make_unique<FillerChunk>(this, FillerId(), fileSize);
+        filler->SetFileSize(fileSize);
+        *it = std::move(filler);
+        return std::next(it);
+    };
+    for (auto it = mChunks.begin(); inFront(it);)
+        it = (*it)->ShouldDiscard() ? fill(it, (*it)->GetFileSize()) : std::next(it);
+    if (AudioShift() == 0)
+        return;
+    auto behind = mNewChunks.end();
+    while (behind != mNewChunks.begin() && (*std::prev(behind))->IsTrailing())
+        --behind;
+    for (auto it = mChunks.begin(); inFront(it);)
+    {
+        if (!CanStandBehindTheAudio((*it)->GetKind()) || (*it)->GetTotalSize(0) == (*it)->GetFileSize())
+        {
+            ++it;
+            continue;
+        }
+        i64 const fileSize = (*it)->GetFileSize();
+        std::unique_ptr<Chunk> moved = std::move(*it);
+        it = fill(it, fileSize);
+        moved->SetFileSize(0);
+        mNewChunks.insert(behind, std::move(moved));
+    }
+    if (AudioShift() != 0)
+        TakeUpInAFiller();
+}
+
+void ChunkyFile::TakeUpInAFiller()
+{
+    // What still changes in front of the audio (a chunk of the format's
+    // own, such as the 64-bit sizes) comes out of a filler there, if one has
+    // the room: only the chunks between the two move.
+    i64 growth = 0;
+    for (auto const& c : mChunks)
+    {
+        if (c->GetKind() == Chunk::kAudioData)
+            break;
+        if (c->GetKind() != Chunk::kPad)
+            growth += c->GetTotalSize(0) - c->GetFileSize();
+    }
+    for (auto& c : mChunks)
+    {
+        if (c->GetKind() == Chunk::kAudioData)
+            break;
+        bool const filler =
+            c->GetKind() == Chunk::kFiller || (c->GetKind() == Chunk::kUnknown && c->GetId() == FillerId());
+        i64 const takes = c->GetFileSize() - growth;
+        if (!filler || takes < 8)
+            continue;
+        std::unique_ptr<Chunk> smaller = std::make_unique<FillerChunk>(this, c->GetId(), takes);
+        smaller->SetFileSize(c->GetFileSize());
+        std::swap(c, smaller);
+        // A pad that cannot follow keeps the audio moving anyway.
+        if (AudioShift() == 0)
+            return;
+        std::swap(c, smaller);
+    }
+}
+
+bool ChunkyFile::CanStandBehindTheAudio(i32 kind)
+{
+    switch (kind)
+    {
+    case Chunk::kEbu:
+    case Chunk::kUmid:
+    case Chunk::kMinf:
+    case Chunk::kRegn:
+    case Chunk::kOvwf:
+    case Chunk::kInstrument:
+    case Chunk::kMark: return true;
+    default: return false;
+    }
+}
+
 PlugInResult ChunkyFile::DoFlush()
 {
     // A file that states its stream or holds its audio twice is read as the
@@ -343,6 +452,16 @@ PlugInResult ChunkyFile::DoFlush()
     // Nor is a file that does not begin with its form's header.
     if (mFactsTwice || (!mChunks.empty() && mChunks.front()->GetKind() != Chunk::kFileHeader))
         return kAudioFile_Unimplemented;
+    // A handler that neither opened nor made the file (or whose open
+    // failed) holds no layout of it, and would cut it to what it holds.
+    if (!mLaidOut)
+        return E_UNEXPECTED;
+    // The format may add a chunk in front of the audio to fit its sizes:
+    // the layout is settled around it once more.
+    KeepTheAudioInPlace();
+    if (PlugInResult const fits = FitSizes(); fits != S_OK)
+        return fits;
+    KeepTheAudioInPlace();
     // Every kept chunk's bytes go once from where they stand to where they
     // will stand, rather than each chunk that changed size moving everything
     // behind it in turn. The file comes out the same, but when the pad takes

@@ -83,6 +83,11 @@ public:
     ChunkList const& GetNewChunks() const { return mNewChunks; }
     // The sum of the total sizes of both lists: what the file's length must be.
     i64 GetTotalFileSize();
+    // The id of a chunk of zeros that every reader of the format skips.
+    virtual ChunkId FillerId() = 0;
+    // Makes the form's sizes fit the format, or refuses the flush: called
+    // once the layout of the flush is known, before anything is written.
+    virtual PlugInResult FitSizes() { return S_OK; }
     // Moves `length` bytes at `start` by `delta` in place, no further than
     // the end of the file. The position is restored at the end; a failed
     // copy is the answer.
@@ -124,9 +129,21 @@ protected:
     // True if a plausible chunk header stands at `pos`; the file position is
     // kept.
     bool PlausibleHeaderAt(i64 pos, i64 fileEOF);
+    // How far the next flush would move the first audio byte on disk.
+    i64 AudioShift();
+    // Lays out the next flush so that the audio stays where it stands:
+    // chunks in front of it that change size go behind it, fillers keep
+    // their places.
+    void KeepTheAudioInPlace();
+    void TakeUpInAFiller();
+    // Metadata that readers find wherever it stands, as opposed to the
+    // chunks that must lead up to the audio.
+    static bool CanStandBehindTheAudio(i32 kind);
 
     i64 mLongAudioSize = -1;
     bool mFactsTwice = false;
+    // True once an open or a format gave the lists the file's layout.
+    bool mLaidOut = false;
     std::optional<bool> mLittleEndianAudio;
     bool mUnsignedBytes = false;
     // Body bytes of the audio chunk as the parse found them, -1 for none.

@@ -111,11 +111,11 @@ void WAVE::GoLong(ChunkList& list)
     list.insert(std::next(list.begin()), std::move(ds64));
 }
 
-PlugInResult WAVE::DoFlush()
+PlugInResult WAVE::FitSizes()
 {
     if (!mLongForm && NeedsLongForm())
         GoLong(mChunks.empty() ? mNewChunks : mChunks);
-    return ChunkyFile::DoFlush();
+    return S_OK;
 }
 
 u32 WAVE::SizeField(Chunk& chunk, i64 size)

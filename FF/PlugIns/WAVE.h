@@ -20,7 +20,9 @@ public:
     std::unique_ptr<Chunk> CreateChunk(ChunkId id) override;
     void CreateDefaultChunks(ChunkList& list) override;
     i32 DataChunkHeaderSize() override { return 8; }
-    PlugInResult DoFlush() override;
+    ChunkId FillerId() override { return kChunkId_JUNK; }
+    // Past 4 GiB the file takes the 64-bit form.
+    PlugInResult FitSizes() override;
     u32 SizeField(Chunk& chunk, i64 size) override;
 
     // A file past 4 GiB: 'RF64' header, sizes in 'ds64'.

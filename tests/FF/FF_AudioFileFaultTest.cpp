@@ -236,16 +236,7 @@ TEST_F(FF_AudioFileFault, OnAFullDiskMetadataInFrontOfTheAudioMovesNothing)
             file.SetNumSamples(1000);
             file.AddRegion("first", 10, 20, 10, 0, 0);
         }
-        Bytes const made = vfltest::ReadWholeFile(path);
-        Bytes front(made.begin(), made.begin() + 12), behind;
-        for (auto const& c : ChunkWalker::Walk(made))
-        {
-            Bytes& to = c.id == "data" || c.id == "SSND" ? behind : front;
-            if (c.at > 0)
-                to.insert(to.end(), made.begin() + c.at, made.begin() + c.at + 8 + c.size + (c.size & 1));
-        }
-        front.insert(front.end(), behind.begin(), behind.end());
-        vfltest::WriteWholeFile(path, front);
+        vfltest::WriteWholeFile(path, ChunkWalker::AudioLast(vfltest::ReadWholeFile(path)));
 
         bool threw = false;
         for (int i = 0; i < 50 && !threw; ++i)

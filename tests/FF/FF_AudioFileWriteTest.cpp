@@ -197,26 +197,33 @@ TEST_F(FF_AudioFileWrite, FormatStampsTypeAndCreator)
 // past 4 GiB, whose 'JUNK' chunk behind the header the 'ds64' replaces so
 // that its audio stays where it stands; and a file another tool wrote past
 // 4 GiB with its sizes wrapped to 32 bits, read whole and made RF64 at its
-// rewrite. The files are sparse: only their ends are written.
+// rewrite, its 'JUNK' of the size of a 'ds64' or larger (what is left of it
+// stays a 'JUNK'). The files are sparse: only their ends are written.
 TEST_F(FF_AudioFileWrite, PastFourGigabytesTheFileBecomesRF64)
 {
     int64 const frames = (int64{1} << 31) + 1000; // 16-bit mono: 4 GiB and 2000 bytes
     std::vector<std::int16_t> tail(1000);
     std::iota(tail.begin(), tail.end(), std::int16_t{-500});
-    for (std::string const kind : {"new", "grown", "wrapped"})
+    struct
     {
-        SCOPED_TRACE(kind);
-        std::string const path = mDir.File(kind + ".wav");
+        std::string kind;
+        std::size_t junkBody;
+    } const cases[] = {{"new", 0}, {"grown", 28}, {"wrapped", 28}, {"wrapped", 100}};
+    for (auto const& [kind, junkBody] : cases)
+    {
+        SCOPED_TRACE(kind + " " + std::to_string(junkBody));
+        std::string const path = mDir.File(kind + std::to_string(junkBody) + ".wav");
+        int64 const fmtAt = 20 + static_cast<int64>(junkBody);
         if (kind != "new") // the sizes of 1000 frames: 4 GiB and 1000 frames wrapped
             vfltest::WriteWholeFile(path, ChunkFileBuilder()
                                               .RiffHeader()
-                                              .Chunk("JUNK", Bytes(28, 0))
+                                              .Chunk("JUNK", Bytes(junkBody, 0))
                                               .Fmt(1, 48000, 16)
                                               .Data(Bytes(2000, 1))
                                               .Done());
         if (kind == "wrapped")
         {
-            std::filesystem::resize_file(path, 80 + 2 * frames - 2000);
+            std::filesystem::resize_file(path, fmtAt + 32 + 2 * frames - 2000);
             std::ofstream(path, std::ios::binary | std::ios::app)
                 .write(reinterpret_cast<char const*>(tail.data()), 2000);
             FF_AudioFile file((Sys_FileLoc(path)));
@@ -235,11 +242,11 @@ TEST_F(FF_AudioFileWrite, PastFourGigabytesTheFileBecomesRF64)
             file.SampleWrite(copy.data(), 1000);
         }
         std::ifstream in(path, std::ios::binary);
-        char head[88] = {};
+        char head[160] = {};
         in.read(head, sizeof head);
         EXPECT_EQ(std::string(head, 4), "RF64");
         EXPECT_EQ(std::string(head + 12, 4), "ds64");
-        std::uint32_t riffSize;
+        std::uint32_t riffSize, junkLeft;
         std::uint64_t dataSize, sampleCount;
         std::memcpy(&riffSize, head + 4, 4);
         std::memcpy(&dataSize, head + 28, 8);
@@ -249,8 +256,15 @@ TEST_F(FF_AudioFileWrite, PastFourGigabytesTheFileBecomesRF64)
         EXPECT_EQ(sampleCount, static_cast<std::uint64_t>(frames));
         if (kind != "new") // 'fmt ' and the first samples where they stood
         {
-            EXPECT_EQ(std::string(head + 48, 4) + std::string(head + 72, 4) + std::string(head + 80, 8),
+            EXPECT_EQ(std::string(head + fmtAt, 4) + std::string(head + fmtAt + 24, 4) +
+                          std::string(head + fmtAt + 32, 8),
                       "fmt data" + std::string(8, '\1'));
+        }
+        if (junkBody > 28)
+        {
+            std::memcpy(&junkLeft, head + 52, 4);
+            EXPECT_EQ(std::string(head + 48, 4), "JUNK");
+            EXPECT_EQ(junkLeft, junkBody - 36);
         }
 
         FF_AudioFile file((Sys_FileLoc(path)));

@@ -56,6 +56,20 @@ public:
             out += (out.empty() ? "" : " ") + c.id + "@" + std::to_string(c.at) + ":" + std::to_string(c.size);
         return out;
     }
+    // The same chunks with the audio chunk last, as some tools order them:
+    // everything else stands in front of the audio.
+    static Bytes AudioLast(Bytes const& b)
+    {
+        Bytes front(b.begin(), b.begin() + 12), audio;
+        for (auto const& c : Walk(b))
+        {
+            Bytes& to = c.id == "data" || c.id == "SSND" ? audio : front;
+            if (c.at > 0)
+                to.insert(to.end(), b.begin() + c.at, b.begin() + c.at + 8 + c.size + (c.size & 1));
+        }
+        front.insert(front.end(), audio.begin(), audio.end());
+        return front;
+    }
     static std::vector<std::string> Ids(Bytes const& b)
     {
         std::vector<std::string> ids;

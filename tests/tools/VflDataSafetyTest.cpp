@@ -223,35 +223,40 @@ TEST_F(VflDataSafety, ASignalToABatchEndsEveryConversionAndLeavesNothing)
     }
 }
 // Regions in front of the audio, as some tools order chunks: a region added
-// grows them and moves the audio in place. A signal sent in the middle of
-// that move (by strace, at the second write) waits until the file is whole.
-TEST_F(VflDataSafety, ASignalDuringARewriteWaitsForTheAudioToBeMoved)
+// grows them, and they go behind the audio rather than move it. A signal
+// sent in the middle of the rewrite (by strace, at the second write) waits
+// until the file is whole; a kill at any write leaves the audio as it was
+// and the file readable.
+TEST_F(VflDataSafety, ARewriteInterruptedAnywhereKeepsTheAudio)
 {
     if (RunCommand("strace -o /dev/null true 2>/dev/null") != 0)
         GTEST_SKIP() << "strace cannot trace here";
     Out("sox " + F("in.wav") + " -t raw - | " + Vfl("new " + F("own.wav") + " -r 44100 -b 16 -c 2"));
-    std::vector<std::uint8_t> const own = vfltest::ReadWholeFile(F("own.wav"));
-    std::vector<std::uint8_t> front(own.begin(), own.begin() + 12), audio;
-    for (auto const& c : ChunkWalker::Walk(own))
-    {
-        auto& to = c.id == "data" ? audio : front;
-        if (c.at > 0)
-            to.insert(to.end(), own.begin() + c.at, own.begin() + c.at + 8 + c.size + (c.size & 1));
-    }
-    front.insert(front.end(), audio.begin(), audio.end());
+    std::vector<std::uint8_t> const front = ChunkWalker::AudioLast(vfltest::ReadWholeFile(F("own.wav")));
     std::string const samples = Out(Vfl("cat " + F("own.wav")));
+    auto const addUnder = [&](std::string const& inject)
+    {
+        vfltest::WriteWholeFile(F("f.wav"), front);
+        return RunCommand("ASAN_OPTIONS=$ASAN_OPTIONS:detect_leaks=0 strace -f -o /dev/null -e trace=pwrite64 "
+                          "-e inject=pwrite64:" +
+                          inject + " " + Vfl("regions " + F("f.wav") + " --add take 0 1000") + " 2>/dev/null");
+    };
     for (auto const& [signal, status] : {std::pair{"INT", 130}, {"TERM", 143}, {"HUP", 129}})
     {
         SCOPED_TRACE(signal);
-        vfltest::WriteWholeFile(F("f.wav"), front);
-        EXPECT_EQ(RunCommand("ASAN_OPTIONS=$ASAN_OPTIONS:detect_leaks=0 strace -f -o /dev/null -e trace=pwrite64 "
-                             "-e inject=pwrite64:signal=" +
-                             std::string(signal) + ":when=2 " + Vfl("regions " + F("f.wav") + " --add take 0 1000") +
-                             " 2>/dev/null"),
-                  status);
+        EXPECT_EQ(addUnder("signal=" + std::string(signal) + ":when=2"), status);
         EXPECT_TRUE(Out(Vfl("cat " + F("f.wav"))) == samples);
         EXPECT_NE(Out(Vfl("regions " + F("f.wav"))).find("take "), std::string::npos);
     }
+    int when = 1;
+    for (; when < 100 && addUnder("signal=KILL:when=" + std::to_string(when)) != 0; ++when)
+    {
+        SCOPED_TRACE("killed at write " + std::to_string(when));
+        EXPECT_TRUE(Out(Vfl("cat " + F("f.wav"))) == samples);
+        EXPECT_EQ(RunCommand(Vfl("info " + F("f.wav")) + " >/dev/null 2>&1"), 0);
+    }
+    EXPECT_GT(when, 3) << "the rewrite was never killed";
+    EXPECT_LT(when, 100) << "more than 100 writes";
 }
 
 } // namespace
