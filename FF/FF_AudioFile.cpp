@@ -712,6 +712,7 @@ void FF_AudioFile::SetNumSamples(int64 frames)
     int64 userStamp = 0, origStamp = 0;
     std::vector<FF_ImportAudioRegion> regions;
     GetRegions(&regions, false);
+    std::vector<Sys_Umid> gone;
     for (auto const& region : regions)
     {
         bool const whole = region.IsWholeFileRegion();
@@ -722,11 +723,16 @@ void FF_AudioFile::SetNumSamples(int64 frames)
                 userStamp = static_cast<int64>(region.GetUserTimeStamp());
                 origStamp = static_cast<int64>(region.GetOrigTimeStamp());
             }
-            RemoveRegion(region.GetUmid());
+            gone.push_back(region.GetUmid());
         }
     }
     StOpen open(this, eOpenRead | eOpenWrite);
+    // The regions go once the length is set: a length refused (a full disk)
+    // would otherwise leave them removed, and the next flush would drop
+    // them from the file.
     CheckNativeResult(mNative->SetNumSamples(frames));
+    for (Sys_Umid const& umid : gone)
+        RemoveRegion(umid);
     // Still sees the frame count of before the change: its whole-file logic
     // runs against that.
     AddRegion(WholeFileRegionName(GetFileLoc()), 0, frames, 0, userStamp, origStamp);

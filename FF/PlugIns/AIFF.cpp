@@ -1,8 +1,6 @@
 #include "FF/PlugIns/AIFF.h"
 #include "Cmn/Cmn_Types.h"
 
-#include <algorithm>
-
 #include "FF/PlugIns/AIFFCommChunk.h"
 #include "FF/PlugIns/AIFFHeaderChunk.h"
 #include "FF/PlugIns/AIFFInstInfoChunk.h"
@@ -14,6 +12,8 @@
 #include "FF/PlugIns/UAFOvwfChunk.h"
 #include "FF/PlugIns/UAFRegnChunk.h"
 #include "FF/PlugIns/UAFUmidChunk.h"
+
+#include <algorithm>
 
 namespace
 {
@@ -170,7 +170,15 @@ void AIFF::StoreInstrument(PlugInInstrument const& instrument)
 
 void AIFF::AddMarkers(std::vector<Marker> const& markers)
 {
-    mMarkers.insert(mMarkers.end(), markers.begin(), markers.end());
+    // A marker of an earlier 'MARK' chunk that comes again is one marker: a
+    // rewrite killed while it moved the chunk behind the audio leaves the
+    // chunk in both places.
+    std::size_t const earlier = mMarkers.size();
+    for (Marker const& m : markers)
+        if (std::none_of(mMarkers.begin(), mMarkers.begin() + static_cast<std::ptrdiff_t>(earlier),
+                         [&m](Marker const& e)
+                         { return e.id == m.id && e.position == m.position && e.name == m.name; }))
+            mMarkers.push_back(m);
 }
 
 void AIFF::SetInstInfo(InstInfo const& body)

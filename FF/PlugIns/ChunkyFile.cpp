@@ -272,6 +272,18 @@ PlugInResult ChunkyFile::DoFormat()
 
 PlugInResult ChunkyFile::DoSetNumSamples(i64 frames)
 {
+    // The room a longer file needs is taken before anything changes: on a
+    // disk that runs out later, the audio written would stand where the
+    // chunks behind it stood, held in memory only, and the flush that writes
+    // them behind it would find no room for them.
+    if (i64 const frames0 = NumSamples(); frames > frames0)
+    {
+        SetNumSamplesValue(frames);
+        i64 const needed = LengthWithTheAudioInPlace();
+        SetNumSamplesValue(frames0);
+        if (PlugInResult const room = mFile->Reserve(needed); room != S_OK)
+            return room;
+    }
     // A shortened file is a new piece of media.
     if (frames < mCommittedSamples)
         StampWithUmid();
@@ -292,9 +304,14 @@ PlugInResult ChunkyFile::DoSetNumSamples(i64 frames)
         }
     }
     SetNumSamplesValue(frames);
-    // The audio moves only at the flush, if a chunk in front of it changed
-    // size: until then it must still fit where it stands, or a file whose
-    // chunks in front shrank would lose the end of its audio here.
+    return mFile->SetEOF(LengthWithTheAudioInPlace());
+}
+
+i64 ChunkyFile::LengthWithTheAudioInPlace()
+{
+    // The audio stays where it stands until the flush: a chunk in front of
+    // it that shrank still takes its old place, and a length from the new
+    // sizes alone would cut off the end of the audio.
     i64 audioEnd = 0;
     for (auto const& c : mChunks)
     {
@@ -305,7 +322,7 @@ PlugInResult ChunkyFile::DoSetNumSamples(i64 frames)
         }
         audioEnd += c->GetFileSize();
     }
-    return mFile->SetEOF(std::max(GetTotalFileSize(), audioEnd));
+    return std::max(GetTotalFileSize(), audioEnd);
 }
 
 PlugInResult ChunkyFile::DoImplement(PlugInGuid const* iid)
@@ -556,10 +573,20 @@ PlugInResult ChunkyFile::DoFlush()
     }
     mChunks.splice(mChunks.end(), trailing);
 
+    // Fillers are written last: until then the chunk whose place one takes
+    // still stands there, and a process killed before its copy behind the
+    // audio was whole leaves it readable.
+    std::vector<std::pair<Chunk*, i64>> fillers;
     i64 pos = 0;
     for (auto& c : mChunks)
     {
-        r = c->WriteChunk(pos);
+        if (c->GetKind() == Chunk::kFiller)
+        {
+            fillers.emplace_back(c.get(), pos);
+            r = mFile->SetPosition(0, pos + c->GetTotalSize(0));
+        }
+        else
+            r = c->WriteChunk(pos);
         if (r != S_OK)
             return r;
         i64 tell = 0;
@@ -568,6 +595,14 @@ PlugInResult ChunkyFile::DoFlush()
             return r;
         c->SetFileSize(tell - pos);
         pos = tell;
+    }
+    for (auto [filler, at] : fillers)
+    {
+        r = mFile->SetPosition(0, at);
+        if (r == S_OK)
+            r = filler->WriteChunk(at);
+        if (r != S_OK)
+            return r;
     }
     // A body may have shrunk.
     return mFile->SetEOF(GetTotalFileSize());

@@ -129,6 +129,9 @@ protected:
     // True if a plausible chunk header stands at `pos`; the file position is
     // kept.
     bool PlausibleHeaderAt(i64 pos, i64 fileEOF);
+    // The length the file needs for its lists while the audio stands where
+    // it is on disk.
+    i64 LengthWithTheAudioInPlace();
     // How far the next flush would move the first audio byte on disk.
     i64 AudioShift();
     // Lays out the next flush so that the audio stays where it stands:

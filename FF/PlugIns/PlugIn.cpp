@@ -478,6 +478,9 @@ PlugInResult PlugIn::SetNumSamples(i64 frames)
 {
     if (frames == mNumSamples)
         return S_OK;
+    u64 const changed = mChangedMask;
+    u64 const revision = mDataRevision;
+    bool const dirty = mAudioDirty;
     if (frames < mCommittedSamples)
     {
         mDataRevision = 0;
@@ -489,6 +492,15 @@ PlugInResult PlugIn::SetNumSamples(i64 frames)
     }
     mChangedMask |= kValidNumSamples | kValidOverviews;
     PlugInResult r = DoSetNumSamples(frames);
+    // A length refused (a full disk) changed nothing: the overviews still
+    // describe the file, and the next flush keeps them.
+    if (r != S_OK && mNumSamples != frames)
+    {
+        mChangedMask = changed;
+        mDataRevision = revision;
+        mAudioDirty = dirty;
+        return r;
+    }
     // Overviews describe the old length; none survives a change of it.
     DisposeOverviews();
     return r;

@@ -4,6 +4,7 @@
 #include "FF/PlugIns/ChunkyFile.h"
 #include "FF/PlugIns/PlugInRegion.h"
 
+#include <algorithm>
 #include <cstring>
 #include <ostream>
 
@@ -39,6 +40,10 @@ PlugInResult UAFRegnChunk::Read(i64 size, i64)
     if (static_cast<u64>(size) != static_cast<u64>(count) * 88 + 4)
         return kAudioFile_Unimplemented;
 
+    // A record of an earlier 'regn' chunk that comes again is one region:
+    // a rewrite killed while it moved the chunk behind the audio leaves the
+    // chunk in both places.
+    std::size_t const earlier = mOwner->Regions().size();
     for (u32 i = 0; i < count; ++i)
     {
         PlugInRegion region;
@@ -46,9 +51,12 @@ PlugInResult UAFRegnChunk::Read(i64 size, i64)
         if (r != S_OK)
             return r;
         SwapRecord(region);
+        auto const& regions = mOwner->Regions();
+        bool const again = std::any_of(regions.begin(), regions.begin() + static_cast<std::ptrdiff_t>(earlier),
+                                       [&](PlugInRegion const& e) { return std::memcmp(&e, &region, 88) == 0; });
         // Regions that do not fit the audio are dropped without comment, once
         // the file's length is known (ChunkyFile::DoOpen).
-        if (region.startSample < region.stopSample)
+        if (region.startSample < region.stopSample && !again)
             mOwner->Regions().push_back(region);
     }
     return S_OK;

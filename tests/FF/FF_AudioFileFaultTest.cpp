@@ -7,6 +7,7 @@
 #include "FF/FF_AudioFile.h"
 #include "FF/FF_AudioProcessFileTestSupport.h"
 #include "FF/PlugIns/PlugInTable.h"
+#include "FF/PlugIns/UAFOvwfChunk.h"
 #include "Sys/Posix/Sys_FilePosixCalls.h"
 #include "Sys/Sys_FileLoc.h"
 #include "support/ChunkFileBuilder.h"
@@ -266,6 +267,72 @@ TEST_F(FF_AudioFileFault, OnAFullDiskMetadataInFrontOfTheAudioMovesNothing)
         file.SampleRead(back.data(), 1000);
         EXPECT_TRUE(back == audio);
     }
+}
+
+// Chunks behind the audio (another tool's, held in memory only until the
+// flush, or the file's own regions), on a disk with too little room for
+// the frames a host appends: the length is refused before any frame is
+// written over their place or any region goes, and the file stays as it
+// was.
+TEST_F(FF_AudioFileFault, OnAFullDiskAppendedFramesTakeNoPlaceOfTheChunksBehind)
+{
+    Bytes const audio = Audio();
+    Bytes const tags(300, 't');
+    std::string const own = mDir.File("own.wav");
+    {
+        FF_AudioFile file((Sys_FileLoc(own)));
+        file.Format(Sys_FileType(std::string("wav")), 2, 44100, 16, 0);
+        FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+        Bytes written = audio;
+        file.SampleWrite(written.data(), 1000);
+        file.SetNumSamples(1000);
+        file.AddRegion("first", 10, 20, 10, 0, 0);
+        file.SetOverview(UAFOvwfChunk::NewBlock(2 * 4, 256), 256, 8, 4);
+    }
+    for (auto const& [name, before] :
+         {std::pair{"foreign.wav",
+                    ChunkFileBuilder().RiffHeader().Fmt(2, 44100, 16).Data(audio).Chunk("LIST", tags).Done()},
+          {"foreign.aif",
+           ChunkFileBuilder(true).Form("AIFF").Comm(2, 1000, 16, 44100).Ssnd(audio).Chunk("ANNO", tags).Done()},
+          {"own.wav", vfltest::ReadWholeFile(own)}})
+    {
+        SCOPED_TRACE(name);
+        std::string const path = mDir.File(name);
+        vfltest::WriteWholeFile(path, before);
+        sRoom = static_cast<int64>(before.size()) + 1000; // less than the frames need
+        Sys_FilePosixCalls::Current().fallocate = &FullDiskFallocate;
+        EXPECT_TRUE(ThrowsOnAFailingDisk(1000, 28, &FullDiskPwrite,
+                                         [&]
+                                         {
+                                             FF_AudioFile f((Sys_FileLoc(path)));
+                                             FF_AudioFile::StOpen open(&f, FF_AudioFile::eOpenRead |
+                                                                               FF_AudioFile::eOpenWrite);
+                                             f.SetNumSamples(2000);
+                                             Bytes more = audio;
+                                             f.SampleSetPosition(Sys_File::kFromStart, 1000);
+                                             f.SampleWrite(more.data(), 1000);
+                                         }));
+        EXPECT_TRUE(vfltest::ReadWholeFile(path) == before);
+    }
+    // A host that goes on after the refusal and adds a region keeps every
+    // region and the overview the file had.
+    {
+        FF_AudioFile f((Sys_FileLoc(own)));
+        FF_AudioFile::StOpen open(&f, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+        Sys_FilePosixCalls::Current().pwrite = &FullDiskPwrite;
+        Sys_FilePosixCalls::Current().fallocate = &FullDiskFallocate;
+        EXPECT_THROW(f.SetNumSamples(2000), Cmn_Exception);
+        Sys_FilePosixCalls::Current() = Sys_FilePosixCalls::System();
+        f.AddRegion("later", 30, 40, 30, 0, 0);
+    }
+    FF_AudioFile f((Sys_FileLoc(own)));
+    std::vector<FF_ImportAudioRegion> regions;
+    f.GetRegions(&regions, false);
+    std::string names;
+    for (auto const& r : regions)
+        names += r.GetName() + (r.IsWholeFileRegion() ? "(whole) " : " ");
+    EXPECT_EQ(names, "own(whole) first later ");
+    EXPECT_TRUE(f.HasOverview(256, 8));
 }
 
 // The fork of a VORN file is all that tells how to read its audio: a write

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
 using vfltest::RunCommand;
@@ -225,8 +226,8 @@ TEST_F(VflDataSafety, ASignalToABatchEndsEveryConversionAndLeavesNothing)
 // Regions in front of the audio, as some tools order chunks: a region added
 // grows them, and they go behind the audio rather than move it. A signal
 // sent in the middle of the rewrite (by strace, at the second write) waits
-// until the file is whole; a kill at any write leaves the audio as it was
-// and the file readable.
+// until the file is whole; a kill at any write leaves the audio as it was,
+// the file readable and every region it had, once.
 TEST_F(VflDataSafety, ARewriteInterruptedAnywhereKeepsTheAudio)
 {
     if (RunCommand("strace -o /dev/null true 2>/dev/null") != 0)
@@ -253,7 +254,10 @@ TEST_F(VflDataSafety, ARewriteInterruptedAnywhereKeepsTheAudio)
     {
         SCOPED_TRACE("killed at write " + std::to_string(when));
         EXPECT_TRUE(Out(Vfl("cat " + F("f.wav"))) == samples);
-        EXPECT_EQ(RunCommand(Vfl("info " + F("f.wav")) + " >/dev/null 2>&1"), 0);
+        std::string const regions = Out(Vfl("regions " + F("f.wav")));
+        EXPECT_EQ(std::count(regions.begin(), regions.end(), '\n') - (regions.find("take ") != std::string::npos), 1)
+            << regions;
+        EXPECT_EQ(regions.rfind("own ", 0), 0u) << regions;
     }
     EXPECT_GT(when, 3) << "the rewrite was never killed";
     EXPECT_LT(when, 100) << "more than 100 writes";

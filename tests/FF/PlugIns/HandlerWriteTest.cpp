@@ -905,37 +905,51 @@ TEST_F(HandlerWrite, AiffLoopsAsInstAndMark)
 
 // What another tool wrote in 'INST' and 'MARK' beyond the loops (note and
 // velocity ranges, gain, cue markers) survives a change of the instrument.
+// A 'MARK' that comes twice (a rewrite killed while it moved the chunk
+// behind the audio) gives its markers once.
 TEST_F(HandlerWrite, AiffInstrumentChangeKeepsTheOtherToolsFields)
 {
     Bytes const ranges = {36, 96, 10, 120, 0xFF, 0xFA}; // notes, velocities, gain -6 dB
-    Bytes const file =
-        B(true)
-            .Form()
+    std::vector<B::Marker> const markers = {{1, 10, "beg loop"}, {2, 20, "end loop"}, {3, 50, "cue"}};
+    Bytes marksOnce;
+    for (bool twice : {false, true})
+    {
+        SCOPED_TRACE(twice);
+        B file(true);
+        file.Form()
             .Comm(1, 100, 16, 44100)
             .Chunk("INST", B(true).Raw({60, 0}).Raw(ranges).U16(1).U16(1).U16(2).U16(0).U16(0).U16(0).Bytes())
-            .Mark({{1, 10, "beg loop"}, {2, 20, "end loop"}, {3, 50, "cue"}})
-            .Ssnd(Noise(200, 6))
-            .Done();
-    MemoryHandler h(&AIFF::Create, file);
-    ASSERT_TRUE(h.Recognised());
-    PlugInInstrument in = h.Instrument();
-    std::int64_t const start = in.loop1Start; // packed: no reference to it
-    EXPECT_EQ(start, 10);
-    in.rootMIDINote = 64;
-    in.loop1Stop = 30;
-    ASSERT_EQ(h.Orvanel()->SetInstrumentAttr(&in), S_OK);
-    ASSERT_EQ(h.mAudio->Flush(), S_OK);
-    Bytes const& b = h.Bytes();
-    std::int64_t const inst = BodyOf(b, "INST");
-    EXPECT_EQ(b[inst], 64);
-    EXPECT_EQ(Slice(b, inst + 2, 6), ranges);
-    W::Chunk const mark = W::Find(b, "MARK");
-    std::string const marks(b.begin() + mark.at, b.begin() + mark.at + 8 + mark.size);
-    EXPECT_NE(marks.find(std::string("\0\3\0\0\0\x32\3cue", 9)), std::string::npos);
-    MemoryHandler again(&AIFF::Create, b);
-    ASSERT_TRUE(again.Recognised());
-    std::int64_t const stop = again.Instrument().loop1Stop;
-    EXPECT_EQ(stop, 30);
+            .Mark(markers)
+            .Ssnd(Noise(200, 6));
+        if (twice)
+            file.Mark(markers);
+        MemoryHandler h(&AIFF::Create, file.Done());
+        ASSERT_TRUE(h.Recognised());
+        PlugInInstrument in = h.Instrument();
+        std::int64_t const start = in.loop1Start; // packed: no reference to it
+        EXPECT_EQ(start, 10);
+        in.rootMIDINote = 64;
+        in.loop1Stop = 30;
+        ASSERT_EQ(h.Orvanel()->SetInstrumentAttr(&in), S_OK);
+        ASSERT_EQ(h.mAudio->Flush(), S_OK);
+        Bytes const& b = h.Bytes();
+        std::int64_t const inst = BodyOf(b, "INST");
+        EXPECT_EQ(b[inst], 64);
+        EXPECT_EQ(Slice(b, inst + 2, 6), ranges);
+        W::Chunk const mark = W::Find(b, "MARK");
+        Bytes const marks = Slice(b, mark.at, 8 + mark.size);
+        std::string const text(marks.begin(), marks.end());
+        EXPECT_NE(text.find(std::string("\0\3\0\0\0\x32\3cue", 9)), std::string::npos);
+        if (twice)
+        {
+            EXPECT_EQ(marks, marksOnce);
+        }
+        marksOnce = marks;
+        MemoryHandler again(&AIFF::Create, b);
+        ASSERT_TRUE(again.Recognised());
+        std::int64_t const stop = again.Instrument().loop1Stop;
+        EXPECT_EQ(stop, 30);
+    }
 }
 
 // Another tool's COMM (its compression name, whatever its bytes) and SSND
