@@ -1,6 +1,8 @@
 #include "FF/PlugIns/AIFF.h"
 #include "Cmn/Cmn_Types.h"
 
+#include <algorithm>
+
 #include "FF/PlugIns/AIFFCommChunk.h"
 #include "FF/PlugIns/AIFFHeaderChunk.h"
 #include "FF/PlugIns/AIFFInstInfoChunk.h"
@@ -12,8 +14,6 @@
 #include "FF/PlugIns/UAFOvwfChunk.h"
 #include "FF/PlugIns/UAFRegnChunk.h"
 #include "FF/PlugIns/UAFUmidChunk.h"
-
-#include <algorithm>
 
 namespace
 {

@@ -18,9 +18,6 @@ public:
     PlugInResult Print(std::ostream& out, i64 size, i64 bodyPosition) override;
     i64 GetSize(i32 nominal) override;
 
-    i64 GetTakes() const { return mTakes; }
-    void SetTakes(i64 fileSize) { mTakes = fileSize; }
-
 private:
     i64 mTakes;
 };
