@@ -7,6 +7,7 @@
 #include "FF/FF_AudioProcessUtils.h"
 
 #include <algorithm>
+#include <thread>
 
 namespace
 {
@@ -160,10 +161,13 @@ void FF_AudioProcessChain::Process()
         stages[i]->SetRunner(runners.back().Get());
     }
     // The runners are known to the stages only while this runs; a stage
-    // still in a slice is waited for before they go.
+    // still in a slice is waited for before they go, and so is a runner's
+    // turn that found the next runner before it was forgotten (its stage
+    // ended, it may still hand that runner blocks).
     struct Detach
     {
         std::vector<FF_AudioProcess::Handle> const& stages;
+        std::vector<FF_AudioProcessRunner::Handle> const& runners;
         ~Detach()
         {
             Sys_Event::HandleList resting;
@@ -172,8 +176,11 @@ void FF_AudioProcessChain::Process()
             Sys_Event::WaitForMultipleEvents(resting, Sys_SyncObject::kWaitForAll, Sys_SyncObject::kWaitForever);
             for (auto const& stage : stages)
                 stage->SetRunner(nullptr);
+            for (auto const& runner : runners)
+                while (runner->IsBusy())
+                    std::this_thread::yield();
         }
-    } detach{stages};
+    } detach{stages, runners};
 
     // What ends the run: the abort, any stage's failure or abort, and the
     // end of the stream at the head.

@@ -45,6 +45,15 @@ void FF_AudioProcessRunner::RunHere()
 
 Sys_Task::EResult FF_AudioProcessRunner::ExecImpl()
 {
+    // Before any look at the next stage's runner: the chain that clears
+    // those looks, then waits for no turn, sees this one, or this one sees
+    // them cleared (both sequentially consistent).
+    ++mBusy;
+    struct Leave
+    {
+        std::atomic<int>& busy;
+        ~Leave() { --busy; }
+    } leave{mBusy};
     FF_AudioProcess& stage = *mStage;
     if (mIsHead)
     {

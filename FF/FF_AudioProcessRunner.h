@@ -41,6 +41,10 @@ public:
     // feeds a stage that runs on the feeding thread calls it itself, and is
     // the only one that ever does.
     void RunHere();
+    // True while a turn of the runner is under way. A turn whose stage has
+    // ended may still hand blocks to the next stage's runner: the chain lets
+    // its runners go only once no turn is.
+    bool IsBusy() const { return mBusy.load() > 0; }
 
 protected:
     EResult ExecImpl() override;
@@ -56,4 +60,5 @@ private:
     // True while the runner is queued or running; whoever turns it from
     // false to true queues the runner.
     std::atomic<bool> mScheduled{false};
+    std::atomic<int> mBusy{0};
 };
