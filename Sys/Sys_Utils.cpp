@@ -68,7 +68,9 @@ struct Registry
 
 Registry& GetRegistry()
 {
-    static Registry registry;
+    // Never destroyed: a pass in the background (the types of recent items)
+    // may still look a type up while the process exits and its statics go.
+    static Registry& registry = *new Registry;
     return registry;
 }
 
