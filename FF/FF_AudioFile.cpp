@@ -24,6 +24,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <exception>
 #include <limits>
 #include <ostream>
 
@@ -336,7 +337,7 @@ void FF_AudioFile::Open(int32 mode)
     {
         // Writes are not opened write-through here: that costs more than ten
         // times the time of plain writes on this platform. Written data is
-        // made durable by the flush at the last Close instead.
+        // made durable at the last Close instead, which waits for it.
         int32 flags = 0;
         if (mode & eOpenWrite)
             flags |= Sys_File::kOpenWrite;
@@ -366,6 +367,7 @@ void FF_AudioFile::Close()
 
 void FF_AudioFile::Close(bool writeBack)
 {
+    int32 const closing = mOpenMode;
     {
         std::lock_guard<std::mutex> lock(mOpenModeStackMutex);
         if (mOpenModeStack.empty())
@@ -385,10 +387,27 @@ void FF_AudioFile::Close(bool writeBack)
         result = mAudioFile->Flush();
         mDirty = false;
     }
+    // A writer learns here whether its bytes reached the disk: an error the
+    // disk gives only when it writes them back would otherwise be lost with
+    // the handle, and the file called saved.
+    std::exception_ptr unsynced;
+    if (closing & eOpenWrite)
+    {
+        try
+        {
+            Sync();
+        }
+        catch (...)
+        {
+            unsynced = std::current_exception();
+        }
+    }
     Sys_File::Close();
     mAccessTimeStamp = GetFileAttr().GetModified();
     // Only now, so that a failed write-back throws with the file closed.
     CheckAudioFileResult(result);
+    if (unsynced)
+        std::rethrow_exception(unsynced);
 }
 
 void FF_AudioFile::Flush()

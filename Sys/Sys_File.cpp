@@ -127,6 +127,11 @@ void Sys_File::WriteAsync(Sys_AsyncFileIOParams* params)
     mImpl->WriteAsync(params);
 }
 
+void Sys_File::Sync()
+{
+    mImpl->Sync();
+}
+
 void Sys_File::QelOpen(int32 openMode)
 {
     mImpl->QelOpen(openMode);

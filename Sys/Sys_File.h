@@ -105,6 +105,12 @@ public:
     // ranges come out right in both directions. The position is kept.
     virtual void MoveBlock(int64 start, int64 size, int64 moveBy);
 
+    // Waits until what was written is on the disk, and throws the error
+    // the disk reports only when it writes bytes back (a device that went,
+    // a full volume that had promised room). Nothing to do on a file not
+    // open for writing.
+    void Sync();
+
     // A second handle on the file for a client outside this library, and
     // the mark of how far the file has been written that the two agree on.
     void QelOpen(int32 openMode);

@@ -8,6 +8,8 @@ Sys_FileImpl::~Sys_FileImpl() = default;
 
 void Sys_FileImpl::Reserve(int64) {}
 
+void Sys_FileImpl::Sync() {}
+
 void Sys_FileImpl::ReadAsync(Sys_AsyncFileIOParams*)
 {
     Sys_ThrowIfOSErr(EOPNOTSUPP);

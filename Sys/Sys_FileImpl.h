@@ -33,6 +33,8 @@ public:
     // (EOPNOTSUPP).
     virtual void ReadAsync(Sys_AsyncFileIOParams* params);
     virtual void WriteAsync(Sys_AsyncFileIOParams* params);
+    // Where nothing lies below the implementation, nothing is waited for.
+    virtual void Sync();
     virtual void QelOpen(int32 openMode) = 0;
     virtual void QelClose() = 0;
     virtual uint64 QelGetHighWaterMark() = 0;

@@ -596,6 +596,11 @@ PlugInResult ChunkyFile::DoFlush()
         c->SetFileSize(tell - pos);
         pos = tell;
     }
+    // Nor may the disk put a filler down before the copy: a power cut
+    // would leave neither.
+    if (!fillers.empty())
+        if (r = mFile->Sync(); r != S_OK)
+            return r;
     for (auto [filler, at] : fillers)
     {
         r = mFile->SetPosition(0, at);

@@ -22,6 +22,9 @@ public:
     virtual PlugInResult Read(void* buffer, i64* count) = 0;
     virtual PlugInResult Write(void* buffer, i64* count) = 0;
     virtual PlugInResult GetImpl(Sys_FileImpl** impl) = 0;
+    // Returns once what was written is on the disk, so that a write that
+    // follows cannot land there before it.
+    virtual PlugInResult Sync() = 0;
 
 protected:
     ~IFile() = default;

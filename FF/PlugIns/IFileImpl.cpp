@@ -66,6 +66,11 @@ PlugInResult IFileImpl::Reserve(i64 size)
     return Guarded([&] { mFile->Reserve(size); });
 }
 
+PlugInResult IFileImpl::Sync()
+{
+    return Guarded([&] { mFile->Sync(); });
+}
+
 PlugInResult IFileImpl::GetEOF(i64* size)
 {
     return Guarded([&] { *size = mFile->GetEOF(); });

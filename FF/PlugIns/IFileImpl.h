@@ -20,6 +20,7 @@ public:
 
     PlugInResult SetEOF(i64 size) override;
     PlugInResult Reserve(i64 size) override;
+    PlugInResult Sync() override;
     PlugInResult GetEOF(i64* size) override;
     PlugInResult SetPosition(i32 from, i64 offset) override;
     PlugInResult GetPosition(i64* position) override;

@@ -302,7 +302,9 @@ void Sys_FilePosix::Close()
     if (IsOpen())
     {
         Sys_FilePosixCalls const& calls = Sys_FilePosixCalls::Current();
-        if (mOpenMode & Sys_File::kOpenWrite)
+        // Its error has no one to go to here: a writer that must know
+        // calls Sync first, and then there is nothing left to wait for.
+        if ((mOpenMode & Sys_File::kOpenWrite) && !mSynced)
             calls.fsync(mHandle);
         calls.close(mHandle);
         if (mZeroFillHandle >= 0)
@@ -319,6 +321,7 @@ void Sys_FilePosix::Close()
     mHandle = -1;
     mZeroFillHandle = -1;
     mOpenMode = 0;
+    mSynced = false;
 }
 
 void Sys_FilePosix::ThrowIfClosed() const
@@ -337,6 +340,7 @@ void Sys_FilePosix::ThrowIfNoAccess() const
 void Sys_FilePosix::SetEOF(int64 size)
 {
     ThrowIfNoAccess();
+    mSynced = false;
     Sys_FilePosixCalls const& calls = Sys_FilePosixCalls::Current();
     if (mZeroFillHandle >= 0)
     {
@@ -359,13 +363,26 @@ void Sys_FilePosix::SetEOF(int64 size)
         }
     }
     Truncate(size);
-    calls.fsync(mHandle);
+    // The system reports a write-back error once: one passed over here
+    // would never reach the caller that closes the file.
+    Sync();
     // The position is in user space and stays where it was.
+}
+
+void Sys_FilePosix::Sync()
+{
+    if (!IsOpen() || !(mOpenMode & Sys_File::kOpenWrite) || mSynced)
+        return;
+    // A special file that cannot be synchronised has nothing to wait for.
+    if (Sys_FilePosixCalls::Current().fsync(mHandle) != 0 && errno != EINVAL && errno != EROFS)
+        ThrowErrno(errno);
+    mSynced = true;
 }
 
 void Sys_FilePosix::Reserve(int64 size)
 {
     ThrowIfNoAccess();
+    mSynced = false;
     int64 const eof = static_cast<int64>(GetEOF());
     if (size <= eof)
         return;
@@ -476,6 +493,7 @@ int64 Sys_FilePosix::Read(void* buffer, int64 count)
 int64 Sys_FilePosix::Write(void const* buffer, int64 count)
 {
     ThrowIfNoAccess();
+    mSynced = false;
     if ((mOpenMode & Sys_File::kOpenUnbuffered) && (mOpenMode & Sys_File::kOpenAsync))
     {
         uint64 done = static_cast<uint64>(count) & 0xFFFFFFFFu;
@@ -518,6 +536,7 @@ void Sys_FilePosix::ReadAsync(Sys_AsyncFileIOParams* params)
 
 void Sys_FilePosix::WriteAsync(Sys_AsyncFileIOParams* params)
 {
+    mSynced = false;
     Queue(params, true);
 }
 

@@ -50,6 +50,7 @@ public:
     int64 Write(void const* buffer, int64 count) override;
     void ReadAsync(Sys_AsyncFileIOParams* params) override;
     void WriteAsync(Sys_AsyncFileIOParams* params) override;
+    void Sync() override;
     void QelOpen(int32 openMode) override;
     void QelClose() override;
     uint64 QelGetHighWaterMark() override;
@@ -120,6 +121,8 @@ private:
     int mQelHandle = -1;
     uint64 mHighWaterMark = 0;
     int32 mOpenMode = 0;
+    // Nothing was written since the last Sync that succeeded.
+    bool mSynced = false;
     int32 mBytesPerSector = 0;
     uint64 mPosition = 0;
     int32 mSectorSizeOverride = 0;

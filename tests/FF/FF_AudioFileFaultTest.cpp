@@ -1,6 +1,7 @@
 // Failures of the disk at every write of the operations that write a file:
 // a full disk (also one that fills up in the middle of a write), a
-// file-size limit and an I/O error each end in an exception; a rewrite of a
+// file-size limit and an I/O error, also one the disk reports only as it
+// writes the bytes back, each end in an exception; a rewrite of a
 // foreign file in place never touches its audio or the chunks another tool
 // wrote, and a VORN file keeps a fork that tells how to read it.
 #include "Cmn/Cmn_Exception.h"
@@ -85,15 +86,32 @@ int FailingFtruncate(int fd, int64 length)
     return FailsNow() ? -1 : Sys_FilePosixCalls::System().ftruncate(fd, length);
 }
 
+// A disk that takes every write and fails as it writes them back. The
+// system tells the first sync that follows, and no other.
+int FailingFsync(int fd)
+{
+    if (sAllowed-- != 0)
+        return Sys_FilePosixCalls::System().fsync(fd);
+    errno = sErrno;
+    sFailed = true;
+    return -1;
+}
+
 // Runs f on a disk that fails after `allowed` calls with `err`; true if it
-// threw.
+// threw. With no pwrite, the calls that fail are those that wait for the
+// disk.
 bool ThrowsOnAFailingDisk(int allowed, int err, decltype(&FailingPwrite) pwrite, std::function<void()> const& f)
 {
     sAllowed = allowed;
     sErrno = err;
     sFailed = false;
-    Sys_FilePosixCalls::Current().pwrite = pwrite;
-    Sys_FilePosixCalls::Current().ftruncate = &FailingFtruncate;
+    if (pwrite)
+    {
+        Sys_FilePosixCalls::Current().pwrite = pwrite;
+        Sys_FilePosixCalls::Current().ftruncate = &FailingFtruncate;
+    }
+    else
+        Sys_FilePosixCalls::Current().fsync = &FailingFsync;
     bool threw = false;
     try
     {
@@ -161,6 +179,13 @@ TEST_F(FF_AudioFileFault, EveryFailedWriteIsReportedAndForeignBytesSurvive)
              FF_AudioFile::StOpen open(&f, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
              f.AddRegion("take", 10, 20, 10, 0, 0);
          }},
+        {"overwrite the audio", true,
+         [](FF_AudioFile& f)
+         {
+             FF_AudioFile::StOpen open(&f, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+             Bytes same = Audio();
+             f.SampleWrite(same.data(), 1000);
+         }},
         {"write a new file", false,
          [](FF_AudioFile& f)
          {
@@ -177,13 +202,15 @@ TEST_F(FF_AudioFileFault, EveryFailedWriteIsReportedAndForeignBytesSurvive)
         for (auto [err, pwrite] : {std::pair{28 /* ENOSPC */, &FailingPwrite},
                                    {28, &FillingPwrite},
                                    {27 /* EFBIG */, &FailingPwrite},
-                                   {5 /* EIO */, &FailingPwrite}})
+                                   {5 /* EIO */, &FailingPwrite},
+                                   {5, nullptr}})
         {
             bool failed = true;
             for (int allowed = 0; failed && allowed < 100; ++allowed)
             {
                 SCOPED_TRACE(std::string(op.name) + ", errno " + std::to_string(err) + " after " +
-                             std::to_string(allowed) + " writes" + (pwrite == &FillingPwrite ? ", half" : ""));
+                             std::to_string(allowed) + (pwrite ? " writes" : " syncs") +
+                             (pwrite == &FillingPwrite ? ", half" : ""));
                 std::string const path = mDir.File("f.wav");
                 std::filesystem::remove(path);
                 if (op.foreign)

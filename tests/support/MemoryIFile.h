@@ -79,6 +79,11 @@ public:
         *impl = nullptr;
         return S_OK;
     }
+    PlugInResult Sync() override
+    {
+        mSyncs.push_back(mWriteLog.size());
+        return S_OK;
+    }
 
     std::vector<std::uint8_t>& Bytes() { return mBytes; }
     int Reads() const { return mReads; }
@@ -88,7 +93,13 @@ public:
         std::int64_t offset, length;
     };
     std::vector<Span> const& WriteLog() const { return mWriteLog; }
-    void ClearWriteLog() { mWriteLog.clear(); }
+    // How many writes of the log each sync followed.
+    std::vector<std::size_t> const& Syncs() const { return mSyncs; }
+    void ClearWriteLog()
+    {
+        mWriteLog.clear();
+        mSyncs.clear();
+    }
 
 private:
     std::vector<std::uint8_t> mBytes;
@@ -96,4 +107,5 @@ private:
     std::uint32_t mRefCount = 0;
     int mReads = 0;
     std::vector<Span> mWriteLog;
+    std::vector<std::size_t> mSyncs;
 };

@@ -713,8 +713,25 @@ TEST_F(HandlerWrite, AChangeInFrontNeverMovesTheAudio)
         EXPECT_EQ(h.DataOffset(), before);
         std::int64_t const kept = c.frames * 4;
         EXPECT_EQ(Slice(b, before, kept), Slice(c.file, before, kept));
-        for (auto const& w : h.mFile.WriteLog())
+        // Nothing in front is written over once chunks went behind the
+        // audio until they are on the disk: a filler could otherwise land
+        // before the copy of what it replaces.
+        auto const& log = h.mFile.WriteLog();
+        std::size_t behind = 0; // writes up to the last one behind the audio
+        for (std::size_t i = 0; i < log.size(); ++i)
+        {
+            auto const& w = log[i];
             EXPECT_TRUE(w.offset + w.length <= before || w.offset >= before + kept) << w.offset << "+" << w.length;
+            if (w.offset >= before + kept)
+                behind = i + 1;
+            else if (behind > 0)
+            {
+                auto const& syncs = h.mFile.Syncs();
+                EXPECT_TRUE(
+                    std::any_of(syncs.begin(), syncs.end(), [&](std::size_t s) { return s >= behind && s <= i; }))
+                    << "unsynced write at " << w.offset;
+            }
+        }
         EXPECT_EQ(At(b, 4, 4), b.size() - 8);
         // What was written reads back; what another tool wrote in front
         // stays as it was.
