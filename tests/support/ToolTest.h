@@ -10,14 +10,24 @@
 #include <initializer_list>
 #include <regex>
 #include <string>
+#include <vector>
 
 namespace vfltest
 {
 class ToolTest : public ::testing::Test
 {
 protected:
+    // The reference programs every test of the fixture needs: it is skipped
+    // on a machine without one of them.
+    explicit ToolTest(std::initializer_list<char const*> needs = {}) : mNeeds(needs) {}
+    void SetUp() override
+    {
+        if (auto const missing = Missing(mNeeds); !missing.empty())
+            GTEST_SKIP() << missing << " is needed";
+    }
+
     // The first of the programs that is not installed; empty if all are.
-    static std::string Missing(std::initializer_list<char const*> programs)
+    static std::string Missing(std::vector<char const*> const& programs)
     {
         for (char const* program : programs)
             if (!HaveProgram(program))
@@ -64,5 +74,8 @@ protected:
     }
 
     TempDir mDir;
+
+private:
+    std::vector<char const*> mNeeds;
 };
 } // namespace vfltest

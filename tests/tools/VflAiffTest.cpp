@@ -29,11 +29,7 @@ Sys_FileType MacType(std::string const& code)
 class VflAiff : public vfltest::ToolTest
 {
 protected:
-    void SetUp() override
-    {
-        if (auto const missing = Missing({"python3", "sndfile-info"}); !missing.empty())
-            GTEST_SKIP() << missing << " is needed";
-    }
+    VflAiff() : ToolTest({"python3", "sndfile-info"}) {}
 };
 
 TEST_F(VflAiff, RatesBothWaysAgainstPython)

@@ -16,11 +16,7 @@ namespace
 class VflCompactUnique : public vfltest::ToolTest
 {
 protected:
-    void SetUp() override
-    {
-        if (auto const missing = Missing({"sox", "soxi", "getconf"}); !missing.empty())
-            GTEST_SKIP() << missing << " is needed";
-    }
+    VflCompactUnique() : ToolTest({"sox", "soxi", "getconf"}) {}
 };
 
 TEST_F(VflCompactUnique, CompactKeepsTheStretchesAsSoxCutsThem)

@@ -15,11 +15,7 @@ namespace
 class VflConvert : public vfltest::ToolTest
 {
 protected:
-    void SetUp() override
-    {
-        if (auto const missing = Missing({"sox", "soxi", "python3", "ffmpeg", "ffprobe"}); !missing.empty())
-            GTEST_SKIP() << missing << " is needed";
-    }
+    VflConvert() : ToolTest({"sox", "soxi", "python3", "ffmpeg", "ffprobe"}) {}
     std::string Soxi(std::string const& flag, std::string const& file)
     {
         return Trim(Out("soxi " + flag + " " + file));

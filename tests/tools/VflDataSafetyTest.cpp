@@ -18,10 +18,12 @@ namespace
 class VflDataSafety : public vfltest::ToolTest
 {
 protected:
+    VflDataSafety() : ToolTest({"sox", "soxi"}) {}
     void SetUp() override
     {
-        if (auto const missing = Missing({"sox", "soxi"}); !missing.empty())
-            GTEST_SKIP() << missing << " is needed";
+        ToolTest::SetUp();
+        if (IsSkipped())
+            return;
         Out("sox -n -r 44100 -c 2 -b 16 " + F("in.wav") + " synth 2 sine 300 sine 500");
         mInput = vfltest::ReadWholeFile(F("in.wav"));
     }

@@ -16,11 +16,7 @@ namespace
 class VflFormats : public vfltest::ToolTest
 {
 protected:
-    void SetUp() override
-    {
-        if (auto const missing = Missing({"sox", "sndfile-info"}); !missing.empty())
-            GTEST_SKIP() << missing << " is needed";
-    }
+    VflFormats() : ToolTest({"sox", "sndfile-info"}) {}
 };
 
 TEST_F(VflFormats, NewFilesPutTheFirstAudioByteOnASectorBoundary)

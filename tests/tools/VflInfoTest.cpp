@@ -14,11 +14,7 @@ namespace
 class VflInfo : public vfltest::ToolTest
 {
 protected:
-    void SetUp() override
-    {
-        if (auto const missing = Missing({"sox", "soxi"}); !missing.empty())
-            GTEST_SKIP() << missing << " is needed";
-    }
+    VflInfo() : ToolTest({"sox", "soxi"}) {}
 };
 
 TEST_F(VflInfo, JsonCarriesTheNameAsTypedAndTheRevisionAsAString)

@@ -13,11 +13,7 @@ namespace
 class VflMp3 : public vfltest::ToolTest
 {
 protected:
-    void SetUp() override
-    {
-        if (auto const missing = Missing({"sox", "ffprobe"}); !missing.empty())
-            GTEST_SKIP() << missing << " is needed";
-    }
+    VflMp3() : ToolTest({"sox", "ffprobe"}) {}
     std::string Probe(std::string const& file)
     {
         return Out("ffprobe -v error -show_format -show_streams -of flat " + file);

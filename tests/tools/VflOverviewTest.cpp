@@ -15,10 +15,12 @@ namespace
 class VflOverview : public vfltest::ToolTest
 {
 protected:
+    VflOverview() : ToolTest({"sox", "ffmpeg"}) {}
     void SetUp() override
     {
-        if (auto const missing = Missing({"sox", "ffmpeg"}); !missing.empty())
-            GTEST_SKIP() << missing << " is needed";
+        ToolTest::SetUp();
+        if (IsSkipped())
+            return;
         // Silence on the left, a loud tone on the right.
         Out("sox -n -r 44100 -c 2 -b 16 " + F("lr.wav") + " synth 3 sine 440 sine 220 remix 0 2 gain -1");
     }

@@ -12,12 +12,12 @@ namespace
 {
 class VflPlay : public vfltest::ToolTest
 {
+protected:
+    VflPlay() : ToolTest({"python3"}) {}
 };
 
 TEST_F(VflPlay, WritesWhatTheClientReceivedAndCountsItsUnderruns)
 {
-    if (!Missing({"python3"}).empty())
-        GTEST_SKIP() << "python3 is needed";
     // 1.5 s of stereo 16 bits at 48 kHz that is not a whole number of ticks.
     std::string const in = F("in.wav");
     Out("python3 -c \"import wave,struct; w=wave.open('" + in +

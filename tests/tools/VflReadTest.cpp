@@ -17,11 +17,7 @@ std::string const kPython = "python3 -W ignore::DeprecationWarning -c ";
 class VflRead : public vfltest::ToolTest
 {
 protected:
-    void SetUp() override
-    {
-        if (auto const missing = Missing({"sox", "soxi", "ffmpeg", "python3"}); !missing.empty())
-            GTEST_SKIP() << missing << " is needed";
-    }
+    VflRead() : ToolTest({"sox", "soxi", "ffmpeg", "python3"}) {}
 };
 
 struct Fixture

@@ -15,10 +15,12 @@ namespace
 class VflStreams : public vfltest::ToolTest
 {
 protected:
+    VflStreams() : ToolTest({"sox", "soxi"}) {}
     void SetUp() override
     {
-        if (auto const missing = Missing({"sox", "soxi"}); !missing.empty())
-            GTEST_SKIP() << missing << " is needed";
+        ToolTest::SetUp();
+        if (IsSkipped())
+            return;
         Out("sox -n -r 44100 -c 2 -b 16 " + F("st.wav") + " synth 0.5 sine 300 sine 500");
     }
     std::string Type(std::string const& file) { return Out(Vfl("info -t " + file)); }

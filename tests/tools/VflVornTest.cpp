@@ -17,11 +17,7 @@ namespace fs = std::filesystem;
 class VflVorn : public vfltest::ToolTest
 {
 protected:
-    void SetUp() override
-    {
-        if (auto const missing = Missing({"sox"}); !missing.empty())
-            GTEST_SKIP() << missing << " is needed";
-    }
+    VflVorn() : ToolTest({"sox"}) {}
 };
 
 TEST_F(VflVorn, NewAndConvertWriteTheAudioBigEndianAndReadItBack)

@@ -12,11 +12,7 @@ namespace
 class VflWrite : public vfltest::ToolTest
 {
 protected:
-    void SetUp() override
-    {
-        if (auto const missing = Missing({"sox", "ffmpeg", "python3", "ffprobe", "sndfile-info"}); !missing.empty())
-            GTEST_SKIP() << missing << " is needed";
-    }
+    VflWrite() : ToolTest({"sox", "ffmpeg", "python3", "ffprobe", "sndfile-info"}) {}
 };
 
 TEST_F(VflWrite, NewFilesReadBackByOtherTools)
