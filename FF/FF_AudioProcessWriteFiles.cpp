@@ -6,6 +6,7 @@
 #include "Sys/Sys_StAcquireMutex.h"
 
 #include <cstring>
+#include <exception>
 
 namespace
 {
@@ -43,7 +44,31 @@ FF_AudioProcessWriteFiles::FF_AudioProcessWriteFiles(std::vector<std::unique_ptr
     SetName("FF_AudioProcessWriteFiles");
 }
 
-FF_AudioProcessWriteFiles::~FF_AudioProcessWriteFiles() = default;
+FF_AudioProcessWriteFiles::~FF_AudioProcessWriteFiles()
+{
+    CloseFiles(false);
+}
+
+void FF_AudioProcessWriteFiles::CloseFiles(bool report)
+{
+    // Not through guards in a container: a close whose write-back fails
+    // throws, and a throw out of a container's clear ends the process.
+    std::exception_ptr first;
+    for (; mOpened > 0; --mOpened)
+    {
+        try
+        {
+            mAudioFiles[mOpened - 1]->Close();
+        }
+        catch (...)
+        {
+            if (!first)
+                first = std::current_exception();
+        }
+    }
+    if (first && report)
+        std::rethrow_exception(first);
+}
 
 FF_AudioProcess::EProcessType FF_AudioProcessWriteFiles::GetProcessType() const
 {
@@ -52,17 +77,17 @@ FF_AudioProcess::EProcessType FF_AudioProcessWriteFiles::GetProcessType() const
 
 void FF_AudioProcessWriteFiles::Preflight(FF_AudioProcessBlock* prototype)
 {
-    Require(mOpenFiles.empty() && !mAborted, "a file writer is shown a prototype twice");
+    Require(mOpened == 0 && !mAborted, "a file writer is shown a prototype twice");
     i32 const channels = prototype->GetNumChannels();
     i32 const bytesPerSample = prototype->GetBytesPerSample();
     Require(channels >= 1 && bytesPerSample >= 1, "a file writer is offered a stream without samples");
     Require(prototype->GetTotalSamples() >= 0 && prototype->GetNumSamples() >= 0,
             "a file writer is offered a stream of a negative length");
 
-    mOpenFiles.reserve(mAudioFiles.size());
     for (auto const& file : mAudioFiles)
     {
-        mOpenFiles.emplace_back(file.get(), FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+        file->Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+        ++mOpened;
         Require(file->Implements(FF_AudioFile::eImportExportInterface), "a file to write is in no known audio format");
     }
     i32 const firstChannels = mAudioFiles.front()->GetAudioFileAttr().GetNumChannels();
@@ -115,11 +140,11 @@ Sys_Task::EResult FF_AudioProcessWriteFiles::ExecImpl()
     if (processed < toProcess)
         return kResultReady;
 
-    // A failed write-back of the files' headers fails the stage here,
-    // rather than being lost in the closing guards.
+    // A failed write-back of the files' headers, or of their bytes, fails
+    // the stage here.
     for (auto const& file : mAudioFiles)
         file->Flush();
-    mOpenFiles.clear();
+    CloseFiles(true);
     return kResultCompleted;
 }
 
@@ -149,7 +174,7 @@ void FF_AudioProcessWriteFiles::AbortImpl()
             }
         }
     }
-    mOpenFiles.clear();
+    CloseFiles(false);
 }
 
 void FF_AudioProcessWriteFiles::Process(FF_AudioProcessBlock* in, FF_AudioProcessBlock*)

@@ -5,6 +5,7 @@
 #include "FF/FF_AudioProcess.h"
 
 #include <atomic>
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -40,8 +41,13 @@ protected:
     void AbortImpl() override;
 
 private:
+    // Closes what the stage holds open, each file whatever the others do;
+    // with report, the first failure is thrown once all are closed.
+    void CloseFiles(bool report);
+
     std::vector<std::unique_ptr<FF_AudioFile>> mAudioFiles;
-    std::vector<FF_AudioFile::StOpen> mOpenFiles;
+    // How many of the files, from the first, this stage holds open.
+    std::size_t mOpened = 0;
     std::unique_ptr<Sys_Mutex> mMutex;
     i64 mStartSample;
     std::atomic<u64> mUnitsToProcess{0};

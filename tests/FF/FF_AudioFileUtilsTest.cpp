@@ -9,11 +9,13 @@
 #include "FF/FF_LameMP3Encoder.h"
 #include "FF/FF_MP3AudioFile.h"
 #include "FF/ReferenceModels.h"
+#include "Sys/Posix/Sys_FilePosixCalls.h"
 #include "Sys/Sys_OSErrData.h"
 #include "Sys/Sys_ThreadingTestSupport.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <optional>
@@ -271,6 +273,55 @@ TEST_F(FF_AudioFileUtilsTest, AFullDiskFailsTheConversionWithNoSpaceAndLeavesThe
     EXPECT_TRUE(vfltest::ReadWholeFile(in[0]) == before);
     chain = FF_AudioFileUtils::ChainHandle(); // lets go of the output before the disk goes
 }
+// A disk that takes every write and fails as it writes the output back; the
+// system tells the first sync that follows, and no other.
+std::atomic<int> sSyncsAllowed{0};
+std::atomic<bool> sSyncFailed{false};
+
+int FailingFsync(int fd)
+{
+    if (sSyncsAllowed-- != 0)
+        return Sys_FilePosixCalls::System().fsync(fd);
+    sSyncFailed = true;
+    errno = 5; // EIO
+    return -1;
+}
+
+// Whichever sync of the output fails, the conversion fails with its error,
+// from the thread that writes or from the call that starts it.
+TEST_F(FF_AudioFileUtilsTest, AWriteBackErrorFailsTheConversion)
+{
+    i64 const frames = 30000;
+    Samples const input = SineRamp(2, frames, 16, 0.5);
+    Paths const in = MakeFiles(mDir, "in", 2, 16, frames, false, &input);
+    for (std::string const type : {"wav", "mp3"})
+    {
+        bool failed = true;
+        for (int allowed = 0; failed && allowed < 20; ++allowed)
+        {
+            SCOPED_TRACE(type + ", a sync fails after " + std::to_string(allowed));
+            sSyncsAllowed = allowed;
+            sSyncFailed = false;
+            Sys_FilePosixCalls::Current().fsync = &FailingFsync;
+            std::optional<int32> err;
+            Sys_Task::EStatus status = Sys_Task::kStatusFailed;
+            err = fftest::ErrnoOf(
+                [&]
+                {
+                    auto chain = Convert(in, {mDir.File("out." + type)}, 16, 44100, 4, false, type);
+                    status = WaitForChain(*chain);
+                    if (chain->GetException())
+                        chain->GetException()->Throw();
+                });
+            Sys_FilePosixCalls::Current() = Sys_FilePosixCalls::System();
+            failed = sSyncFailed;
+            EXPECT_EQ(status == Sys_Task::kStatusFailed, failed);
+            EXPECT_EQ(err, failed ? std::optional<int32>(5) : std::nullopt);
+        }
+        EXPECT_FALSE(failed) << "more than 20 syncs";
+    }
+}
+
 TEST_F(FF_AudioFileUtilsTest, WhatCannotBeConvertedIsRefusedBeforeAnythingIsWritten)
 {
     i64 const frames = 1000;
