@@ -403,7 +403,17 @@ void FF_AudioFile::Close(bool writeBack)
         }
     }
     Sys_File::Close();
-    mAccessTimeStamp = GetFileAttr().GetModified();
+    // A file deleted while it was open, or whose disk went, is closed all
+    // the same, and keeps the stamp last seen, as one made offline does:
+    // closing it is no failure, and a guard that threw here for a reader
+    // would end the process.
+    try
+    {
+        mAccessTimeStamp = GetFileAttr().GetModified();
+    }
+    catch (Cmn_Exception const&)
+    {
+    }
     // Only now, so that a failed write-back throws with the file closed.
     CheckAudioFileResult(result);
     if (unsynced)

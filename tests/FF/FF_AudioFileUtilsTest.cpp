@@ -322,6 +322,25 @@ TEST_F(FF_AudioFileUtilsTest, AWriteBackErrorFailsTheConversion)
     }
 }
 
+// An input deleted while it is read, as a user may do in another window,
+// is read to its end through the open file, and the conversion completes.
+TEST_F(FF_AudioFileUtilsTest, AnInputDeletedWhileReadIsConvertedWhole)
+{
+    i64 const frames = 60000;
+    Samples const input = SineRamp(2, frames, 16, 0.5);
+    Paths const in = MakeFiles(mDir, "in", 2, 16, frames, false, &input);
+    std::string const out = mDir.File("out.wav");
+    FF_AudioFileUtils::ChainHandle chain;
+    {
+        HeldTransfers const hold;
+        chain = Convert(in, {out}, 16, 44100);
+        ASSERT_TRUE(vfltest::Eventually([] { return HeldTransfers::waiting > 0; }));
+        std::filesystem::remove(in[0]);
+    }
+    ASSERT_EQ(WaitForChain(*chain), Sys_Task::kStatusCompleted) << ExceptionText(*chain);
+    EXPECT_TRUE(Deinterleave(ReadBack(out)) == input);
+}
+
 TEST_F(FF_AudioFileUtilsTest, WhatCannotBeConvertedIsRefusedBeforeAnythingIsWritten)
 {
     i64 const frames = 1000;
