@@ -230,9 +230,16 @@ bool CopyRegularFile(std::string const& from, std::string const& to, bool exclus
     {
         ::fchmod(out, st.st_mode & 07777);
         CopyUserXattrs(in, out);
+        // A move removes the source next: the copy must be on the disk
+        // first, and an error the disk reports only as it writes it back
+        // must keep the source.
+        ok = !exclusive || ::fsync(out) == 0;
     }
     ok = (::close(out) == 0) && ok;
     ::close(in);
+    // Nor does a move that failed leave a part of the file it made.
+    if (!ok && exclusive)
+        ::unlink(to.c_str());
     return ok;
 }
 

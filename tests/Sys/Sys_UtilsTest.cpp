@@ -195,6 +195,14 @@ TEST_F(SysUtilsTest, MoveAcrossVolumesCopiesAndRemoves)
     Sys_Utils::MoveFile(Loc("m.bin"), Sys_FileLoc(mountPoint + "/m.bin"));
     EXPECT_EQ(vfltest::ReadWholeFile(mountPoint + "/m.bin"), (Bytes{4, 5}));
     EXPECT_FALSE(fs::exists(Dir() + "m.bin"));
+
+    // One that does not fit stays where it was, whole, and leaves no part
+    // of itself behind.
+    Bytes const big(2 << 20, 0x5A);
+    vfltest::WriteWholeFile(Dir() + "big.bin", big);
+    Sys_Utils::MoveFile(Loc("big.bin"), Sys_FileLoc(mountPoint + "/big.bin"));
+    EXPECT_TRUE(vfltest::ReadWholeFile(Dir() + "big.bin") == big);
+    EXPECT_FALSE(fs::exists(mountPoint + "/big.bin"));
 }
 
 TEST_F(SysUtilsTest, DeleteFolderOfTheCurrentFolderMovesToItsParent)
