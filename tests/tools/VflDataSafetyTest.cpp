@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <sstream>
 
 using vfltest::RunCommand;
 
@@ -263,6 +264,36 @@ TEST_F(VflDataSafety, ARewriteInterruptedAnywhereKeepsTheAudio)
     }
     EXPECT_GT(when, 3) << "the rewrite was never killed";
     EXPECT_LT(when, 100) << "more than 100 writes";
+}
+
+// A conversion puts its output in place only once it is on the disk, and
+// ends only once the new name is too: a power cut after the command finds
+// the new file, not the one it replaced. The disk's error at that last wait
+// fails the command.
+TEST_F(VflDataSafety, AnOutputAndItsNameReachTheDiskBeforeTheCommandEnds)
+{
+    if (RunCommand("strace -o /dev/null true 2>/dev/null") != 0)
+        GTEST_SKIP() << "strace cannot trace here";
+    std::string const convert = Vfl("convert " + F("in.wav") + " -o " + F("out.aif"));
+    std::string const strace = "ASAN_OPTIONS=$ASAN_OPTIONS:detect_leaks=0 strace -f -e trace=rename,fsync ";
+    Out(strace + "-o " + F("calls") + " " + convert);
+    std::string const calls = Contents(F("calls"));
+    std::size_t const rename = calls.find("out.aif\") = 0");
+    ASSERT_NE(rename, std::string::npos) << calls;
+    EXPECT_NE(calls.rfind("fsync(", rename), std::string::npos) << "the output before its rename\n" << calls;
+    EXPECT_NE(calls.find("fsync(", rename), std::string::npos) << "its folder after the rename\n" << calls;
+    // strace counts each thread's calls apart: the folder's wait is the one
+    // after those the renaming thread made before.
+    std::size_t const start = calls.rfind('\n', rename) + 1; // of the rename's line
+    std::string const thread = calls.substr(start, calls.find(' ', start) - start);
+    std::istringstream lines(calls.substr(0, start));
+    int waits = 0;
+    for (std::string tid, call; lines >> tid && std::getline(lines >> std::ws, call);)
+        waits += tid == thread && call.rfind("fsync(", 0) == 0;
+    std::string const folder = std::to_string(waits + 1);
+    EXPECT_NE(Out(strace + "-o /dev/null -e inject=fsync:error=EIO:when=" + folder + " " + convert + " 2>&1", 1)
+                  .find("Input/output error"),
+              std::string::npos);
 }
 
 } // namespace

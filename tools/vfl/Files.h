@@ -19,7 +19,8 @@ std::string ResolveForWriting(std::string const& path);
 std::string MakeFileBeside(std::string const& destination);
 
 // Puts `from` in the place of `to` in one step: whoever opens `to` sees
-// the old file or the new one, never a part. Throws the system's error.
+// the old file or the new one, never a part. Returns once the new name is
+// on the disk. Throws the system's error.
 void ReplaceFile(std::string const& from, std::string const& to);
 
 // Writes the whole file to standard output. Throws the system's error.

@@ -77,6 +77,17 @@ void ReplaceFile(std::string const& from, std::string const& to)
 {
     if (::rename(from.c_str(), to.c_str()) != 0)
         Sys_ThrowIfOSErr(errno);
+    // The output is on the disk; its name is only once the folder is. Until
+    // then a power cut may bring back the file it replaced. A folder that
+    // cannot be opened or cannot wait (some file systems) is no error.
+    std::size_t const slash = to.find_last_of('/');
+    std::string const folder = slash == std::string::npos ? "." : slash == 0 ? "/" : to.substr(0, slash);
+    int const fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0)
+        return;
+    int const err = ::fsync(fd) == 0 || errno == EINVAL || errno == EROFS ? 0 : errno;
+    ::close(fd);
+    Sys_ThrowIfOSErr(err);
 }
 
 void CopyToStandardOutput(std::string const& path)
