@@ -5,19 +5,9 @@
 #include "DAW/DAW_CommandOptionRegistry.h"
 #include "DAW/DAW_CommandRegistry.h"
 #include "DAW/DAW_KeyConversionUtils.h"
+#include "DAW/DAW_LoggingCommand.h"
 
 #include <gtest/gtest.h>
-
-namespace
-{
-class NamedCommand : public DAW_Command
-{
-public:
-    using DAW_Command::DAW_Command;
-    bool CanDoCommand(int32) override { return true; }
-    void DoCommand(Cmn_RefCountPtr<DAW_EventModifiers>, Cmn_RefCountPtr<DAW_KeyboardState>) override {}
-};
-} // namespace
 
 TEST(DAW_CommandOptionRegistryTest, EmptyBeforeAnyRegistrationThenFirstStays)
 {
@@ -44,7 +34,7 @@ TEST(DAW_CommandOptionRegistryTest, EmptyBeforeAnyRegistrationThenFirstStays)
 TEST(DAW_CommandRegistryTest, FirstCommandUnderANumberStays)
 {
     // The registry keeps them for the life of the process.
-    static NamedCommand first("Play", 8001, 0), second("Stop", 8001, 5),
+    static vfltest::LoggingCommand first("Play", 8001, 0), second("Stop", 8001, 5),
         other("Stop", 8002, 0, kDAW_CommandStartAndEnd);
     DAW_CommandRegistry::RegisterCommand(&first);
     DAW_CommandRegistry::RegisterCommand(&second);

@@ -4,6 +4,7 @@
 #include "DAW/DAW_KeyBindingMap.h"
 #include "DAW/DAW_KeyContextRegistry.h"
 #include "DAW/DAW_KeyboardInputContext.h"
+#include "DAW/DAW_LoggingCommand.h"
 
 #include <gtest/gtest.h>
 
@@ -14,36 +15,7 @@
 
 namespace
 {
-// Writes each call into a shared log as "<name>.<call>".
-class LoggingCommand : public DAW_Command
-{
-public:
-    LoggingCommand(std::string name, int32 id, DAW_ECommandType type, std::vector<std::string>& log)
-        : DAW_Command(std::move(name), id, 0, type), mLog(log)
-    {
-    }
-    bool CanDoCommand(int32 context) override
-    {
-        mLog.push_back(GetName() + ".can" + std::to_string(context));
-        return mEnabled;
-    }
-    void DoCommand(Cmn_RefCountPtr<DAW_EventModifiers>, Cmn_RefCountPtr<DAW_KeyboardState>) override
-    {
-        mLog.push_back(GetName() + ".do");
-    }
-    void DoCommandStart(Cmn_RefCountPtr<DAW_EventModifiers>, Cmn_RefCountPtr<DAW_KeyboardState>) override
-    {
-        mLog.push_back(GetName() + ".start");
-    }
-    void DoCommandEnd(Cmn_RefCountPtr<DAW_EventModifiers>, Cmn_RefCountPtr<DAW_KeyboardState>) override
-    {
-        mLog.push_back(GetName() + ".end");
-    }
-    bool mEnabled = true;
-
-private:
-    std::vector<std::string>& mLog;
-};
+using vfltest::LoggingCommand;
 
 using M = DAW_EventModifiers;
 Cmn_RefCountPtr<M> Plain()
@@ -103,10 +75,10 @@ protected:
     }
 
     std::vector<std::string> mLog;
-    LoggingCommand mPlay{"play", 1, kDAW_CommandOneShot, mLog};
-    LoggingCommand mShifted{"shifted", 2, kDAW_CommandOneShot, mLog};
-    LoggingCommand mScrub{"scrub", 3, kDAW_CommandStartAndEnd, mLog};
-    LoggingCommand mDisabled{"disabled", 4, kDAW_CommandOneShot, mLog};
+    LoggingCommand mPlay{"play", 1, 0, kDAW_CommandOneShot, &mLog};
+    LoggingCommand mShifted{"shifted", 2, 0, kDAW_CommandOneShot, &mLog};
+    LoggingCommand mScrub{"scrub", 3, 0, kDAW_CommandStartAndEnd, &mLog};
+    LoggingCommand mDisabled{"disabled", 4, 0, kDAW_CommandOneShot, &mLog};
     DAW_KeyBindingMap mMap;
     DAW_KeyboardInputContext mContext{7, "edit"};
 };

@@ -4,6 +4,7 @@
 #include "DAW/DAW_Command.h"
 #include "DAW/DAW_CommandRegistry.h"
 #include "DAW/DAW_KeyBindingMap.h"
+#include "DAW/DAW_LoggingCommand.h"
 
 #include <gtest/gtest.h>
 
@@ -156,20 +157,9 @@ TEST(DAW_KeyBindingTextTest, ConflictsAreBindingsOneEventWouldBothMatch)
     EXPECT_TRUE(Text::FindConflicts(ReadText("context 1 a\nA x\ncontext 2 b\nA y\n")).empty());
 }
 
-namespace
-{
-class NamedCommand : public DAW_Command
-{
-public:
-    using DAW_Command::DAW_Command;
-    bool CanDoCommand(int32) override { return true; }
-    void DoCommand(Cmn_RefCountPtr<DAW_EventModifiers>, Cmn_RefCountPtr<DAW_KeyboardState>) override {}
-};
-} // namespace
-
 TEST(DAW_KeyBindingTextTest, LoadsIntoAMapAndSavesFromIt)
 {
-    static NamedCommand play("Text Play", 7001, 0), stop("Text Stop", 7002, 0);
+    static vfltest::LoggingCommand play("Text Play", 7001, 0), stop("Text Stop", 7002, 0);
     DAW_CommandRegistry::RegisterCommand(&play);
     DAW_CommandRegistry::RegisterCommand(&stop);
     auto const contexts = ReadText("shift+Space \"Text Stop\"\nshift?+Space \"Text Play\" repeat\n");
