@@ -121,6 +121,8 @@ TEST_F(FF_AudioFileWrite, WholeFileRegionRules)
     }
 }
 
+// The whole-file region takes the file name, cut between characters; removing
+// a region without identity opens nothing.
 TEST_F(FF_AudioFileWrite, AFileNameLongerThanARegionNameIsCutBetweenCharacters)
 {
     std::string const e = "\xC3\xA9"; // two bytes
@@ -146,6 +148,15 @@ TEST_F(FF_AudioFileWrite, AFileNameLongerThanARegionNameIsCutBetweenCharacters)
         // Written, given a length (the recording's end), and listed.
         std::string const path = New(c.name + ".wav", 10);
         FF_AudioFile file((Sys_FileLoc(path)));
+        file.Implements(FF_AudioFile::eNativeInterface);
+        {
+            // Without identity: opens nothing (not even for writing a file
+            // open for reading), removes nothing.
+            FF_AudioFile::StOpen reading(&file, FF_AudioFile::eOpenRead);
+            file.RemoveRegion(Sys_Umid{});
+        }
+        EXPECT_FALSE(file.IsOpen());
+        EXPECT_EQ(Regions(file, false).size(), 1u);
         auto regions = Regions(file, true);
         ASSERT_EQ(regions.size(), 1u);
         EXPECT_EQ(regions[0].GetName(), c.region);
@@ -155,17 +166,6 @@ TEST_F(FF_AudioFileWrite, AFileNameLongerThanARegionNameIsCutBetweenCharacters)
         ASSERT_EQ(regions.size(), 1u);
         EXPECT_EQ(regions[0].GetName(), "f" + c.region.substr(1));
     }
-}
-
-TEST_F(FF_AudioFileWrite, RemovingARegionWithoutIdentityOpensNothing)
-{
-    std::string const path = New("n.wav", 10);
-    FF_AudioFile file((Sys_FileLoc(path)));
-    Sys_Umid zero{};
-    file.Implements(FF_AudioFile::eNativeInterface);
-    file.RemoveRegion(zero);
-    EXPECT_FALSE(file.IsOpen());
-    EXPECT_EQ(Regions(file, false).size(), 1u);
 }
 
 TEST_F(FF_AudioFileWrite, FormatStampsTypeAndCreator)

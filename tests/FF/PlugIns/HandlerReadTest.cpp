@@ -172,22 +172,12 @@ std::vector<Case> AiffCases()
                  "AIFF", 10, 8000});
     c.push_back({"AIFF-C, not compressed", Aiff("AIFC").CommC(2, 5, 16, 96000).Ssnd(audio).Done(), "AIFC", 5, 96000});
     c.push_back({"AIFF-C COMM of odd size, then its pad byte",
-                 Aiff("AIFC")
-                     .Chunk("COMM",
-                            []
-                            {
-                                B::X80 const r = B::Rate(8000);
-                                return B(true)
-                                    .U16(2)
-                                    .U32(5)
-                                    .U16(16)
-                                    .Raw(Bytes(r.begin(), r.end()))
-                                    .Id("NONE")
-                                    .Raw({2, 'a', 'b'})
-                                    .Bytes();
-                            }())
-                     .Ssnd(audio)
-                     .Done(),
+                 [&] // the name "ab" with the byte behind it as the pad
+                 {
+                     Bytes b = Aiff("AIFC").CommC(2, 5, 16, 8000, "NONE", "ab").Ssnd(audio).Done();
+                     b[12 + 7] = 25;
+                     return b;
+                 }(),
                  "AIFC", 5, 8000, 62});
     // Integer PCM in either byte order; float and compressed audio refused.
     struct Type
@@ -294,26 +284,18 @@ TEST(HandlerRead, MarkShorterThanItsCountFailsTheOpen)
 TEST(HandlerRead, WhatEachHandlerAnswers)
 {
     PlugInResult const kNo = E_NOINTERFACE;
+    Bytes const raw = {0x80, 0x00, 0xFF, 0x7F, 0x81};
     struct
     {
         Kind kind;
         Bytes bytes;
         std::int32_t order;
-        Bytes eightBitSamples; // the file's 80 00 FF 7F 81 as read
+        Bytes eightBitSamples; // `raw` as read
     } const cases[] = {
         // 8-bit WAVE audio is unsigned on disk and comes out signed; AIFF's as it lies.
-        {kHandlers[0],
-         Riff().Fmt(1, 8000, 8).Data({0x80, 0x00, 0xFF, 0x7F, 0x81}).Bytes(),
-         1,
-         {0x00, 0x80, 0x7F, 0xFF, 0x01}},
-        {kHandlers[1],
-         Aiff().Comm(1, 5, 8, 8000).Ssnd({0x80, 0x00, 0xFF, 0x7F, 0x81}).Done(),
-         0,
-         {0x80, 0x00, 0xFF, 0x7F, 0x81}},
-        {kHandlers[2],
-         Aiff("AIFC").CommC(1, 5, 8, 8000).Ssnd({0x80, 0x00, 0xFF, 0x7F, 0x81}).Done(),
-         0,
-         {0x80, 0x00, 0xFF, 0x7F, 0x81}},
+        {kHandlers[0], Riff().Fmt(1, 8000, 8).Data(raw).Bytes(), 1, {0x00, 0x80, 0x7F, 0xFF, 0x01}},
+        {kHandlers[1], Aiff().Comm(1, 5, 8, 8000).Ssnd(raw).Done(), 0, raw},
+        {kHandlers[2], Aiff("AIFC").CommC(1, 5, 8, 8000).Ssnd(raw).Done(), 0, raw},
     };
     for (auto const& c : cases)
     {
@@ -397,20 +379,14 @@ TEST(HandlerRead, SamplesComeFromTheDataOffsetAsTheyLie)
         EXPECT_EQ(h.Native()->OffsetToSample(offset, &sample), S_OK);
         EXPECT_EQ(sample, 3);
         EXPECT_EQ(h.Native()->OffsetToSample(offset + 1, &sample), kNative_BadParameter);
-    }
-}
 
-TEST(HandlerRead, ShortReadIsUnexpectedAndDoesNotAdvance)
-{
-    // The data chunk claims 8 bytes, then the file is cut after the parse.
-    MemoryHandler h(&WAVE::Create, Riff().Fmt(1, 8000, 16).Data(Ramp(8)).Bytes());
-    ASSERT_TRUE(h.Recognised());
-    h.mFile.Bytes().resize(h.mFile.Bytes().size() - 3);
-    Bytes got(8);
-    EXPECT_EQ(h.IE()->SampleRead(got.data(), 4), E_UNEXPECTED);
-    std::int64_t position = -1;
-    h.IE()->SampleGetPosition(&position);
-    EXPECT_EQ(position, 0);
+        // A file cut after the parse: a short read is unexpected and does not advance.
+        h.mFile.Bytes().resize(static_cast<std::size_t>(offset) - 3);
+        ASSERT_EQ(h.IE()->SampleSetPosition(0, 1), S_OK);
+        EXPECT_EQ(h.IE()->SampleRead(got.data(), 2), E_UNEXPECTED);
+        h.IE()->SampleGetPosition(&position);
+        EXPECT_EQ(position, 1);
+    }
 }
 
 TEST(HandlerRead, MarkersAndTheirRoles)

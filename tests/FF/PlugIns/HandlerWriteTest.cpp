@@ -50,6 +50,16 @@ std::int64_t BodyOf(Bytes const& b, char const* id)
 {
     return W::Find(b, id).at + 8;
 }
+// A region over [start, stop) of the given name.
+PlugInRegion Region(std::uint64_t start, std::uint64_t stop, std::string const& name = "")
+{
+    PlugInRegion r = {};
+    r.startSample = start;
+    r.stopSample = stop;
+    r.nameLength = static_cast<std::uint8_t>(name.size());
+    std::memcpy(r.name, name.data(), name.size());
+    return r;
+}
 void PutNumber(Bytes& b, std::int64_t at, int n, std::uint64_t v)
 {
     bool const big = W::IsBigEndian(b);
@@ -210,13 +220,9 @@ TEST_F(HandlerWrite, MetadataGrowingBehindTheAudioMovesNoAudio)
         MemoryHandler h(kind.create);
         MakeNew(h, 2, 16, 10000, audio);
         h.mFile.ClearWriteLog();
-        for (int i = 0; i < 50; ++i)
+        for (std::uint64_t i = 0; i < 50; ++i)
         {
-            PlugInRegion r = {};
-            r.startSample = static_cast<std::uint64_t>(i);
-            r.stopSample = static_cast<std::uint64_t>(i + 100);
-            r.nameLength = 1;
-            r.name[0] = 'r';
+            PlugInRegion r = Region(i, i + 100, "r");
             ASSERT_EQ(h.Native()->AddRegion(&r), S_OK);
         }
         ASSERT_EQ(h.mAudio->Flush(), S_OK);
@@ -339,14 +345,21 @@ TEST_F(HandlerWrite, FramesAppendedBehindAChunkThatShrankKeepTheEndOfTheAudio)
 }
 
 // Overviews survive a flush and only those of the file's length are read;
-// shortening the file gives it a new identity and drops them.
-TEST_F(HandlerWrite, OverviewsAndIdentityFollowTheLength)
+// shortening the file gives it a new identity and drops them. Regions and
+// overviews are held against the length of the whole file, not against what
+// was read before them: another tool may put the audio chunk last, and a
+// header may claim more audio than the file holds.
+TEST_F(HandlerWrite, OverviewsRegionsAndIdentityFollowTheLength)
 {
     for (Kind const& kind : {kWave, kAiff})
     {
         SCOPED_TRACE(kind.name);
         MemoryHandler h(kind.create);
         MakeNew(h, 2, 16, 1000, Noise(4000, 5));
+        PlugInRegion r = Region(0, 1000);
+        ASSERT_EQ(h.Native()->AddRegion(&r), S_OK);
+        r.stopSample = 600;
+        ASSERT_EQ(h.Native()->AddRegion(&r), S_OK);
         // 1000 frames at 256 per interval give 4 intervals; 3 is another length.
         char** good = UAFOvwfChunk::NewBlock(4 * 2 * 2, 256);
         char** stale = UAFOvwfChunk::NewBlock(3 * 2, 333);
@@ -354,8 +367,9 @@ TEST_F(HandlerWrite, OverviewsAndIdentityFollowTheLength)
         ASSERT_EQ(h.Native()->SetOverview(good, 256, 16, 4), S_OK);
         ASSERT_EQ(h.Native()->SetOverview(stale, 333, 8, 2), S_OK);
         ASSERT_EQ(h.mAudio->Flush(), S_OK);
+        Bytes const b = h.Bytes();
         {
-            MemoryHandler again(kind.create, h.Bytes());
+            MemoryHandler again(kind.create, b);
             ASSERT_TRUE(again.Recognised());
             EXPECT_EQ(again.Native()->HasOverview(256, 16), S_OK);
             EXPECT_EQ(again.Native()->HasOverview(333, 8), S_FALSE);
@@ -365,6 +379,35 @@ TEST_F(HandlerWrite, OverviewsAndIdentityFollowTheLength)
             EXPECT_EQ(intervals, 4);
             EXPECT_EQ(std::memcmp(*read + 14, "ABCDEFGHIJKLMNOP", 16), 0);
             RelocatableBlock::Dispose(read); // ours now
+        }
+        // The audio chunk moved behind everything else.
+        MemoryHandler moved(kind.create, W::AudioLast(b));
+        ASSERT_TRUE(moved.Recognised());
+        ASSERT_EQ(W::Ids(moved.Bytes()).back(), kind.audioChunk);
+        std::uint32_t count = 0;
+        moved.IE()->GetNumRegions(&count);
+        EXPECT_EQ(count, 2u);
+        EXPECT_EQ(moved.Native()->HasOverview(256, 16), S_OK);
+        ASSERT_EQ(moved.Native()->AddRegion(&r), S_OK);
+        ASSERT_EQ(moved.mAudio->Flush(), S_OK);
+        MemoryHandler movedAgain(kind.create, moved.Bytes());
+        ASSERT_TRUE(movedAgain.Recognised()) << W::Layout(moved.Bytes());
+        movedAgain.IE()->GetNumRegions(&count);
+        EXPECT_EQ(count, 3u);
+
+        if (kind.create == kAiff.create)
+        {
+            // A header that claims 2000 frames of the 1000 there are: what
+            // reaches past the audio there is does not count, what fits it does.
+            Bytes claims = b;
+            PutNumber(claims, W::Find(claims, "COMM").at + 10, 4, 2000);
+            PutNumber(claims, W::Find(claims, "regn").at + 12 + 88 + 24, 8, 1500);
+            MemoryHandler longer(kind.create, claims);
+            ASSERT_TRUE(longer.Recognised());
+            ASSERT_EQ(longer.Frames(), 1000);
+            longer.IE()->GetNumRegions(&count);
+            EXPECT_EQ(count, 1u);
+            EXPECT_EQ(longer.Native()->HasOverview(256, 16), S_OK);
         }
 
         std::uint8_t before[16], after[16];
@@ -388,24 +431,23 @@ TEST_F(HandlerWrite, OverviewsAndIdentityFollowTheLength)
     }
 }
 
-TEST_F(HandlerWrite, RegionsOnDiskAndBack)
+// Regions and instrument data as the bytes of 'regn' and 'smpl', and back.
+TEST_F(HandlerWrite, RegionsAndSamplerChunkOnDiskAndBack)
 {
     MemoryHandler h(&WAVE::Create);
     MakeNew(h, 2, 16, 1000, Noise(4000, 7));
-    PlugInRegion r = {};
-    r.startSample = 10;
-    r.stopSample = 1000; // ending at the end of the audio is kept
+    PlugInRegion r = Region(10, 1000, "take"); // ending at the end of the audio is kept
     r.syncSample = 15;
     r.userTimeStamp = 0x1122334455667788ull;
     r.originalTimeStamp = 2;
-    r.nameLength = 4;
-    std::memcpy(r.name, "take", 4);
     ASSERT_EQ(h.Native()->AddRegion(&r), S_OK);
     Sys_Umid const zero{};
     EXPECT_NE(std::memcmp(r.umid, &zero, 16), 0); // the handler gave it an id
     PlugInRegion empty = r;
     empty.startSample = empty.stopSample = 500; // start equal to stop is dropped on reading
     ASSERT_EQ(h.Native()->AddRegion(&empty), S_OK);
+    PlugInInstrument in{1, 10, 100, 2, 200, 300, 60, -10};
+    ASSERT_EQ(h.Orvanel()->SetInstrumentAttr(&in), S_OK);
     ASSERT_EQ(h.mAudio->Flush(), S_OK);
 
     Bytes const& b = h.Bytes();
@@ -421,89 +463,6 @@ TEST_F(HandlerWrite, RegionsOnDiskAndBack)
     EXPECT_EQ(At(b, rec + 48, 8), 2u);
     EXPECT_EQ(b[rec + 56], 4);
     EXPECT_EQ(std::string(reinterpret_cast<char const*>(&b[rec + 57]), 4), "take");
-
-    MemoryHandler again(&WAVE::Create, b);
-    ASSERT_TRUE(again.Recognised());
-    std::uint32_t count = 0;
-    again.IE()->GetNumRegions(&count);
-    ASSERT_EQ(count, 1u);
-    PlugInRegion back;
-    again.IE()->GetRegion(0, &back);
-    EXPECT_EQ(std::memcmp(&back, &r, sizeof r), 0);
-    EXPECT_EQ(again.Native()->RemoveRegion(r.umid), S_OK);
-    EXPECT_EQ(again.Native()->RemoveRegion(r.umid), E_FAIL);
-}
-
-// Regions and overviews are held against the length of the whole file, not
-// against what was read before them: another tool may put the audio chunk
-// last, and a header may claim more audio than the file holds.
-TEST_F(HandlerWrite, RegionsAndOverviewsFitTheLengthWhereverTheyStand)
-{
-    for (Kind const& kind : {kWave, kAiff})
-    {
-        SCOPED_TRACE(kind.name);
-        MemoryHandler h(kind.create);
-        MakeNew(h, 2, 16, 1000, Noise(4000, 8));
-        PlugInRegion r = {};
-        r.stopSample = 1000;
-        ASSERT_EQ(h.Native()->AddRegion(&r), S_OK);
-        r.stopSample = 600;
-        ASSERT_EQ(h.Native()->AddRegion(&r), S_OK);
-        char** overview = UAFOvwfChunk::NewBlock(4 * 2 * 2, 256);
-        ASSERT_EQ(h.Native()->SetOverview(overview, 256, 16, 4), S_OK);
-        ASSERT_EQ(h.mAudio->Flush(), S_OK);
-        RelocatableBlock::Dispose(overview);
-
-        // The audio chunk moved behind everything else.
-        Bytes const& b = h.Bytes();
-        Bytes last(b.begin(), b.begin() + 12), audio;
-        for (W::Chunk const& c : W::Walk(b))
-        {
-            if (c.at == 0)
-                continue;
-            Bytes& to = c.id == kind.audioChunk ? audio : last;
-            to.insert(to.end(), b.begin() + c.at, b.begin() + c.at + 8 + c.size + (c.size & 1));
-        }
-        last.insert(last.end(), audio.begin(), audio.end());
-        MemoryHandler moved(kind.create, last);
-        ASSERT_TRUE(moved.Recognised());
-        ASSERT_EQ(W::Ids(moved.Bytes()).back(), kind.audioChunk);
-        std::uint32_t count = 0;
-        moved.IE()->GetNumRegions(&count);
-        EXPECT_EQ(count, 2u);
-        EXPECT_EQ(moved.Native()->HasOverview(256, 16), S_OK);
-        ASSERT_EQ(moved.Native()->AddRegion(&r), S_OK);
-        ASSERT_EQ(moved.mAudio->Flush(), S_OK);
-        MemoryHandler again(kind.create, moved.Bytes());
-        ASSERT_TRUE(again.Recognised()) << W::Layout(moved.Bytes());
-        again.IE()->GetNumRegions(&count);
-        EXPECT_EQ(count, 3u);
-
-        // A header that claims 2000 frames of the 1000 there are: what
-        // reaches past the audio there is does not count, what fits it does.
-        if (kind.create != kAiff.create)
-            continue;
-        Bytes claims = b;
-        PutNumber(claims, W::Find(claims, "COMM").at + 10, 4, 2000);
-        PutNumber(claims, W::Find(claims, "regn").at + 12 + 88 + 24, 8, 1500);
-        MemoryHandler longer(kind.create, claims);
-        ASSERT_TRUE(longer.Recognised());
-        ASSERT_EQ(longer.Frames(), 1000);
-        longer.IE()->GetNumRegions(&count);
-        EXPECT_EQ(count, 1u);
-        EXPECT_EQ(longer.Native()->HasOverview(256, 16), S_OK);
-    }
-}
-
-TEST_F(HandlerWrite, SamplerChunkOnDiskAndBack)
-{
-    MemoryHandler h(&WAVE::Create);
-    MakeNew(h, 2, 16, 1000, Noise(4000, 8));
-    PlugInInstrument in{1, 10, 100, 2, 200, 300, 60, -10};
-    ASSERT_EQ(h.Orvanel()->SetInstrumentAttr(&in), S_OK);
-    ASSERT_EQ(h.mAudio->Flush(), S_OK);
-
-    Bytes const& b = h.Bytes();
     W::Chunk const smpl = W::Find(b, "smpl");
     ASSERT_EQ(smpl.size, 36u + 2 * 24);
     std::int64_t const body = smpl.at + 8;
@@ -518,12 +477,20 @@ TEST_F(HandlerWrite, SamplerChunkOnDiskAndBack)
 
     MemoryHandler again(&WAVE::Create, b);
     ASSERT_TRUE(again.Recognised());
-    PlugInInstrument const back = again.Instrument();
-    EXPECT_EQ(back.rootMIDINote, 60);
-    EXPECT_EQ(back.fineTuneCents, 1); // the private form keeps only "some" fine tune
-    EXPECT_EQ(back.loop1Type, 1);
-    EXPECT_EQ(back.loop2Type, 2);
-    EXPECT_EQ(back.loop2Stop, 300);
+    std::uint32_t count = 0;
+    again.IE()->GetNumRegions(&count);
+    ASSERT_EQ(count, 1u);
+    PlugInRegion back;
+    again.IE()->GetRegion(0, &back);
+    EXPECT_EQ(std::memcmp(&back, &r, sizeof r), 0);
+    EXPECT_EQ(again.Native()->RemoveRegion(r.umid), S_OK);
+    EXPECT_EQ(again.Native()->RemoveRegion(r.umid), E_FAIL);
+    PlugInInstrument const inst = again.Instrument();
+    EXPECT_EQ(inst.rootMIDINote, 60);
+    EXPECT_EQ(inst.fineTuneCents, 1); // the private form keeps only "some" fine tune
+    EXPECT_EQ(inst.loop1Type, 1);
+    EXPECT_EQ(inst.loop2Type, 2);
+    EXPECT_EQ(inst.loop2Stop, 300);
 
     // Another tool's chunk: its fine tune, and RIFF forward and alternating loops.
     B foreignSmpl;
@@ -614,10 +581,7 @@ TEST_F(HandlerWrite, AChangeInFrontNeverMovesTheAudio)
     };
     auto const addRegion = [](MemoryHandler& h)
     {
-        PlugInRegion r = {};
-        r.stopSample = 100;
-        r.nameLength = 4;
-        std::memcpy(r.name, "take", 4);
+        PlugInRegion r = Region(0, 100, "take");
         ASSERT_EQ(h.Native()->AddRegion(&r), S_OK);
     };
     auto const addLoops = [&](MemoryHandler& h)
@@ -973,7 +937,6 @@ TEST_F(HandlerWrite, AiffInstrumentChangeKeepsTheOtherToolsFields)
 // fields (offset, block size) stay as they were when identity is added.
 TEST_F(HandlerWrite, AiffForeignFieldsKept)
 {
-    B::X80 const r = B::Rate(8000);
     struct
     {
         char const* name;
@@ -983,18 +946,12 @@ TEST_F(HandlerWrite, AiffForeignFieldsKept)
         {"AIFF-C name of odd length", B(true).Form("AIFC").CommC(1, 4, 16, 8000, "NONE", "none").Ssnd(Ramp(8)).Done(),
          0},
         {"AIFF-C name longer than its bytes",
-         B(true)
-             .Form("AIFC")
-             .Chunk("COMM", B(true)
-                                .U16(1)
-                                .U32(4)
-                                .U16(16)
-                                .Raw(Bytes(r.begin(), r.end()))
-                                .Id("NONE")
-                                .Raw({20, 'a', 'b', 'c'})
-                                .Bytes())
-             .Ssnd(Ramp(8))
-             .Done(),
+         [] // "abc" claiming 20 characters
+         {
+             Bytes b = B(true).Form("AIFC").CommC(1, 4, 16, 8000, "NONE", "abc").Ssnd(Ramp(8)).Done();
+             b[12 + 8 + 22] = 20;
+             return b;
+         }(),
          0},
         {"SSND offset", B(true).Form().Comm(1, 4, 16, 8000).Ssnd(Ramp(8), 8, 0).Done(), 8},
         {"SSND block size of one frame", B(true).Form().Comm(1, 4, 16, 8000).Ssnd(Ramp(8), 0, 2).Done(), 0},
