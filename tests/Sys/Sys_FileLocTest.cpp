@@ -12,7 +12,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <filesystem>
 #include <sstream>
@@ -91,9 +90,20 @@ TEST_F(SysFileLocTest, CanonicalFormsAsTextAndWhereTheKernelGoes)
         {
             EXPECT_EQ(Sys_FileLoc(folder + c.raw).GetFullPath(), folder + c.canonical);
         }
+        else
+        {
+            EXPECT_THROW(Sys_FileLoc(std::string(c.raw)).GetFullPath(), std::runtime_error); // an assertion
+        }
     }
     std::string withNul("/a\0b", 4);
     EXPECT_FALSE(Sys_FileLocPosix::CanonicalizePath(&withNul));
+    // An empty location is an assertion wherever it is used.
+    Sys_FileLoc const empty;
+    EXPECT_FALSE(empty);
+    EXPECT_THROW(empty.GetFullPath(), std::runtime_error);
+    EXPECT_THROW(Sys_FileLoc copy(empty), std::runtime_error);
+    Sys_FileLoc target(std::string("/x"));
+    EXPECT_THROW(target = empty, std::runtime_error);
     Sys_File file(Sys_FileLoc(Dir() + "a/link/../f"));
     Sys_File::StOpen open(&file, Sys_File::kOpenRead | Sys_File::kOpenExisting);
     char got = 0;
@@ -130,7 +140,7 @@ TEST_F(SysFileLocTest, NamesAndExtensionsAreWhatTheRegistryDecides)
     }
 }
 
-TEST_F(SysFileLocTest, ParentsLeadUpToTheRootOfTheVolume)
+TEST_F(SysFileLocTest, ParentsAndPrintLeadUpToTheRootOfTheVolume)
 {
     std::string const path = Dir() + "a/b/take.wav";
     Sys_FileLoc loc(path);
@@ -150,8 +160,18 @@ TEST_F(SysFileLocTest, ParentsLeadUpToTheRootOfTheVolume)
     EXPECT_EQ(loc.GetFileName(), "");
     EXPECT_THROW(loc.GetParentFolder(), std::runtime_error);
     EXPECT_EQ(Sys_FileLoc(std::string("/")).IsVolumeRoot(), true);
+
+    // Print shows the same chain.
+    std::ostringstream out;
+    Sys_FileLoc(Dir() + "take.wav").Print(out);
+    std::string const text = out.str();
+    EXPECT_EQ(text.rfind("Full Path: " + Dir() + "take.wav\n", 0), 0u) << text;
+    EXPECT_NE(text.find("File Name: take\nExtension: wav\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("\nParent Folder: \nFull Path: " + Dir() + "\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("Volume Name: "), std::string::npos);
 }
 
+// The canonical path and the extension are learned once.
 TEST_F(SysFileLocTest, WhatWasLearnedStaysUntilThePathIsSetAgain)
 {
     std::string const path = Dir() + "later";
@@ -171,17 +191,15 @@ TEST_F(SysFileLocTest, WhatWasLearnedStaysUntilThePathIsSetAgain)
     EXPECT_EQ(made.GetFullPath(), Dir() + "x/y/z/");
     Sys_Utils::CreateFolder(made);                          // already there
     Sys_Utils::CreateFolder(Sys_FileLoc(std::string("/"))); // nothing to do, nothing thrown
-}
 
-TEST_F(SysFileLocTest, ALocationKeepsTheExtensionItFoundFirst)
-{
-    Sys_FileLoc const early(Dir() + "take.h3late");
-    EXPECT_EQ(early.GetExtension(), "");
+    // The extension too: a type registered later is not seen by an old location.
+    Sys_FileLoc const take(Dir() + "take.h3late");
+    EXPECT_EQ(take.GetExtension(), "");
     std::vector<Sys_FileType> types = {Sys_FileType("h3late")};
     std::vector<std::string> descriptions = {"Registered late"};
     Sys_Utils::RegisterKnownTypes(types, descriptions);
-    EXPECT_EQ(early.GetExtension(), "");
-    EXPECT_EQ(early.GetFileName(), "take.h3late");
+    EXPECT_EQ(take.GetExtension(), "");
+    EXPECT_EQ(take.GetFileName(), "take.h3late");
     EXPECT_EQ(Sys_FileLoc(Dir() + "take.h3late").GetExtension(), "h3late");
     EXPECT_EQ(Sys_FileLoc(Dir() + "take.h3late").GetFileName(Sys_FileLoc::kNameWithoutExtension), "take");
 }
@@ -215,28 +233,6 @@ TEST_F(SysFileLocTest, ALocationFromPartsKeepsItsParts)
     Sys_File f(file);
     EXPECT_FALSE(f.IsOnline());
     EXPECT_EQ(vfltest::SystemErrorOf([&] { f.Open(0x102); }), ENOENT);
-}
-
-TEST_F(SysFileLocTest, PrintShowsTheChainUpToTheRoot)
-{
-    std::ostringstream out;
-    Sys_FileLoc(Dir() + "take.wav").Print(out);
-    std::string const text = out.str();
-    EXPECT_EQ(text.rfind("Full Path: " + Dir() + "take.wav\n", 0), 0u) << text;
-    EXPECT_NE(text.find("File Name: take\nExtension: wav\n"), std::string::npos) << text;
-    EXPECT_NE(text.find("\nParent Folder: \nFull Path: " + Dir() + "\n"), std::string::npos) << text;
-    EXPECT_NE(text.find("Volume Name: "), std::string::npos);
-}
-
-TEST_F(SysFileLocTest, EmptyLocationsAndRelativePathsAreAssertions)
-{
-    EXPECT_THROW(Sys_FileLoc(std::string("relative/take.wav")).GetFullPath(), std::runtime_error);
-    Sys_FileLoc const empty;
-    EXPECT_FALSE(empty);
-    EXPECT_THROW(empty.GetFullPath(), std::runtime_error);
-    EXPECT_THROW(Sys_FileLoc copy(empty), std::runtime_error);
-    Sys_FileLoc target(std::string("/x"));
-    EXPECT_THROW(target = empty, std::runtime_error);
 }
 
 using SysFileTypeTest = vfltest::SysLayerTest;
@@ -308,7 +304,7 @@ TEST_F(SysFileTypeTest, EqualityAndOrderOfLocationsAndTypes)
     }
 }
 
-TEST_F(SysFileTypeTest, TheRegistryKeepsTheLastDescription)
+TEST_F(SysFileTypeTest, TheRegistryKeepsTheLastDescriptionAndGroupsOfEquivalentTypes)
 {
     std::vector<Sys_FileType> types = {Sys_FileType("h3reg")};
     std::vector<std::string> first = {"First"};
@@ -321,10 +317,8 @@ TEST_F(SysFileTypeTest, TheRegistryKeepsTheLastDescription)
     EXPECT_FALSE(Sys_Utils::IsKnownType(Sys_FileType(Sys_FileType::kTypeFile)));
     std::vector<std::string> tooFew;
     EXPECT_THROW(Sys_Utils::RegisterKnownTypes(types, tooFew), std::runtime_error);
-}
 
-TEST_F(SysFileTypeTest, EquivalenceHoldsWithinAGroupAndLooksAtTheFirstArgument)
-{
+    // Equivalence holds within a group and looks at the first argument.
     Sys_FileType const wav("wav"), wave(MacCode("WAVE")), aif("aif");
     EXPECT_TRUE(Sys_Utils::AreTypesEquivalent(wav, wave));
     EXPECT_TRUE(Sys_Utils::AreTypesEquivalent(wave, wav));
@@ -500,30 +494,26 @@ TEST_F(SysFileLocIteratorTest, WalksSelectByTypeOrPatternFolderByFolder)
                                              : Sys_FileLocIterator(Sys_FileLoc(mStart), types, iterType);
         EXPECT_EQ(Walk(it), c.expected);
     }
-}
 
-TEST_F(SysFileLocIteratorTest, PatternMatchingCases)
-{
-    struct Case
+    struct Match
     {
         char const* pattern;
         char const* name;
         bool matches;
-    };
-    Case const cases[] = {
+    } const matches[] = {
         {"*", "", true},          {"*", "x", true},           {"?", "", false},
         {"a*b*c", "aXbYc", true}, {"a*b*c", "aXbY", false},   {"*.wav", ".wav", true},
         {"take.*", "take", true}, {"take.*", "takes", false}, {"**?", "a", true},
         {"[ab]", "a", false},     {"[ab]", "[AB]", true},     {"*a*a*a*a*b", "aaaaaaaaaaaaaaaaaaaaaaaa", false},
     };
-    for (Case const& c : cases)
+    for (Match const& c : matches)
     {
         SCOPED_TRACE(testing::Message() << c.pattern << " ~ " << c.name);
         EXPECT_EQ(Sys_FileLocIteratorPosix::MatchesPattern(c.pattern, c.name), c.matches);
     }
 }
 
-TEST_F(SysFileLocIteratorTest, AStartThatIsNoFolderThrowsAnEmptyOneYieldsNothingALinkIsFollowed)
+TEST_F(SysFileLocIteratorTest, AStartThatIsNoFolderThrowsAnEmptyOneYieldsNothingALinkIsFollowedAbortEnds)
 {
     std::vector<Sys_FileType> none;
     for (std::string const& start : {mStart + "a.WAV", mStart + "missing/", mStart + "missing"})
@@ -533,9 +523,9 @@ TEST_F(SysFileLocIteratorTest, AStartThatIsNoFolderThrowsAnEmptyOneYieldsNothing
             vfltest::ThrowsCode([&] { Sys_FileLocIterator it(Sys_FileLoc(start), none, kTree); }, XC_Sys_BadStartLoc));
     }
     fs::create_directory(mStart + "empty");
-    Sys_FileLocIterator it(Sys_FileLoc(mStart + "empty"), none, kTree);
-    EXPECT_FALSE(it);
-    EXPECT_FALSE(it);
+    Sys_FileLocIterator empty(Sys_FileLoc(mStart + "empty"), none, kTree);
+    EXPECT_FALSE(empty);
+    EXPECT_FALSE(empty);
 
     // A start through a link hands out the folder it leads to.
     std::vector<Sys_FileType> wav = {Sys_FileType("wav")};
@@ -543,11 +533,8 @@ TEST_F(SysFileLocIteratorTest, AStartThatIsNoFolderThrowsAnEmptyOneYieldsNothing
     ASSERT_TRUE(linked);
     EXPECT_EQ((*linked).GetFullPath(), mStart + "sub0/y.wav");
     EXPECT_EQ((*linked).GetFullPath(), Sys_FileLoc(mStart + "loop/sub0/y.wav").GetFullPath());
-}
 
-TEST_F(SysFileLocIteratorTest, AfterAbortTheNextStepEndsTheWalkAlsoFromAnotherThread)
-{
-    std::vector<Sys_FileType> none;
+    // After Abort the next step ends the walk, also from another thread.
     Sys_FileLocIterator first(Sys_FileLoc(mStart), none, kTree);
     ASSERT_TRUE(first);
     EXPECT_EQ((*first).GetFileName(), "a.wav"); // the registry's extension

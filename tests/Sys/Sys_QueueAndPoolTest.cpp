@@ -31,18 +31,7 @@ namespace
 
 // ---------------------------------------------------------------- Sys_AtomicPool
 
-// Else every "no allocation" check here would pass by itself.
-TEST(Sys_AtomicPool, TheAllocationCounterSeesMallocAndNew)
-{
-    vfltest::AllocationCounter counter;
-    auto const* volatile p = new int(1);
-    delete p;
-    void* volatile q = std::malloc(10);
-    std::free(q);
-    EXPECT_GE(counter.Count(), 1u);
-}
-
-TEST(Sys_AtomicPool, AnswersAndErrorsOfAllocAndFree)
+TEST(Sys_AtomicPool, AnswersAndErrorsOfAllocAndFreeAndReservationsThatGrowThePool)
 {
     {
         Sys_AtomicPool empty;
@@ -64,34 +53,32 @@ TEST(Sys_AtomicPool, AnswersAndErrorsOfAllocAndFree)
     EXPECT_EQ(pool.GetLastError(), Sys_AtomicPool::kErrTooLarge);
     EXPECT_EQ(pool.Alloc(32), a);
     pool.Free(nullptr);
-}
 
-TEST(Sys_AtomicPool, ReservationsGrowThePoolWhichNeverShrinks)
-{
-    Sys_AtomicPool pool;
-    auto early = pool.Reserve(2); // before the size is known: made by Init
-    EXPECT_EQ(pool.GetNumBlocks(), 0);
-    pool.Init(24);
-    EXPECT_EQ(pool.GetNumBlocks(), 2);
-    void* held = pool.Alloc(24);
+    // Reservations grow a pool, which never shrinks.
+    Sys_AtomicPool grown;
+    auto early = grown.Reserve(2); // before the size is known: made by Init
+    EXPECT_EQ(grown.GetNumBlocks(), 0);
+    grown.Init(24);
+    EXPECT_EQ(grown.GetNumBlocks(), 2);
+    void* held = grown.Alloc(24);
     {
-        auto more = pool.Reserve(3);
-        EXPECT_EQ(pool.GetNumReserved(), 5);
-        EXPECT_EQ(pool.GetNumBlocks(), 5);
+        auto more = grown.Reserve(3);
+        EXPECT_EQ(grown.GetNumReserved(), 5);
+        EXPECT_EQ(grown.GetNumBlocks(), 5);
     }
-    EXPECT_EQ(pool.GetNumReserved(), 2);
-    auto again = pool.Reserve(1); // within the blocks there are
-    EXPECT_EQ(pool.GetNumBlocks(), 5);
+    EXPECT_EQ(grown.GetNumReserved(), 2);
+    auto again = grown.Reserve(1); // within the blocks there are
+    EXPECT_EQ(grown.GetNumBlocks(), 5);
     // The blocks spliced in behind the cursor are all reachable.
     std::set<void*> got{held};
     for (int i = 0; i < 4; ++i)
-        got.insert(pool.Alloc(24));
+        got.insert(grown.Alloc(24));
     EXPECT_EQ(got.size(), 5u);
     EXPECT_EQ(got.count(nullptr), 0u);
-    EXPECT_EQ(pool.Alloc(24), nullptr);
+    EXPECT_EQ(grown.Alloc(24), nullptr);
     Sys_AtomicPool::Reservation moved = std::move(early);
     moved = Sys_AtomicPool::Reservation(); // gives up the moved count once
-    EXPECT_EQ(pool.GetNumReserved(), 1);
+    EXPECT_EQ(grown.GetNumReserved(), 1);
 }
 
 // Every owner stamps its block and checks the stamp before it gives the
@@ -106,6 +93,15 @@ TEST(Sys_AtomicPool, FourThreadsNeverShareABlockAndLoseNone)
     auto const reservation = pool.Reserve(kBlocks);
     std::atomic<int> clashes{0};
     std::atomic<u64> allocations{0};
+    {
+        // Else the check of no allocation below would pass by itself.
+        vfltest::AllocationCounter counter;
+        auto const* volatile p = new int(1);
+        delete p;
+        void* volatile q = std::malloc(10);
+        std::free(q);
+        EXPECT_GE(counter.Count(), 1u);
+    }
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t)
         threads.emplace_back(
@@ -199,7 +195,7 @@ void DumpInto(Sys_RealTimeTraceBuffer& buffer, std::vector<std::string>* lines)
         lines->push_back(line);
 }
 
-TEST(Sys_RealTimeTraceBuffer, TheFullLineStandsExactlyWhereRecordsWereLost)
+TEST(Sys_RealTimeTraceBuffer, TheFullLineStandsExactlyWhereRecordsWereLostAndOthersComeBackWhole)
 {
     // Room for two records of 8 characters and the full line.
     int32 const roomForTwo =
@@ -230,10 +226,8 @@ TEST(Sys_RealTimeTraceBuffer, TheFullLineStandsExactlyWhereRecordsWereLost)
         DumpInto(buffer, &dumped);
         EXPECT_EQ(dumped, c.dumped);
     }
-}
 
-TEST(Sys_RealTimeTraceBuffer, RecordsOfEverySizeComeBackWholeAcrossTheRingsEnd)
-{
+    // Records of every size come back whole across the ring's end.
     Sys_RealTimeTraceBuffer buffer(257);
     std::mt19937 random(26);
     std::vector<std::string> stored, dumped;

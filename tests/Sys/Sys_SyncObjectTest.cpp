@@ -184,7 +184,7 @@ TEST(Sys_SyncObject, AnEarlierStartWakesAWaiterThatSleepsForTheLaterOne)
     starter.join();
 }
 
-TEST(Sys_SyncObject, AWaitTakesExactlyWhatItsModeSays)
+TEST(Sys_SyncObject, AWaitTakesExactlyWhatItsModeSaysAndKeepsItsTimeLimit)
 {
     struct Case
     {
@@ -206,6 +206,13 @@ TEST(Sys_SyncObject, AWaitTakesExactlyWhatItsModeSays)
         EXPECT_EQ(Sys_SyncObject::WaitForMultipleObjects(list, c.mode, 0), c.result);
         EXPECT_EQ(SignalsLeft(list), c.left);
     }
+
+    // A time limit is kept, and nothing is taken.
+    List const list = Make("a1");
+    auto const start = std::chrono::steady_clock::now();
+    EXPECT_EQ(Sys_SyncObject::WaitForMultipleObjects(list, kAll, 40), kTimedOut);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(40));
+    EXPECT_EQ(SignalsLeft(list), "01");
 }
 
 TEST(Sys_SyncObject, SemaphoreAcquireTakesAllUnitsOrNone)
@@ -275,15 +282,6 @@ TEST(Sys_SyncObject, MisuseIsASystemErrorOrAnAssertionAndChangesNothing)
     }
 }
 
-TEST(Sys_SyncObject, TheTimeLimitIsKeptAndNothingIsTaken)
-{
-    List const list = Make("a1");
-    auto const start = std::chrono::steady_clock::now();
-    EXPECT_EQ(Sys_SyncObject::WaitForMultipleObjects(list, kAll, 40), kTimedOut);
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(40));
-    EXPECT_EQ(SignalsLeft(list), "01");
-}
-
 // A wait for all that sees part of its list signalled holds on to nothing:
 // another waiter still finds that part there.
 TEST(Sys_SyncObject, AWaitForAllHoldsNothingUntilItHasEverything)
@@ -318,16 +316,10 @@ TEST(Sys_SyncObject, WaitsForSeveralUnitsNeverHoldPartOfThem)
     std::thread x(waits, pair, kAll), y(waits, List{pair[1], pair[0]}, kAll), z(waits, List{pair[0]}, kAny);
     auto release = [&](int i) { dynamic_cast<Sys_Semaphore&>(*pair[i]).Release(1); };
     for (int i = 0; i < kRounds; ++i)
-    {
-        release(1);
-        release(0);
-        release(0);
-        release(1);
-        release(0);
-    }
-    x.join();
-    y.join();
-    z.join();
+        for (int which : {1, 0, 0, 1, 0})
+            release(which);
+    for (std::thread* t : {&x, &y, &z})
+        t->join();
     EXPECT_EQ(SignalsLeft(pair), "00");
 
     Sys_Semaphore::Handle two = Sys_Semaphore::Create(2, 2);
@@ -342,9 +334,8 @@ TEST(Sys_SyncObject, WaitsForSeveralUnitsNeverHoldPartOfThem)
         }
     };
     std::thread a(work), b(work), c(work);
-    a.join();
-    b.join();
-    c.join();
+    for (std::thread* t : {&a, &b, &c})
+        t->join();
     EXPECT_EQ(timedOut.load(), 0);
     EXPECT_EQ(SignalsLeft({two}), "2");
 }
@@ -366,7 +357,7 @@ bool FreeForOtherThreads(Sys_Mutex& mutex)
 
 // Free only once every acquire is released; a guard that tries reports
 // whether it got the mutex and releases only then.
-TEST(Sys_Mutex, IsFreeOnlyOnceEveryAcquireIsReleased)
+TEST(Sys_Mutex, IsFreeOnlyOnceEveryAcquireIsReleasedAndMisuseIsAnAssertion)
 {
     std::unique_ptr<Sys_Mutex> mutex(Sys_Mutex::Create(Sys_Mutex::kMutexTryAcquire));
     mutex->Acquire();
@@ -383,10 +374,8 @@ TEST(Sys_Mutex, IsFreeOnlyOnceEveryAcquireIsReleased)
         EXPECT_FALSE(FreeForOtherThreads(*mutex)); // a failed try leaves it held
     }
     EXPECT_TRUE(FreeForOtherThreads(*mutex));
-}
 
-TEST(Sys_Mutex, MisuseIsAnAssertionThatLeavesTheMutexAsItWas)
-{
+    // Misuse is an assertion that leaves the mutex as it was.
     StCountAsserts asserts;
     std::unique_ptr<Sys_Mutex> plain(Sys_Mutex::Create(Sys_Mutex::kMutexPlain));
     EXPECT_TRUE(plain->TryAcquire()); // TryAcquire is for type 1 only

@@ -98,7 +98,7 @@ TEST(Sys_Task, ExecOnAStatusThatMayNotRunRunsNothing)
     }
 }
 
-TEST(Sys_Task, AbortOfAReadyTaskAbortsAtOnceAndClearsTheRequest)
+TEST(Sys_Task, AbortOfAReadyTaskAbortsAtOnceAndResetLeadsOnlyFromRepeatToReady)
 {
     auto task = ScriptedTask::Make(nullptr);
     task->Abort();
@@ -110,6 +110,21 @@ TEST(Sys_Task, AbortOfAReadyTaskAbortsAtOnceAndClearsTheRequest)
     task->Abort();
     EXPECT_EQ(task->AbortImpls(), 2);
     EXPECT_TRUE(task->IsAbortRequested());
+
+    // Reset leads only from repeat to ready, and resets the events.
+    auto repeating = ScriptedTask::Make([](ScriptedTask& self)
+                                        { return self.Slices() == 1 ? S::kResultRepeat : S::kResultCompleted; });
+    Sys_Event::Handle repeat = repeating->GetNotificationEvent(S::kStatusRepeat);
+    StCountAsserts asserts;
+    repeating->Reset();
+    EXPECT_EQ(asserts.Failed(), 1);
+    EXPECT_EQ(repeating->Exec(), S::kStatusRepeat);
+    EXPECT_TRUE(repeat->IsSet());
+    repeating->Reset();
+    EXPECT_EQ(repeating->GetStatus(), S::kStatusReady);
+    EXPECT_FALSE(repeat->IsSet());
+    EXPECT_EQ(repeating->Exec(), S::kStatusCompleted);
+    EXPECT_EQ(asserts.Failed(), 1);
 }
 
 TEST(Sys_Task, NotificationEventsFireOnTheirMasks)
@@ -145,24 +160,7 @@ TEST(Sys_Task, NotificationEventsFireOnTheirMasks)
     }
 }
 
-TEST(Sys_Task, ResetLeadsOnlyFromRepeatToReadyAndResetsTheEvents)
-{
-    auto task = ScriptedTask::Make([](ScriptedTask& self)
-                                   { return self.Slices() == 1 ? S::kResultRepeat : S::kResultCompleted; });
-    Sys_Event::Handle repeat = task->GetNotificationEvent(S::kStatusRepeat);
-    StCountAsserts asserts;
-    task->Reset();
-    EXPECT_EQ(asserts.Failed(), 1);
-    EXPECT_EQ(task->Exec(), S::kStatusRepeat);
-    EXPECT_TRUE(repeat->IsSet());
-    task->Reset();
-    EXPECT_EQ(task->GetStatus(), S::kStatusReady);
-    EXPECT_FALSE(repeat->IsSet());
-    EXPECT_EQ(task->Exec(), S::kStatusCompleted);
-    EXPECT_EQ(asserts.Failed(), 1);
-}
-
-TEST(Sys_Task, AFailureIsKeptAsACloneOfItsTypeAndThrownAgainOnAnotherThread)
+TEST(Sys_Task, AFailureIsKeptAsACloneOfItsTypeThrownAgainOnAnotherThreadAndOthersAreWrapped)
 {
     auto task =
         ScriptedTask::Make([](ScriptedTask&) -> S::EResult
@@ -183,10 +181,8 @@ TEST(Sys_Task, AFailureIsKeptAsACloneOfItsTypeAndThrownAgainOnAnotherThread)
             }
         })
         .join();
-}
 
-TEST(Sys_Task, WhatElseLeavesTheSlice)
-{
+    // What else leaves the slice: a standard exception, kept as ours.
     auto ansi = ScriptedTask::Make([](ScriptedTask&) -> S::EResult { throw std::out_of_range("index 7"); });
     EXPECT_EQ(ansi->Exec(), S::kStatusFailed);
     auto const* stored = dynamic_cast<Cmn_TypedException<Cmn_TStringXData> const*>(ansi->GetException());
@@ -256,7 +252,7 @@ TEST(Sys_TaskQueue, OrderIsPriorityThenAge)
     }
 }
 
-TEST(Sys_TaskQueue, BlockedAndRepeatingTasksKeepTheirPlace)
+TEST(Sys_TaskQueue, BlockedAndRepeatingTasksKeepTheirPlaceAndReadyOnesLeave)
 {
     Sys_TaskQueue queue;
     Log log;
@@ -281,19 +277,17 @@ TEST(Sys_TaskQueue, BlockedAndRepeatingTasksKeepTheirPlace)
     EXPECT_EQ(queue.ExecTop(), Sys_Task::kStatusRepeat);
     EXPECT_EQ(repeat->GetStatus(), Sys_Task::kStatusReady); // reset when it went back
     EXPECT_EQ(log.Drain(queue), "xbxrra");
-}
 
-TEST(Sys_TaskQueue, AReadyTaskLeavesTheQueueAndMayStandInItManyTimes)
-{
-    Sys_TaskQueue queue;
-    Log log;
+    // A ready task leaves the queue, and may stand in it many times.
+    log.order.clear();
+    Sys_TaskQueue fresh;
     ScriptedTask::Handle many = log.Task('t', Sys_Task::kResultReady);
-    queue.AddTask(many, 0);
-    queue.AddTask(log.Task('a'), 0);
-    queue.AddTask(many, 0);
-    queue.AddTask(many, 2);
-    EXPECT_EQ(queue.GetQueueEvent()->Wait(0), Sys_SyncObject::kWaitSignalled);
-    EXPECT_EQ(log.Drain(queue), "ttat");
+    fresh.AddTask(many, 0);
+    fresh.AddTask(log.Task('a'), 0);
+    fresh.AddTask(many, 0);
+    fresh.AddTask(many, 2);
+    EXPECT_EQ(fresh.GetQueueEvent()->Wait(0), Sys_SyncObject::kWaitSignalled);
+    EXPECT_EQ(log.Drain(fresh), "ttat");
     EXPECT_EQ(many->GetStatus(), Sys_Task::kStatusReady);
 }
 

@@ -71,7 +71,7 @@ void RunOnThread(ScriptedTask::Step const& step, std::function<void(Sys_Thread&)
     EXPECT_EQ(current, thread.Get());
 }
 
-TEST(Sys_Thread, TheSystemSeesTheNameCutTo15Characters)
+TEST(Sys_Thread, TheSystemSeesTheNameCutTo15CharactersAndPrioritiesAsNiceValues)
 {
     for (std::string const name : {"short", "exactly 15 char", "FF_AudioProcess: Driver Thread"})
     {
@@ -86,10 +86,8 @@ TEST(Sys_Thread, TheSystemSeesTheNameCutTo15Characters)
             [&](Sys_Thread& thread) { thread.SetName(name); });
         EXPECT_EQ(comm, name.substr(0, 15) + "\n");
     }
-}
 
-TEST(Sys_Thread, PrioritiesBecomeNiceValuesAndARefusedRaiseIsIgnored)
-{
+    // Priorities become nice values, and a refused raise is ignored.
     int const processNice = NiceOfThisThread();
     int const offsets[] = {19, 10, 5, 0, -5, -10, -20};
     for (int priority = Sys_Thread::kPriorityIdle; priority <= Sys_Thread::kPriorityTimeCritical; ++priority)

@@ -141,12 +141,6 @@ TEST(Sys_TypedStreamTest, EveryTypeRoundTripsInBothByteOrders)
     }
 }
 
-TEST(Sys_StdStreamHeaderTest, RecordBytesInBothByteOrders)
-{
-    EXPECT_EQ(Hex(WriteMagcRecord(true)), "4D 41 47 43 00 03 00 00 00 04 01 02 03 04");
-    EXPECT_EQ(Hex(WriteMagcRecord(false)), "4D 41 47 43 03 00 04 00 00 00 04 03 02 01");
-}
-
 TEST(Sys_StdStreamHeaderTest, ReaderOfEveryAmountLandsBehindTheRecord)
 {
     // A record of three int32 and then a marker; the reader reads 0 to 3
@@ -229,9 +223,13 @@ TEST(Sys_StdStreamHeaderTest, OlderReaderSkipsWhatANewerWriterAdded)
     EXPECT_EQ(in.GetPos(), in.GetEndPos());
 }
 
-TEST(Sys_StdStreamHeaderTest, BadRecordsAreReportedWithoutReadingPastTheData)
+// The bytes of a record in both byte orders; bad ones are reported without
+// reading past the data.
+TEST(Sys_StdStreamHeaderTest, RecordBytesInBothByteOrdersAndBadRecordsAreReported)
 {
+    EXPECT_EQ(Hex(WriteMagcRecord(false)), "4D 41 47 43 03 00 04 00 00 00 04 03 02 01");
     Bytes const good = WriteMagcRecord(true);
+    EXPECT_EQ(Hex(good), "4D 41 47 43 00 03 00 00 00 04 01 02 03 04");
     struct Case
     {
         char const* name;
@@ -354,7 +352,7 @@ TEST(Sys_Int64StreamIOTest, DecimalAndUpperCaseHex)
 
 using SysUmidTest = vfltest::SysLayerTest;
 
-TEST_F(SysUmidTest, TheTextFormFollowsTheAlgorithm)
+TEST_F(SysUmidTest, TheTextFormFollowsTheAlgorithmAndNewOnesHaveFourteenDigits)
 {
     struct Case
     {
@@ -375,10 +373,8 @@ TEST_F(SysUmidTest, TheTextFormFollowsTheAlgorithm)
         SCOPED_TRACE(c.text);
         EXPECT_EQ(c.umid.AsString(), c.text);
     }
-}
 
-TEST_F(SysUmidTest, NewIdentifiersHaveFourteenDigitsAndDifferOnOneThread)
-{
+    // New identifiers have fourteen digits and differ on one thread.
     std::set<Sys_Umid> seen;
     for (int i = 0; i < 10000; ++i)
     {

@@ -122,7 +122,7 @@ TEST_F(SysUtilsTest, ClocksAreInFileTimeUnitsAndSteadyAndCountersGiveTheNewValue
     EXPECT_NE(Sys_Utils::UTC2String(INT64_MAX), ""); // far in the future, but not a crash
 }
 
-TEST_F(SysUtilsTest, WellKnownLocations)
+TEST_F(SysUtilsTest, WellKnownLocationsAndTheNameLimit)
 {
     Sys_FileLoc const temp = Sys_Utils::GetTempFolderLoc();
     EXPECT_EQ(temp.GetFullPath().back(), '/');
@@ -137,10 +137,8 @@ TEST_F(SysUtilsTest, WellKnownLocations)
     Sys_FileLoc app;
     Sys_UtilsPosix::GetAppModuleLoc(&app);
     EXPECT_TRUE(Sys_File(app).IsOnline());
-}
 
-TEST_F(SysUtilsTest, NameLimitIsTheFileSystemsAndAMissingFolderThrows)
-{
+    // The limit of a name is the file system's; a missing folder throws.
     std::string limit;
     ASSERT_EQ(vfltest::RunCommand("getconf NAME_MAX " + Dir(), &limit), 0);
     EXPECT_EQ(Sys_Utils::GetMaxFileNameLength(Loc("")), std::stoi(limit));
@@ -161,7 +159,7 @@ TEST_F(SysUtilsTest, NameLimitIsTheFileSystemsAndAMissingFolderThrows)
     EXPECT_NE(context.find(Dir() + "not here"), std::string::npos) << context;
 }
 
-TEST_F(SysUtilsTest, CopyOverwritesAndMoveDoesNot)
+TEST_F(SysUtilsTest, CopyOverwritesMoveDoesNotAndDeletingTheCurrentFolderLeavesIt)
 {
     vfltest::WriteWholeFile(Dir() + "a.bin", {1, 2, 3});
     vfltest::WriteWholeFile(Dir() + "b.bin", {9});
@@ -183,6 +181,16 @@ TEST_F(SysUtilsTest, CopyOverwritesAndMoveDoesNot)
     Sys_Utils::MoveFile(Loc("missing"), Loc("e.bin"));
     Sys_Utils::DeleteFile(Loc("missing"));
     EXPECT_FALSE(fs::exists(Dir() + "e.bin"));
+
+    // Deleting the current folder moves the process to its parent.
+    fs::path const saved = fs::current_path();
+    fs::create_directory(Dir() + "cwd");
+    fs::current_path(Dir() + "cwd");
+    Sys_Utils::DeleteFolder(Loc("cwd"));
+    fs::path const after = fs::current_path();
+    fs::current_path(saved);
+    EXPECT_FALSE(fs::exists(Dir() + "cwd"));
+    EXPECT_EQ(after.string() + "/", Dir());
 }
 
 TEST_F(SysUtilsTest, MoveAcrossVolumesCopiesAndRemoves)
@@ -203,18 +211,6 @@ TEST_F(SysUtilsTest, MoveAcrossVolumesCopiesAndRemoves)
     Sys_Utils::MoveFile(Loc("big.bin"), Sys_FileLoc(mountPoint + "/big.bin"));
     EXPECT_TRUE(vfltest::ReadWholeFile(Dir() + "big.bin") == big);
     EXPECT_FALSE(fs::exists(mountPoint + "/big.bin"));
-}
-
-TEST_F(SysUtilsTest, DeleteFolderOfTheCurrentFolderMovesToItsParent)
-{
-    fs::path const saved = fs::current_path();
-    fs::create_directory(Dir() + "cwd");
-    fs::current_path(Dir() + "cwd");
-    Sys_Utils::DeleteFolder(Loc("cwd"));
-    fs::path const after = fs::current_path();
-    fs::current_path(saved);
-    EXPECT_FALSE(fs::exists(Dir() + "cwd"));
-    EXPECT_EQ(after.string() + "/", Dir());
 }
 
 TEST_F(SysUtilsTest, CopyFolderWithOrWithoutItsSubfolders)
@@ -250,7 +246,7 @@ TEST_F(SysUtilsTest, CopyFolderWithOrWithoutItsSubfolders)
     EXPECT_FALSE(fs::exists(Dir() + "flat/sub"));
 }
 
-TEST_F(SysUtilsTest, SpaceToCopyRoundsToTheAllocationUnitAndAddsAThirtieth)
+TEST_F(SysUtilsTest, SpaceToCopyRoundsToTheAllocationUnitAddsAThirtiethAndCountsTheFork)
 {
     Sys_Volume const volume = Loc("").GetVolume();
     int64 const unit = volume.GetMinimumAllocationSize();
@@ -268,16 +264,10 @@ TEST_F(SysUtilsTest, SpaceToCopyRoundsToTheAllocationUnitAndAddsAThirtieth)
     int64 const tree = Sys_Utils::GetSpaceRequiredToCopyFolder(Loc(""), volume, true);
     EXPECT_EQ(flat, (unit + unit / 30) + (2 * unit + 2 * unit / 30));
     EXPECT_EQ(tree, flat + unit + unit / 30);
-}
 
-// A resource fork lives in the folder Resource.FRK beside the file, under
-// the file's own name; a file whose name merely ends in ":Afp_Resource" is
-// an ordinary file of its own.
-TEST_F(SysUtilsTest, SpaceToCopyCountsTheResourceForkBesideTheFile)
-{
-    Sys_Volume const volume = Loc("").GetVolume();
-    int64 const unit = volume.GetMinimumAllocationSize();
-    ASSERT_GT(unit, 0);
+    // A resource fork lives in the folder Resource.FRK beside the file, under
+    // the file's own name; a file whose name merely ends in ":Afp_Resource"
+    // is an ordinary file of its own.
     fs::create_directories(Dir() + "mac/Resource.FRK");
     struct Case
     {
@@ -346,10 +336,15 @@ TEST_F(SysUtilsTest, IsSameFileBySpellingsLinksAndFilesNotMadeYet)
 }
 
 // The fatal path's order of calls, through the seams: no process ends here.
-std::vector<std::string> sCalls;
+std::string sCalls; // joined by ", "
 int sLocs = 0;
 bool sHandle = true;
 bool sWriteFails = false;
+
+void Called(std::string const& what)
+{
+    sCalls += (sCalls.empty() ? "" : ", ") + what;
+}
 
 class SysUtilsFatalTest : public vfltest::SysLayerTest
 {
@@ -357,27 +352,23 @@ protected:
     void SetUp() override
     {
         SysLayerTest::SetUp();
-        sCalls.clear();
-        sLocs = 0;
-        sHandle = true;
-        sWriteFails = false;
         Sys_Utils::SetHandleFatalExceptionsMethod([] { return sHandle; });
         Sys_Utils::SetGetNewExceptionLogFileLocMethod(
             []
             {
-                sCalls.push_back("loc");
+                Called("loc");
                 return Sys_FileLoc("/logs/Log-" + std::to_string(++sLocs) + ".vlx");
             });
         Sys_Utils::SetWriteExceptionLogFileMethod(
             [](Sys_FileLoc const& loc, Cmn_Exception const* e)
             {
-                sCalls.push_back("write " + loc.GetFileName() + " " + (e ? e->GetDescription() : "null"));
+                Called("write " + loc.GetFileName() + " " + (e ? e->GetDescription() : "null"));
                 if (sWriteFails || !e)
                     throw std::runtime_error("cannot write");
             });
         Sys_Utils::SetPostFatalExceptionDialogMethod(
-            [](Sys_FileLoc* loc) { sCalls.push_back("dialog " + (loc ? loc->GetFileName() : std::string("none"))); });
-        Sys_Utils::SetExitMethod([] { sCalls.push_back("exit"); });
+            [](Sys_FileLoc* loc) { Called("dialog " + (loc ? loc->GetFileName() : std::string("none"))); });
+        Sys_Utils::SetExitMethod([] { Called("exit"); });
     }
     void TearDown() override { Sys_UtilsPosix::SetPlatformDependentMethods(); }
 };
@@ -388,21 +379,12 @@ TEST_F(SysUtilsFatalTest, TheLogGoesToTheSecondLocationAndTheDialogNamesTheFirst
     {
         char const* name;
         bool ours, handle, writeFails;
-        std::vector<std::string> calls;
-    };
-    Case const cases[] = {
-        {"ours",
-         true,
-         true,
-         false,
-         {"loc", "loc", "write Log-2.vlx Access violation occurred", "dialog Log-1.vlx", "exit"}},
-        {"a standard exception", false, true, false, {"loc", "loc", "write Log-2.vlx null", "dialog none", "exit"}},
-        {"the write fails",
-         true,
-         true,
-         true,
-         {"loc", "loc", "write Log-2.vlx Access violation occurred", "dialog none", "exit"}},
-        {"not handled", true, false, false, {}},
+        char const* calls;
+    } const cases[] = {
+        {"ours", true, true, false, "loc, loc, write Log-2.vlx Access violation occurred, dialog Log-1.vlx, exit"},
+        {"a standard exception", false, true, false, "loc, loc, write Log-2.vlx null, dialog none, exit"},
+        {"the write fails", true, true, true, "loc, loc, write Log-2.vlx Access violation occurred, dialog none, exit"},
+        {"not handled", true, false, false, ""},
     };
     for (Case const& c : cases)
     {
@@ -524,7 +506,10 @@ TEST_F(SysStackDumpTest, ALogReadBackGivesTheAddressesAndStandsOnTheText)
     EXPECT_TRUE(Sys_StackDumpPosix(empty).GetAddresses().empty());
 }
 
-TEST_F(SysStackDumpTest, PrintNamesTheFunctionOrGivesTheBareAddress)
+// The log holds the stack, the text with each context on a line, and the
+// modules; read back, it shows the text and the stack with names. Print
+// names the function or gives the bare address.
+TEST_F(SysStackDumpTest, ALogWrittenIsShownWithTextContextsAndNames)
 {
     std::unique_ptr<Sys_StackDumpPosix> here(VflTestCaptureHere());
     ASSERT_FALSE(here->GetAddresses().empty());
@@ -535,12 +520,7 @@ TEST_F(SysStackDumpTest, PrintNamesTheFunctionOrGivesTheBareAddress)
     EXPECT_TRUE(std::regex_search(os.str(), std::regex("^0x[0-9a-f]{8,}:\t VflTestCaptureHere \\+ 0x[0-9a-f]+\r\n")))
         << os.str();
     EXPECT_NE(os.str().find("\r\n0x00401000\r\n"), std::string::npos) << os.str();
-}
 
-// The log holds the stack, the text with each context on a line, and the
-// modules; read back, it shows the text and the stack with names.
-TEST_F(SysStackDumpTest, ALogWrittenIsShownWithTextContextsAndNames)
-{
     auto e = Cmn_TypedException<Cmn_NullExceptionData>::New(XC_SYS_SE_AccessViolation, Cmn_NullExceptionData(),
                                                             VflTestCaptureHere());
     e.AddContext(

@@ -114,8 +114,7 @@ TEST_F(SysVolumeTest, TheRootVolumeAgreesWithDfAndBlkid)
         vfltest::RunCommand("blkid -s LABEL -o value '" + Trimmed(source) + "' 2>/dev/null", &label);
         EXPECT_EQ(attr.GetName(), Trimmed(label));
     }
-    std::string sectorSize;
-    std::string source;
+    std::string sectorSize, source;
     if (vfltest::RunCommand("findmnt -rn -o MAJ:MIN /", &source) == 0 &&
         vfltest::RunCommand("cat /sys/dev/block/" + Trimmed(source) + "/queue/logical_block_size 2>/dev/null",
                             &sectorSize) == 0)
@@ -144,7 +143,7 @@ TEST_F(SysVolumeTest, ASmallTmpfsIsARamDiskWithItsOwnSize)
     Sys_VolumePosix::FlushMountTableCache();
 }
 
-TEST_F(SysVolumeTest, OneRootHasOneObjectAndPlaceholdersAreNotMounted)
+TEST_F(SysVolumeTest, OneRootHasOneObjectPlaceholdersAreNotMountedAndMountInfoIsDecoded)
 {
     EXPECT_EQ(Sys_VolumePosix::Create("/").get(), Sys_VolumePosix::Create("/").get());
     EXPECT_EQ(Sys_VolumePosix::Create("/h3-not-a-mount").get(), Sys_VolumePosix::Create("/h3-not-a-mount/").get());
@@ -160,10 +159,8 @@ TEST_F(SysVolumeTest, OneRootHasOneObjectAndPlaceholdersAreNotMounted)
     EXPECT_FALSE(bySerial.IsMounted());
     EXPECT_FALSE(byLabel == bySerial);
     EXPECT_THROW(byLabel.GetSerialNumber(), std::runtime_error); // asked of a volume that is not there
-}
 
-TEST_F(SysVolumeTest, MountInfoEscapesAreDecodedAndTheLastMountWins)
-{
+    // In the mount table escapes are decoded, and the last mount of a root wins.
     std::string const text = "27 1 254:0 / / rw - ext4 /dev/vda rw\n"
                              "40 27 0:50 / /media/My\\040Disk rw shared:1 master:2 - vfat /dev/sdb1 rw\n"
                              "41 27 0:51 / /mnt/x rw - tmpfs none rw\n"
@@ -319,12 +316,14 @@ TEST_F(SysVolumeFakeTest, TypesComeFromTheFileSystemAndTheDevice)
     }
 }
 
-TEST_F(SysVolumeFakeTest, LabelsAreFoundWithoutCaseAndFixedDisksWin)
+TEST_F(SysVolumeFakeTest, LabelsAreFoundWithoutCaseFixedDisksWinAndRootsKeepTheirCase)
 {
     sFake = {{"/h3l/net", "nfs", 21, "Audio 1", "", false, 31},
              {"/h3l/fixedA", "ext4", 22, "Audio 1", "aaaaaaaa-1", false, 0},
              {"/h3l/fixedB", "ext4", 23, "Audio 1", "bbbbbbbb-1", false, 0},
-             {"/h3l/other", "ext4", 24, "Other", "cccccccc-1", false, 0}};
+             {"/h3l/other", "ext4", 24, "Other", "cccccccc-1", false, 0},
+             {"/h3k/Case", "ext4", 71, "", "71717171-1", false, 0},
+             {"/h3k/case", "ext4", 72, "", "72727272-1", false, 0}};
     Sys_Volume const found(std::string("audio 1"));
     ASSERT_TRUE(found.IsMounted());
     EXPECT_EQ(found.GetSerialNumber(), 0xaaaaaaaau);
@@ -335,6 +334,16 @@ TEST_F(SysVolumeFakeTest, LabelsAreFoundWithoutCaseAndFixedDisksWin)
     Sys_Volume const bySerial(uint32{0xcccccccc});
     EXPECT_TRUE(bySerial == At("/h3l/other"));
     EXPECT_EQ(bySerial.GetAttr().GetName(), "Other");
+
+    // Roots that differ only in case are two volumes.
+    Sys_Volume const upper = At("/h3k/Case");
+    Sys_Volume const lower = At("/h3k/case");
+    ASSERT_TRUE(upper.IsMounted());
+    ASSERT_TRUE(lower.IsMounted());
+    EXPECT_NE(upper.GetSerialNumber(), lower.GetSerialNumber());
+    EXPECT_FALSE(upper == lower);
+    EXPECT_TRUE(upper == At("/h3k/Case/"));
+    EXPECT_TRUE(lower == lower);
 }
 
 // A placeholder stays one; a name with capitals is sought again at every
@@ -404,20 +413,6 @@ TEST_F(SysVolumeFakeTest, ACDROMIsLookedAtAgainAfterASecond)
     EXPECT_EQ(vfltest::SystemErrorOf([&] { cd.GetMinimumAllocationSize(); }), ENOMEDIUM);
     EXPECT_EQ(vfltest::SystemErrorOf([&] { cd.GetAttr(); }), ENOMEDIUM);
     EXPECT_EQ(asserts.Failed(), 3);
-}
-
-TEST_F(SysVolumeFakeTest, RootsDifferingOnlyInCaseAreTwoVolumes)
-{
-    sFake = {{"/h3k/Case", "ext4", 71, "", "71717171-1", false, 0},
-             {"/h3k/case", "ext4", 72, "", "72727272-1", false, 0}};
-    Sys_Volume const upper = At("/h3k/Case");
-    Sys_Volume const lower = At("/h3k/case");
-    ASSERT_TRUE(upper.IsMounted());
-    ASSERT_TRUE(lower.IsMounted());
-    EXPECT_NE(upper.GetSerialNumber(), lower.GetSerialNumber());
-    EXPECT_FALSE(upper == lower);
-    EXPECT_TRUE(upper == At("/h3k/Case/"));
-    EXPECT_TRUE(lower == lower);
 }
 
 } // namespace
