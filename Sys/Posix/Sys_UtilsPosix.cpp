@@ -26,6 +26,7 @@
 #include "Cmn/Cmn_TypedExceptionContext.h"
 #include "Sys/MacFileInfo.h"
 #include "Sys/Posix/Sys_FileLocPosix.h"
+#include "Sys/Posix/Sys_FilePosixCalls.h"
 #include "Sys/Posix/Sys_VolumePosix.h"
 #include "Sys/Sys_RecentItems.h"
 #include "Sys/Sys_ThrowIfOSErr.h"
@@ -198,6 +199,23 @@ bool CopyData(int from, int to, int64 size)
     return true;
 }
 
+// A new name, a rename or a removal is on the disk only once its folder
+// is: until then a power cut may bring back the old name, or none. Returns
+// the error of the wait; a folder that cannot be opened or cannot wait
+// (some file systems) has nothing to report.
+int SyncFolderOf(std::string const& path)
+{
+    std::size_t const slash = path.find_last_of('/');
+    std::string const folder = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+    Sys_FilePosixCalls const& calls = Sys_FilePosixCalls::Current();
+    int const fd = calls.open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
+    if (fd < 0)
+        return 0;
+    int const err = calls.fsync(fd) == 0 || errno == EINVAL || errno == EROFS ? 0 : errno;
+    calls.close(fd);
+    return err;
+}
+
 // Copies a regular file with its permissions and user attributes. With
 // exclusive set an existing destination is left alone and the copy fails.
 bool CopyRegularFile(std::string const& from, std::string const& to, bool exclusive)
@@ -230,12 +248,13 @@ bool CopyRegularFile(std::string const& from, std::string const& to, bool exclus
     {
         ::fchmod(out, st.st_mode & 07777);
         CopyUserXattrs(in, out);
-        // A move removes the source next: the copy must be on the disk
-        // first, and an error the disk reports only as it writes it back
-        // must keep the source.
-        ok = !exclusive || ::fsync(out) == 0;
+        // A move removes the source next: the copy, and its name, must be
+        // on the disk first, and an error the disk reports only as it
+        // writes them back must keep the source.
+        ok = !exclusive || Sys_FilePosixCalls::Current().fsync(out) == 0;
     }
     ok = (::close(out) == 0) && ok;
+    ok = ok && (!exclusive || SyncFolderOf(to) == 0);
     ::close(in);
     // Nor does a move that failed leave a part of the file it made.
     if (!ok && exclusive)
@@ -498,6 +517,9 @@ void Sys_UtilsPosix::ReplaceFile(Sys_FileLoc const& from, Sys_FileLoc const& to)
 {
     if (::rename(from.GetFullPath().c_str(), to.GetFullPath().c_str()) != 0)
         Sys_ThrowIfOSErr(errno);
+    // Until the folder is on the disk too, a power cut may bring back the
+    // file this one replaced.
+    Sys_ThrowIfOSErr(SyncFolderOf(to.GetFullPath()));
 }
 
 void Sys_UtilsPosix::MoveFileA(Sys_FileLoc const& from, Sys_FileLoc const& to)

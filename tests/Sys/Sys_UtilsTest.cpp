@@ -3,6 +3,7 @@
 #include "Sys/Sys_Utils.h"
 #include "Cmn/Cmn_Exception.h"
 #include "Sys/Posix/Sys_ElfSymbolsPosix.h"
+#include "Sys/Posix/Sys_FilePosixCalls.h"
 #include "Sys/Posix/Sys_ModuleListPosix.h"
 #include "Sys/Posix/Sys_SEHandlerPosix.h"
 #include "Sys/Posix/Sys_StackDumpPosix.h"
@@ -193,6 +194,51 @@ TEST_F(SysUtilsTest, CopyOverwritesMoveDoesNotAndDeletingTheCurrentFolderLeavesI
     EXPECT_EQ(after.string() + "/", Dir());
 }
 
+// The waits for the disk, in order: 'f' a file's, 'd' a folder's. A
+// folder's fails with sFolderError when it is set.
+std::string sWaits;
+int sFolderError = 0;
+int RecordingFsync(int fd)
+{
+    struct stat st;
+    bool const folder = ::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode);
+    sWaits += folder ? 'd' : 'f';
+    if (folder && sFolderError != 0)
+    {
+        errno = sFolderError;
+        return -1;
+    }
+    return Sys_FilePosixCalls::System().fsync(fd);
+}
+
+struct StRecordWaits
+{
+    explicit StRecordWaits(int folderError = 0)
+    {
+        sWaits.clear();
+        sFolderError = folderError;
+        Sys_FilePosixCalls::Current().fsync = &RecordingFsync;
+    }
+    ~StRecordWaits() { Sys_FilePosixCalls::Current() = Sys_FilePosixCalls::System(); }
+};
+
+// A file written whole is put in place by a rename, and its name is on the
+// disk before the call returns: until then a power cut may bring back the
+// old file. The folder's error is the call's.
+TEST_F(SysUtilsTest, AFileWrittenWholeHasItsNameOnTheDisk)
+{
+    {
+        StRecordWaits const waits;
+        Sys_Utils::WriteFileWhole(Loc("w.bin"), "abc", 3);
+        EXPECT_EQ(sWaits.back(), 'd');
+        EXPECT_NE(sWaits.find('f'), std::string::npos) << "the file before its name";
+    }
+    StRecordWaits const failing(EIO);
+    EXPECT_EQ(vfltest::SystemErrorOf([&] { Sys_Utils::WriteFileWhole(Loc("w.bin"), "xyz", 3); }), EIO);
+    EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "w.bin").size(), 3u);
+    EXPECT_EQ(std::distance(fs::directory_iterator(Dir()), fs::directory_iterator()), 1) << "no file left beside";
+}
+
 TEST_F(SysUtilsTest, MoveAcrossVolumesCopiesAndRemoves)
 {
     std::string const mountPoint = Dir() + "other";
@@ -200,9 +246,22 @@ TEST_F(SysUtilsTest, MoveAcrossVolumesCopiesAndRemoves)
     if (!other.Mounted())
         GTEST_SKIP() << "cannot mount a tmpfs here";
     vfltest::WriteWholeFile(Dir() + "m.bin", {4, 5});
-    Sys_Utils::MoveFile(Loc("m.bin"), Sys_FileLoc(mountPoint + "/m.bin"));
+    {
+        // The copy and its name reach the disk before the source goes.
+        StRecordWaits const waits;
+        Sys_Utils::MoveFile(Loc("m.bin"), Sys_FileLoc(mountPoint + "/m.bin"));
+        EXPECT_EQ(sWaits, "fd");
+    }
     EXPECT_EQ(vfltest::ReadWholeFile(mountPoint + "/m.bin"), (Bytes{4, 5}));
     EXPECT_FALSE(fs::exists(Dir() + "m.bin"));
+    {
+        // A folder that fails to keep the name keeps the source.
+        StRecordWaits const failing(EIO);
+        vfltest::WriteWholeFile(Dir() + "n.bin", {6});
+        Sys_Utils::MoveFile(Loc("n.bin"), Sys_FileLoc(mountPoint + "/n.bin"));
+        EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "n.bin"), (Bytes{6}));
+        EXPECT_FALSE(fs::exists(mountPoint + "/n.bin"));
+    }
 
     // One that does not fit stays where it was, whole, and leaves no part
     // of itself behind.
