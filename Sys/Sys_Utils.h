@@ -77,7 +77,9 @@ public:
     static Sys_FileLoc GetTempFileLoc();
     static Sys_FileLoc GetDesktopFolderLoc();
     // The file operations are quiet: they throw nothing when the platform
-    // call fails. A caller that cares looks at the disk afterwards.
+    // call fails. A caller that cares looks at the disk afterwards. A copy
+    // replaces an existing file only once it is whole, so a failed one
+    // leaves the old file, and no part of itself.
     static void CopyFile(Sys_FileLoc const& from, Sys_FileLoc const& to);
     static void MoveFile(Sys_FileLoc const& from, Sys_FileLoc const& to);
     static void DeleteFile(Sys_FileLoc const& loc);

@@ -199,16 +199,21 @@ bool CopyData(int from, int to, int64 size)
     return true;
 }
 
+// The folder that holds a path's name.
+std::string FolderOf(std::string const& path)
+{
+    std::size_t const slash = path.find_last_of('/');
+    return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+}
+
 // A new name, a rename or a removal is on the disk only once its folder
 // is: until then a power cut may bring back the old name, or none. Returns
 // the error of the wait; a folder that cannot be opened or cannot wait
 // (some file systems) has nothing to report.
 int SyncFolderOf(std::string const& path)
 {
-    std::size_t const slash = path.find_last_of('/');
-    std::string const folder = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
     Sys_FilePosixCalls const& calls = Sys_FilePosixCalls::Current();
-    int const fd = calls.open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
+    int const fd = calls.open(FolderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
     if (fd < 0)
         return 0;
     int const err = calls.fsync(fd) == 0 || errno == EINVAL || errno == EROFS ? 0 : errno;
@@ -216,8 +221,22 @@ int SyncFolderOf(std::string const& path)
     return err;
 }
 
+// A hidden file beside `path` under a name no other file has, for a copy
+// that takes `path`'s place only once it is whole. Empty if none can be made.
+std::string MakeStagingFileBeside(std::string const& path, int* fd)
+{
+    std::size_t const name = path.find_last_of('/') + 1; // 0 without a folder
+    // The name gives way for what is added, so a name at the limit has one.
+    std::string staged = path.substr(0, name) + "." + path.substr(name, 200) + ".XXXXXX";
+    *fd = ::mkostemp(staged.data(), O_CLOEXEC);
+    return *fd < 0 ? std::string() : staged;
+}
+
 // Copies a regular file with its permissions and user attributes. With
 // exclusive set an existing destination is left alone and the copy fails.
+// Without it an existing file is replaced only by a whole copy: a copy that
+// fails (a full disk, an error of the disk) leaves it as it was, and no
+// copy leaves a part of itself behind.
 bool CopyRegularFile(std::string const& from, std::string const& to, bool exclusive)
 {
     int const in = ::open(from.c_str(), O_RDONLY | O_CLOEXEC);
@@ -231,13 +250,20 @@ bool CopyRegularFile(std::string const& from, std::string const& to, bool exclus
     }
     // A file copied onto itself would be truncated before it is read.
     struct stat dst;
-    if (::stat(to.c_str(), &dst) == 0 && dst.st_dev == st.st_dev && dst.st_ino == st.st_ino)
+    bool const exists = ::stat(to.c_str(), &dst) == 0;
+    if (exists && dst.st_dev == st.st_dev && dst.st_ino == st.st_ino)
     {
         ::close(in);
         return false;
     }
-    int const flags = O_WRONLY | O_CREAT | O_CLOEXEC | (exclusive ? O_EXCL : O_TRUNC);
-    int const out = ::open(to.c_str(), flags, st.st_mode & 07777);
+    // A symbolic or hard link is written through: replacing it would cut it.
+    struct stat link;
+    bool const replacing =
+        !exclusive && exists && ::lstat(to.c_str(), &link) == 0 && S_ISREG(link.st_mode) && link.st_nlink == 1;
+    int out = -1;
+    std::string const target = replacing ? MakeStagingFileBeside(to, &out) : to;
+    if (!replacing)
+        out = ::open(to.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | (exclusive ? O_EXCL : O_TRUNC), st.st_mode & 07777);
     if (out < 0)
     {
         ::close(in);
@@ -248,17 +274,24 @@ bool CopyRegularFile(std::string const& from, std::string const& to, bool exclus
     {
         ::fchmod(out, st.st_mode & 07777);
         CopyUserXattrs(in, out);
-        // A move removes the source next: the copy, and its name, must be
-        // on the disk first, and an error the disk reports only as it
-        // writes them back must keep the source.
-        ok = !exclusive || Sys_FilePosixCalls::Current().fsync(out) == 0;
+        // A move removes the source next, and a replacement the old file:
+        // the copy, and its name, must be on the disk first, and an error
+        // the disk reports only as it writes them back must keep them.
+        ok = (!exclusive && !replacing) || Sys_FilePosixCalls::Current().fsync(out) == 0;
     }
     ok = (::close(out) == 0) && ok;
-    ok = ok && (!exclusive || SyncFolderOf(to) == 0);
     ::close(in);
-    // Nor does a move that failed leave a part of the file it made.
-    if (!ok && exclusive)
-        ::unlink(to.c_str());
+    // Once renamed the copy is in place whatever the wait for its name
+    // says; a move must know, since its source goes next.
+    if (ok && replacing)
+    {
+        ok = ::rename(target.c_str(), to.c_str()) == 0;
+        if (ok)
+            SyncFolderOf(to);
+    }
+    ok = ok && (!exclusive || SyncFolderOf(to) == 0);
+    if (!ok && (exclusive || replacing || !exists))
+        ::unlink(target.c_str());
     return ok;
 }
 
@@ -528,15 +561,20 @@ void Sys_UtilsPosix::MoveFileA(Sys_FileLoc const& from, Sys_FileLoc const& to)
     // file itself and move with it; nothing needs carrying across by hand.
     std::string const source = from.GetFullPath();
     std::string const destination = to.GetFullPath();
-    if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, destination.c_str(), RENAME_NOREPLACE) == 0)
-        return;
-    int const err = errno;
+    int err = ::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, destination.c_str(), RENAME_NOREPLACE) == 0 ? 0 : errno;
+    // A file system without the no-replace flag.
     if (err == EINVAL && !IsOnDisk(destination))
+        err = ::rename(source.c_str(), destination.c_str()) == 0 ? 0 : errno;
+    if (err == 0)
     {
-        // A file system without the no-replace flag.
-        ::rename(source.c_str(), destination.c_str());
+        // The file is never lost, but until both folders are on the disk a
+        // power cut may bring back its old name.
+        SyncFolderOf(destination);
+        if (FolderOf(source) != FolderOf(destination))
+            SyncFolderOf(source);
+        return;
     }
-    else if (err == EXDEV)
+    if (err == EXDEV)
     {
         // Another volume: copy and then remove, as a move across drives does.
         if (CopyRegularFile(source, destination, true))

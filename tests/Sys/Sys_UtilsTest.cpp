@@ -160,40 +160,6 @@ TEST_F(SysUtilsTest, WellKnownLocationsAndTheNameLimit)
     EXPECT_NE(context.find(Dir() + "not here"), std::string::npos) << context;
 }
 
-TEST_F(SysUtilsTest, CopyOverwritesMoveDoesNotAndDeletingTheCurrentFolderLeavesIt)
-{
-    vfltest::WriteWholeFile(Dir() + "a.bin", {1, 2, 3});
-    vfltest::WriteWholeFile(Dir() + "b.bin", {9});
-    Sys_Utils::CopyFile(Loc("a.bin"), Loc("b.bin"));
-    EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "b.bin"), (Bytes{1, 2, 3}));
-    Sys_Utils::CopyFile(Loc("a.bin"), Loc("a.bin")); // onto itself: left as it is
-    EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "a.bin"), (Bytes{1, 2, 3}));
-
-    vfltest::WriteWholeFile(Dir() + "c.bin", {7});
-    Sys_Utils::MoveFile(Loc("c.bin"), Loc("b.bin"));
-    EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "b.bin"), (Bytes{1, 2, 3}));
-    EXPECT_TRUE(fs::exists(Dir() + "c.bin"));
-    Sys_Utils::MoveFile(Loc("c.bin"), Loc("d.bin"));
-    EXPECT_FALSE(fs::exists(Dir() + "c.bin"));
-    EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "d.bin"), (Bytes{7}));
-
-    // Quiet on failure.
-    Sys_Utils::CopyFile(Loc("missing"), Loc("e.bin"));
-    Sys_Utils::MoveFile(Loc("missing"), Loc("e.bin"));
-    Sys_Utils::DeleteFile(Loc("missing"));
-    EXPECT_FALSE(fs::exists(Dir() + "e.bin"));
-
-    // Deleting the current folder moves the process to its parent.
-    fs::path const saved = fs::current_path();
-    fs::create_directory(Dir() + "cwd");
-    fs::current_path(Dir() + "cwd");
-    Sys_Utils::DeleteFolder(Loc("cwd"));
-    fs::path const after = fs::current_path();
-    fs::current_path(saved);
-    EXPECT_FALSE(fs::exists(Dir() + "cwd"));
-    EXPECT_EQ(after.string() + "/", Dir());
-}
-
 // The waits for the disk, in order: 'f' a file's, 'd' a folder's. A
 // folder's fails with sFolderError when it is set.
 std::string sWaits;
@@ -222,6 +188,57 @@ struct StRecordWaits
     ~StRecordWaits() { Sys_FilePosixCalls::Current() = Sys_FilePosixCalls::System(); }
 };
 
+// A copy replaces a file only once it is whole and on the disk; a move
+// refuses to replace one, and waits for the folders that hold its names.
+TEST_F(SysUtilsTest, CopyOverwritesMoveDoesNotAndDeletingTheCurrentFolderLeavesIt)
+{
+    vfltest::WriteWholeFile(Dir() + "a.bin", {1, 2, 3});
+    vfltest::WriteWholeFile(Dir() + "b.bin", {9});
+    {
+        StRecordWaits const waits;
+        Sys_Utils::CopyFile(Loc("a.bin"), Loc("b.bin"));
+        EXPECT_EQ(sWaits, "fd");
+    }
+    EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "b.bin"), (Bytes{1, 2, 3}));
+    Sys_Utils::CopyFile(Loc("a.bin"), Loc("a.bin")); // onto itself: left as it is
+    EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "a.bin"), (Bytes{1, 2, 3}));
+    // A second name of the destination sees the copy: the link is kept.
+    fs::create_hard_link(Dir() + "b.bin", Dir() + "b2.bin");
+    vfltest::WriteWholeFile(Dir() + "h.bin", {5});
+    Sys_Utils::CopyFile(Loc("h.bin"), Loc("b.bin"));
+    EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "b2.bin"), (Bytes{5}));
+
+    vfltest::WriteWholeFile(Dir() + "c.bin", {7});
+    Sys_Utils::MoveFile(Loc("c.bin"), Loc("a.bin"));
+    EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "a.bin"), (Bytes{1, 2, 3}));
+    EXPECT_TRUE(fs::exists(Dir() + "c.bin"));
+    fs::create_directory(Dir() + "sub");
+    for (std::string const to : {"d.bin", "sub/d.bin"})
+    {
+        SCOPED_TRACE(to);
+        StRecordWaits const waits;
+        Sys_Utils::MoveFile(Loc(to == "d.bin" ? "c.bin" : "d.bin"), Loc(to));
+        EXPECT_EQ(sWaits, to == "d.bin" ? "d" : "dd") << "the folder of each name";
+    }
+    EXPECT_FALSE(fs::exists(Dir() + "c.bin"));
+    EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "sub/d.bin"), (Bytes{7}));
+    // Quiet on failure.
+    Sys_Utils::CopyFile(Loc("missing"), Loc("e.bin"));
+    Sys_Utils::MoveFile(Loc("missing"), Loc("e.bin"));
+    Sys_Utils::DeleteFile(Loc("missing"));
+    EXPECT_FALSE(fs::exists(Dir() + "e.bin"));
+
+    // Deleting the current folder moves the process to its parent.
+    fs::path const saved = fs::current_path();
+    fs::create_directory(Dir() + "cwd");
+    fs::current_path(Dir() + "cwd");
+    Sys_Utils::DeleteFolder(Loc("cwd"));
+    fs::path const after = fs::current_path();
+    fs::current_path(saved);
+    EXPECT_FALSE(fs::exists(Dir() + "cwd"));
+    EXPECT_EQ(after.string() + "/", Dir());
+}
+
 // A file written whole is put in place by a rename, and its name is on the
 // disk before the call returns: until then a power cut may bring back the
 // old file. The folder's error is the call's.
@@ -239,7 +256,7 @@ TEST_F(SysUtilsTest, AFileWrittenWholeHasItsNameOnTheDisk)
     EXPECT_EQ(std::distance(fs::directory_iterator(Dir()), fs::directory_iterator()), 1) << "no file left beside";
 }
 
-TEST_F(SysUtilsTest, MoveAcrossVolumesCopiesAndRemoves)
+TEST_F(SysUtilsTest, MovesAndCopiesAcrossVolumesLoseNothing)
 {
     std::string const mountPoint = Dir() + "other";
     vfltest::StMount const other("-t tmpfs -o size=1m h3move", mountPoint);
@@ -264,12 +281,16 @@ TEST_F(SysUtilsTest, MoveAcrossVolumesCopiesAndRemoves)
     }
 
     // One that does not fit stays where it was, whole, and leaves no part
-    // of itself behind.
+    // of itself behind; a copy that does not fit leaves the file it was to
+    // replace as it was.
     Bytes const big(2 << 20, 0x5A);
     vfltest::WriteWholeFile(Dir() + "big.bin", big);
     Sys_Utils::MoveFile(Loc("big.bin"), Sys_FileLoc(mountPoint + "/big.bin"));
     EXPECT_TRUE(vfltest::ReadWholeFile(Dir() + "big.bin") == big);
-    EXPECT_FALSE(fs::exists(mountPoint + "/big.bin"));
+    Sys_Utils::CopyFile(Loc("big.bin"), Sys_FileLoc(mountPoint + "/big.bin"));
+    Sys_Utils::CopyFile(Loc("big.bin"), Sys_FileLoc(mountPoint + "/m.bin"));
+    EXPECT_EQ(vfltest::ReadWholeFile(mountPoint + "/m.bin"), (Bytes{4, 5}));
+    EXPECT_EQ(std::distance(fs::directory_iterator(mountPoint), fs::directory_iterator()), 1) << "no part left";
 }
 
 TEST_F(SysUtilsTest, CopyFolderWithOrWithoutItsSubfolders)

@@ -61,15 +61,15 @@ void StagedOutput::Commit()
     }
     ReplaceFile(mTemporary, mTarget);
     mCommitted = true;
-    // The fork follows its file; the fork of a file that was replaced would
-    // describe what is no longer there.
+    // The fork follows its file, its new name as durable as the file's; the
+    // fork of a file that was replaced would describe what is no longer there.
     std::filesystem::path const fork = ForkOf(mTemporary);
     std::filesystem::path const targetFork = ForkOf(mTarget);
     if (fork.empty() || targetFork.empty())
         return;
     std::error_code ec;
     if (std::filesystem::exists(fork, ec))
-        std::filesystem::rename(fork, targetFork);
+        ReplaceFile(fork.string(), targetFork.string());
     else
         std::filesystem::remove(targetFork, ec);
 }
