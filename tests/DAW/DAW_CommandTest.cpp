@@ -5,7 +5,7 @@
 #include "DAW/DAW_CommandOptionRegistry.h"
 #include "DAW/DAW_CommandRegistry.h"
 #include "DAW/DAW_KeyConversionUtils.h"
-#include "DAW/DAW_LoggingCommand.h"
+#include "DAW/DAW_TestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -47,10 +47,8 @@ TEST(DAW_CommandRegistryTest, FirstCommandUnderANumberStays)
 
 TEST(DAW_CommandOptionTest, HeldModifierOrKeyTurnsTheDefaultOver)
 {
-    auto const shiftAndCommand =
-        DAW_EventModifiers::New(kDAW_MenuCommandKeyDown, kDAW_AlternateKeyUp, kDAW_MetaKeyUp, kDAW_ShiftKeyDown);
-    auto const dontCare = DAW_EventModifiers::New(kDAW_MenuCommandKeyDontCare, kDAW_AlternateKeyDontCare,
-                                                  kDAW_MetaKeyDontCare, kDAW_ShiftKeyDontCare);
+    auto const shiftAndCommand = vfltest::ModifiersOf("command+shift+");
+    auto const dontCare = vfltest::ModifiersOf("command?+option?+control?+shift?+");
     DAW_KeyStateArray keys{};
     int const space = DAW_KeyConversionUtils::DAW_EKeyCodeToMacKeyCode(kDAW_KeySpace);
     keys.mBytes[space >> 3] = u8(1 << (space & 7));

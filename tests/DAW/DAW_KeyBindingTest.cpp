@@ -4,7 +4,7 @@
 #include "DAW/DAW_KeyBindingMap.h"
 #include "DAW/DAW_KeyContextRegistry.h"
 #include "DAW/DAW_KeyboardInputContext.h"
-#include "DAW/DAW_LoggingCommand.h"
+#include "DAW/DAW_TestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -15,33 +15,10 @@
 
 namespace
 {
+using vfltest::BindingOf;
+using vfltest::KeyOf;
 using vfltest::LoggingCommand;
-
 using M = DAW_EventModifiers;
-Cmn_RefCountPtr<M> Plain()
-{
-    return M::New();
-}
-Cmn_RefCountPtr<M> Shift(DAW_EShiftKeyState s)
-{
-    return M::New(kDAW_MenuCommandKeyUp, kDAW_AlternateKeyUp, kDAW_MetaKeyUp, s);
-}
-Cmn_RefCountPtr<M> Left()
-{
-    return M::New(kDAW_MenuCommandKeyUp, kDAW_AlternateKeyUp, kDAW_MetaKeyUp, kDAW_ShiftKeyUp, kDAW_LeftButtonDown);
-}
-
-Cmn_RefCountPtr<DAW_KeyEvent> Key(DAW_EKeyCode code, DAW_EKeyState state = kDAW_KeyDown,
-                                  DAW_EAutoKey autoKey = kDAW_AutoKeyNone)
-{
-    return DAW_KeyEvent::New(code, autoKey, "", state);
-}
-
-constexpr DAW_EKeyCode kB = DAW_EKeyCode(kDAW_KeyA + 1);
-constexpr DAW_EKeyCode kC = DAW_EKeyCode(kDAW_KeyA + 2);
-constexpr DAW_EKeyCode kD = DAW_EKeyCode(kDAW_KeyA + 3);
-constexpr DAW_EKeyCode kE = DAW_EKeyCode(kDAW_KeyA + 4);
-constexpr DAW_EKeyCode kF = DAW_EKeyCode(kDAW_KeyA + 5);
 
 class KeyResolution : public testing::Test
 {
@@ -50,28 +27,31 @@ protected:
     {
         // Space: exact shift-down binding, then a don't-care one; it also
         // takes repeats.
-        mMap.AddKeyBinding(DAW_KeyBinding::New(Key(kDAW_KeySpace, kDAW_KeyDown, kDAW_AutoKeyRepeat),
-                                               Shift(kDAW_ShiftKeyDown), &mShifted));
-        mMap.AddKeyBinding(DAW_KeyBinding::New(Key(kDAW_KeySpace, kDAW_KeyDown, kDAW_AutoKeyRepeat),
-                                               Shift(kDAW_ShiftKeyDontCare), &mPlay));
+        mMap.AddKeyBinding(BindingOf("shift+Space repeat", &mShifted));
+        mMap.AddKeyBinding(BindingOf("shift?+Space repeat", &mPlay));
         // A: don't-care first, so the exact one after it is never reached.
-        mMap.AddKeyBinding(DAW_KeyBinding::New(Key(kDAW_KeyA), Shift(kDAW_ShiftKeyDontCare), &mPlay));
-        mMap.AddKeyBinding(DAW_KeyBinding::New(Key(kDAW_KeyA), Shift(kDAW_ShiftKeyDown), &mShifted));
+        mMap.AddKeyBinding(BindingOf("shift?+A", &mPlay));
+        mMap.AddKeyBinding(BindingOf("shift+A", &mShifted));
         // B: the left button must be held.
-        mMap.AddKeyBinding(DAW_KeyBinding::New(Key(kB), Left(), &mPlay));
+        mMap.AddKeyBinding(BindingOf("left+B", &mPlay));
         // C: a start and end command; D disabled; E without a command.
-        mMap.AddKeyBinding(DAW_KeyBinding::New(Key(kC), Plain(), &mScrub));
-        mMap.AddKeyBinding(DAW_KeyBinding::New(Key(kD), Plain(), &mDisabled));
-        mMap.AddKeyBinding(DAW_KeyBinding::New(Key(kE), Plain(), nullptr));
+        mMap.AddKeyBinding(BindingOf("C", &mScrub));
+        mMap.AddKeyBinding(BindingOf("D", &mDisabled));
+        mMap.AddKeyBinding(BindingOf("E", nullptr));
         mDisabled.mEnabled = false;
         mContext.SetKeyBindingMap(&mMap);
     }
     void TearDown() override { DAW_KeyboardInputContext::SetCurrentKeyboardInputContext(nullptr); }
 
-    bool Handle(Cmn_RefCountPtr<DAW_KeyEvent> event, Cmn_RefCountPtr<M> modifiers)
+    bool Handle(std::string const& key)
     {
+        DAW_KeyBindingText::Binding b = KeyOf(key);
         Cmn_RefCountPtr<DAW_KeyboardState> state = DAW_KeyboardState::New(DAW_KeyStateArray{}, kDAW_KeyStateMacBitMap);
-        return DAW_KeyboardInputContext::HandleKeyEvent(event, modifiers, state);
+        return DAW_KeyboardInputContext::HandleKeyEvent(b.mKeyEvent, b.mModifiers, state);
+    }
+    Cmn_RefCountPtr<DAW_KeyBinding> Find(std::string const& key)
+    {
+        return mMap.FindMatchingKeyBinding(KeyOf(key).mKeyEvent, KeyOf(key).mModifiers);
     }
 
     std::vector<std::string> mLog;
@@ -84,85 +64,69 @@ protected:
 };
 } // namespace
 
-TEST_F(KeyResolution, TruthTable)
+TEST_F(KeyResolution, TruthTableAndNoContextOrNoMap)
 {
+    EXPECT_FALSE(Handle("Space"));
+    DAW_KeyboardInputContext bare(8, "bare");
+    DAW_KeyboardInputContext::SetCurrentKeyboardInputContext(&bare);
+    EXPECT_FALSE(Handle("Space"));
+    EXPECT_TRUE(mLog.empty());
+    EXPECT_EQ(DAW_KeyboardInputContext::GetCurrentKeyboardInputContext(), &bare);
+
     using Log = std::vector<std::string>;
     struct Case
     {
         char const* what;
-        Cmn_RefCountPtr<DAW_KeyEvent> event;
-        Cmn_RefCountPtr<M> modifiers;
+        char const* key;
         bool consumed;
         Log calls;
     } const cases[] = {
-        {"exact binding added first",
-         Key(kDAW_KeySpace),
-         Shift(kDAW_ShiftKeyDown),
-         true,
-         {"shifted.can0", "shifted.do"}},
-        {"don't care takes shift up", Key(kDAW_KeySpace), Plain(), true, {"play.can0", "play.do"}},
-        {"don't care added first shadows", Key(kDAW_KeyA), Shift(kDAW_ShiftKeyDown), true, {"play.can0", "play.do"}},
-        {"text plays no part",
-         DAW_KeyEvent::New(kDAW_KeyA, kDAW_AutoKeyNone, "x"),
-         Plain(),
-         true,
-         {"play.can0", "play.do"}},
-        {"other key state takes no part", Key(kDAW_KeyA), M::New(kDAW_MenuCommandKeyDown), false, {}},
-        {"left button binding without the button", Key(kB), Plain(), false, {}},
-        {"left button binding with it", Key(kB), Left(), true, {"play.can0", "play.do"}},
-        {"unbound key", Key(kF), Plain(), false, {}},
-        {"unmarked repeat swallowed", Key(kDAW_KeyA, kDAW_KeyDown, kDAW_AutoKeyRepeat), Plain(), true, {"play.can0"}},
-        {"marked repeat runs",
-         Key(kDAW_KeySpace, kDAW_KeyDown, kDAW_AutoKeyRepeat),
-         Plain(),
-         true,
-         {"play.can0", "play.do"}},
-        {"key up of a one-shot", Key(kDAW_KeyA, kDAW_KeyUp), Plain(), true, {"play.can0"}},
-        {"start on down", Key(kC), Plain(), true, {"scrub.can0", "scrub.start"}},
-        {"end on up", Key(kC, kDAW_KeyUp), Plain(), true, {"scrub.can0", "scrub.end"}},
-        {"unmarked repeat of a held command", Key(kC, kDAW_KeyDown, kDAW_AutoKeyRepeat), Plain(), true, {"scrub.can0"}},
-        {"disabled command leaves the key", Key(kD), Plain(), false, {"disabled.can0"}},
-        {"binding without a command", Key(kE), Plain(), false, {}},
+        {"exact binding added first", "shift+Space", true, {"shifted.can0", "shifted.do"}},
+        {"don't care takes shift up", "Space", true, {"play.can0", "play.do"}},
+        {"don't care added first shadows", "shift+A", true, {"play.can0", "play.do"}},
+        {"text plays no part", "A x", true, {"play.can0", "play.do"}},
+        {"other key state takes no part", "command+A", false, {}},
+        {"left button binding without the button", "B", false, {}},
+        {"left button binding with it", "left+B", true, {"play.can0", "play.do"}},
+        {"unbound key", "F", false, {}},
+        {"unmarked repeat swallowed", "A repeat", true, {"play.can0"}},
+        {"marked repeat runs", "Space repeat", true, {"play.can0", "play.do"}},
+        {"key up of a one-shot", "A up", true, {"play.can0"}},
+        {"start on down", "C", true, {"scrub.can0", "scrub.start"}},
+        {"end on up", "C up", true, {"scrub.can0", "scrub.end"}},
+        {"unmarked repeat of a held command", "C repeat", true, {"scrub.can0"}},
+        {"disabled command leaves the key", "D", false, {"disabled.can0"}},
+        {"binding without a command", "E", false, {}},
     };
     DAW_KeyboardInputContext::SetCurrentKeyboardInputContext(&mContext);
     for (Case const& c : cases)
     {
         SCOPED_TRACE(c.what);
         mLog.clear();
-        EXPECT_EQ(Handle(c.event, c.modifiers), c.consumed);
+        EXPECT_EQ(Handle(c.key), c.consumed);
         EXPECT_EQ(mLog, c.calls);
     }
-}
-
-TEST_F(KeyResolution, NoContextOrNoMap)
-{
-    EXPECT_FALSE(Handle(Key(kDAW_KeySpace), Plain()));
-    DAW_KeyboardInputContext bare(8, "bare");
-    DAW_KeyboardInputContext::SetCurrentKeyboardInputContext(&bare);
-    EXPECT_FALSE(Handle(Key(kDAW_KeySpace), Plain()));
-    EXPECT_TRUE(mLog.empty());
-    EXPECT_EQ(DAW_KeyboardInputContext::GetCurrentKeyboardInputContext(), &bare);
 }
 
 TEST_F(KeyResolution, DeletingErasesTheFirstOfTheKey)
 {
     // A binding never added, on a bound key: the key's first binding goes.
-    mMap.DeleteKeyBinding(DAW_KeyBinding::New(Key(kDAW_KeySpace), Plain(), &mScrub));
-    EXPECT_EQ(mMap.FindMatchingKeyBinding(Key(kDAW_KeySpace), Shift(kDAW_ShiftKeyDown))->GetCommand(), &mPlay);
-    mMap.DeleteKeyBinding(DAW_KeyBinding::New(Key(kDAW_KeySpace), Plain(), &mScrub));
-    EXPECT_FALSE(mMap.FindMatchingKeyBinding(Key(kDAW_KeySpace), Plain()));
+    mMap.DeleteKeyBinding(BindingOf("Space", &mScrub));
+    EXPECT_EQ(Find("shift+Space")->GetCommand(), &mPlay);
+    mMap.DeleteKeyBinding(BindingOf("Space", &mScrub));
+    EXPECT_FALSE(Find("Space"));
     // An unbound key changes nothing.
     size_t const before = mMap.GetKeyMap()->size();
-    mMap.DeleteKeyBinding(DAW_KeyBinding::New(Key(kF), Plain(), &mPlay));
+    mMap.DeleteKeyBinding(BindingOf("F", &mPlay));
     EXPECT_EQ(mMap.GetKeyMap()->size(), before);
     // Copies share the table.
     DAW_KeyBindingMap copy(mMap);
-    copy.DeleteKeyBinding(DAW_KeyBinding::New(Key(kB), Plain(), nullptr));
+    copy.DeleteKeyBinding(BindingOf("B", nullptr));
     EXPECT_EQ(mMap.GetKeyMap()->size(), before - 1);
     DAW_KeyBindingMap empty;
     EXPECT_EQ(empty.GetKeyMap(), nullptr);
-    EXPECT_FALSE(empty.FindMatchingKeyBinding(Key(kB), Left()));
-    empty.DeleteKeyBinding(DAW_KeyBinding::New(Key(kB), Plain(), nullptr));
+    EXPECT_FALSE(empty.FindMatchingKeyBinding(KeyOf("B").mKeyEvent, KeyOf("left+B").mModifiers));
+    empty.DeleteKeyBinding(BindingOf("B", nullptr));
 }
 
 TEST(DAW_KeyContextRegistryTest, FirstContextUnderANumberStays)

@@ -4,16 +4,18 @@
 #include "DAW/DAW_Command.h"
 #include "DAW/DAW_CommandRegistry.h"
 #include "DAW/DAW_KeyBindingMap.h"
-#include "DAW/DAW_LoggingCommand.h"
+#include "DAW/DAW_TestSupport.h"
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <sstream>
 #include <string>
 
 namespace
 {
 using Text = DAW_KeyBindingText;
+using vfltest::ModifiersOf;
 
 std::vector<Text::Context> ReadText(std::string const& text)
 {
@@ -28,17 +30,22 @@ std::string WriteText(std::vector<Text::Context> const& contexts)
     return out.str();
 }
 
-std::string FailureOf(std::string const& text)
+// The full description of what fn throws; "(read)" if it throws nothing.
+std::string FailureOf(std::function<void()> const& fn)
 {
     try
     {
-        ReadText(text);
+        fn();
     }
     catch (Cmn_Exception const& e)
     {
         return e.GetFullDescription();
     }
     return "(read)";
+}
+std::string FailureOf(std::string const& text)
+{
+    return FailureOf([&] { ReadText(text); });
 }
 
 constexpr char kSample[] = "# edit window\n"
@@ -143,9 +150,8 @@ TEST(DAW_KeyBindingTextTest, ConflictsAreBindingsOneEventWouldBothMatch)
     for (Case const& c : cases)
     {
         SCOPED_TRACE(testing::Message() << c.first << " then " << c.second);
-        auto const contexts =
-            ReadText(std::string("context 1 x\n") + c.first + " one\nF1 other\n" + c.second + " two\n");
-        auto const conflicts = Text::FindConflicts(contexts);
+        auto const conflicts = Text::FindConflicts(
+            ReadText(std::string("context 1 x\n") + c.first + " one\nF1 other\n" + c.second + " two\n"));
         ASSERT_EQ(conflicts.size(), c.conflict ? 1u : 0u);
         if (!c.conflict)
             continue;
@@ -165,24 +171,14 @@ TEST(DAW_KeyBindingTextTest, LoadsIntoAMapAndSavesFromIt)
     auto const contexts = ReadText("shift+Space \"Text Stop\"\nshift?+Space \"Text Play\" repeat\n");
     DAW_KeyBindingMap map;
     Text::AddToMap(contexts[0], map, "test.keys");
-    auto const shifted =
-        DAW_EventModifiers::New(kDAW_MenuCommandKeyUp, kDAW_AlternateKeyUp, kDAW_MetaKeyUp, kDAW_ShiftKeyDown);
-    EXPECT_EQ(map.FindMatchingKeyBinding(DAW_KeyEvent::New(kDAW_KeySpace), shifted)->GetCommand(), &stop);
-    EXPECT_EQ(map.FindMatchingKeyBinding(DAW_KeyEvent::New(kDAW_KeySpace), DAW_EventModifiers::New())->GetCommand(),
-              &play);
+    EXPECT_EQ(map.FindMatchingKeyBinding(DAW_KeyEvent::New(kDAW_KeySpace), ModifiersOf("shift+"))->GetCommand(), &stop);
+    EXPECT_EQ(map.FindMatchingKeyBinding(DAW_KeyEvent::New(kDAW_KeySpace), ModifiersOf(""))->GetCommand(), &play);
     EXPECT_EQ(WriteText({Text::FromMap(map, 4, "Transport")}), "context 4 Transport\n"
                                                                "shift+Space   \"Text Stop\"\n"
                                                                "shift?+Space  \"Text Play\" repeat\n");
 
     DAW_KeyBindingMap other;
-    try
-    {
-        Text::AddToMap(ReadText("A \"Text Play\"\nB Nothing\n")[0], other, "mine.keys");
-        FAIL() << "an unknown command was bound";
-    }
-    catch (Cmn_Exception const& e)
-    {
-        EXPECT_NE(e.GetFullDescription().find("mine.keys, line 2: no command 'Nothing'"), std::string::npos)
-            << e.GetFullDescription();
-    }
+    std::string const failure =
+        FailureOf([&] { Text::AddToMap(ReadText("A \"Text Play\"\nB Nothing\n")[0], other, "mine.keys"); });
+    EXPECT_NE(failure.find("mine.keys, line 2: no command 'Nothing'"), std::string::npos) << failure;
 }

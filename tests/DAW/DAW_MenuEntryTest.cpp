@@ -2,8 +2,8 @@
 // process, so the test of the first IDs runs in a process of its own.
 #include "DAW/DAW_MenuEntry.h"
 #include "DAW/DAW_MenuEntrySeparator.h"
-#include "DAW/DAW_MenuEntrySimple.h"
 #include "DAW/DAW_MenuEntrySubMenu.h"
+#include "DAW/DAW_TestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -16,16 +16,8 @@
 
 namespace
 {
-std::vector<std::string> sLog;
-
-class Item : public DAW_MenuEntrySimple
-{
-public:
-    explicit Item(std::string const& text) : DAW_MenuEntrySimple(text) {}
-    ~Item() override { sLog.push_back("~" + GetMenuText()); }
-    bool MenuEntryIsEnabled() override { return true; }
-    void DoIt() override { sLog.push_back(GetMenuText()); }
-};
+using Item = vfltest::MenuItem;
+using vfltest::sMenuLog;
 
 // Several items in one entry, each with an ID of its own, as a list of
 // recent files shows them.
@@ -46,7 +38,7 @@ public:
     std::string GetMenuText(int32 index) override { return mTexts[size_t(index)]; }
     bool MenuEntryIsEnabled(int32) override { return true; }
     bool MenuEntryIsChecked(int32) override { return false; }
-    void DoIt(int32 index) override { sLog.push_back("list " + mTexts[size_t(index)]); }
+    void DoIt(int32 index) override { sMenuLog.push_back("list " + mTexts[size_t(index)]); }
     void DoMenuHighlite(int32) override {}
     int16 GetCommandID(int32 index) override { return mIDs[size_t(index)]; }
 
@@ -57,10 +49,6 @@ private:
     std::vector<int16> mIDs;
 };
 
-} // namespace
-
-namespace
-{
 // Each step makes or deletes an entry by name; a made entry must get the ID
 // of its row. Answers the number of rows that went wrong.
 int RunIDSteps()
@@ -110,7 +98,7 @@ TEST(DAW_MenuEntryTest, IDsOfAProcessStartAt25000AndTheLastGivenBackIsUsedFirst)
 
 TEST(DAW_MenuEntryTest, DoCommandRunsTheItemOfTheIDAndOnlyWhileItLives)
 {
-    sLog.clear();
+    sMenuLog.clear();
     auto* const play = new Item("Play");
     ItemList list({"one.wav", "two.wav", "three.wav"});
     int16 const playID = play->GetCommandID();
@@ -131,23 +119,23 @@ TEST(DAW_MenuEntryTest, DoCommandRunsTheItemOfTheIDAndOnlyWhileItLives)
     for (Case const& c : cases)
     {
         SCOPED_TRACE(c.id);
-        sLog.clear();
+        sMenuLog.clear();
         EXPECT_EQ(DAW_MenuEntry::DoCommand(c.id), c.taken);
-        EXPECT_EQ(sLog, c.logged ? std::vector<std::string>{c.logged} : std::vector<std::string>{});
+        EXPECT_EQ(sMenuLog, c.logged ? std::vector<std::string>{c.logged} : std::vector<std::string>{});
     }
 
     // Asked again, an item keeps its ID.
     EXPECT_EQ(ItemList::GetIDForEntryAndIndex(&list, 1), list.GetCommandID(1));
     EXPECT_EQ(ItemList::GetIDForEntryAndIndex(play, 0), playID);
     delete play;
-    sLog.clear();
+    sMenuLog.clear();
     EXPECT_FALSE(DAW_MenuEntry::DoCommand(playID));
-    EXPECT_EQ(sLog, std::vector<std::string>{});
+    EXPECT_EQ(sMenuLog, std::vector<std::string>{});
 }
 
 TEST(DAW_MenuEntryTest, SubMenuOwnsItsEntriesAndKeepsItsIDWhenEmptied)
 {
-    sLog.clear();
+    sMenuLog.clear();
     auto* const root = new DAW_MenuEntrySubMenu("Main");
     auto* const nested = new DAW_MenuEntrySubMenu("Recent");
     root->AppendEntry(new Item("Open"));
@@ -162,14 +150,14 @@ TEST(DAW_MenuEntryTest, SubMenuOwnsItsEntriesAndKeepsItsIDWhenEmptied)
 
     nested->DeleteAllEntries();
     EXPECT_EQ(nested->GetNumberOfEntries(), 0);
-    EXPECT_EQ(sLog, std::vector<std::string>{"~a.wav"});
+    EXPECT_EQ(sMenuLog, std::vector<std::string>{"~a.wav"});
     EXPECT_FALSE(DAW_MenuEntry::DoCommand(fileID));
     EXPECT_EQ(nested->GetCommandID(0), nestedID);
     EXPECT_EQ(ItemList::GetIDForEntryAndIndex(nested, 0), nestedID);
 
-    sLog.clear();
+    sMenuLog.clear();
     delete root;
-    EXPECT_EQ(sLog, std::vector<std::string>{"~Open"});
+    EXPECT_EQ(sMenuLog, std::vector<std::string>{"~Open"});
     // The root gives its ID back after its entries have given theirs: the
     // next entry made takes the root's, the one after that the nested menu's.
     Item next("next"), after("after");

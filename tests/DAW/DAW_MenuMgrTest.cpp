@@ -2,8 +2,8 @@
 // make: each menu is a list of items, drawn as text to compare.
 #include "DAW/DAW_MenuMgr.h"
 #include "DAW/DAW_MenuEntrySeparator.h"
-#include "DAW/DAW_MenuEntrySimple.h"
 #include "DAW/DAW_MenuEntrySubMenu.h"
+#include "DAW/DAW_TestSupport.h"
 
 #include "Cmn/Cmn_Exception.h"
 
@@ -34,19 +34,12 @@ public:
     int32 GetMenuItemCount(DAW_MenuHandle menu) override { return int32(Get(menu).mItems.size()); }
     void InsertMenuItem(DAW_MenuHandle menu, int32 position, ItemInfo const& item) override
     {
-        auto& items = Get(menu).mItems;
-        items.insert(items.begin() + position, item);
+        Get(menu).mItems.insert(Get(menu).mItems.begin() + position, item);
     }
-    void AppendSeparator(DAW_MenuHandle menu) override
-    {
-        ItemInfo separator;
-        separator.mCommandID = -2;
-        Get(menu).mItems.push_back(separator);
-    }
+    void AppendSeparator(DAW_MenuHandle menu) override { Get(menu).mItems.push_back({"", -2, false, false, nullptr}); }
     void DeleteMenuItem(DAW_MenuHandle menu, int32 position) override
     {
-        auto& items = Get(menu).mItems;
-        items.erase(items.begin() + position);
+        Get(menu).mItems.erase(Get(menu).mItems.begin() + position);
         ++mDeleted;
     }
 
@@ -93,18 +86,7 @@ private:
     }
 };
 
-class Item : public DAW_MenuEntrySimple
-{
-public:
-    Item(std::string const& text, bool enabled = true, bool checked = false)
-        : DAW_MenuEntrySimple(text), mEnabled(enabled), mChecked(checked)
-    {
-    }
-    bool MenuEntryIsEnabled() override { return mEnabled; }
-    bool MenuEntryIsChecked() override { return mChecked; }
-
-    bool mEnabled, mChecked;
-};
+using Item = vfltest::MenuItem;
 
 class DAW_MenuMgrTest : public testing::Test
 {
@@ -116,19 +98,16 @@ protected:
     DAW_MenuPlatform* mPrevious = nullptr;
 };
 
-// Fills a sub menu from a line: items by name, "-" a separator, "!" before
-// a name grays it, "*" checks it, "Name[...]" a sub menu.
-void Parse(DAW_MenuEntrySubMenu* menu, std::string const& text, size_t& at)
+// A menu from a line: items by name, "-" a separator, "!" before a name
+// grays it, "*" checks it, "Name[...]" a sub menu.
+DAW_MenuEntrySubMenu* Parse(std::string const& text, size_t& at, std::string const& title)
 {
-    while (at < text.size() && text[at] != ']')
+    auto* const menu = new DAW_MenuEntrySubMenu(title);
+    for (at = text.find_first_not_of(" ,", at); at < text.size() && text[at] != ']';
+         at = text.find_first_not_of(" ,", at))
     {
-        if (text[at] == ' ' || text[at] == ',')
-        {
-            ++at;
-            continue;
-        }
         bool grayed = false, checked = false;
-        for (; at < text.size() && (text[at] == '!' || text[at] == '*'); ++at)
+        for (; text[at] == '!' || text[at] == '*'; ++at)
             (text[at] == '!' ? grayed : checked) = true;
         size_t const end = std::min(text.find_first_of(",[]", at), text.size());
         std::string const name = text.substr(at, end - at);
@@ -137,22 +116,19 @@ void Parse(DAW_MenuEntrySubMenu* menu, std::string const& text, size_t& at)
             menu->AppendEntry(new DAW_MenuEntrySeparator);
         else if (at < text.size() && text[at] == '[')
         {
-            auto* const sub = new DAW_MenuEntrySubMenu(name);
-            menu->AppendEntry(sub);
-            Parse(sub, text, ++at);
-            ++at; // ']'
+            menu->AppendEntry(Parse(text, ++at, name));
+            ++at; // its ']'
         }
         else
             menu->AppendEntry(new Item(name, !grayed, checked));
     }
+    return menu;
 }
 
 std::unique_ptr<DAW_MenuEntrySubMenu> Tree(std::string const& text)
 {
-    auto root = std::make_unique<DAW_MenuEntrySubMenu>("root");
     size_t at = 0;
-    Parse(root.get(), text, at);
-    return root;
+    return std::unique_ptr<DAW_MenuEntrySubMenu>(Parse(text, at, "root"));
 }
 } // namespace
 
@@ -184,37 +160,30 @@ TEST_F(DAW_MenuMgrTest, TreesBecomeTheirItemsWithoutAnItemForTheRoot)
     }
 }
 
-TEST_F(DAW_MenuMgrTest, ItemsCarryTheirEntriesIDsAndSeparatorsNone)
+TEST_F(DAW_MenuMgrTest, ItemsCarryTheirEntriesIDsAndUpdateFillsAKnownMenuAgainWithTheStatesOfThatMoment)
 {
-    auto const tree = Tree("Open, -, File[New]");
-    DAW_MenuEntry* const open = tree->GetEntry(0);
-    auto* const file = tree->GetEntry(2)->GetMenuEntrySubMenu();
-    DAW_MenuHandle const menu = DAW_MenuMgr::BuildAndMapMenu(tree.get());
-    auto const id = [](DAW_MenuEntry* e) { return std::to_string(e->GetCommandID(0)); };
-    EXPECT_EQ(mPlatform.Draw(menu, true),
-              "Open#" + id(open) + ", -, File#" + id(file) + " > [New#" + id(file->GetEntry(0)) + "]");
-}
-
-TEST_F(DAW_MenuMgrTest, UpdateFillsAKnownMenuAgainWithTheStatesOfThatMoment)
-{
-    auto const tree = Tree("Open, Loop, Sub[x]");
+    auto const tree = Tree("Open, -, Loop, Sub[x]");
     DAW_MenuHandle const menu = DAW_MenuMgr::BuildAndMapMenu(tree.get());
     size_t const menus = mPlatform.mMenus.size();
-    auto* const loop = static_cast<Item*>(tree->GetEntry(1));
+    auto* const loop = static_cast<Item*>(tree->GetEntry(2));
+    auto* const sub = tree->GetEntry(3)->GetMenuEntrySubMenu();
+    auto const id = [](DAW_MenuEntry* e) { return "#" + std::to_string(e->GetCommandID(0)); };
+    EXPECT_EQ(mPlatform.Draw(menu, true), "Open" + id(tree->GetEntry(0)) + ", -, Loop" + id(loop) + ", Sub" + id(sub) +
+                                              " > [x" + id(sub->GetEntry(0)) + "]");
     loop->mChecked = true;
     loop->mEnabled = false;
     // Not until asked.
-    EXPECT_EQ(mPlatform.Draw(menu), "Open, Loop, Sub > [x]");
+    EXPECT_EQ(mPlatform.Draw(menu), "Open, -, Loop, Sub > [x]");
     tree->AppendEntry(new Item("Added"));
     DAW_MenuMgr::UpdateMenu(menu);
-    EXPECT_EQ(mPlatform.Draw(menu), "Open, Loop (grayed) (checked), Sub > [x], Added");
+    EXPECT_EQ(mPlatform.Draw(menu), "Open, -, Loop (grayed) (checked), Sub > [x], Added");
     EXPECT_EQ(mPlatform.mMenus.size(), menus + 1); // a new pop-up for Sub, the same bar
 
     // A nested pop-up and a menu made elsewhere are not the manager's.
-    DAW_MenuHandle const nested = mPlatform.Get(menu).mItems[2].mSubMenu;
+    DAW_MenuHandle const nested = mPlatform.Get(menu).mItems[3].mSubMenu;
     DAW_MenuHandle const foreign = mPlatform.CreateMenu();
     mPlatform.InsertMenuItem(foreign, 0, DAW_MenuPlatform::ItemInfo{"mine", 7, false, false, nullptr});
-    tree->GetEntry(2)->GetMenuEntrySubMenu()->AppendEntry(new Item("y"));
+    sub->AppendEntry(new Item("y"));
     int const deleted = mPlatform.mDeleted;
     DAW_MenuMgr::UpdateMenu(nested);
     DAW_MenuMgr::UpdateMenu(foreign);
@@ -223,7 +192,7 @@ TEST_F(DAW_MenuMgrTest, UpdateFillsAKnownMenuAgainWithTheStatesOfThatMoment)
     EXPECT_EQ(mPlatform.Draw(foreign), "mine");
     DAW_MenuMgr::DeleteMenuHandle(menu);
     DAW_MenuMgr::UpdateMenu(menu);
-    EXPECT_EQ(mPlatform.Draw(menu), "Open, Loop (grayed) (checked), Sub > [x, y], Added");
+    EXPECT_EQ(mPlatform.Draw(menu), "Open, -, Loop (grayed) (checked), Sub > [x, y], Added");
 }
 
 TEST_F(DAW_MenuMgrTest, AMenuTheSystemCannotMakeIsASystemError)

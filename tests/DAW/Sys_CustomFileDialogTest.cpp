@@ -5,11 +5,10 @@
 #include "DAW/DAW_MenuEntrySubMenu.h"
 #include "Sys/Posix/Sys_UtilsPosix.h"
 #include "Sys/Sys_File.h"
-#include "Sys/Sys_Init.h"
+#include "Sys/Sys_FileTestSupport.h"
 #include "Sys/Sys_MessageBox.h"
 #include "Sys/Sys_RecentItems.h"
 #include "Sys/Sys_Utils.h"
-#include "support/TestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -77,7 +76,7 @@ public:
             Accept();
     }
     void SetFolder(std::string const& path) override { mSetup.folder = path; }
-    void SetMenu(DAW_MenuEntry* root) override { mMenu = root; }
+    void SetMenu(DAW_MenuEntry*) override {}
     void UpdateMenu() override {}
     void* GetWindow() override { return this; }
     std::string GetApplicationName() override { return "test"; }
@@ -88,21 +87,13 @@ public:
             mDone = mChosen = true;
     }
 
-    std::vector<std::string> mSpec;
-    DAW_MenuEntry* mMenu = nullptr;
-
 private:
+    std::vector<std::string> mSpec;
     Sys_CustomFileDialog* mDialog = nullptr;
     Setup mSetup;
     bool mDone = false;
     bool mChosen = false;
 };
-
-Step Type(std::string const& name)
-{
-    return [name](Sys_CustomFileDialog&, ScriptedChooser& c) { c.SetName(name, false); };
-}
-Step const kOK = [](Sys_CustomFileDialog&, ScriptedChooser& c) { c.Accept(); };
 
 // The menu tree as text: "title > [item, item]".
 std::string Draw(DAW_MenuEntry* entry)
@@ -119,18 +110,15 @@ std::string Draw(DAW_MenuEntry* entry)
     return text;
 }
 
-class SysCustomFileDialogTest : public testing::Test
+class SysCustomFileDialogTest : public vfltest::SysFolderTest
 {
 protected:
     void SetUp() override
     {
-        Sys_Init::Init();
-        std::vector<Sys_FileType> types = {Sys_FileType("wav"), Sys_FileType("aif")};
-        std::vector<std::string> names = {"WAVE audio", "AIFF audio"};
-        Sys_Utils::RegisterKnownTypes(types, names);
+        SysFolderTest::SetUp();
         Sys_MessageBox::SetShowMethod(&ScriptedBox);
         Sys_CustomFileDialog::SetBackendCreateMethod([]() -> Sys_FileChooserBackend* { return new ScriptedChooser; });
-        mFolder = std::filesystem::canonical(mDir.Path()).string() + "/";
+        mFolder = Dir();
         std::filesystem::create_directories(mFolder + "data/Zenthar");
         setenv("XDG_DATA_HOME", (mFolder + "data").c_str(), 1);
         Sys_RecentItems::InitializeRecentItemsLists();
@@ -151,7 +139,6 @@ protected:
                                 std::vector<std::uint8_t>(bytes.begin(), bytes.end()));
     }
 
-    vfltest::TempDir mDir;
     std::string mFolder;
 };
 } // namespace
@@ -163,54 +150,42 @@ TEST_F(SysCustomFileDialogTest, SaveNamesFollowTheRulesWithTheirMessages)
     {
         char const* what;
         std::string typed;
-        std::vector<Sys_MessageBox::EAnswer> answers;
+        std::vector<Sys_MessageBox::EAnswer> answers; // to the questions asked
         std::vector<Shown> shown;
         std::string chosen; // empty: refused, the dialog stays open
     };
+    using MB = Sys_MessageBox;
     std::string const tooLong = "Please choose a name with 31 or fewer characters (including extension).";
+    std::string const folder = "folder.wav\nCannot replace a folder with a file.";
+    std::string const readOnly = "locked.wav\nThis file is read-only.\nUse another filename, or remove the read-only "
+                                 "attribute from the file\nby right-clicking on the file and editing its properties.";
+    std::string const replace = "old.wav\nThis file already exists.\nReplace existing file?";
     std::vector<Case> const cases = {
         {"31 characters with the extension", stem27, {}, {}, stem27 + ".wav"},
-        {"32 characters", stem28, {}, {{tooLong, Sys_MessageBox::kIconWarning}}, ""},
+        {"32 characters", stem28, {}, {{tooLong, MB::kIconWarning}}, ""},
         {"a typed extension is the filter's", stem27 + ".WAV", {}, {}, stem27 + ".wav"},
-        {"a folder of the name",
-         "folder",
-         {},
-         {{"folder.wav\nCannot replace a folder with a file.", Sys_MessageBox::kIconStop}},
-         ""},
-        {"a read-only file",
-         "locked",
-         {},
-         {{"locked.wav\nThis file is read-only.\nUse another filename, or remove the read-only attribute from the "
-           "file\nby right-clicking on the file and editing its properties.",
-           Sys_MessageBox::kIconStop}},
-         ""},
-        {"an existing file, not replaced",
-         "old",
-         {Sys_MessageBox::kAnswerNo},
-         {{"old.wav\nThis file already exists.\nReplace existing file?", Sys_MessageBox::kIconQuestion}},
-         ""},
-        {"an existing file, replaced",
-         "old",
-         {Sys_MessageBox::kAnswerYes},
-         {{"old.wav\nThis file already exists.\nReplace existing file?", Sys_MessageBox::kIconQuestion}},
-         "old.wav"},
+        {"a folder of the name", "folder", {}, {{folder, MB::kIconStop}}, ""},
+        {"a read-only file", "locked", {}, {{readOnly, MB::kIconStop}}, ""},
+        {"an existing file, not replaced", "old", {MB::kAnswerNo}, {{replace, MB::kIconQuestion}}, ""},
+        {"an existing file, replaced", "old", {MB::kAnswerYes}, {{replace, MB::kIconQuestion}}, "old.wav"},
     };
     std::filesystem::create_directory(mFolder + "folder.wav");
     Touch("old.wav");
     Touch("locked.wav");
     Sys_File(Sys_FileLoc(mFolder + "locked.wav")).SetPermissions(Sys_File::kPermissionReadOnly);
     std::vector<Sys_FileType> const types = {Sys_FileType("wav")};
-    Sys_FileLoc const folder(mFolder);
+    Sys_FileLoc const start(mFolder);
     for (Case const& c : cases)
     {
         SCOPED_TRACE(c.what);
         sShown.clear();
         sAnswers.assign(c.answers.begin(), c.answers.end());
-        sScript = {Type(c.typed), kOK};
+        // Typed, then Return.
+        sScript = {[&](Sys_CustomFileDialog&, ScriptedChooser& chooser) { chooser.SetName(c.typed, true); }};
         std::vector<Sys_FileLoc> files;
         std::vector<Sys_FileType> chosenTypes;
         Sys_CustomFileDialog dialog(&files, &chosenTypes, nullptr, "untitled", kSys_FileDialogSingleSelection,
-                                    kSys_FileDialogSave, &types, "Save", &folder, nullptr, true, true);
+                                    kSys_FileDialogSave, &types, "Save", &start, nullptr, true, true);
         EXPECT_EQ(dialog.Pose(), !c.chosen.empty());
         EXPECT_EQ(sShown, c.shown);
         if (c.chosen.empty())

@@ -10,19 +10,12 @@
 
 namespace
 {
-struct Picked
+void Remember(void* paths, Sys_FileLoc location)
 {
-    std::vector<std::string> mPaths;
-};
-
-void Remember(void* clientData, Sys_FileLoc location)
-{
-    static_cast<Picked*>(clientData)->mPaths.push_back(location.GetFullPath());
+    static_cast<std::vector<std::string>*>(paths)->push_back(location.GetFullPath());
 }
 
-class Sys_FileLocMenuItemTest : public vfltest::SysLayerTest
-{
-};
+using Sys_FileLocMenuItemTest = vfltest::SysLayerTest;
 } // namespace
 
 TEST_F(Sys_FileLocMenuItemTest, TextIsThePathAsWrittenAndPickingHandsTheLocationOn)
@@ -38,12 +31,12 @@ TEST_F(Sys_FileLocMenuItemTest, TextIsThePathAsWrittenAndPickingHandsTheLocation
     for (Case const& c : cases)
     {
         SCOPED_TRACE(c.path);
-        Picked picked;
+        std::vector<std::string> picked;
         Sys_FileLocMenuItem item(&Remember, &picked, Sys_FileLoc(std::string(c.path)));
         EXPECT_EQ(item.GetMenuText(0), c.text);
         EXPECT_TRUE(item.MenuEntryIsEnabled(0));
         EXPECT_TRUE(DAW_MenuEntry::DoCommand(item.GetCommandID()));
-        EXPECT_EQ(picked.mPaths, std::vector<std::string>{c.path});
+        EXPECT_EQ(picked, std::vector<std::string>{c.path});
     }
     Sys_FileLocMenuItem silent(nullptr, nullptr, Sys_FileLoc(std::string("/tmp/a.wav")));
     EXPECT_TRUE(DAW_MenuEntry::DoCommand(silent.GetCommandID()));

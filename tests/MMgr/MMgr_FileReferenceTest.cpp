@@ -25,17 +25,13 @@ FF_AudioFile* ObjectOf(MMgr_FileReference const& ref)
     return ref.operator->().operator->();
 }
 
-// Reads `frames` frames with `read` and checks them against the ramp from
-// `start`: each reference reads as a reader of its own would.
-template <class Read> bool ReadsRamp(Read read, std::int64_t start, std::int64_t frames)
+// Reads `frames` frames through the reference and checks them against the
+// ramp from `start`: each reference reads as a reader of its own would.
+bool ReadsRamp(MMgr_FileReference& ref, std::int64_t start, std::int64_t frames)
 {
     std::vector<std::int16_t> buffer(2 * frames);
-    read(buffer.data(), frames);
-    for (std::int64_t i = 0; i < frames; ++i)
-        if (buffer[2 * i] != vfltest::RampSample(start + i, 0) ||
-            buffer[2 * i + 1] != vfltest::RampSample(start + i, 1))
-            return false;
-    return true;
+    ref->SampleRead(buffer.data(), frames);
+    return buffer == vfltest::Ramp(frames, start);
 }
 
 // A modification time of its own, as another program's write would leave.
@@ -44,15 +40,10 @@ void Touch(std::string const& path, int seconds)
     fs::last_write_time(path, fs::last_write_time(path) + std::chrono::seconds(seconds));
 }
 
-class MMgrFileReferenceTest : public vfltest::SysLayerTest
+class MMgrFileReferenceTest : public vfltest::SysFolderTest
 {
 protected:
-    std::string Path(std::string const& name) const { return fs::canonical(mDir.Path()).string() + "/" + name; }
-    void Make(bool identity, std::string const& path, std::int64_t frames)
-    {
-        identity ? vfltest::MakeRampFile(path, frames) : vfltest::MakeForeignRampFile(path, frames);
-    }
-    vfltest::TempDir mDir;
+    std::string Path(std::string const& name) const { return Dir() + name; }
 };
 
 TEST_F(MMgrFileReferenceTest, ReferencesToOneFileShareItAndReadLikeIndependentReaders)
@@ -61,7 +52,7 @@ TEST_F(MMgrFileReferenceTest, ReferencesToOneFileShareItAndReadLikeIndependentRe
     {
         SCOPED_TRACE(identity ? "with identifier" : "without identifier");
         std::string const path = Path(identity ? "umid.wav" : "foreign.wav");
-        Make(identity, path, 100000);
+        vfltest::MakeRampFile(path, 100000, identity);
         MMgr_FileReference a((Sys_FileLoc(path))), b((Sys_FileLoc(path)));
         ASSERT_TRUE(a.IsOnline());
         EXPECT_TRUE(a == b);
@@ -72,12 +63,12 @@ TEST_F(MMgrFileReferenceTest, ReferencesToOneFileShareItAndReadLikeIndependentRe
         std::int64_t posA = 0, posB = 70000;
         for (std::int64_t n = 100; n < 1000; posA += n, posB += n, n += 37)
         {
-            EXPECT_TRUE(ReadsRamp([&](std::int16_t* p, std::int64_t k) { a->SampleRead(p, k); }, posA, n));
-            EXPECT_TRUE(ReadsRamp([&](std::int16_t* p, std::int64_t k) { b->SampleRead(p, k); }, posB, n));
+            EXPECT_TRUE(ReadsRamp(a, posA, n));
+            EXPECT_TRUE(ReadsRamp(b, posB, n));
         }
         // A copy starts where its source stood, then goes its own way.
         MMgr_FileReference copy(a);
-        EXPECT_TRUE(ReadsRamp([&](std::int16_t* p, std::int64_t k) { copy->SampleRead(p, k); }, posA, 500));
+        EXPECT_TRUE(ReadsRamp(copy, posA, 500));
         EXPECT_EQ(a->SampleGetPosition(), posA);
         a->Close();
     }
@@ -102,8 +93,7 @@ TEST_F(MMgrFileReferenceTest, FourThreadsReadTheRampThroughSharedReferences)
                 {
                     refs[t]->SampleSetPosition(Sys_File::kFromStart, position);
                     for (int s = 0; s < kStatements; ++s, position += kFrames)
-                        wrong += !ReadsRamp([&](std::int16_t* p, std::int64_t k) { refs[t]->SampleRead(p, k); },
-                                            position, kFrames);
+                        wrong += !ReadsRamp(refs[t], position, kFrames);
                 }
                 catch (std::exception const&)
                 {
@@ -146,16 +136,15 @@ TEST_F(MMgrFileReferenceTest, ALocationThatGetsAnotherFileRebindsAsTheFilesSay)
     struct Case
     {
         bool oldIdentity, newIdentity, follows;
-    };
-    Case const cases[] = {{true, true, false}, {true, false, false}, {false, false, true}, {false, true, true}};
+    } const cases[] = {{true, true, false}, {true, false, false}, {false, false, true}, {false, true, true}};
     int n = 0;
     for (Case const& c : cases)
     {
         SCOPED_TRACE(testing::Message() << c.oldIdentity << " then " << c.newIdentity);
         std::string const path = Path("place" + std::to_string(n++) + ".wav");
-        Make(c.oldIdentity, path, 1000);
+        vfltest::MakeRampFile(path, 1000, c.oldIdentity);
         MMgr_FileReference old((Sys_FileLoc(path)));
-        Make(c.newIdentity, path, 2000);
+        vfltest::MakeRampFile(path, 2000, c.newIdentity);
         Touch(path, 20);
         MMgr_FileReference now((Sys_FileLoc(path)));
         EXPECT_EQ(old == now, c.follows);
@@ -172,7 +161,7 @@ TEST_F(MMgrFileReferenceTest, AReferenceWhoseFileHasGoneAnswersWhatItKnew)
 
     // A foreign file, known by its place, gets an identifier and then moves: the place is empty.
     std::string const path = Path("adopted.wav"), moved = Path("elsewhere.wav");
-    vfltest::MakeForeignRampFile(path, 1000);
+    vfltest::MakeRampFile(path, 1000, false);
     MMgr_FileReference byPlace((Sys_FileLoc(path)));
     FF_AudioFile(Sys_FileLoc(path)).Implement(FF_AudioFile::eVelmoraInterface);
     Touch(path, 30);

@@ -20,12 +20,14 @@ namespace
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
 using M = MMgr_FindFileTask;
+using Answer = std::function<int32(std::string const&)>;
+Answer const kAllCandidates = [](std::string const&) { return M::eCandidate; };
 
 // A search whose answers come from a function; it notes what it is asked about.
 class TestFind : public MMgr_FindFileTask
 {
 public:
-    explicit TestFind(std::function<int32(std::string const&)> answer) : mAnswer(std::move(answer)) {}
+    explicit TestFind(Answer answer) : mAnswer(std::move(answer)) {}
     Names mAsked;
 
 protected:
@@ -36,33 +38,29 @@ protected:
     }
 
 private:
-    std::function<int32(std::string const&)> mAnswer;
+    Answer mAnswer;
 };
 
-bool EndsWith(std::string const& text, std::string const& end)
-{
-    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
-
 // start/ a.wav  b.aif  c.txt  one/ (x.wav  deep/ z.wav)  two/ y.aif
-class MMgrFindFileTaskTest : public vfltest::SysLayerTest
+class MMgrFindFileTaskTest : public vfltest::SysFolderTest
 {
 protected:
     void SetUp() override
     {
-        SysLayerTest::SetUp();
-        mStart = fs::canonical(mDir.Path()).string() + "/start/";
+        SysFolderTest::SetUp();
+        mStart = Dir() + "start/";
         fs::create_directories(mStart + "one/deep");
         fs::create_directories(mStart + "two");
         for (char const* name : {"a.wav", "b.aif", "c.txt", "one/x.wav", "one/deep/z.wav", "two/y.aif"})
             vfltest::WriteWholeFile(mStart + name, {1});
     }
 
-    M::Handle Make(M::EFindMethod where, std::function<int32(std::string const&)> answer)
+    // By name ("*"), or by type when one is given.
+    M::Handle Make(M::EFindMethod where, Answer answer, Sys_FileType const* type = {})
     {
         M::Handle task(new TestFind(std::move(answer)));
-        task->SetFindMethod(where | M::eFindByName);
-        task->SetFindFileName("*");
+        task->SetFindMethod(where | (type ? M::eFindByType : M::eFindByName));
+        type ? task->SetFindFileType(*type) : task->SetFindFileName("*");
         task->SetStartFolder(Sys_FileLoc(mStart));
         return task;
     }
@@ -83,28 +81,33 @@ protected:
         return Below(paths);
     }
 
-    vfltest::TempDir mDir;
     std::string mStart;
 };
 
-TEST_F(MMgrFindFileTaskTest, AFolderAloneOrTheTreeBreadthFirst)
+TEST_F(MMgrFindFileTaskTest, AFolderAloneOrTheTreeBreadthFirstOrTheFilesOfARegisteredType)
 {
+    Sys_FileType const wav("wav"), aiff(vfltest::MacCode("AIFF"));
     struct Case
     {
         M::EFindMethod where;
+        Sys_FileType const* type;
         Names expected;
-    };
-    Case const cases[] = {
-        {M::eFindInFolder, {"a.wav", "b.aif", "c.txt", "one/", "two/"}},
+    } const cases[] = {
+        {M::eFindInFolder, nullptr, {"a.wav", "b.aif", "c.txt", "one/", "two/"}},
         {M::eFindInFolderTree,
+         nullptr,
          {"a.wav", "b.aif", "c.txt", "one/", "two/", "one/deep/", "one/x.wav", "two/y.aif", "one/deep/z.wav"}},
+        {M::eFindInFolderTree, &wav, {"a.wav", "one/x.wav", "one/deep/z.wav"}},
+        {M::eFindInFolderTree, &aiff, {"b.aif", "two/y.aif"}},
     };
     for (Case const& c : cases)
     {
-        SCOPED_TRACE(c.where);
-        M::Handle const task = Make(c.where, [](std::string const&) { return M::eNotTheFile; });
+        SCOPED_TRACE(testing::Message() << c.where << (c.type ? " by type" : ""));
+        // Everything asked about is a candidate, and all of them are kept.
+        M::Handle const task = Make(c.where, kAllCandidates, c.type);
         EXPECT_EQ(task->Exec(), Sys_Task::kStatusCompleted);
         EXPECT_EQ(Asked(task), c.expected);
+        EXPECT_EQ(Drain(task), c.expected);
         EXPECT_FALSE(task->FoundExactMatch());
     }
 }
@@ -114,9 +117,9 @@ TEST_F(MMgrFindFileTaskTest, AnExactMatchEndsTheWalkAndCandidatesArriveInOrderWh
     M::Handle const task = Make(M::eFindInFolderTree,
                                 [](std::string const& path)
                                 {
-                                    if (EndsWith(path, "x.wav"))
+                                    if (path.ends_with("x.wav"))
                                         return M::eExactMatch;
-                                    return EndsWith(path, "/") ? M::eCandidate : M::eNotTheFile;
+                                    return path.ends_with("/") ? M::eCandidate : M::eNotTheFile;
                                 });
     EXPECT_EQ(task->GetStatusString(), "");
     std::thread worker([&] { task->Exec(); });
@@ -138,28 +141,6 @@ TEST_F(MMgrFindFileTaskTest, AnExactMatchEndsTheWalkAndCandidatesArriveInOrderWh
     EXPECT_EQ(task->GetExactMatch().GetFullPath(), mStart + "one/x.wav");
     EXPECT_EQ(task->GetStatusString(), "");
     EXPECT_FALSE(task->IsAbortRequested());
-}
-
-TEST_F(MMgrFindFileTaskTest, ByTypeFindsTheFilesOfTheRegisteredTypes)
-{
-    struct Case
-    {
-        Sys_FileType type;
-        Names expected;
-    };
-    Case const cases[] = {
-        {Sys_FileType("wav"), {"a.wav", "one/x.wav", "one/deep/z.wav"}},
-        {Sys_FileType(vfltest::MacCode("AIFF")), {"b.aif", "two/y.aif"}},
-    };
-    for (Case const& c : cases)
-    {
-        M::Handle const task(new TestFind([](std::string const&) { return M::eCandidate; }));
-        task->SetFindMethod(M::eFindInFolderTree | M::eFindByType);
-        task->SetFindFileType(c.type);
-        task->SetStartFolder(Sys_FileLoc(mStart));
-        EXPECT_EQ(task->Exec(), Sys_Task::kStatusCompleted);
-        EXPECT_EQ(Drain(task), c.expected);
-    }
 }
 
 TEST_F(MMgrFindFileTaskTest, AnAbortDuringASlowMatchEndsTheSearchWithItsCandidates)
@@ -196,8 +177,7 @@ TEST_F(MMgrFindFileTaskTest, SettersAgainstTheMethodAndABadStartFail)
     {
         M::EFindMethod method;
         std::function<void(MMgr_FindFileTask&)> set;
-    };
-    Case const cases[] = {
+    } const cases[] = {
         {M::eFindInFolder | M::eFindByType, [](MMgr_FindFileTask& t) { t.SetFindFileName("*.wav"); }},
         {M::eFindInFolder | M::eFindByName, [](MMgr_FindFileTask& t) { t.SetFindFileType(Sys_FileType("wav")); }},
         {M::eFindOnVolumes | M::eFindByName, [this](MMgr_FindFileTask& t) { t.SetStartFolder(Sys_FileLoc(mStart)); }},
@@ -217,25 +197,24 @@ TEST_F(MMgrFindFileTaskTest, SettersAgainstTheMethodAndABadStartFail)
 
 TEST_F(MMgrFindFileTaskTest, AVolumeMountedInsideAnotherIsSearchedOnceFromItsOwnRoot)
 {
-    std::string const outer = mStart + "ram/", inner = outer + "inner/";
-    fs::create_directory(outer);
-    if (vfltest::RunCommand("mount -t tmpfs -o size=1m vfltest '" + outer + "' 2>/dev/null") != 0)
-        GTEST_SKIP() << "cannot mount here";
-    fs::create_directory(inner);
-    bool const innerMounted = vfltest::RunCommand("mount -t tmpfs -o size=1m vfltest '" + inner + "'") == 0;
-    std::string const name = fs::path(mDir.Path()).filename().string(); // unique on this machine
-    vfltest::WriteWholeFile(outer + name + ".wav", {1});
-    vfltest::WriteWholeFile(inner + name + ".wav", {1});
-    Sys_VolumePosix::FlushMountTableCache();
-
-    M::Handle const task(new TestFind([](std::string const&) { return M::eCandidate; }));
+    std::string const outer = mStart + "ram/", name = fs::path(mDir.Path()).filename().string(); // unique here
+    M::Handle const task(new TestFind(kAllCandidates));
     task->SetFindMethod(M::eFindOnVolumes | M::eFindByName);
     task->SetVolumeTypes(Sys_Volume::kVolumeTypeRAMDisk);
     task->SetFindFileName(name + ".*");
-    Sys_Task::EStatus const status = task->Exec();
-    if (innerMounted)
-        vfltest::RunCommand("umount '" + inner + "'");
-    vfltest::RunCommand("umount '" + outer + "'");
+    bool innerMounted = false;
+    Sys_Task::EStatus status = Sys_Task::kStatusReady;
+    {
+        vfltest::StMount const ram("-t tmpfs -o size=1m vfltest", outer);
+        if (!ram.Mounted())
+            GTEST_SKIP() << "cannot mount here";
+        vfltest::StMount const inner("-t tmpfs -o size=1m vfltest", outer + "inner/");
+        innerMounted = inner.Mounted();
+        vfltest::WriteWholeFile(outer + name + ".wav", {1});
+        vfltest::WriteWholeFile(outer + "inner/" + name + ".wav", {1});
+        Sys_VolumePosix::FlushMountTableCache();
+        status = task->Exec();
+    }
     Sys_VolumePosix::FlushMountTableCache();
 
     ASSERT_TRUE(innerMounted);

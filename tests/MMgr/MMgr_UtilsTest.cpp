@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <sys/stat.h>
 
-#include "Cmn/Cmn_Assert.h"
 #include "Sys/Posix/Sys_UtilsPosix.h"
 #include "Sys/Sys_FileTestSupport.h"
 #include "Sys/Sys_HFSUtils.h"
@@ -31,19 +30,17 @@ Paths PathsOf(std::list<Sys_FileLoc> const& list)
     return paths;
 }
 
-class MMgrUtilsTest : public vfltest::SysLayerTest
+class MMgrUtilsTest : public vfltest::SysFolderTest
 {
 protected:
     Sys_FileLoc Folder(std::string const& name)
     {
-        fs::create_directories(mDir.Path() / name);
-        return Sys_FileLoc(fs::canonical(mDir.Path() / name).string() + "/");
+        fs::create_directories(Dir() + name);
+        return Loc(name + "/");
     }
-
-    vfltest::TempDir mDir;
 };
 
-TEST_F(MMgrUtilsTest, MappingsByLocationKeepTheOrderOfAddingWithoutDuplicates)
+TEST_F(MMgrUtilsTest, MappingsKeepTheOrderOfAddingWithoutDuplicatesAndNumbersAreKeyedByThePlainSum)
 {
     Sys_FileLoc const from = Folder("old"), a = Folder("a"), b = Folder("b"), unknown = Folder("unknown");
     std::string const upperA = a.GetFullPath().substr(0, a.GetFullPath().size() - 2) + "A/";
@@ -59,11 +56,8 @@ TEST_F(MMgrUtilsTest, MappingsByLocationKeepTheOrderOfAddingWithoutDuplicates)
 
     MMgr_Utils::GetFolderMappings(unknown, &got);
     EXPECT_TRUE(got.empty());
-}
 
-TEST_F(MMgrUtilsTest, MappingsByNumberAreKeyedByThePlainSum)
-{
-    Sys_FileLoc const x = Folder("x"), y = Folder("y");
+    // By volume and directory number.
     struct Case
     {
         int16 addVolume;
@@ -71,24 +65,22 @@ TEST_F(MMgrUtilsTest, MappingsByNumberAreKeyedByThePlainSum)
         int16 askVolume;
         int32 askDirectory;
         bool shared;
-    };
-    // Each case on keys of its own, far from the others'.
-    Case const cases[] = {
+    } const cases[] = {
+        // Each case on keys of its own, far from the others'.
         {1, 5, 2, 4, true},                                // the same sum
         {-1, 1001, 0, 1000, true},                         // the volume is sign-extended
         {-32768, 0x7FFFFFFF, 0, 0x7FFFFFFF - 32768, true}, // no 32-bit overflow
         {32767, 0x7FFFFFFF, 0, -0x7FFF8002, false},        // the 32-bit sum wraps here, the key does not
     };
-    for (std::size_t i = 0; i < std::size(cases); ++i)
+    for (Case const& c : cases)
     {
-        Case const& c = cases[i];
-        SCOPED_TRACE(i);
-        MMgr_Utils::AddFolderMapping(c.addVolume, c.addDirectory, x);
-        MMgr_Utils::AddFolderMapping(c.addVolume, c.addDirectory, y);
-        MMgr_Utils::AddFolderMapping(c.addVolume, c.addDirectory, x);
-        std::list<Sys_FileLoc> got{x};
+        SCOPED_TRACE(c.addVolume);
+        MMgr_Utils::AddFolderMapping(c.addVolume, c.addDirectory, a);
+        MMgr_Utils::AddFolderMapping(c.addVolume, c.addDirectory, b);
+        MMgr_Utils::AddFolderMapping(c.addVolume, c.addDirectory, a);
+        got = {a};
         MMgr_Utils::GetFolderMappings(c.askVolume, c.askDirectory, &got);
-        Paths const expected = c.shared ? Paths{x.GetFullPath(), y.GetFullPath()} : Paths{};
+        Paths const expected = c.shared ? Paths{a.GetFullPath(), b.GetFullPath()} : Paths{};
         EXPECT_EQ(PathsOf(got), expected);
     }
 }
@@ -131,19 +123,13 @@ Sys_FileLoc FakeRoot(Sys_Volume const&)
     return Sys_FileLoc(sHFSRoot);
 }
 
-int sAssertions = 0;
-void CountAssertion(bool, char const*, int)
-{
-    ++sAssertions;
-}
-
 class MMgrUtilsHFSTest : public MMgrUtilsTest
 {
 protected:
     void SetUp() override
     {
         MMgrUtilsTest::SetUp();
-        sHFSRoot = fs::canonical(mDir.Path()).string() + "/";
+        sHFSRoot = Dir();
         sAsked.clear();
         mSavedDirID = Sys_HFSUtils::GetGetDirIDMethod();
         Sys_HFSUtils::SetGetDirIDMethod(&FakeDirID);
@@ -165,7 +151,7 @@ protected:
     Sys_HFSUtils::GetDirIDMethod mSavedDirID = nullptr;
 };
 
-TEST_F(MMgrUtilsHFSTest, EveryFolderBelowTheRootIsFoundByItsNumberOnce)
+TEST_F(MMgrUtilsHFSTest, EveryFolderBelowTheRootIsFoundByItsNumberOnceAndOnlyFoldersOnHFSVolumesHaveNumbers)
 {
     Sys_Volume const mac(Sys_Volume::ImplPtr(new FakeVolume(0x48460001, Sys_Volume::kFileSystemHFS)));
     Paths const names = {"Audio", "Audio/Take 1", "Audio/Take 1/Deep", "Sessions"};
@@ -197,24 +183,19 @@ TEST_F(MMgrUtilsHFSTest, EveryFolderBelowTheRootIsFoundByItsNumberOnce)
         EXPECT_FALSE(MMgr_Utils::GetFolderLocFromDirID(mac, InodeOf(sHFSRoot + n), &loc));
         EXPECT_EQ(loc.GetFullPath(), kept.GetFullPath());
     }
-}
 
-TEST_F(MMgrUtilsHFSTest, OnlyFoldersOnHFSVolumesHaveNumbers)
-{
-    Sys_FileLoc const folder = Folder("Folder");
-    vfltest::WriteWholeFile(sHFSRoot + "file", {1});
+    // From a folder to its number.
     vfltest::TempDir elsewhere;
     std::string const other = fs::canonical(elsewhere.Path()).string() + "/";
     struct Case
     {
         std::string path;
         bool answer;
-    };
-    Case const cases[] = {
-        {sHFSRoot + "Folder/", true},
-        {sHFSRoot + "file", false},     // a file
-        {sHFSRoot + "missing/", false}, // nothing there
-        {other, false},                 // a folder of another file system
+    } const cases[] = {
+        {sHFSRoot + "Audio/", true},
+        {sHFSRoot + "Audio/file.snd", false}, // a file
+        {sHFSRoot + "missing/", false},       // nothing there
+        {other, false},                       // a folder of another file system
     };
     for (auto const& c : cases)
     {
@@ -223,17 +204,12 @@ TEST_F(MMgrUtilsHFSTest, OnlyFoldersOnHFSVolumesHaveNumbers)
         EXPECT_EQ(MMgr_Utils::GetDirIDFromFolderLoc(Sys_FileLoc(c.path), &directory), c.answer);
         EXPECT_EQ(directory, c.answer ? InodeOf(c.path) : -7);
     }
-}
-
-TEST_F(MMgrUtilsHFSTest, AskingANumberOfAnotherFileSystemIsAnAssertion)
-{
+    // Asking a number of another file system is an assertion.
     Sys_Volume const disk(Sys_Volume::ImplPtr(new FakeVolume(0x48460002, Sys_Volume::kFileSystemNative)));
-    Cmn_Assert::Handler const saved = Cmn_Assert::SetHandler(&CountAssertion);
-    sAssertions = 0;
+    vfltest::StCountAsserts const asserts;
     Sys_FileLoc loc;
     MMgr_Utils::GetFolderLocFromDirID(disk, 2, &loc);
-    Cmn_Assert::SetHandler(saved);
-    EXPECT_EQ(sAssertions, 1);
+    EXPECT_EQ(asserts.Failed(), 1);
 }
 
 } // namespace

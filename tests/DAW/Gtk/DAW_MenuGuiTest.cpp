@@ -2,57 +2,32 @@
 // xdotool opens it by its mnemonic and picks an entry of a sub menu.
 // Skipped without a display or without xdotool.
 #include "DAW/DAW_MenuEntrySeparator.h"
-#include "DAW/DAW_MenuEntrySimple.h"
 #include "DAW/DAW_MenuEntrySubMenu.h"
+#include "DAW/DAW_TestSupport.h"
 #include "DAW/Gtk/DAW_MenuDataGtk.h"
 #include "DAW/Gtk/DAW_MenuMgrGtk.h"
 #include "DAW/Gtk/DAW_MenuPlatformGtk.h"
-#include "support/GtkScreenshot.h"
-#include "support/GtkTestLoop.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <functional>
-#include <sstream>
 #include <string>
 #include <vector>
 
-// Last: the X11 headers define macros such as None.
-#include <gdk/gdkx.h>
+#include "DAW/Gtk/DAW_GuiTestSupport.h"
 
 namespace
 {
-std::vector<std::string> sRan;
-
-class Item : public DAW_MenuEntrySimple
-{
-public:
-    Item(std::string const& text, bool enabled, bool checked)
-        : DAW_MenuEntrySimple(text), mEnabled(enabled), mChecked(checked)
-    {
-    }
-    bool MenuEntryIsEnabled() override { return mEnabled; }
-    bool MenuEntryIsChecked() override { return mChecked; }
-    void DoIt() override { sRan.push_back(GetMenuText()); }
-
-private:
-    bool mEnabled, mChecked;
-};
-
+using Item = vfltest::MenuItem;
 using vfltest::DrawMenu;
-using vfltest::HaveXdotool;
 using vfltest::Iterate;
+using vfltest::sMenuLog;
 using vfltest::WaitFor;
 using vfltest::Xdotool;
-
 } // namespace
 
 TEST(DAW_MenuGui, MnemonicOpensTheBarAndASubMenuEntryRunsOnce)
 {
-    if (!std::getenv("DISPLAY") || !HaveXdotool())
-        GTEST_SKIP() << "needs an X display and xdotool (run under xvfb-run)";
-    ASSERT_TRUE(gtk_init_check(nullptr, nullptr));
+    VFL_START_GTK(true);
 
     // Lives as long as the menu can send commands: to the end of the process.
     static auto* const root = new DAW_MenuEntrySubMenu("Main");
@@ -82,34 +57,26 @@ TEST(DAW_MenuGui, MnemonicOpensTheBarAndASubMenuEntryRunsOnce)
     ASSERT_TRUE(WaitFor([&] { return gtk_widget_get_mapped(window); }));
     Iterate();
 
-    GList* const top = gtk_container_get_children(GTK_CONTAINER(bar));
-    GtkWidget* const fileMenu = gtk_menu_item_get_submenu(GTK_MENU_ITEM(top->data));
-    g_list_free(top);
-    std::ostringstream focus;
-    focus << "windowfocus --sync " << gdk_x11_window_get_xid(gtk_widget_get_window(window));
-    Xdotool(focus.str() + " key alt+f");
+    GtkWidget* const fileMenu = vfltest::SubMenuAt(bar, 0);
+    Xdotool(vfltest::InWindow(window, "key alt+f"));
     ASSERT_TRUE(WaitFor([&] { return gtk_widget_get_mapped(fileMenu); }));
     // The menu's own drawing, after it has been mapped.
     g_usleep(200000);
     Iterate();
-    std::string const picture = vfltest::SaveScreenshot(gdk_get_default_root_window(), "DAW_MenuGui_File");
-    EXPECT_FALSE(picture.empty());
-    std::cout << "screenshot: " << picture << "\n";
+    EXPECT_FALSE(vfltest::Shot("DAW_MenuGui_File").empty());
 
     // R opens Recent, whose paths show their underscores; T picks its first
     // entry.
-    GList* const fileItems = gtk_container_get_children(GTK_CONTAINER(fileMenu));
-    GtkWidget* const recentMenu = gtk_menu_item_get_submenu(GTK_MENU_ITEM(g_list_nth_data(fileItems, 3)));
-    g_list_free(fileItems);
+    GtkWidget* const recentMenu = vfltest::SubMenuAt(fileMenu, 3);
     Xdotool("key r");
     ASSERT_TRUE(WaitFor([&] { return gtk_widget_get_mapped(recentMenu); }));
     g_usleep(200000);
     Iterate();
-    std::cout << "screenshot: " << vfltest::SaveScreenshot(gdk_get_default_root_window(), "DAW_MenuGui_Recent") << "\n";
+    vfltest::Shot("DAW_MenuGui_Recent");
     Xdotool("key t");
-    ASSERT_TRUE(WaitFor([] { return !sRan.empty(); }));
+    ASSERT_TRUE(WaitFor([] { return !sMenuLog.empty(); }));
     Iterate();
-    EXPECT_EQ(sRan, std::vector<std::string>{"/home/me/my_takes/&Take_1.wav"});
+    EXPECT_EQ(sMenuLog, std::vector<std::string>{"/home/me/my_takes/&Take_1.wav"});
     EXPECT_FALSE(gtk_widget_get_mapped(fileMenu));
 
     // Filled again under the same handle, an item a host put in by hand
@@ -124,9 +91,7 @@ TEST(DAW_MenuGui, MnemonicOpensTheBarAndASubMenuEntryRunsOnce)
 
 TEST(DAW_MenuGui, PickingACheckedItemLeavesItsMarkToTheTree)
 {
-    if (!std::getenv("DISPLAY"))
-        GTEST_SKIP() << "needs an X display (run under xvfb-run)";
-    ASSERT_TRUE(gtk_init_check(nullptr, nullptr));
+    VFL_START_GTK(false);
     static auto* const root = new DAW_MenuEntrySubMenu("Popup");
     root->AppendEntry(new Item("&Metronome", true, true));
     root->AppendEntry(new Item("&Count in", true, false));
@@ -140,12 +105,12 @@ TEST(DAW_MenuGui, PickingACheckedItemLeavesItsMarkToTheTree)
     EXPECT_EQ(DAW_MenuPlatformGtk::GetItemCommandID(metronome), root->GetEntry(0)->GetCommandID(0));
     EXPECT_FALSE(GTK_IS_CHECK_MENU_ITEM(countIn));
 
-    sRan.clear();
+    sMenuLog.clear();
     gtk_menu_item_activate(GTK_MENU_ITEM(metronome));
     gtk_menu_item_activate(GTK_MENU_ITEM(metronome));
     // The command runs from the main loop, not inside the activation.
-    EXPECT_TRUE(sRan.empty());
+    EXPECT_TRUE(sMenuLog.empty());
     Iterate();
-    EXPECT_EQ(sRan, (std::vector<std::string>{"&Metronome", "&Metronome"}));
+    EXPECT_EQ(sMenuLog, (std::vector<std::string>{"&Metronome", "&Metronome"}));
     EXPECT_TRUE(gtk_check_menu_item_get_active(GTK_CHECK_MENU_ITEM(metronome)));
 }

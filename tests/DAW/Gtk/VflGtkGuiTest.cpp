@@ -8,8 +8,6 @@
 #include "Sys/Gtk/Sys_CustomFileDialogGtk.h"
 #include "Sys/Gtk/Sys_FileDialogGtk.h"
 #include "Sys/Sys_RecentItems.h"
-#include "support/GtkScreenshot.h"
-#include "support/GtkTestLoop.h"
 #include "support/WaveBuilder.h"
 #include "tools/vfl-gtk/Gtk/Browser.h"
 #include "tools/vfl/ToolSupport.h"
@@ -18,19 +16,18 @@
 
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <sstream>
 #include <string>
 #include <vector>
 
-// Last: the X11 headers define macros such as None.
-#include <gdk/gdkx.h>
+#include "DAW/Gtk/DAW_GuiTestSupport.h"
 
 namespace
 {
-using vfltest::HaveXdotool;
+using vfltest::InWindow;
+using vfltest::Shot;
 using vfltest::Xdotool;
 
 // A chooser left open would keep its own loop, and the test, running.
@@ -38,7 +35,7 @@ void CloseRunningChooser()
 {
     if (Sys_CustomFileDialogGtk* const running = Sys_CustomFileDialogGtk::GetRunning())
     {
-        vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_TimedOut");
+        Shot("VflGtk_TimedOut");
         gtk_dialog_response(GTK_DIALOG(running->GetChooser()), GTK_RESPONSE_CANCEL);
     }
 }
@@ -60,29 +57,28 @@ std::string Shell(std::string const& command)
     return text;
 }
 
-std::string Xid(GtkWidget* window)
+// A new folder of its own, with its trailing '/'.
+std::string TempFolder()
 {
-    return std::to_string(gdk_x11_window_get_xid(gtk_widget_get_window(window)));
+    gchar* const made = g_dir_make_tmp("vflgtk-XXXXXX", nullptr);
+    EXPECT_NE(made, nullptr);
+    std::string const dir = std::string(made ? made : "") + "/";
+    g_free(made);
+    return dir;
 }
 
 // A 16-bit WAVE file of a sine per channel.
-void WriteWave(std::string const& path, int channels, int rate, int frames)
+void WriteWave(std::string const& path, std::uint16_t channels, std::uint32_t rate, int frames)
 {
     std::vector<std::uint8_t> audio;
     for (int i = 0; i < frames; ++i)
         for (int c = 0; c < channels; ++c)
         {
-            auto const s = static_cast<std::uint16_t>(
-                std::lround(9000.0 * i / frames * std::sin(2 * M_PI * (220.0 * (c + 1)) * i / rate)));
-            audio.insert(audio.end(), {static_cast<std::uint8_t>(s), static_cast<std::uint8_t>(s >> 8)});
+            auto const s =
+                std::uint16_t(std::lround(9000.0 * i / frames * std::sin(2 * M_PI * (220.0 * (c + 1)) * i / rate)));
+            audio.insert(audio.end(), {std::uint8_t(s), std::uint8_t(s >> 8)});
         }
-    std::vector<std::uint8_t> const bytes =
-        WaveBuilder()
-            .RiffHeader()
-            .Fmt(static_cast<std::uint16_t>(channels), static_cast<std::uint32_t>(rate), 16)
-            .Data(audio)
-            .FixRiffSize()
-            .Bytes();
+    auto const bytes = WaveBuilder().RiffHeader().Fmt(channels, rate, 16).Data(audio).FixRiffSize().Bytes();
     std::ofstream(path, std::ios::binary).write(reinterpret_cast<char const*>(bytes.data()), bytes.size());
 }
 
@@ -156,7 +152,7 @@ gboolean Perform(gpointer data)
     if (step.act)
         step.act();
     if (!step.keys.empty() && focus)
-        Xdotool("windowfocus --sync " + Xid(focus) + " " + step.keys);
+        Xdotool(InWindow(focus, step.keys));
     return G_SOURCE_CONTINUE;
 }
 
@@ -178,24 +174,12 @@ std::string TypePath(std::string const& path)
     return "key ctrl+l type --delay 20 '" + path + "'; xdotool key Return";
 }
 
-std::string SourceFile(std::string const& path)
-{
-    std::ifstream in(std::string(VFL_SOURCE_DIR) + "/" + path);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 } // namespace
 
 TEST(VflGtkGui, FileOpenAndItsKeyShowTheFilesInformationAndOverview)
 {
-    if (!std::getenv("DISPLAY") || !HaveXdotool())
-        GTEST_SKIP() << "needs an X display and xdotool (run under xvfb-run)";
-    ASSERT_TRUE(gtk_init_check(nullptr, nullptr));
-    gchar* const made = g_dir_make_tmp("vflgtk-XXXXXX", nullptr);
-    ASSERT_NE(made, nullptr);
-    std::string const dir = std::string(made) + "/";
-    g_free(made);
+    VFL_START_GTK(true);
+    std::string const dir = TempFolder();
     // A name from an older system, not UTF-8 (Latin-1 "older é.wav").
     std::string const tone = dir + "tone.wav", voice = dir + "voice.wav", older = dir + "older \xE9.wav";
     std::string const olderShown = "older \uFFFD.wav";
@@ -226,7 +210,9 @@ TEST(VflGtkGui, FileOpenAndItsKeyShowTheFilesInformationAndOverview)
     Sys_RecentItems::ReadRecentFoldersAndFiles();
     ASSERT_EQ(Sys_RecentItems::GetListsEvent()->Wait(60000), Sys_SyncObject::kWaitSignalled);
 
-    Browser browser(SourceFile("tools/vfl-gtk/vfl-gtk.keys"), "vfl-gtk.keys");
+    std::ostringstream keys;
+    keys << std::ifstream(std::string(VFL_SOURCE_DIR) + "/tools/vfl-gtk/vfl-gtk.keys").rdbuf();
+    Browser browser(keys.str(), "vfl-gtk.keys");
     GtkWidget* const window = browser.GetWindow();
     ASSERT_TRUE(WaitFor([&] { return gtk_widget_get_mapped(window); }));
     GtkWidget* last = nullptr;
@@ -237,28 +223,20 @@ TEST(VflGtkGui, FileOpenAndItsKeyShowTheFilesInformationAndOverview)
     script.steps = {
         // The recent files menu, opened by its mnemonic and pictured.
         {NewChooser(&last),
-         [&]
-         {
-             GList* const items =
-                 gtk_container_get_children(GTK_CONTAINER(Sys_CustomFileDialogGtk::GetRunning()->GetMenuBar()));
-             filesMenu = gtk_menu_item_get_submenu(GTK_MENU_ITEM(g_list_nth_data(items, 1)));
-             g_list_free(items);
-         },
-         "key alt+l"},
+         [&] { filesMenu = vfltest::SubMenuAt(Sys_CustomFileDialogGtk::GetRunning()->GetMenuBar(), 1); }, "key alt+l"},
         {[&] { return filesMenu && gtk_widget_get_mapped(filesMenu); },
          [&]
          {
              GtkWidget* const bar = Sys_CustomFileDialogGtk::GetRunning()->GetMenuBar();
              recentMenu = vfltest::DrawMenu(bar);
-             vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_OpenDialogRecentFiles");
+             Shot("VflGtk_OpenDialogRecentFiles");
              gtk_menu_shell_deactivate(GTK_MENU_SHELL(bar));
          },
          TypePath(tone)},
         {NewChooser(&last), {}, TypePath(voice)},
         // Convert: a new file, then the same name again, not replaced and
         // then replaced.
-        {NewChooser(&last), [] { vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_ConvertDialog"); },
-         typeConverted},
+        {NewChooser(&last), [] { Shot("VflGtk_ConvertDialog"); }, typeConverted},
         {NewChooser(&last), {}, typeConverted},
         {[] { return ShownMessage() != nullptr; },
          [&]
@@ -268,7 +246,7 @@ TEST(VflGtkGui, FileOpenAndItsKeyShowTheFilesInformationAndOverview)
              g_object_get(ShownMessage(), "text", &text, nullptr);
              question += text ? text : "";
              g_free(text);
-             vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_ReplaceQuestion");
+             Shot("VflGtk_ReplaceQuestion");
          },
          "key Return"},
         {[&] { return ShownChooser() == last; }, {}, "key Return"},
@@ -277,7 +255,7 @@ TEST(VflGtkGui, FileOpenAndItsKeyShowTheFilesInformationAndOverview)
     guint const performing = g_timeout_add(50, &Perform, &script);
 
     // File > Open... by the menu's mnemonics.
-    Xdotool("windowfocus --sync " + Xid(window) + " key alt+f key o");
+    Xdotool(InWindow(window, "key alt+f key o"));
     ASSERT_TRUE(WaitFor([&] { return browser.GetPath() == tone && browser.GetOverview(); })) << browser.GetStatusText();
     EXPECT_EQ(recentMenu, "_Folders > [" + dir + "], Fi_les > [" + dir + olderShown + "]");
     // What vfl info says, and vfl overview's picture, pixel for pixel.
@@ -287,10 +265,10 @@ TEST(VflGtkGui, FileOpenAndItsKeyShowTheFilesInformationAndOverview)
     ASSERT_NE(expected, nullptr);
     EXPECT_TRUE(SamePixels(browser.GetOverview(), expected));
     g_object_unref(expected);
-    std::cout << "screenshot: " << vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_Window") << "\n";
+    Shot("VflGtk_Window");
 
     // Ctrl+O, as the bindings file has it, opens the chooser again.
-    Xdotool("windowfocus --sync " + Xid(window) + " key ctrl+o");
+    Xdotool(InWindow(window, "key ctrl+o"));
     ASSERT_TRUE(WaitFor([&] { return browser.GetPath() == voice && browser.GetOverview(); }))
         << browser.GetStatusText();
     EXPECT_NE(browser.GetInformationText().find("  channels: 1\n  sample rate: 8000\n"), std::string::npos);
@@ -299,13 +277,13 @@ TEST(VflGtkGui, FileOpenAndItsKeyShowTheFilesInformationAndOverview)
     ASSERT_GE(recent.size(), 3u);
     EXPECT_EQ(recent[0].mPath, voice);
     EXPECT_EQ(recent[1].mPath, tone);
-    std::cout << "screenshot: " << vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_WindowMono") << "\n";
+    Shot("VflGtk_WindowMono");
 
     // Ctrl+E writes it as a new file; again under that name, the question
     // is answered No (the default, by Return) and then Yes.
     for (char const* round : {"new", "replaced"})
     {
-        Xdotool("windowfocus --sync " + Xid(window) + " key ctrl+e");
+        Xdotool(InWindow(window, "key ctrl+e"));
         ASSERT_TRUE(WaitFor([&] { return browser.GetStatusText() == "Converted to " + dir + "converted.wav"; }))
             << round << ": " << browser.GetStatusText();
         browser.Do(kBrowserReload);
@@ -326,38 +304,20 @@ TEST(VflGtkGui, FileOpenAndItsKeyShowTheFilesInformationAndOverview)
 
 TEST(VflGtkGui, TheProgramStartsOnAFileAndQuitsByItsKey)
 {
-    if (!std::getenv("DISPLAY") || !HaveXdotool())
-        GTEST_SKIP() << "needs an X display and xdotool (run under xvfb-run)";
-    ASSERT_TRUE(gtk_init_check(nullptr, nullptr));
-    gchar* const made = g_dir_make_tmp("vflgtk-XXXXXX", nullptr);
-    std::string const file = std::string(made) + "/started.wav";
-    g_free(made);
+    VFL_START_GTK(true);
+    std::string const file = TempFolder() + "started.wav";
     WriteWave(file, 2, 48000, 4800);
-    gchar* argv[] = {g_strdup(VFL_GTK_TOOL_PATH), g_strdup(file.c_str()), nullptr};
+    gchar* argv[] = {const_cast<gchar*>(VFL_GTK_TOOL_PATH), const_cast<gchar*>(file.c_str()), nullptr};
     GPid child = 0;
     ASSERT_TRUE(g_spawn_async(nullptr, argv, nullptr, G_SPAWN_DO_NOT_REAP_CHILD, nullptr, nullptr, &child, nullptr));
-    for (gchar* a : argv)
-        g_free(a);
-    int status = -1;
-    bool ended = false;
-    struct Exit
-    {
-        int* status;
-        bool* ended;
-    } exit{&status, &ended};
+    int status = -1; // a wait status once it has ended
     g_child_watch_add(
-        child,
-        [](GPid, gint s, gpointer data)
-        {
-            *static_cast<Exit*>(data)->status = s;
-            *static_cast<Exit*>(data)->ended = true;
-        },
-        &exit);
+        child, [](GPid, gint s, gpointer data) { *static_cast<int*>(data) = s; }, &status);
     // Its window, named after the file, once it is there.
     std::string const id = Shell("timeout 60 xdotool search --sync --name started.wav | head -n 1");
     ASSERT_FALSE(id.empty());
-    std::cout << "screenshot: " << vfltest::SaveScreenshot(gdk_get_default_root_window(), "VflGtk_Started") << "\n";
+    Shot("VflGtk_Started");
     Xdotool("windowfocus --sync " + id.substr(0, id.find('\n')) + " key ctrl+q");
-    ASSERT_TRUE(WaitFor([&] { return ended; }));
+    ASSERT_TRUE(WaitFor([&] { return status != -1; }));
     EXPECT_TRUE(g_spawn_check_wait_status(status, nullptr));
 }
