@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <stdexcept>
@@ -8,6 +9,9 @@
 
 namespace
 {
+using testing::StrEq;
+using testing::ThrowsMessage;
+
 struct Seen
 {
     int calls = 0;
@@ -36,61 +40,30 @@ public:
 private:
     Cmn_Assert::Handler mPrevious;
 };
-
-std::string AssertText(char const* file, int line)
-{
-    try
-    {
-        Cmn_Assert::HandleAssert(false, file, line);
-    }
-    catch (std::runtime_error const& e)
-    {
-        return e.what();
-    }
-    return "no exception";
-}
 } // namespace
 
 TEST(Cmn_Assert, WithoutHandlerThrowsRuntimeErrorNamingFileAndLine)
 {
     StHandler none(nullptr);
-    EXPECT_EQ(AssertText("Sys/Sys_File.cpp", 42), "Assertion in \"Sys/Sys_File.cpp\", line 42");
-    EXPECT_EQ(AssertText("", -1), "Assertion in \"\", line -1");
-    EXPECT_THROW(CMN_ASSERT(1 + 1 == 3), std::runtime_error);
-
-    // An assertion in the library names its source as the tree has it.
-    auto e = Cmn_TypedException<Cmn_NullExceptionData>::New(XC_Cmn_EndOfFile, Cmn_NullExceptionData());
-    try
-    {
-        e.AddContext(nullptr);
-        FAIL() << "no assertion";
-    }
-    catch (std::runtime_error const& failed)
-    {
-        EXPECT_EQ(std::string(failed.what()).rfind("Assertion in \"Cmn/Cmn_Exception.cpp\", line ", 0), 0u)
-            << failed.what();
-    }
-
+    EXPECT_THAT([] { Cmn_Assert::HandleAssert(false, "Sys/Sys_File.cpp", 42); },
+                ThrowsMessage<std::runtime_error>(StrEq("Assertion in \"Sys/Sys_File.cpp\", line 42")));
+    EXPECT_THAT([] { Cmn_Assert::HandleAssert(false, "", -1); },
+                ThrowsMessage<std::runtime_error>(StrEq("Assertion in \"\", line -1")));
     // It is not one of ours, so catch sites that annotate Cmn_Exception let
-    // it pass untouched.
-    bool annotated = false;
+    // it pass untouched. (That the library names its source as the tree has
+    // it is seen with a handler installed.)
     try
     {
-        try
-        {
-            CMN_ASSERT(false);
-        }
-        catch (Cmn_Exception&)
-        {
-            annotated = true;
-            throw;
-        }
+        CMN_ASSERT(1 + 1 == 3);
+        ADD_FAILURE() << "no exception";
     }
-    catch (std::runtime_error const& failed)
+    catch (Cmn_Exception const&)
     {
-        EXPECT_EQ(dynamic_cast<Cmn_Exception const*>(&failed), nullptr);
+        ADD_FAILURE() << "caught as one of ours";
     }
-    EXPECT_FALSE(annotated);
+    catch (std::runtime_error const&)
+    {
+    }
 }
 
 TEST(Cmn_Assert, InstalledHandlerIsCalledAndTheCodeAfterGoesOn)

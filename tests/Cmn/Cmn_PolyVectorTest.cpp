@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <random>
@@ -172,18 +173,9 @@ TEST(Cmn_PolyVectorTest, AtPastTheEndThrowsOutOfRange)
 {
     Cmn_PolyVector<std::string> v(3, "x");
     for (std::size_t index : {std::size_t(3), std::size_t(4), std::size_t(-1)})
-    {
-        SCOPED_TRACE(index);
-        try
-        {
-            v.At(index);
-            FAIL() << "no exception";
-        }
-        catch (std::out_of_range const& e)
-        {
-            EXPECT_STREQ(e.what(), "out_of_range: Cmn_PolyVectorImpl::at");
-        }
-    }
+        EXPECT_THAT([&] { v.At(index); },
+                    testing::ThrowsMessage<std::out_of_range>(testing::StrEq("out_of_range: Cmn_PolyVectorImpl::at")))
+            << index;
     EXPECT_EQ(v.At(2), "x");
 }
 

@@ -52,7 +52,7 @@ public:
 };
 } // namespace
 
-TEST(Cmn_RefCount, CountsFromZeroAndTheLastPointerDeletes)
+TEST(Cmn_RefCount, CountsFromZeroAndTheLastPointerDeletesWhateverIsAssigned)
 {
     int deleted = 0;
     auto* object = new Counted(&deleted);
@@ -72,6 +72,23 @@ TEST(Cmn_RefCount, CountsFromZeroAndTheLastPointerDeletes)
         EXPECT_EQ(deleted, 0);
     }
     EXPECT_EQ(deleted, 1);
+
+    // Assigned itself, the count stays; given another object, it deletes its own.
+    Cmn_RefCountPtr<Counted> a(new Counted(&deleted));
+    Cmn_RefCountPtr<Counted>& alias = a;
+    a = alias;
+    EXPECT_EQ(a->GetRefCount(), 1);
+    a = a.get();
+    EXPECT_EQ(a->GetRefCount(), 1);
+    EXPECT_EQ(deleted, 1);
+
+    a = new Counted(&deleted);
+    EXPECT_EQ(deleted, 2);
+    Cmn_RefCountPtr<Counted> moved = std::move(a);
+    EXPECT_FALSE(a);
+    EXPECT_EQ(moved->GetRefCount(), 1);
+    moved = nullptr;
+    EXPECT_EQ(deleted, 3);
 }
 
 TEST(Cmn_RefCount, CopiedObjectHasItsOwnCountAndAssignmentLeavesTheCount)
@@ -89,26 +106,6 @@ TEST(Cmn_RefCount, CopiedObjectHasItsOwnCountAndAssignmentLeavesTheCount)
     Shared original;
     Shared copy(original);
     EXPECT_EQ(copy.GetRefCount(), 0);
-}
-
-TEST(Cmn_RefCount, SelfAssignmentAndReassignmentKeepCountsRight)
-{
-    int deleted = 0;
-    Cmn_RefCountPtr<Counted> a(new Counted(&deleted));
-    Cmn_RefCountPtr<Counted>& alias = a;
-    a = alias;
-    EXPECT_EQ(a->GetRefCount(), 1);
-    a = a.get();
-    EXPECT_EQ(a->GetRefCount(), 1);
-    EXPECT_EQ(deleted, 0);
-
-    a = new Counted(&deleted);
-    EXPECT_EQ(deleted, 1);
-    Cmn_RefCountPtr<Counted> moved = std::move(a);
-    EXPECT_FALSE(a);
-    EXPECT_EQ(moved->GetRefCount(), 1);
-    moved = nullptr;
-    EXPECT_EQ(deleted, 2);
 }
 
 TEST(Cmn_RefCount, HandlesConvertFromDerivedToBaseAndShareOneCount)

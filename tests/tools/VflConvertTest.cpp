@@ -1,14 +1,15 @@
 // vfl convert and vfl overview end to end: channel layouts, frame counts by
 // the exact rule, copies that change nothing, the broadcast stamp scaled to
-// the new rate, and overviews against a reference computed from the samples.
-#include "support/TestSupport.h"
+// the new rate, MP3 made at the target rate with bit rates and tags only when
+// asked for, the progress line on a terminal, and overviews of every channel,
+// as numbers, as a picture and against a reference computed from the samples.
 #include "support/ToolTest.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <regex>
-
-using vfltest::RunCommand;
+#include <sstream>
 
 namespace
 {
@@ -41,11 +42,10 @@ TEST_F(VflConvert, ChannelLayouts)
     Out(Vfl("convert " + F("l.wav") + " " + F("r.wav") + " -o " + F("c.wav") + " " + F("d.wav")));
     EXPECT_TRUE(Raw(F("d.wav")) == Raw(F("r.wav")));
     // Three mono inputs cannot make two outputs.
-    std::string err;
-    EXPECT_EQ(RunCommand(Vfl("convert " + F("l.wav") + " " + F("r.wav") + " " + F("l.wav") + " -o " + F("x.wav") + " " +
-                             F("y.wav") + " 2>&1"),
-                         &err),
-              1);
+    std::string const err = Out(
+        Vfl("convert " + F("l.wav") + " " + F("r.wav") + " " + F("l.wav") + " -o " + F("x.wav") + " " + F("y.wav")) +
+            " 2>&1",
+        1);
     EXPECT_NE(err.find("not 2"), std::string::npos) << err;
 }
 
@@ -77,7 +77,7 @@ TEST_F(VflConvert, FrameCountsFollowTheExactRule)
     }
 }
 
-TEST_F(VflConvert, SameFormatIsACopyAndWideningShifts)
+TEST_F(VflConvert, SameFormatIsACopyWideningShiftsAndTheStampScales)
 {
     Out("sox -n -r 44100 -c 2 -b 16 " + F("in.wav") + " synth 0.7 whitenoise gain -6");
     Out(Vfl("convert " + F("in.wav") + " -o " + F("copy.wav")));
@@ -89,12 +89,8 @@ TEST_F(VflConvert, SameFormatIsACopyAndWideningShifts)
     // A part of the input.
     Out(Vfl("convert " + F("in.wav") + " -o " + F("part.wav") + " --start 1000 --length 500"));
     EXPECT_TRUE(Raw(F("part.wav")) == Raw(F("in.wav")).substr(1000 * 4, 500 * 4));
-}
-
-TEST_F(VflConvert, BroadcastStampScalesWithTheRate)
-{
-    Out("sox -n -r 44100 -c 1 -b 16 " + F("plain.wav") + " synth 0.2 sine 440");
-    Out("ffmpeg -v error -i " + F("plain.wav") + " -write_bext 1 -metadata time_reference=44100 -c copy " +
+    // The broadcast stamp scales with the rate.
+    Out("ffmpeg -v error -i " + F("in.wav") + " -write_bext 1 -metadata time_reference=44100 -c copy " +
         F("stamped.wav"));
     Out(Vfl("convert " + F("stamped.wav") + " -o " + F("s48.wav") + " --rate 48000"));
     std::string const probe = Out("ffprobe -v error -show_format -of flat " + F("s48.wav"));
@@ -122,5 +118,181 @@ TEST_F(VflConvert, OverviewAgreesWithAReferenceFromTheSamples)
     for (std::sregex_iterator it(json.begin(), json.end(), pair), end; it != end; ++it)
         got += (got.empty() ? "" : " ") + (*it)[1].str() + "," + (*it)[2].str();
     EXPECT_EQ(got + "\n", expected);
+}
+
+// Silence on the left, a loud tone on the right.
+TEST_F(VflConvert, OverviewOfEveryChannelAsNumbersAndAsAPicture)
+{
+    Out("sox -n -r 44100 -c 2 -b 16 " + F("lr.wav") + " synth 3 sine 440 sine 220 remix 0 2 gain -1");
+    std::size_t const intervals = (3 * 44100 + 999) / 1000;
+    struct
+    {
+        char const* options;
+        std::size_t numbersPerLine;
+        int silent, loud; // where the pair of each channel starts on a line; -1: not there
+    } const cases[] = {{"", 4, 0, 2}, {"--channel 1", 2, 0, -1}, {"--channel 2", 2, -1, 0}};
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(c.options);
+        std::istringstream text(Out(Vfl("overview --spi 1000 " + std::string(c.options) + " " + F("lr.wav"))));
+        std::size_t lines = 0;
+        for (std::string line; std::getline(text, line); ++lines)
+        {
+            std::istringstream numbers(line);
+            std::vector<int> v;
+            for (int x; numbers >> x;)
+                v.push_back(x);
+            ASSERT_EQ(v.size(), c.numbersPerLine) << line;
+            if (c.silent >= 0)
+            {
+                EXPECT_TRUE(v.at(c.silent) == 0 && v.at(c.silent + 1) == 0) << line;
+            }
+            if (c.loud >= 0)
+            {
+                EXPECT_TRUE(v.at(c.loud) > 100 && v.at(c.loud + 1) < -100) << line;
+            }
+        }
+        EXPECT_EQ(lines, intervals);
+    }
+    std::string const json = Out(Vfl("overview --spi 1000 --json " + F("lr.wav")));
+    EXPECT_TRUE(std::regex_search(json, std::regex("\"channel\":1,\"name\":\"left\",\"pairs\":\\[\\[0,0\\]"))) << json;
+    EXPECT_TRUE(std::regex_search(json, std::regex("\"channel\":2,\"name\":\"right\",\"pairs\":\\[\\[1[0-9]{2},-1")))
+        << json.substr(0, 400);
+    // A channel the file does not have is a usage error.
+    Out(Vfl("overview --channel 3 " + F("lr.wav") + " 2>/dev/null"), 2);
+
+    // The picture has a lane for each channel.
+    for (auto const& [width, height] : {std::pair{1200, 310}, {400, 120}})
+    {
+        SCOPED_TRACE(width);
+        std::string const png = F("lr.png");
+        Out(Vfl("overview " + F("lr.wav") + " --png " + png + " --width " + std::to_string(width) + " --height " +
+                std::to_string(height)));
+        std::string const rgb = Out("ffmpeg -v error -i " + png + " -f rawvideo -pix_fmt rgb24 -");
+        ASSERT_EQ(rgb.size(), static_cast<std::size_t>(width * height * 3));
+        // The wave's colour in the upper (silent) half is the centre line
+        // at most; the lower half is full of it.
+        auto waveIn = [&](int y0, int y1)
+        {
+            int n = 0;
+            for (int y = y0; y < y1; ++y)
+                for (int x = 0; x < width; ++x)
+                {
+                    auto const* p = reinterpret_cast<unsigned char const*>(rgb.data()) + (y * width + x) * 3;
+                    n += p[0] == 34 && p[1] == 87 && p[2] == 160;
+                }
+            return n;
+        };
+        EXPECT_LE(waveIn(0, height / 2), width);
+        EXPECT_GT(waveIn(0, height / 2), width / 2);
+        EXPECT_GT(waveIn(height / 2, height), 20 * width / 2);
+    }
+    // To standard output as well.
+    EXPECT_EQ(Out(Vfl("overview " + F("lr.wav") + " --png -")).substr(1, 3), "PNG");
+}
+
+// The layouts the MP3 encoder cannot take are refused before any file is made.
+TEST_F(VflConvert, Mp3IsMadeAtTheTargetRateAndWhatTheEncoderCannotTakeIsRefused)
+{
+    std::string const in = F("in.wav");
+    Out("sox -n -r 44100 -c 2 -b 24 -t wavpcm " + in + " synth 2 sine 440 sine 550");
+    std::string const err = Out(Vfl("convert " + in + " --rate 48000 --bits 24 -o " + F("o.mp3") + " 2>&1 >/dev/null"));
+    EXPECT_NE(err.find("16-bit"), std::string::npos) << err; // the depth asked for is not what mp3 takes
+    EXPECT_EQ(
+        Out("ffprobe -v error -show_entries stream=codec_name,sample_rate,channels -of default=nw=1 " + F("o.mp3")),
+        "codec_name=mp3\nsample_rate=48000\nchannels=2\n");
+
+    Out("sox -n -r 44100 -c 1 -b 16 " + F("m.wav") + " synth 0.1 sine 300");
+    std::string const refused[] = {
+        "--rate 44000 " + in,
+        in + " " + in, // stereo inputs cannot be merged
+        "--type mp3 " + F("m.wav") + " " + F("m.wav") + " " + F("m.wav"),
+    };
+    for (auto const& args : refused)
+    {
+        SCOPED_TRACE(args);
+        Out(Vfl("convert " + args + " -o " + F("r.mp3") + " 2>/dev/null"), 1);
+        EXPECT_FALSE(std::filesystem::exists(F("r.mp3")));
+    }
+    // MP3's options without an MP3 output are a mistake.
+    Out(Vfl("convert " + in + " --bitrate 192 -o " + F("x.wav") + " 2>/dev/null"), 2);
+}
+
+TEST_F(VflConvert, Mp3BitRatesAndTagsOnlyWhenAskedFor)
+{
+    std::string const in = F("take.wav");
+    Out("sox -n -r 44100 -c 2 -b 16 " + in + " synth 3 pinknoise");
+    auto const probe = [&] { return Out("ffprobe -v error -show_format -show_streams -of flat " + F("take.mp3")); };
+    struct
+    {
+        char const* options;
+        char const* expected; // lines of ffprobe's answer that must be there
+        char const* absent;
+    } const cases[] = {
+        {"", "stream.0.bit_rate=\"128000\"", "format.tags."},
+        {"--bitrate 192", "stream.0.bit_rate=\"192000\"", "format.tags."},
+        {"--bitrate=64", "stream.0.bit_rate=\"64000\"", "format.tags."},
+        {"--vbr 0 --title 'First light' --artist Ana --year 2024 --track 3", "format.tags.title=\"First light\"",
+         "title=\"take\""},
+        {"--album Nights --comment hi --genre 8", "format.tags.genre=", "title="},
+    };
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(c.options);
+        Out(Vfl("convert " + in + " " + c.options + " -o " + F("take.mp3")));
+        std::string const probed = probe();
+        EXPECT_NE(probed.find(c.expected), std::string::npos) << probed;
+        // No tag unless asked for, and none made from the file's name.
+        EXPECT_EQ(probed.find(c.absent), std::string::npos) << probed;
+    }
+    EXPECT_NE(probe().find("format.tags.album=\"Nights\""), std::string::npos);
+    // A variable rate differs from the constant one, and better quality is larger.
+    auto size = [&](char const* options)
+    {
+        Out(Vfl("convert " + in + " " + options + " -o " + F("v.mp3")));
+        return std::filesystem::file_size(F("v.mp3"));
+    };
+    EXPECT_GT(size("--vbr 0"), size("--vbr 9"));
+}
+
+// The progress line on a terminal: redrawn in place within the terminal's
+// width and wiped at the end; nothing with -q or off a terminal.
+TEST_F(VflConvert, OnATerminalTheProgressLineIsRedrawnInPlaceWithinTheWidthAndWiped)
+{
+    if (auto const missing = Missing({"script", "stty"}); !missing.empty())
+        GTEST_SKIP() << missing << " is needed";
+    Out("sox -n -r 44100 -c 2 -b 16 " + F("in.wav") + " synth 20 sine 300");
+    struct
+    {
+        char const* options;
+        int columns;
+        bool drawn;
+    } const cases[] = {{"", 80, true}, {"", 24, true}, {"-q", 80, false}};
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(std::string(c.options) + " in " + std::to_string(c.columns) + " columns");
+        // script gives vfl a terminal; only what vfl writes comes back.
+        std::string const out = Out("script -qfec 'stty cols " + std::to_string(c.columns) + "; " +
+                                    Vfl("convert " + std::string(c.options) + " " + F("in.wav") + " -r 48k -o " +
+                                        F("take_with_a_long_name.wav")) +
+                                    "' /dev/null");
+        if (!c.drawn)
+        {
+            EXPECT_EQ(out, "");
+            continue;
+        }
+        ASSERT_GE(out.size(), 4u);
+        EXPECT_EQ(out.substr(out.size() - 4), "\r\033[K") << "wiped at the end";
+        EXPECT_EQ(out.find('\n'), std::string::npos) << "never a new line";
+        // Every drawing fits the terminal and says how far it is.
+        for (std::size_t at = out.find('\r'); at + 4 < out.size(); at = out.find('\r', at + 1))
+        {
+            std::string const line = out.substr(at + 1, out.find("\033[K", at) - at - 1);
+            EXPECT_LT(line.size(), static_cast<std::size_t>(c.columns)) << line;
+            EXPECT_NE(line.find('%'), std::string::npos) << line;
+        }
+    }
+    // Off a terminal, stderr stays clean.
+    EXPECT_EQ(Out(Vfl("convert " + F("in.wav") + " -o " + F("b.wav") + " 2>&1 >/dev/null")), "");
 }
 } // namespace

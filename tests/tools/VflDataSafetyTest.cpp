@@ -3,7 +3,6 @@
 // the frames a recording has received, the audio of a file whose rewrite
 // is interrupted, and the changes of two rewrites at once.
 #include "support/ChunkWalker.h"
-#include "support/TestSupport.h"
 #include "support/ToolTest.h"
 
 #include <gtest/gtest.h>
@@ -57,8 +56,7 @@ TEST_F(VflDataSafety, AFileNamedTwiceIsRefusedAndKept)
     for (auto const& c : cases)
     {
         SCOPED_TRACE(c.args);
-        std::string err;
-        EXPECT_EQ(RunCommand("cd " + mDir.Path().string() + " && " + Vfl("convert " + c.args + " 2>&1"), &err), 1);
+        std::string const err = Out("cd " + mDir.Path().string() + " && " + Vfl("convert " + c.args + " 2>&1"), 1);
         EXPECT_NE(err.find(c.message), std::string::npos) << err;
         EXPECT_TRUE(vfltest::ReadWholeFile(F("in.wav")) == mInput);
         EXPECT_FALSE(std::filesystem::exists(F("d.wav")));
@@ -132,9 +130,9 @@ TEST_F(VflDataSafety, AnInterruptedOrFailedConversionLeavesTheOldOutputAsItWas)
 TEST_F(VflDataSafety, AnInterruptedRecordingKeepsEveryFrameItReceived)
 {
     Out("sox " + F("in.wav") + " -t raw " + F("take.raw") + " trim 0 1001s");
-    std::vector<std::uint8_t> const raw = vfltest::ReadWholeFile(F("take.raw"));
+    std::string const raw = Contents(F("take.raw"));
     ASSERT_EQ(raw.size(), 4004u);
-    for (char const* signal : {"INT", "TERM", "HUP"})
+    for (auto const& [signal, status] : {std::pair{"INT", "130\n"}, {"TERM", "143\n"}, {"HUP", "129\n"}})
     {
         SCOPED_TRACE(signal);
         vfltest::WriteWholeFile(F("rec.wav"), {'o', 'l', 'd'});
@@ -142,13 +140,13 @@ TEST_F(VflDataSafety, AnInterruptedRecordingKeepsEveryFrameItReceived)
         // recording ends only with the signal.
         std::string const fifo = F("fifo");
         std::filesystem::remove(fifo);
-        std::string const status =
-            Out("sh -c 'mkfifo " + fifo + "; " + Vfl("new " + F("rec.wav") + " --rate 44100 --bits 16 --channels 2") +
-                " < " + fifo + " & p=$!; exec 3>" + fifo + "; cat " + F("take.raw") + " >&3; until ls -a " +
-                mDir.Path().string() + " | grep -q \"^\\.rec\\.vfl\"; do sleep 0.01; done; kill -" + signal +
-                " $p; wait $p; echo $?'");
-        EXPECT_EQ(status, std::string(signal) == "INT" ? "130\n" : std::string(signal) == "TERM" ? "143\n" : "129\n");
-        EXPECT_TRUE(Out("sox " + F("rec.wav") + " -t raw -") == std::string(raw.begin(), raw.end()));
+        EXPECT_EQ(Out("sh -c 'mkfifo " + fifo + "; " +
+                      Vfl("new " + F("rec.wav") + " --rate 44100 --bits 16 --channels 2") + " < " + fifo +
+                      " & p=$!; exec 3>" + fifo + "; cat " + F("take.raw") + " >&3; until ls -a " +
+                      mDir.Path().string() + " | grep -q \"^\\.rec\\.vfl\"; do sleep 0.01; done; kill -" + signal +
+                      " $p; wait $p; echo $?'"),
+                  status);
+        EXPECT_TRUE(Out("sox " + F("rec.wav") + " -t raw -") == raw);
         EXPECT_EQ(Leftovers(), 0);
     }
     // A disk that takes no more (here a limit on file sizes) ends the take
@@ -165,18 +163,18 @@ TEST_F(VflDataSafety, AnInterruptedRecordingKeepsEveryFrameItReceived)
     {
         SCOPED_TRACE(std::string(c.name) + " " + std::to_string(c.limit));
         vfltest::WriteWholeFile(F(c.name), {'o', 'l', 'd'});
-        EXPECT_EQ(RunCommand("sh -c 'ulimit -f " + std::to_string(c.limit) + "; " +
-                             Vfl("new " + F(c.name) + " --rate 44100 --bits " + std::to_string(c.bits) +
-                                 " --channels 2 < " + F("long.raw")) +
-                             " 2>/dev/null'"),
-                  1);
+        Out("sh -c 'ulimit -f " + std::to_string(c.limit) + "; " +
+                Vfl("new " + F(c.name) + " --rate 44100 --bits " + std::to_string(c.bits) + " --channels 2 < " +
+                    F("long.raw")) +
+                " 2>/dev/null'",
+            1);
         EXPECT_EQ(Leftovers(), 0);
         if (c.limit == 1)
         {
-            EXPECT_TRUE(vfltest::ReadWholeFile(F(c.name)) == (std::vector<std::uint8_t>{'o', 'l', 'd'}));
+            EXPECT_EQ(Contents(F(c.name)), "old");
             continue;
         }
-        std::string const kept = Out("sox " + F(c.name) + " -t raw -e signed -L -");
+        std::string const kept = Raw(F(c.name));
         EXPECT_GT(kept.size(), c.limit * 512u - 2 * 16384 - 2048);
         EXPECT_TRUE(kept == input.substr(0, kept.size())) << "the take's first frames, as they came";
     }
@@ -294,6 +292,12 @@ TEST_F(VflDataSafety, AnOutputAndItsNameReachTheDiskBeforeTheCommandEnds)
     EXPECT_NE(Out(strace + "-o /dev/null -e inject=fsync:error=EIO:when=" + folder + " " + convert + " 2>&1", 1)
                   .find("Input/output error"),
               std::string::npos);
+    // A fork follows its file, its new name waited for too.
+    Out(strace + "-o " + F("calls") + " " + Vfl("convert " + F("in.wav") + " -o " + F("out.vorn")));
+    std::string const forkCalls = Contents(F("calls"));
+    std::size_t const fork = forkCalls.find("Resource.FRK/out.vorn\") = 0");
+    ASSERT_NE(fork, std::string::npos) << forkCalls;
+    EXPECT_NE(forkCalls.find("fsync(", fork), std::string::npos) << "its folder after the rename\n" << forkCalls;
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 // vfl find on a made-up tree of recordings, their moved and renamed copies
 // and look-alikes: by name, by media identifier and by likeness; results as
 // text and JSON, the volumes, Ctrl-C, and the progress line on a terminal.
-#include "support/TestSupport.h"
 #include "support/ToolTest.h"
 #include "support/WaveBuilder.h"
 
@@ -41,34 +40,24 @@ protected:
 
     void New(std::string const& name, int frames, char const* type)
     {
-        ASSERT_EQ(vfltest::RunCommand("head -c " + std::to_string(2 * frames) + " /dev/zero | " + vfltest::ToolPath() +
-                                      " new " + mRoot + name + " --rate 8000 --bits 16 --channels 1 --type " + type),
-                  0);
+        Out("head -c " + std::to_string(2 * frames) + " /dev/zero | " +
+            Vfl("new " + mRoot + name + " --rate 8000 --bits 16 --channels 1 --type " + type));
     }
 
     std::string Umid(std::string const& name)
     {
-        std::string out;
-        EXPECT_EQ(vfltest::RunCommand(vfltest::ToolPath() + " info " + mRoot + name, &out), 0);
+        std::string const out = Out(Vfl("info " + mRoot + name));
         std::smatch m;
         EXPECT_TRUE(std::regex_search(out, m, std::regex("umid: (\\S+)"))) << out;
         return m[1].str();
     }
 
     // The output of `vfl find ARGS` run in the tree's root, with paths below
-    // the root, and its exit status.
-    std::string Find(std::string const& args, int* status)
+    // the root; it must end with `status`.
+    std::string Find(std::string const& args, int status = 0)
     {
-        std::string out;
-        *status =
-            vfltest::RunCommand("cd " + mRoot + " && " + vfltest::ToolPath() + " find " + args + " 2>/dev/null", &out);
-        return std::regex_replace(out, std::regex(mRoot), "");
-    }
-
-    // Shell text that waits until the file shows the text (at most 20 s).
-    static std::string WaitFor(std::string const& text, std::string const& file)
-    {
-        return "for i in $(seq 400); do grep -q " + text + " " + file + " 2>/dev/null && break; sleep 0.05; done; ";
+        return std::regex_replace(Out("cd " + mRoot + " && " + Vfl("find " + args) + " 2>/dev/null", status),
+                                  std::regex(mRoot), "");
     }
 
     std::string mRoot;
@@ -77,6 +66,9 @@ protected:
 
 TEST_F(VflFind, ByNameByIdentifierAndByLikeness)
 {
+    std::string const both = Out(Vfl("umid --words")); // a new identifier, in its short form and in words
+    std::string const shortForm = both.substr(0, both.find(' '));
+    std::string const words = both.substr(both.find(' ') + 1, both.size() - both.find(' ') - 2);
     struct Case
     {
         std::string args;
@@ -101,45 +93,22 @@ TEST_F(VflFind, ByNameByIdentifierAndByLikeness)
         {"--like session/take.wav", 0,
          "copy      backup/take.wav\nsimilar   export/TAKE.WAV\ncopy      backup/old/renamed.wav\n"},
         {"--like session/other.wav", 1, ""},
+        // Identifiers in both forms that no file has, and bad arguments: nothing.
+        {"--umid " + shortForm, 1, ""},
+        {"--umid " + words, 1, ""},
+        {"--umid 1.2.3", 2, ""},
+        {"--umid a" + shortForm, 2, ""},
+        {"--umid \\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#", 2, ""},
+        {"--in nowhere", 1, ""},
+        {"--in session --volumes", 2, ""},
+        {"--volumes --types fixed,bogus", 2, ""},
+        {"--like export/notes.txt", 1, ""},
+        {"a b", 2, ""},
     };
     for (Case const& c : cases)
     {
         SCOPED_TRACE(c.args);
-        int status = -1;
-        EXPECT_EQ(Find(c.args, &status), c.expected);
-        EXPECT_EQ(status, c.status);
-    }
-}
-
-TEST_F(VflFind, IdentifiersInBothFormsAndBadArguments)
-{
-    std::string both; // a new identifier, in its short form and in words
-    ASSERT_EQ(vfltest::RunCommand(vfltest::ToolPath() + " umid --words", &both), 0);
-    std::string const shortForm = both.substr(0, both.find(' '));
-    std::string const words = both.substr(both.find(' ') + 1, both.size() - both.find(' ') - 2);
-    struct Case
-    {
-        std::string args;
-        int status;
-    };
-    Case const cases[] = {
-        {"--umid " + shortForm, 1},
-        {"--umid " + words, 1},
-        {"--umid 1.2.3", 2},
-        {"--umid a" + shortForm, 2},
-        {"--umid \\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#\\#", 2},
-        {"--in nowhere", 1},
-        {"--in session --volumes", 2},
-        {"--volumes --types fixed,bogus", 2},
-        {"--like export/notes.txt", 1},
-        {"a b", 2},
-    };
-    for (Case const& c : cases)
-    {
-        SCOPED_TRACE(c.args);
-        int status = -1;
-        EXPECT_EQ(Find(c.args, &status), "");
-        EXPECT_EQ(status, c.status);
+        EXPECT_EQ(Find(c.args, c.status), c.expected);
     }
 }
 
@@ -151,11 +120,9 @@ TEST_F(VflFind, VolumesAreSearchedFromTheirRoots)
         GTEST_SKIP() << "no RAM disk at /dev/shm";
     std::string const name = fs::path(mDir.Path()).filename().string() + ".wav"; // unique on this machine
     fs::copy_file(mRoot + "session/take.wav", "/dev/shm/" + name);
-    int status = -1;
-    std::string const out = Find("'" + name + "' --volumes --types ramdisk", &status);
+    std::string const out = Find("'" + name + "' --volumes --types ramdisk");
     fs::remove("/dev/shm/" + name);
     EXPECT_EQ(out, "/dev/shm/" + name + "\n");
-    EXPECT_EQ(status, 0);
 }
 
 TEST_F(VflFind, CtrlCStopsTheSearchAndKeepsWhatWasFound)
@@ -168,22 +135,16 @@ TEST_F(VflFind, CtrlCStopsTheSearchAndKeepsWhatWasFound)
         for (int i = 0; i < 100; ++i)
             fs::copy_file(mRoot + "session/take.wav", dir + "c" + std::to_string(i) + ".wav");
     }
-    int status = -1;
-    std::string const whole = Find("--like session/take.wav", &status);
-    ASSERT_EQ(status, 0);
+    std::string const whole = Find("--like session/take.wav");
 
-    // Stopped once it has printed its first result: what it printed is what
-    // it found so far, in the same order.
-    std::string const script = "cd " + mRoot + " && { " + vfltest::ToolPath() +
-                               " find --like session/take.wav >out.txt 2>err.txt & p=$!; " +
-                               WaitFor("copy", "out.txt") + "kill -INT $p; wait $p; echo $?; }";
-    std::string out;
-    ASSERT_EQ(vfltest::RunCommand("bash -c '" + script + "'", &out), 0);
-    auto const bytes = vfltest::ReadWholeFile(mRoot + "out.txt");
-    std::string const partial = std::regex_replace(std::string(bytes.begin(), bytes.end()), std::regex(mRoot), "");
+    // Stopped once it has printed its first result (waited for 20 s at most):
+    // what it printed is what it found so far, in the same order.
+    std::string const out = Out("bash -c 'cd " + mRoot + " && { " + Vfl("find --like session/take.wav") +
+                                " >out.txt 2>err.txt & p=$!; for i in $(seq 400); do grep -q copy out.txt 2>/dev/null "
+                                "&& break; sleep 0.05; done; kill -INT $p; wait $p; echo $?; }'");
+    std::string const partial = std::regex_replace(Contents(mRoot + "out.txt"), std::regex(mRoot), "");
     EXPECT_EQ(partial.rfind("copy      backup/take.wav\n", 0), 0u) << partial;
     EXPECT_EQ(whole.compare(0, partial.size(), partial), 0) << partial;
-    auto const err = vfltest::ReadWholeFile(mRoot + "err.txt");
     // A fast machine may finish the search before the signal arrives; then
     // it printed everything. That the task stops at once is its own test.
     if (out == "0\n")
@@ -191,7 +152,7 @@ TEST_F(VflFind, CtrlCStopsTheSearchAndKeepsWhatWasFound)
     else
     {
         EXPECT_EQ(out, "130\n");
-        EXPECT_EQ(std::string(err.begin(), err.end()), "vfl find: interrupted\n");
+        EXPECT_EQ(Contents(mRoot + "err.txt"), "vfl find: interrupted\n");
     }
 }
 
@@ -199,10 +160,8 @@ TEST_F(VflFind, OnATerminalTheProgressLineShowsTheFolderBeingSearched)
 {
     if (!vfltest::HaveProgram("script"))
         GTEST_SKIP() << "script is needed for a terminal";
-    std::string const script = "cd " + mRoot + " && script -qfec \"" + vfltest::ToolPath() +
-                               " find --like session/take.wav\" /dev/null </dev/null";
-    std::string tty;
-    ASSERT_EQ(vfltest::RunCommand("bash -c '" + script + "'", &tty), 0);
+    std::string const tty = Out("bash -c 'cd " + mRoot + " && script -qfec \"" + Vfl("find --like session/take.wav") +
+                                "\" /dev/null </dev/null'");
     EXPECT_NE(tty.find("searching " + mRoot), std::string::npos) << tty;
     EXPECT_NE(tty.find("copy      " + mRoot + "backup/old/renamed.wav"), std::string::npos) << tty;
     // Results start on a line of their own: the progress line is wiped first.

@@ -1,17 +1,16 @@
 // Files of other tools through every rewrite vfl makes (adopt, a region
 // added, a region removed): each chunk another tool wrote keeps its bytes,
-// the audio its samples, and bytes behind the form stay behind it. Also a
-// rewrite that the disk refuses fails and leaves the file as it was.
-#include "support/TestSupport.h"
+// the audio its samples, and bytes behind the form stay behind it; they are
+// adopted once and take regions. Also a rewrite that the disk refuses fails
+// and leaves the file as it was.
+#include "support/ChunkWalker.h"
 #include "support/ToolTest.h"
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <algorithm>
 #include <map>
 #include <regex>
-
-using vfltest::RunCommand;
 
 namespace
 {
@@ -35,41 +34,32 @@ Layout Walk(Bytes const& b)
     Layout out;
     if (b.size() < 12)
         return out;
-    bool const big = std::memcmp(b.data(), "FORM", 4) == 0;
-    auto size32 = [&](std::size_t at)
-    {
-        std::uint32_t v = 0;
-        for (int i = 0; i < 4; ++i)
-            v |= static_cast<std::uint32_t>(b[at + static_cast<std::size_t>(i)]) << (big ? 24 - 8 * i : 8 * i);
-        return v;
-    };
+    auto const at = [&](std::size_t pos) { return b.begin() + static_cast<std::ptrdiff_t>(pos); };
     // A form size of 0 is a header never finished: the form is the file.
-    std::size_t const formSize = size32(4);
+    std::size_t const formSize = ChunkWalker::Number(b, 4, 4);
     std::size_t const formEnd = formSize == 0 ? b.size() : std::min<std::size_t>(b.size(), 8 + formSize);
-    std::size_t pos = 12;
-    while (pos + 8 <= formEnd)
+    for (std::size_t pos = 12; pos + 8 <= formEnd;)
     {
-        std::size_t n = size32(pos + 4);
+        std::string const id(at(pos), at(pos + 4));
+        std::size_t n = ChunkWalker::Number(b, static_cast<std::int64_t>(pos) + 4, 4);
         // An audio chunk whose size was never written runs to the end.
-        bool const audio = std::memcmp(b.data() + pos, "data", 4) == 0 || std::memcmp(b.data() + pos, "SSND", 4) == 0;
-        if (audio && (n == 0 || pos + 8 + n > b.size()))
+        if ((id == "data" || id == "SSND") && (n == 0 || pos + 8 + n > b.size()))
             n = b.size() - pos - 8;
-        std::size_t const end = std::min(b.size(), pos + 8 + n);
-        out.chunks.push_back(
-            {std::string(b.begin() + static_cast<std::ptrdiff_t>(pos),
-                         b.begin() + static_cast<std::ptrdiff_t>(pos + 4)),
-             Bytes(b.begin() + static_cast<std::ptrdiff_t>(pos + 8), b.begin() + static_cast<std::ptrdiff_t>(end))});
+        out.chunks.push_back({id, Bytes(at(pos + 8), at(std::min(b.size(), pos + 8 + n)))});
         pos += 8 + n + (n & 1);
     }
     if (formEnd + (formEnd & 1) < b.size())
-        out.trailing.assign(b.begin() + static_cast<std::ptrdiff_t>(formEnd + (formEnd & 1)), b.end());
+        out.trailing.assign(at(formEnd + (formEnd & 1)), b.end());
     return out;
 }
 
 class VflForeignChunks : public vfltest::ToolTest
 {
 protected:
-    VflForeignChunks() : ToolTest({"sox", "ffmpeg", "sndfile-metadata-set", "sndfile-convert", "python3"}) {}
+    VflForeignChunks()
+        : ToolTest({"sox", "ffmpeg", "sndfile-metadata-set", "sndfile-convert", "sndfile-info", "python3"})
+    {
+    }
 };
 
 // Python that writes chunk files by hand: odd chunks with and without their
@@ -138,9 +128,7 @@ TEST_F(VflForeignChunks, EveryRewriteKeepsWhatOtherToolsWrote)
     {
         SCOPED_TRACE(c.name);
         std::string const path = mDir.File("f" + std::to_string(index++) + c.extension);
-        std::string make = std::regex_replace(c.make, std::regex("OUT"), path);
-        make = std::regex_replace(make, std::regex("SRC"), src);
-        ASSERT_EQ(RunCommand(make), 0) << make;
+        Make(std::regex_replace(c.make, std::regex("SRC"), src), path);
         Layout const original = Walk(vfltest::ReadWholeFile(path));
         std::string const samples = Out(Vfl("cat " + path));
         ASSERT_FALSE(samples.empty());
@@ -148,29 +136,25 @@ TEST_F(VflForeignChunks, EveryRewriteKeepsWhatOtherToolsWrote)
         for (std::string const op : {"adopt ", "regions --add r1 10 100 ", "regions --remove r1 "})
         {
             SCOPED_TRACE(op);
-            std::string const command = op[0] == 'a' ? Vfl(op + path) : Vfl("regions " + path + op.substr(7));
-            Out(command);
+            Out(op[0] == 'a' ? Vfl(op + path) : Vfl("regions " + path + op.substr(7)));
             Layout const now = Walk(vfltest::ReadWholeFile(path));
-            // Each chunk of the other tool, but the audio's header, has its bytes.
+            // Each chunk of the other tool, but the audio's header, has its
+            // bytes: the nth of an id is still the nth of that id.
             std::map<std::string, int> seen;
             for (auto const& chunk : original.chunks)
             {
-                if (chunk.id == "data" || chunk.id == "SSND")
-                    continue;
-                int const nth = seen[chunk.id]++;
-                int found = 0;
-                bool same = false;
-                for (auto const& n : now.chunks)
-                    if (n.id == chunk.id && found++ == nth)
-                        same = n.body == chunk.body;
-                EXPECT_TRUE(same) << "'" << chunk.id << "' lost or changed";
+                int nth = seen[chunk.id]++;
+                auto const kept = std::find_if(now.chunks.begin(), now.chunks.end(),
+                                               [&](Chunk const& n) { return n.id == chunk.id && nth-- == 0; });
+                EXPECT_TRUE(chunk.id == "data" || chunk.id == "SSND" ||
+                            (kept != now.chunks.end() && kept->body == chunk.body))
+                    << "'" << chunk.id << "' lost or changed";
             }
             EXPECT_EQ(now.trailing, original.trailing);
             EXPECT_TRUE(Out(Vfl("cat " + path)) == samples) << "samples changed";
         }
         // Other readers still take the file, with the same samples.
-        std::string const soxRaw = Out("sox " + path + " -t raw -e signed -L - 2>/dev/null");
-        EXPECT_TRUE(soxRaw == samples) << "sox reads other samples";
+        EXPECT_TRUE(Out("sox " + path + " -t raw -e signed -L - 2>/dev/null") == samples) << "sox reads other samples";
     }
 }
 
@@ -182,9 +166,50 @@ TEST_F(VflForeignChunks, ARewriteTheDiskRefusesLeavesTheFileAlone)
     Out("sox -n -r 8000 -c 1 -b 16 " + path + " synth 0.5 sine 440");
     Bytes const before = vfltest::ReadWholeFile(path);
     std::size_t const kib = before.size() / 1024; // the limit is the file's size, rounded down
-    int const status =
-        RunCommand("bash -c \"ulimit -f " + std::to_string(kib) + "; trap '' XFSZ; " + Vfl("adopt " + path) + "\"");
-    EXPECT_EQ(status, 1);
+    Out("bash -c \"ulimit -f " + std::to_string(kib) + "; trap '' XFSZ; " + Vfl("adopt " + path) + "\"", 1);
     EXPECT_EQ(vfltest::ReadWholeFile(path), before);
+}
+
+// Files of another program are adopted once and take regions.
+TEST_F(VflForeignChunks, ForeignFilesAreAdoptedOnceAndTakeRegions)
+{
+    // The type as sox and vfl info name it.
+    for (auto const& [type, extension] : {std::pair{"wav", ".wav"}, {"aiff", ".aif"}, {"aifc", ".aif"}})
+    {
+        SCOPED_TRACE(type);
+        std::string const path = mDir.File(std::string("foreign-") + type + extension);
+        // 8000 frames of two sines, made by another program.
+        Out(std::string("sox -n -r 8000 -c 2 -b 16 -t ") + type + " " + path + " synth 1 sine 440 sine 550");
+        EXPECT_EQ(Out(Vfl("info --json " + path)).find("\"umid\""), std::string::npos);
+        auto const sizeBefore = vfltest::ReadWholeFile(path).size();
+
+        EXPECT_NE(Out(Vfl("adopt " + path)).find("adopted"), std::string::npos);
+        EXPECT_GT(vfltest::ReadWholeFile(path).size(), sizeBefore); // the identity stands behind the audio
+        std::string const json = Out(Vfl("info --json " + path));
+        std::smatch umid;
+        ASSERT_TRUE(std::regex_search(json, umid, std::regex("\"umid\":\"([A-Za-z0-9#!]{14})\""))) << json;
+        EXPECT_NE(json.find("\"type\":\"" + std::string(type) + "\""), std::string::npos) << json;
+        // A second adoption changes nothing.
+        EXPECT_NE(Out(Vfl("adopt " + path)).find("already"), std::string::npos);
+        EXPECT_NE(Out(Vfl("info --json " + path)).find(umid[1].str()), std::string::npos);
+
+        Out(Vfl("regions " + path + " --add intro 0 1000 --sync 10"));
+        Out(Vfl("regions " + path + " --add outro 7000 8000"));
+        std::string list = Out(Vfl("regions --json " + path));
+        EXPECT_NE(list.find("{\"name\":\"intro\",\"start\":0,\"stop\":1000,\"sync\":10"), std::string::npos) << list;
+        Out(Vfl("regions " + path + " --remove intro"));
+        list = Out(Vfl("regions --json " + path));
+        EXPECT_EQ(list.find("intro"), std::string::npos) << list;
+        EXPECT_NE(list.find("{\"name\":\"outro\",\"start\":7000,\"stop\":8000"), std::string::npos) << list;
+        // Past the end, a name over 31 characters, a region that is not there.
+        EXPECT_NE(vfltest::RunCommand(Vfl("regions " + path + " --add late 7000 8001 2>/dev/null")), 0);
+        EXPECT_NE(vfltest::RunCommand(Vfl("regions " + path + " --add " + std::string(32, 'n') + " 0 10 2>/dev/null")),
+                  0);
+        EXPECT_NE(vfltest::RunCommand(Vfl("regions " + path + " --remove nothing 2>/dev/null")), 0);
+
+        std::string const walk = Out("sndfile-info " + path);
+        EXPECT_EQ(walk.find("rror"), std::string::npos) << walk;
+        EXPECT_NE(walk.find("regn : 92"), std::string::npos) << walk;
+    }
 }
 } // namespace

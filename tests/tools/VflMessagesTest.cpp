@@ -2,7 +2,6 @@
 // error in one line that points to the command's help (2), a failure that
 // names the file and whether it is an input or an output, then the system's
 // own text (1).
-#include "support/TestSupport.h"
 #include "support/ToolTest.h"
 
 #include <gtest/gtest.h>
@@ -141,67 +140,49 @@ TEST_F(VflMessages, ExitStatusAndOneLineThatSaysWhatIsWrong)
     }
 }
 
-TEST_F(VflMessages, HelpAgreesWithWhatIsAccepted)
+// Every command the tool lists, and its options, are accepted as its help
+// says and named in the README.
+TEST_F(VflMessages, HelpAgreesWithWhatIsAcceptedAndTheReadme)
 {
-    // Every command the tool lists.
-    std::string usage;
-    ASSERT_EQ(RunCommand(vfltest::ToolPath() + " --help", &usage), 0);
+    std::string const readme = Contents(VFL_SOURCE_DIR "/README.md");
+    ASSERT_FALSE(readme.empty());
+    std::string const usage = Out(Vfl("--help"));
     std::vector<std::string> commands;
     std::regex const listed("\n  ([a-z]+) ");
     for (std::sregex_iterator it(usage.begin(), usage.end(), listed), end; it != end; ++it)
         commands.push_back((*it)[1].str());
     EXPECT_GE(commands.size(), 16u) << usage;
+    for (char const* command : {"info", "cat", "convert", "overview", "new", "regions", "adopt", "print", "volumes",
+                                "umid", "compact", "unique", "find", "keys", "crashlog"})
+        EXPECT_NE(std::find(commands.begin(), commands.end(), command), commands.end()) << command << "\n" << usage;
     for (std::string const& command : commands)
     {
         SCOPED_TRACE(command);
-        std::string viaOption, viaHelp;
-        EXPECT_EQ(RunCommand(vfltest::ToolPath() + " " + command + " --help", &viaOption), 0);
-        EXPECT_EQ(RunCommand(vfltest::ToolPath() + " help " + command, &viaHelp), 0);
-        EXPECT_EQ(viaOption, viaHelp);
-        EXPECT_EQ(viaOption.rfind(std::string("Usage: vfl ") + command, 0), 0u) << viaOption;
+        std::string const viaOption = Out(Vfl(command + " --help"));
+        EXPECT_EQ(viaOption, Out(Vfl("help " + command)));
+        EXPECT_EQ(viaOption.rfind("Usage: vfl " + command, 0), 0u) << viaOption;
+        EXPECT_NE(readme.find("`vfl " + command), std::string::npos);
         std::istringstream lines(viaOption);
         for (std::string line; std::getline(lines, line);)
             EXPECT_LE(line.size(), 80u) << line;
         // Every long option the help lists is known to the command: given
-        // without its value it is never "unknown".
+        // without its value it is never "unknown". The README names each.
         std::regex const row("\n +(-[a-zA-Z], )?(--[a-z-]+)");
         int options = 0;
         for (std::sregex_iterator it(viaOption.begin(), viaOption.end(), row), end; it != end; ++it, ++options)
         {
+            std::string const option = (*it)[2].str();
             std::string err;
-            RunCommand(vfltest::ToolPath() + " " + command + " " + (*it)[2].str() + " 2>&1 >/dev/null </dev/null",
-                       &err);
-            EXPECT_EQ(err.find("unknown option"), std::string::npos) << (*it)[2].str() << ": " << err;
+            RunCommand(Vfl(command + " " + option + " 2>&1 >/dev/null </dev/null"), &err);
+            EXPECT_EQ(err.find("unknown option"), std::string::npos) << option << ": " << err;
+            if (option != "--help")
+            {
+                EXPECT_NE(readme.find(option), std::string::npos) << option;
+            }
         }
         EXPECT_GE(options, 1); // --help at least
     }
-    std::string version;
-    EXPECT_EQ(RunCommand(vfltest::ToolPath() + " --version", &version), 0);
-    EXPECT_EQ(version.rfind("vfl ", 0), 0u) << version;
-}
-
-TEST_F(VflMessages, TheReadmeNamesEveryOptionAndExitStatus)
-{
-    auto const bytes = vfltest::ReadWholeFile(VFL_SOURCE_DIR "/README.md");
-    std::string const readme(bytes.begin(), bytes.end());
-    ASSERT_FALSE(readme.empty());
-    std::string overview;
-    EXPECT_EQ(RunCommand(vfltest::ToolPath() + " --help", &overview), 0);
-    for (char const* command : {"info", "cat", "convert", "overview", "new", "regions", "adopt", "print", "volumes",
-                                "umid", "compact", "unique", "find", "keys", "crashlog"})
-    {
-        SCOPED_TRACE(command);
-        std::string help;
-        EXPECT_EQ(RunCommand(vfltest::ToolPath() + " " + command + " --help", &help), 0);
-        EXPECT_NE(readme.find(std::string("`vfl ") + command), std::string::npos);
-        EXPECT_NE(overview.find(std::string("  ") + command + " "), std::string::npos) << overview;
-        std::regex const row("\n +(-[a-zA-Z], )?--([a-z-]+)");
-        for (std::sregex_iterator it(help.begin(), help.end(), row), end; it != end; ++it)
-            if ((*it)[2].str() != "help")
-            {
-                EXPECT_NE(readme.find("--" + (*it)[2].str()), std::string::npos) << (*it)[2].str();
-            }
-    }
+    EXPECT_EQ(Out(Vfl("--version")).rfind("vfl ", 0), 0u);
     for (char const* status : {"| 0 |", "| 1 |", "| 2 |", "| 128 + N |"})
         EXPECT_NE(readme.find(status), std::string::npos) << status;
 }

@@ -1,13 +1,13 @@
 // vfl info and vfl cat against independent tools: WAVE, AIFF and AIFF-C
 // files made by sox, ffmpeg and Python must be described as soxi describes
 // them, and their samples must come out exactly as sox decodes them; files
-// vfl cannot read are unknown.
-#include "support/TestSupport.h"
+// vfl cannot read are unknown. Also the JSON fields scripts read, the
+// Finder codes of a file, and what vfl play gives a client.
 #include "support/ToolTest.h"
 
 #include <gtest/gtest.h>
 
-using vfltest::RunCommand;
+#include <regex>
 
 namespace
 {
@@ -134,20 +134,16 @@ TEST_F(VflRead, InfoAgreesWithSoxiAndCatWithSox)
         EXPECT_GT(ours.size(), 0u);
         EXPECT_EQ(ours.size(), theirs.size());
         EXPECT_TRUE(ours == theirs) << "samples differ";
-        // Past the page cache, from the start and from an odd frame.
+        // Past the page cache, from the start and from an odd frame; a range,
+        // and one that runs past the end.
+        std::size_t const frames = std::stoul(JsonField(json, "frames")), frame = ours.size() / frames;
         EXPECT_TRUE(Out(Vfl("cat --unbuffered " + path)) == theirs) << "unbuffered samples differ";
-        EXPECT_TRUE(Out(Vfl("cat --unbuffered --start 7 " + path)) == Out(Vfl("cat --start 7 " + path)))
+        EXPECT_TRUE(Out(Vfl("cat --unbuffered --start 7 " + path)) == ours.substr(7 * frame))
             << "unbuffered samples from frame 7 differ";
+        EXPECT_EQ(Out(Vfl("cat " + path + " --start 10 --frames 5")), ours.substr(10 * frame, 5 * frame));
+        EXPECT_EQ(Out(Vfl("cat " + path + " --start " + std::to_string(frames - 5) + " --frames 50")),
+                  ours.substr((frames - 5) * frame));
     }
-}
-
-TEST_F(VflRead, CatTakesARange)
-{
-    std::string const path = F("r.wav");
-    Out("sox -n -r 8000 -c 2 -b 16 " + path + " synth 0.0125 sine 440"); // 100 frames
-    std::string const all = Out(Vfl("cat " + path));
-    EXPECT_EQ(Out(Vfl("cat " + path + " --start 10 --frames 5")), all.substr(10 * 4, 5 * 4));
-    EXPECT_EQ(Out(Vfl("cat " + path + " --start 95 --frames 50")), all.substr(95 * 4));
 }
 
 // Files vfl cannot read are "unknown", with the reason where one is known,
@@ -178,10 +174,130 @@ TEST_F(VflRead, UnknownAndMissingFiles)
         std::string const head = "{\"path\":\"" + path + "\",\"type\":\"unknown\",\"unknown\":\"" + c.reason;
         EXPECT_EQ(out.rfind(head, 0), 0u) << out;
         EXPECT_EQ(JsonField(out.substr(out.find('\n')), "frames"), "800") << out;
-        EXPECT_EQ(RunCommand(Vfl("cat " + path + " > /dev/null 2>&1")), 1);
+        Out(Vfl("cat " + path + " > /dev/null 2>&1"), 1);
     }
     std::string const both = Out(Vfl("info --json " + F("missing.wav") + " " + good + " 2>&1"), 1);
     EXPECT_NE(both.find(F("missing.wav") + ": Sys: OSErr: 2: No such file or directory"), std::string::npos) << both;
     EXPECT_EQ(JsonField(both, "frames"), "800") << both;
+}
+
+// vfl play: what the client received is the file, with a tick of silence
+// for each underrun the summary counts, as raw PCM or as a WAVE file; a
+// signal ends it at once.
+TEST_F(VflRead, PlayWritesWhatTheClientReceivedAndCountsItsUnderruns)
+{
+    // 1.5 s of stereo 16 bits at 48 kHz that is not a whole number of ticks.
+    std::string const in = F("in.wav");
+    Out("python3 -c \"import wave,struct; w=wave.open('" + in +
+        "','wb'); w.setnchannels(2); w.setsampwidth(2); w.setframerate(48000); "
+        "w.writeframes(b''.join(struct.pack('<hh', (i*37)%30000-15000, (i*91)%20000-10000) for i in range(72001)))\"");
+    std::string const cat = Out(Vfl("cat " + in));
+    ASSERT_EQ(cat.size(), 72001u * 4);
+
+    struct
+    {
+        char const* to;
+        char const* ticks;
+        long tickFrames;
+    } const cases[] = {{"raw", "", 256}, {"wav", "--tick 100", 100}};
+    for (auto const& k : cases)
+    {
+        SCOPED_TRACE(k.to);
+        std::string const out = F(std::string("out.") + k.to);
+        std::string const summary =
+            Out(Vfl("play " + in + " --to " + k.to + " " + k.ticks + " --speed 2 -o " + out) + " 2>&1 >/dev/null");
+        std::smatch m;
+        ASSERT_TRUE(std::regex_search(summary, m, std::regex("([0-9]+) underruns"))) << summary;
+        long const underruns = std::stol(m[1].str());
+        std::string const got = std::string(k.to) == "wav" ? Out(Vfl("cat " + out)) : Out("cat " + out);
+        EXPECT_EQ(got.size(), cat.size() + static_cast<std::size_t>(underruns * k.tickFrames * 4)) << summary;
+        if (underruns == 0)
+        {
+            EXPECT_TRUE(got == cat) << summary;
+        }
+    }
+    // A tick of minutes (a rate of 1 Hz) still ends at once on SIGTERM.
+    std::string const slow = F("slow.wav");
+    Out("python3 -c \"import wave; w=wave.open('" + slow +
+        "','wb'); w.setnchannels(1); w.setsampwidth(2); w.setframerate(1); w.writeframes(bytes(2000))\"");
+    EXPECT_EQ(Out("timeout 30 sh -c '" + Vfl("play " + slow + " -q -o /dev/null") +
+                  " & p=$!; sleep 1; kill -TERM $p; wait $p; echo $?'"),
+              "143\n");
+    Out(Vfl("play " + in + " --to mp3"), 2);
+    Out(Vfl("play " + in + " --tick 8"), 2);
+}
+
+class VflInfo : public vfltest::ToolTest
+{
+protected:
+    VflInfo() : ToolTest({"sox", "soxi"}) {}
+};
+
+TEST_F(VflInfo, JsonCarriesTheNameAsTypedAndTheRevisionAsAString)
+{
+    Out("sox -n -r 44100 -c 2 -b 16 " + F("a.wav") + " synth 1.5 sine 440");
+    Out(Vfl("adopt " + F("a.wav")));
+    std::string const json = Out("cd " + mDir.Path().string() + " && " + Vfl("info --json ./a.wav"));
+    EXPECT_NE(json.find("{\"path\":\"./a.wav\","), std::string::npos) << json;
+    EXPECT_TRUE(std::regex_search(json, std::regex("\"revision\":\"[0-9]+\""))) << json;
+    EXPECT_NE(json.find("\"durationText\":\"0:00:01.500\""), std::string::npos) << json;
+    EXPECT_NE(json.find("\"bitRate\":1411200"), std::string::npos) << json;
+    std::string const size = Trim(Out("stat -c %s " + F("a.wav")));
+    EXPECT_NE(json.find("\"fileSize\":" + size + ","), std::string::npos) << json;
+    std::string const text = Out(Vfl("info " + F("a.wav")));
+    EXPECT_NE(text.find("duration: 0:00:01.500 (66150 frames)"), std::string::npos) << text;
+}
+
+// An AppleDouble "._NAME" file with only Finder info: what macOS writes
+// beside a file on a volume that keeps none.
+std::vector<std::uint8_t> SidecarWith(std::string const& typeAndCreator)
+{
+    std::string b("\x00\x05\x16\x07\x00\x02\x00\x00", 8);
+    b.append(16, '\0');
+    b += std::string("\x00\x01", 2) + std::string("\x00\x00\x00\x09\x00\x00\x00\x26\x00\x00\x00\x20", 12);
+    b += typeAndCreator + std::string(24, '\0');
+    return std::vector<std::uint8_t>(b.begin(), b.end());
+}
+
+TEST_F(VflInfo, FinderCodesAreShownWhereAFileHasThemAndNeverWritten)
+{
+    struct Case
+    {
+        char const* name;
+        std::string codes; // the sidecar's type and creator; empty: no sidecar
+        char const* text;  // the lines info prints, empty for none
+        char const* json;
+    };
+    Case const cases[] = {
+        {"take.wav", "WAVENuvo", "  Finder type: WAVE\n  Finder creator: Nuvo\n",
+         "\"finderType\":\"WAVE\",\"finderCreator\":\"Nuvo\""},
+        {"notes.txt", std::string("\x80TXT\x01R*t", 8), "  Finder type: \xC3\x84TXT\n  Finder creator: \\x01R*t\n",
+         "\"finderType\":\"\xC3\x84TXT\",\"finderCreator\":\"\\\\x01R*t\""},
+        {"plain.wav", "", "", ""},
+    };
+    Out("sox -n -r 8000 -c 1 -b 16 " + F("take.wav") + " synth 0.01 sine 440");
+    Out("cp " + F("take.wav") + " " + F("plain.wav"));
+    vfltest::WriteWholeFile(F("notes.txt"), {'h', 'i'});
+    for (Case const& c : cases)
+        if (!c.codes.empty())
+            vfltest::WriteWholeFile(F(std::string("._") + c.name), SidecarWith(c.codes));
+    std::string const before = Out("ls -lA --time-style=full-iso " + mDir.Path().string());
+    for (Case const& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        std::string const text = Out(Vfl("info ") + F(c.name) + " 2>/dev/null", c.name[0] == 'n' ? 1 : 0);
+        std::string const json = Out(Vfl("info --json ") + F(c.name) + " 2>/dev/null", c.name[0] == 'n' ? 1 : 0);
+        if (*c.text)
+        {
+            EXPECT_NE(text.find(c.text), std::string::npos) << text;
+            EXPECT_NE(json.find(c.json), std::string::npos) << json;
+        }
+        else
+        {
+            EXPECT_EQ(text.find("Finder"), std::string::npos) << text;
+            EXPECT_EQ(json.find("finder"), std::string::npos) << json;
+        }
+    }
+    EXPECT_EQ(Out("ls -lA --time-style=full-iso " + mDir.Path().string()), before);
 }
 } // namespace
