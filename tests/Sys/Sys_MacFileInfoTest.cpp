@@ -143,51 +143,43 @@ protected:
 // Each place another system leaves Finder info, built byte by byte.
 TEST_F(SysMacFileInfoTest, FinderInfoIsReadWhereOtherSystemsLeaveIt)
 {
+    char const* const stream = "user.DosStream.AFP_AfpInfo:$DATA";
     struct Case
     {
         char const* place;
-        bool needsXattrs;
-        char const* typeAndCreator; // null: a record that is not read
-        u32 flags;
+        char const* attribute; // null: in a sidecar
+        Bytes record;
+        u32 type, creator, flags;
     };
+    Bytes badSignature = AfpInfo(vfltest::FinderInfo("XXXXYYYY"), 0);
+    badSignature[0] = 'X';
+    using vfltest::MacCode;
     Case const cases[] = {
-        {"samba stream", true, "AIFFNuvo", 0x80000100},
-        {"netatalk", true, "Vn4fNuvo", 0x0400},
-        {"sidecar", false, "WAVEttxt", 0},
-        {"samba stream, bad signature", true, nullptr, 0},
+        {"samba stream", stream, AfpInfo(vfltest::FinderInfo("AIFFNuvo", 0x0100), 0x01E00000), MacCode("AIFF"),
+         MacCode("Nuvo"), 0x80000100},
+        {"netatalk", "user.org.netatalk.Metadata", vfltest::AppleDouble(vfltest::FinderInfo("Vn4fNuvo", 0x0400)),
+         MacCode("Vn4f"), MacCode("Nuvo"), 0x0400},
+        {"sidecar", nullptr, vfltest::AppleDouble(vfltest::FinderInfo("WAVEttxt")), MacCode("WAVE"), MacCode("ttxt"),
+         0},
+        {"samba stream, bad signature", stream, badSignature, 0, 0, 0},
     };
     for (Case const& c : cases)
     {
         SCOPED_TRACE(c.place);
-        if (c.needsXattrs && !mHaveXattrs)
+        if (c.attribute && !mHaveXattrs)
             continue;
         std::string const file = mRoot + c.place;
         vfltest::WriteWholeFile(file, {1, 2, 3});
-        Bytes const info = vfltest::FinderInfo(c.typeAndCreator ? c.typeAndCreator : "XXXXYYYY", u16(c.flags));
-        std::string const place = c.place;
-        if (place == "samba stream")
-            ASSERT_TRUE(SetAttribute(file, "user.DosStream.AFP_AfpInfo:$DATA", AfpInfo(info, 0x01E00000)));
-        else if (place == "netatalk")
-            ASSERT_TRUE(SetAttribute(file, "user.org.netatalk.Metadata", vfltest::AppleDouble(info)));
-        else if (place == "sidecar")
-            vfltest::WriteWholeFile(mRoot + "._" + c.place, vfltest::AppleDouble(info));
+        if (c.attribute)
+            ASSERT_TRUE(SetAttribute(file, c.attribute, c.record));
         else
-        {
-            Bytes bad = AfpInfo(info, 0);
-            bad[0] = 'X';
-            ASSERT_TRUE(SetAttribute(file, "user.DosStream.AFP_AfpInfo:$DATA", bad));
-        }
+            vfltest::WriteWholeFile(mRoot + "._" + c.place, c.record);
         MacFileInfo record;
         ASSERT_EQ(record.Open(file), 0);
         EXPECT_TRUE(record.mIsFile);
         EXPECT_EQ(record.mDataForkSize, 3u);
-        auto code = [&](int at)
-        {
-            char const* s = c.typeAndCreator;
-            return s ? (u32(u8(s[at])) << 24 | u32(u8(s[at + 1])) << 16 | u32(u8(s[at + 2])) << 8 | u8(s[at + 3])) : 0u;
-        };
-        EXPECT_EQ(record.GetFileType(), code(0));
-        EXPECT_EQ(record.GetCreator(), code(4));
+        EXPECT_EQ(record.GetFileType(), c.type);
+        EXPECT_EQ(record.GetCreator(), c.creator);
         EXPECT_EQ(record.mFinderFlags, c.flags);
         EXPECT_TRUE(record.mNoSeparateName);
         EXPECT_EQ(Sys_MacRoman::FromName(record.mName, record.mNameLength / 2u), c.place);

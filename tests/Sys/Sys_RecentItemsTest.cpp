@@ -8,7 +8,7 @@
 #include "Sys/Sys_Init.h"
 #include "Sys/Sys_RecentItemsList.h"
 #include "Sys/Sys_Utils.h"
-#include "support/TestSupport.h"
+#include "Sys_FileTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -39,19 +39,25 @@ std::string Numbered(int n)
     return "/takes/take" + std::to_string(n) + ".wav";
 }
 
-class SysRecentItemsTest : public testing::Test
+// Numbered(0) to Numbered(count - 1), each ended by a zero byte but
+// perhaps the last.
+std::string NumberedList(int count, bool lastEnded)
+{
+    std::string list;
+    for (int i = 0; i < count; ++i)
+        list += Numbered(i) + std::string(1, '\0');
+    return lastEnded ? list : list.substr(0, list.size() - 1);
+}
+
+class SysRecentItemsTest : public vfltest::SysFolderTest
 {
 protected:
     void SetUp() override
     {
-        Sys_Init::Init();
-        mFolder = std::filesystem::canonical(mDir.Path()).string() + "/";
-        setenv("XDG_DATA_HOME", mFolder.c_str(), 1);
+        vfltest::SysFolderTest::SetUp();
+        setenv("XDG_DATA_HOME", Dir().c_str(), 1);
     }
-    std::string ListFile(char const* name) const { return mFolder + "Zenthar/" + name; }
-
-    vfltest::TempDir mDir;
-    std::string mFolder;
+    std::string ListFile(char const* name) const { return Dir() + "Zenthar/" + name; }
 };
 } // namespace
 
@@ -68,14 +74,6 @@ TEST_F(SysRecentItemsTest, ListsKeepTheirOrderUpToTheirCapacity)
         std::vector<std::string> added; // oldest first
         std::vector<std::string> list;  // newest first
     };
-    std::string six;
-    std::vector<std::string> firstFive;
-    for (int i = 0; i < 6; ++i)
-    {
-        six += Numbered(i) + (i < 5 ? std::string(1, '\0') : std::string());
-        if (i < 5)
-            firstFive.push_back(Numbered(i));
-    }
     std::vector<Case> const cases = {
         {"empty file", 500, "", {}, {}},
         {"each path ended by a zero byte",
@@ -85,7 +83,11 @@ TEST_F(SysRecentItemsTest, ListsKeepTheirOrderUpToTheirCapacity)
          {"/a/x.wav", "/b/y.wav", "/c/"}},
         {"last one unterminated", 500, std::string("/a/x.wav\0/b/y", 13), {}, {"/a/x.wav", "/b/y"}},
         {"two zero bytes make an empty entry", 500, std::string("/a\0\0/b\0", 6), {}, {"/a", "", "/b"}},
-        {"read beyond the capacity", 5, six, {}, firstFive},
+        {"read beyond the capacity",
+         5,
+         NumberedList(6, false),
+         {},
+         {Numbered(0), Numbered(1), Numbered(2), Numbered(3), Numbered(4)}},
         {"new ones go in front", 50, "", {"/a/", "/b/"}, {"/b/", "/a/"}},
         {"an existing one moves to the front", 50, "", {"/a/", "/b/", "/c/", "/a/"}, {"/a/", "/c/", "/b/"}},
         {"the same place in another case", 50, "", {"/Takes/", "/b/", "/takes/"}, {"/takes/", "/b/"}},
@@ -114,14 +116,8 @@ TEST_F(SysRecentItemsTest, ListsKeepTheirOrderUpToTheirCapacity)
 
 TEST_F(SysRecentItemsTest, SixHundredStoredLoadFiveHundredAndWriteBackFiveHundred)
 {
-    std::filesystem::create_directories(mFolder + "Zenthar");
-    std::string stored, expected;
-    for (int i = 0; i < 600; ++i)
-    {
-        stored += Numbered(i) + (i < 599 ? std::string(1, '\0') : std::string());
-        if (i < 500)
-            expected += Numbered(i) + std::string(1, '\0');
-    }
+    std::filesystem::create_directories(Dir() + "Zenthar");
+    std::string const stored = NumberedList(600, false);
     vfltest::WriteWholeFile(ListFile("Recent Files"), std::vector<std::uint8_t>(stored.begin(), stored.end()));
     // The folders' list written as a shell writes one.
     ASSERT_EQ(vfltest::RunCommand("printf '%s\\0' /a/ '/b c/' > '" + ListFile("Recent Folders") + "'"), 0);
@@ -131,13 +127,13 @@ TEST_F(SysRecentItemsTest, SixHundredStoredLoadFiveHundredAndWriteBackFiveHundre
     EXPECT_EQ(Sys_RecentItems::GetRecentFiles().size(), 500u);
     EXPECT_EQ(Paths(Sys_RecentItems::GetRecentFolders()), (std::vector<std::string>{"/a/", "/b c/"}));
     Sys_RecentItems::WriteRecentFoldersAndFiles();
-    EXPECT_EQ(Bytes(ListFile("Recent Files")), expected);
+    EXPECT_EQ(Bytes(ListFile("Recent Files")), NumberedList(500, true));
     EXPECT_EQ(Bytes(ListFile("Recent Folders")), std::string("/a/\0/b c/\0", 10));
     // Nothing left beside them.
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(mFolder + "Zenthar"), {}), 2);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Dir() + "Zenthar"), {}), 2);
 
     // Absent lists are empty lists, quietly.
-    std::filesystem::remove_all(mFolder + "Zenthar");
+    std::filesystem::remove_all(Dir() + "Zenthar");
     Sys_RecentItems::ReadRecentFoldersAndFiles();
     EXPECT_TRUE(Sys_RecentItems::GetRecentFiles().empty());
     EXPECT_TRUE(Sys_RecentItems::GetRecentFolders().empty());
@@ -162,7 +158,7 @@ public:
 TEST_F(SysRecentItemsTest, AKillDuringAWriteLeavesTheOldListWholeAndAFailedWriteNothing)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    std::string const file = mFolder + "Recent Files";
+    std::string const file = Dir() + "Recent Files";
     std::string const old("/old/one.wav\0/old/two.wav\0", 26);
     vfltest::WriteWholeFile(file, std::vector<std::uint8_t>(old.begin(), old.end()));
     EXPECT_EXIT(
@@ -181,8 +177,8 @@ TEST_F(SysRecentItemsTest, AKillDuringAWriteLeavesTheOldListWholeAndAFailedWrite
     // A write that fails throws and leaves nothing behind.
     Sys_RecentItemsList list(500);
     list.Add(Sys_RecentItem("/a.wav"));
-    EXPECT_ANY_THROW(list.Write(Sys_FileLoc(mFolder + "no such folder/Recent Files")));
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(mFolder), {}), 1);
+    EXPECT_ANY_THROW(list.Write(Sys_FileLoc(Dir() + "no such folder/Recent Files")));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Dir()), {}), 1);
 }
 
 namespace

@@ -67,18 +67,11 @@ TEST_F(SysVolumeTest, MountedVolumesAreThoseOfFindmnt)
     std::list<Sys_Volume> volumes;
     Sys_Volume::GetMountedVolumes(0x7F, &volumes);
     std::map<std::string, std::string> found; // root -> file system, as findmnt says
-    for (Sys_Volume const& v : volumes)
-    {
-        std::string const root = Sys_FileLoc(v).GetFullPath();
-        found[root] = expected.count(root) ? expected[root] : "not in findmnt";
-    }
-    EXPECT_EQ(found, expected);
-
     for (Sys_Volume const& volume : volumes)
     {
         std::string const root = Sys_FileLoc(volume).GetFullPath();
         SCOPED_TRACE(root);
-        std::string const& type = found[root];
+        std::string const type = found[root] = expected.count(root) ? expected[root] : "not in findmnt";
         if (type == "tmpfs")
         {
             EXPECT_EQ(volume.GetVolumeType(), Sys_Volume::kVolumeTypeRAMDisk);
@@ -90,6 +83,7 @@ TEST_F(SysVolumeTest, MountedVolumesAreThoseOfFindmnt)
         EXPECT_NE(volume.GetSerialNumber(), 0u);
         EXPECT_GT(volume.GetBytesPerSector(), 0);
     }
+    EXPECT_EQ(found, expected);
 }
 
 TEST_F(SysVolumeTest, TheRootVolumeAgreesWithDfAndBlkid)
@@ -204,26 +198,16 @@ std::string FakeMountInfo()
     return text;
 }
 
-FakeVolume const* FindFake(std::string const& root)
+bool FakeStatFs(std::string const& root, Sys_VolumePosixProbe::FsInfo* info)
 {
     for (FakeVolume const& v : sFake)
         if (root == std::string(v.root) + "/")
-            return &v;
-    return nullptr;
-}
-
-bool FakeStatFs(std::string const& root, Sys_VolumePosixProbe::FsInfo* info)
-{
-    FakeVolume const* v = FindFake(root);
-    if (!v)
-        return Sys_VolumePosixProbe::System().statFs(root, info);
-    info->size = 1 << 30;
-    info->freeSpace = 1 << 20;
-    info->maxNameLength = 255;
-    info->blockSize = 4096;
-    info->foldedFsid = v->fsid;
-    info->magic = 0;
-    return true;
+        {
+            *info = {
+                .size = 1 << 30, .freeSpace = 1 << 20, .maxNameLength = 255, .blockSize = 4096, .foldedFsid = v.fsid};
+            return true;
+        }
+    return Sys_VolumePosixProbe::System().statFs(root, info);
 }
 
 void FakeProbeDevice(uint32 major, uint32 minor, std::string const& source, Sys_VolumePosixProbe::DeviceInfo* info)
@@ -242,11 +226,6 @@ void FakeProbeDevice(uint32 major, uint32 minor, std::string const& source, Sys_
     Sys_VolumePosixProbe::System().probeDevice(major, minor, source, info);
 }
 
-uint32 FakeTicks()
-{
-    return sTicks;
-}
-
 class SysVolumeFakeTest : public vfltest::SysLayerTest
 {
 protected:
@@ -254,7 +233,7 @@ protected:
     {
         SysLayerTest::SetUp();
         mSaved = Sys_VolumePosixProbe::Current();
-        Sys_VolumePosixProbe::Current() = {&FakeMountInfo, &FakeStatFs, &FakeProbeDevice, &FakeTicks};
+        Sys_VolumePosixProbe::Current() = {&FakeMountInfo, &FakeStatFs, &FakeProbeDevice, [] { return sTicks; }};
         Sys_VolumePosix::FlushMountTableCache();
     }
     void TearDown() override
@@ -269,7 +248,7 @@ protected:
     Sys_VolumePosixProbe mSaved;
 };
 
-TEST_F(SysVolumeFakeTest, TypesComeFromTheFileSystemAndTheDevice)
+TEST_F(SysVolumeFakeTest, TypesComeFromTheFileSystemAndTheDeviceAndMasksSelectThem)
 {
     sFake = {{"/h3t/fixed", "ext4", 1, "", "11111111-0000-0000-0000-000000000000", false, 0},
              {"/h3t/stick", "vfat", 2, "STICK", "ABCD-1234", true, 0},
@@ -279,7 +258,8 @@ TEST_F(SysVolumeFakeTest, TypesComeFromTheFileSystemAndTheDevice)
              {"/h3t/ntfs", "ntfs3", 6, "Win", "0123456789ABCDEF", false, 0},
              {"/h3t/strange", "h3strange", 11, "", "", false, 5},
              {"/h3t/zero", "ext4", 12, "", "00000000-0000", false, 0},
-             {"/h3t/mac", "hfsplus", 13, "Mac", "12345678-1", false, 0}};
+             {"/h3t/mac", "hfsplus", 13, "Mac", "12345678-1", false, 0},
+             {"/h3t/ram", "tmpfs", 14, "", "", false, 43}};
     struct Expect
     {
         char const* root;
@@ -297,6 +277,7 @@ TEST_F(SysVolumeFakeTest, TypesComeFromTheFileSystemAndTheDevice)
         // No UUID of its own and no fsid: the device number stands in, never 0.
         {"/h3t/zero", Sys_Volume::kVolumeTypeFixed, Sys_Volume::kFileSystemNative, (8u << 20) | 12u, 255},
         {"/h3t/mac", Sys_Volume::kVolumeTypeFixed, Sys_Volume::kFileSystemHFS, 0x12345678u, 31},
+        {"/h3t/ram", Sys_Volume::kVolumeTypeRAMDisk, Sys_Volume::kFileSystemNative, 43u, 255},
         {"/h3t/proc", Sys_Volume::kVolumeTypeNone, Sys_Volume::kFileSystemUnknown, 0, 0},
         {"/h3t/strange", Sys_Volume::kVolumeTypeFixed, Sys_Volume::kFileSystemUnknown, 0, 0},
     };
@@ -314,6 +295,28 @@ TEST_F(SysVolumeFakeTest, TypesComeFromTheFileSystemAndTheDevice)
         EXPECT_EQ(v.GetMinimumAllocationSize(), 4096);
         EXPECT_EQ(v.GetMaxFileNameComponentLength(), c.maxName);
     }
+
+    // Masks select the mounted volumes of their types.
+    auto roots = [](int32 mask)
+    {
+        std::list<Sys_Volume> volumes;
+        Sys_Volume::GetMountedVolumes(mask, &volumes);
+        std::vector<std::string> result;
+        for (Sys_Volume const& v : volumes)
+        {
+            std::string const root = Sys_FileLoc(v).GetFullPath();
+            if (root.rfind("/h3t/", 0) == 0)
+                result.push_back(root);
+        }
+        return result;
+    };
+    using Roots = std::vector<std::string>;
+    EXPECT_EQ(roots(0), Roots{});
+    EXPECT_EQ(roots(Sys_Volume::kVolumeTypeFixed), (Roots{"/h3t/fixed/", "/h3t/ntfs/", "/h3t/zero/", "/h3t/mac/"}));
+    EXPECT_EQ(roots(Sys_Volume::kVolumeTypeRemovable | Sys_Volume::kVolumeTypeRAMDisk),
+              (Roots{"/h3t/stick/", "/h3t/ram/"}));
+    EXPECT_EQ(roots(0x7F), (Roots{"/h3t/fixed/", "/h3t/stick/", "/h3t/cd/", "/h3t/net/", "/h3t/ntfs/", "/h3t/zero/",
+                                  "/h3t/mac/", "/h3t/ram/"}));
 }
 
 TEST_F(SysVolumeFakeTest, LabelsAreFoundWithoutCaseFixedDisksWinAndRootsKeepTheirCase)
@@ -360,32 +363,6 @@ TEST_F(SysVolumeFakeTest, ANameSoughtBeforeItCameIsSoughtAgainOnlyWithCapitals)
     EXPECT_FALSE(Sys_Volume(std::string("H3 LATE DISK")).IsMounted());
     EXPECT_TRUE(Sys_Volume(std::string("H3 Later Disk")).IsMounted());
     EXPECT_FALSE(upper.IsMounted());
-}
-
-TEST_F(SysVolumeFakeTest, MasksSelectTheMountedVolumesOfTheirTypes)
-{
-    sFake = {{"/h3m/fixed", "ext4", 41, "", "eeeeeeee-1", false, 0},
-             {"/h3m/stick", "vfat", 42, "", "ABCD-0042", true, 0},
-             {"/h3m/ram", "tmpfs", 43, "", "", false, 43},
-             {"/h3m/odd", "h3strange", 44, "", "", false, 44}};
-    auto roots = [](int32 mask)
-    {
-        std::list<Sys_Volume> volumes;
-        Sys_Volume::GetMountedVolumes(mask, &volumes);
-        std::vector<std::string> result;
-        for (Sys_Volume const& v : volumes)
-        {
-            std::string const root = Sys_FileLoc(v).GetFullPath();
-            if (root.rfind("/h3m/", 0) == 0)
-                result.push_back(root);
-        }
-        return result;
-    };
-    EXPECT_EQ(roots(0), std::vector<std::string>{});
-    EXPECT_EQ(roots(Sys_Volume::kVolumeTypeFixed), std::vector<std::string>{"/h3m/fixed/"});
-    EXPECT_EQ(roots(Sys_Volume::kVolumeTypeRemovable | Sys_Volume::kVolumeTypeRAMDisk),
-              (std::vector<std::string>{"/h3m/stick/", "/h3m/ram/"}));
-    EXPECT_EQ(roots(0x7F), (std::vector<std::string>{"/h3m/fixed/", "/h3m/stick/", "/h3m/ram/"}));
 }
 
 // A drive whose disc has gone is seen a second later; its layout questions
