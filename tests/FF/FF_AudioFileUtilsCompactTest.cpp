@@ -245,19 +245,14 @@ TEST_F(FF_AudioFileCompact, RefusalsTouchNothing)
     {
         SCOPED_TRACE(c.name);
         Bytes const bytes = vfltest::ReadWholeFile(c.path);
-        std::string description;
-        try
-        {
-            FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc(c.path), List(c.keep), FF_AudioFileUtils::eCompactInPlace,
-                                                nullptr);
-            ADD_FAILURE() << "not refused";
-        }
-        catch (Cmn_Exception const& e)
-        {
-            EXPECT_TRUE(e.GetCode() == *c.code);
-            description = e.GetFullDescription();
-        }
-        EXPECT_NE(description.find(c.path), std::string::npos) << description;
+        fffiles::Thrown const t = fffiles::ThrownBy(
+            [&]
+            {
+                FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc(c.path), List(c.keep),
+                                                    FF_AudioFileUtils::eCompactInPlace, nullptr);
+            });
+        EXPECT_TRUE(t.code == *c.code);
+        EXPECT_NE(t.text.find(c.path), std::string::npos) << t.text;
         EXPECT_TRUE(vfltest::ReadWholeFile(c.path) == bytes);
     }
     EXPECT_THROW(FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc(audio), List({{0, 10}}),
@@ -287,17 +282,14 @@ TEST_F(FF_AudioFileCompact, AnAiffPastFourGigabytesIsCompactedOnlyToWhatItsSizes
         return std::make_pair(bytes, std::filesystem::file_size(path));
     };
     auto const before = state();
-    try
-    {
-        FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc(path), List({{0, 1000}, {2000, frames}}),
-                                            FF_AudioFileUtils::eCompactInPlace, nullptr);
-        ADD_FAILURE() << "not refused";
-    }
-    catch (Cmn_Exception const& e)
-    {
-        EXPECT_TRUE(e.GetCode() == XC_FF_PlugIn_BadParameter);
-        EXPECT_NE(e.GetFullDescription().find("sizes record"), std::string::npos) << e.GetFullDescription();
-    }
+    fffiles::Thrown const refusal = fffiles::ThrownBy(
+        [&]
+        {
+            FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc(path), List({{0, 1000}, {2000, frames}}),
+                                                FF_AudioFileUtils::eCompactInPlace, nullptr);
+        });
+    EXPECT_TRUE(refusal.code == XC_FF_PlugIn_BadParameter);
+    EXPECT_NE(refusal.text.find("sizes record"), std::string::npos) << refusal.text;
     EXPECT_TRUE(state() == before);
 
     FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc(path), List({{0, 1000}, {frames - 10, frames}}),
@@ -347,6 +339,14 @@ int CountingFtruncate(int fd, int64 length)
     return Sys_FilePosixCalls::System().ftruncate(fd, length);
 }
 
+void CountWrites(bool kill, int64 budget)
+{
+    Sys_FilePosixCalls::Current().pwrite = &CountingPwrite;
+    Sys_FilePosixCalls::Current().ftruncate = &CountingFtruncate;
+    sKill = kill;
+    sBudget = budget;
+}
+
 TEST_F(FF_AudioFileCompact, AProcessKilledAtAnyByteLeavesAFileThatOpensAndReads)
 {
     // 24 MiB of 16-bit mono, half of it kept in ten stretches, with regions
@@ -363,9 +363,7 @@ TEST_F(FF_AudioFileCompact, AProcessKilledAtAnyByteLeavesAFileThatOpensAndReads)
 
     // A whole run, counting what it writes.
     std::filesystem::copy_file(pristine, path);
-    Sys_FilePosixCalls::Current().pwrite = &CountingPwrite;
-    Sys_FilePosixCalls::Current().ftruncate = &CountingFtruncate;
-    sKill = false;
+    CountWrites(false, 0);
     FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc(path), keep, FF_AudioFileUtils::eCompactInPlace, nullptr);
     Sys_FilePosixCalls::Current() = Sys_FilePosixCalls::System();
     int64 const total = sWritten;
@@ -388,16 +386,12 @@ TEST_F(FF_AudioFileCompact, AProcessKilledAtAnyByteLeavesAFileThatOpensAndReads)
     for (int64 const point : points)
     {
         SCOPED_TRACE(::testing::Message() << "killed after " << point << " of " << total << " bytes");
-        std::filesystem::remove(path);
-        std::filesystem::copy_file(pristine, path);
+        std::filesystem::copy_file(pristine, path, std::filesystem::copy_options::overwrite_existing);
         pid_t const child = ::fork();
         ASSERT_GE(child, 0);
         if (child == 0)
         {
-            Sys_FilePosixCalls::Current().pwrite = &CountingPwrite;
-            Sys_FilePosixCalls::Current().ftruncate = &CountingFtruncate;
-            sKill = true;
-            sBudget = point;
+            CountWrites(true, point);
             try
             {
                 FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc(path), keep, FF_AudioFileUtils::eCompactInPlace,

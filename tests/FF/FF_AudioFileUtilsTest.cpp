@@ -39,13 +39,7 @@ protected:
     }
     void TearDown() override { FF_MP3AudioFile::SetupEncoder(nullptr); }
 
-    static std::vector<Sys_FileLoc> Locs(Paths const& paths)
-    {
-        std::vector<Sys_FileLoc> locs;
-        for (auto const& p : paths)
-            locs.emplace_back(p);
-        return locs;
-    }
+    static std::vector<Sys_FileLoc> Locs(Paths const& paths) { return {paths.begin(), paths.end()}; }
     static FF_AudioFileUtils::ChainHandle Convert(Paths const& in, Paths const& out, int bits, int rate,
                                                   uint32 quality = 4, bool squeeze = false,
                                                   std::string const& type = "wav")
@@ -58,22 +52,12 @@ protected:
         FF_AudioFileUtils::SetConvertAudioFileParams(p);
         return FF_AudioFileUtils::ConvertAudioFiles(Locs(in), 0, -1, Locs(out), Sys_FileType(type));
     }
-    // The stream as the library stores it, back in channels.
-    static Samples Deinterleave(Contents const& c)
+    // Files of a stream of the given shape: the stream, and the files.
+    std::pair<Samples, Paths> Input(int channels, i64 frames, int bits = 16, f64 scale = 0.5, bool separate = false)
     {
-        Samples s(static_cast<std::size_t>(c.channels));
-        int const width = BytesOf(c.bits);
-        for (i64 n = 0; n < c.frames; ++n)
-            for (int ch = 0; ch < c.channels; ++ch)
-            {
-                char const* p = c.data.data() + (n * c.channels + ch) * width;
-                u32 v = 0;
-                for (int k = 0; k < width; ++k)
-                    v |= static_cast<u32>(static_cast<u8>(p[k])) << (8 * k);
-                int const shift = 32 - 8 * width;
-                s[static_cast<std::size_t>(ch)].push_back(static_cast<i32>(v << shift) >> shift);
-            }
-        return s;
+        Samples s = SineRamp(channels, frames, bits, scale);
+        Paths in = MakeFiles(mDir, "in", channels, bits, frames, separate, &s);
+        return {std::move(s), std::move(in)};
     }
     vfltest::TempDir mDir;
     FF_LameMP3Encoder mLame;
@@ -101,8 +85,7 @@ TEST_F(FF_AudioFileUtilsTest, EachPairOfFormatsGetsItsChainAndTheExactLength)
     {
         SCOPED_TRACE(testing::Message() << c.inBits << " to " << c.outBits << " bits, " << c.outRate << " Hz"
                                         << (c.squeeze ? ", squeezed" : ""));
-        Samples const input = SineRamp(2, frames, c.inBits, 0.8);
-        Paths const in = MakeFiles(mDir, "in", 2, c.inBits, frames, false, &input);
+        auto const [input, in] = Input(2, frames, c.inBits, 0.8);
         Paths const out = {mDir.File("out.wav")};
         auto chain = Convert(in, out, c.outBits, c.outRate, 4, c.squeeze);
         std::vector<std::string> names;
@@ -117,7 +100,7 @@ TEST_F(FF_AudioFileUtilsTest, EachPairOfFormatsGetsItsChainAndTheExactLength)
         EXPECT_EQ(result.frames, c.outRate == 48000 ? 109 : 100);
         if (c.stages.size() == 2)
         {
-            EXPECT_EQ(Deinterleave(result), input); // the same format is a copy
+            EXPECT_EQ(result.data, Interleave(input, c.inBits, 0, 2)); // the same format is a copy
         }
     }
 }
@@ -158,22 +141,16 @@ TEST_F(FF_AudioFileUtilsTest, OutputsEqualTheReferenceModelsThroughTheReadersBlo
         SCOPED_TRACE(testing::Message() << c.channels << " channel(s), " << c.inBits << " to " << c.outBits
                                         << " bits, to " << c.outRate << " Hz at quality " << c.quality << ", files "
                                         << c.files);
-        Samples const input = SineRamp(c.channels, frames, c.inBits, 1.05); // clips a little
-        Paths const in = MakeFiles(mDir, "in", c.channels, c.inBits, frames, c.files == eJoin, &input);
+        auto const [input, in] = Input(c.channels, frames, c.inBits, 1.05, c.files == eJoin); // clips a little
         Paths out = {mDir.File("out.wav")};
         for (int ch = 1; c.files == eSplit && ch < c.channels; ++ch)
             out.push_back(mDir.File("out" + std::to_string(ch) + ".wav"));
-        i32 const seed = 4242;
-        i32 const savedSeed = DitherTestAccess::GetSeed();
-        DitherTestAccess::SetSeed(seed);
+        StSeed seed(4242);
         auto chain = Convert(in, out, c.outBits, c.outRate, c.quality);
-        Sys_Task::EStatus const status = WaitForChain(*chain);
-        i32 const seedAfter = DitherTestAccess::GetSeed();
-        DitherTestAccess::SetSeed(savedSeed);
-        ASSERT_EQ(status, Sys_Task::kStatusCompleted) << ExceptionText(*chain);
+        ASSERT_EQ(WaitForChain(*chain), Sys_Task::kStatusCompleted) << ExceptionText(*chain);
 
         Samples expected = input;
-        i32 refSeed = seed;
+        i32 refSeed = 4242;
         if (c.outRate != 44100)
             expected = ReferenceResample(input, 44100, c.outRate, kTaps[c.quality], c.inBits);
         else if (c.outBits != c.inBits)
@@ -181,16 +158,16 @@ TEST_F(FF_AudioFileUtilsTest, OutputsEqualTheReferenceModelsThroughTheReadersBlo
             i64 const blockFrames = kBlockBytes / (BytesOf(c.inBits) * c.channels);
             expected = ReferenceRequantize(input, c.inBits, c.outBits, blockFrames, refSeed);
         }
-        EXPECT_EQ(seedAfter, refSeed) << "the dither drew another count of numbers";
+        EXPECT_EQ(DitherTestAccess::GetSeed(), refSeed) << "the dither drew another count of numbers";
         for (std::size_t i = 0; i < out.size(); ++i)
         {
             Contents const result = ReadBack(out[i]);
             EXPECT_EQ(result.channels, out.size() == 1 ? c.channels : 1);
             EXPECT_EQ(result.bits, c.outBits);
             EXPECT_EQ(result.frames, FF_AudioFileUtils::OutputFrames(frames, 44100, c.outRate));
-            Samples const got = Deinterleave(result);
-            for (std::size_t ch = 0; ch < got.size(); ++ch)
-                EXPECT_TRUE(got[ch] == expected[out.size() == 1 ? ch : i]) << "file " << i << ", channel " << ch;
+            EXPECT_TRUE(result.data ==
+                        Interleave(expected, c.outBits, out.size() == 1 ? 0 : i, out.size() == 1 ? c.channels : 1))
+                << "file " << i;
         }
     }
 }
@@ -210,8 +187,7 @@ TEST_F(FF_AudioFileUtilsTest, AnAbortAtAnyMomentEndsCleanlyAndLeavesEmptyOutputs
         auto const delay = std::chrono::microseconds(std::uniform_int_distribution<int>(0, 4000)(random));
         SCOPED_TRACE(testing::Message() << "round " << round << ": " << frames << " frames, kind " << kind
                                         << ", abort after " << delay.count() << " us");
-        Samples const input = SineRamp(2, frames, 16, 0.5);
-        Paths const in = MakeFiles(mDir, "in", 2, 16, frames, false, &input);
+        Paths const in = Input(2, frames).second;
         std::string const out = mDir.File(kind == 3 ? "out.mp3" : "out.wav");
         // The overview's stages run on the thread that feeds them.
         std::vector<std::vector<char>> overviews(2, std::vector<char>(static_cast<std::size_t>(frames + 1)));
@@ -262,9 +238,7 @@ TEST_F(FF_AudioFileUtilsTest, AFullDiskFailsTheConversionWithNoSpaceAndLeavesThe
     fftest::SmallDisk const disk(mDir);
     if (!disk.Mounted())
         GTEST_SKIP() << "cannot mount a small tmpfs here";
-    i64 const frames = 200000; // 800 KB of 16-bit stereo
-    Samples const input = SineRamp(2, frames, 16, 0.5);
-    Paths const in = MakeFiles(mDir, "in", 2, 16, frames, false, &input);
+    Paths const in = Input(2, 200000).second; // 800 KB of 16-bit stereo
     std::vector<std::uint8_t> const before = vfltest::ReadWholeFile(in[0]);
     auto chain = Convert(in, {disk.File("out.wav")}, 16, 44100);
     EXPECT_EQ(WaitForChain(*chain), Sys_Task::kStatusFailed);
@@ -291,9 +265,7 @@ int FailingFsync(int fd)
 // from the thread that writes or from the call that starts it.
 TEST_F(FF_AudioFileUtilsTest, AWriteBackErrorFailsTheConversion)
 {
-    i64 const frames = 30000;
-    Samples const input = SineRamp(2, frames, 16, 0.5);
-    Paths const in = MakeFiles(mDir, "in", 2, 16, frames, false, &input);
+    Paths const in = Input(2, 30000).second;
     for (std::string const type : {"wav", "mp3"})
     {
         bool failed = true;
@@ -326,9 +298,7 @@ TEST_F(FF_AudioFileUtilsTest, AWriteBackErrorFailsTheConversion)
 // is read to its end through the open file, and the conversion completes.
 TEST_F(FF_AudioFileUtilsTest, AnInputDeletedWhileReadIsConvertedWhole)
 {
-    i64 const frames = 60000;
-    Samples const input = SineRamp(2, frames, 16, 0.5);
-    Paths const in = MakeFiles(mDir, "in", 2, 16, frames, false, &input);
+    auto const [input, in] = Input(2, 60000);
     std::string const out = mDir.File("out.wav");
     FF_AudioFileUtils::ChainHandle chain;
     {
@@ -338,14 +308,12 @@ TEST_F(FF_AudioFileUtilsTest, AnInputDeletedWhileReadIsConvertedWhole)
         std::filesystem::remove(in[0]);
     }
     ASSERT_EQ(WaitForChain(*chain), Sys_Task::kStatusCompleted) << ExceptionText(*chain);
-    EXPECT_TRUE(Deinterleave(ReadBack(out)) == input);
+    EXPECT_TRUE(ReadBack(out).data == Interleave(input, 16, 0, 2));
 }
 
 TEST_F(FF_AudioFileUtilsTest, WhatCannotBeConvertedIsRefusedBeforeAnythingIsWritten)
 {
-    i64 const frames = 1000;
-    Samples const input = SineRamp(2, frames, 16, 0.5);
-    Paths const in = MakeFiles(mDir, "in", 2, 16, frames, false, &input);
+    Paths const in = Input(2, 1000).second;
     std::filesystem::create_symlink(in[0], mDir.File("link.wav"));
     std::vector<std::uint8_t> const before = vfltest::ReadWholeFile(in[0]);
     struct Case
@@ -362,19 +330,9 @@ TEST_F(FF_AudioFileUtilsTest, WhatCannotBeConvertedIsRefusedBeforeAnythingIsWrit
     for (auto const& c : cases)
     {
         SCOPED_TRACE(c.what);
-        int32 err = 0;
-        std::string text;
-        try
-        {
-            Convert(in, c.outputs, 16, 44100);
-        }
-        catch (Cmn_TypedException<Sys_OSErrData> const& e)
-        {
-            err = e.GetData().GetErr();
-            text = e.GetFullDescription();
-        }
-        EXPECT_EQ(err, 22) << "EINVAL";
-        EXPECT_NE(text.find("is the same file as the"), std::string::npos) << text;
+        Thrown const t = ThrownBy([&] { Convert(in, c.outputs, 16, 44100); });
+        EXPECT_EQ(t.err, 22) << "EINVAL";
+        EXPECT_NE(t.text.find("is the same file as the"), std::string::npos) << t.text;
         EXPECT_TRUE(vfltest::ReadWholeFile(in[0]) == before);
         EXPECT_FALSE(std::filesystem::exists(mDir.File("d.wav")));
         EXPECT_FALSE(std::filesystem::exists(mDir.File("e.wav")));
@@ -403,20 +361,16 @@ TEST_F(FF_AudioFileUtilsTest, WhatCannotBeConvertedIsRefusedBeforeAnythingIsWrit
         SCOPED_TRACE(h.text);
         std::string const odd = mDir.File("odd.wav");
         FF_AudioFile(Sys_FileLoc(odd)).Format(Sys_FileType(std::string("wav")), h.channels, h.rate, h.bits, 100);
-        std::string text;
-        try
-        {
-            std::vector<char> overview(200);
-            if (h.overview)
-                FF_AudioFileUtils::DecimateWaveform(Sys_FileLoc(odd), 1, overview.data());
-            else
-                Convert({odd}, {mDir.File("f.wav")}, 16, 48000);
-        }
-        catch (Cmn_Exception const& e)
-        {
-            text = e.GetFullDescription();
-        }
-        EXPECT_NE(text.find(h.text), std::string::npos) << text;
+        std::vector<char> overview(200);
+        Thrown const t = ThrownBy(
+            [&]
+            {
+                if (h.overview)
+                    FF_AudioFileUtils::DecimateWaveform(Sys_FileLoc(odd), 1, overview.data());
+                else
+                    Convert({odd}, {mDir.File("f.wav")}, 16, 48000);
+            });
+        EXPECT_NE(t.text.find(h.text), std::string::npos) << t.text;
         EXPECT_FALSE(std::filesystem::exists(mDir.File("f.wav")));
     }
 }
@@ -425,8 +379,7 @@ TEST_F(FF_AudioFileUtilsTest, OverviewsOfSeveralChannelsInOnePass)
 {
     i64 const frames = 40000; // several blocks
     Samples input = SineRamp(3, frames, 16, 0.9);
-    for (auto& x : input[2])
-        x = 0;
+    std::fill(input[2].begin(), input[2].end(), 0);
     Paths const in = MakeFiles(mDir, "in", 3, 16, frames, false, &input);
     i32 const spi = 300;
     std::size_t const bytes = static_cast<std::size_t>((frames + spi - 1) / spi * 2);

@@ -27,8 +27,7 @@ protected:
     }
     static std::string NameOf(Sys_FileLoc const& loc)
     {
-        std::string const path = loc.GetFullPath();
-        return path.substr(path.find_last_of('/') + 1);
+        return std::filesystem::path(loc.GetFullPath()).filename().string();
     }
     vfltest::TempDir mDir;
 };
@@ -120,17 +119,13 @@ bool IsValidUtf8(std::string const& s)
 
 std::string Utf8(char32_t cp)
 {
-    std::string out;
     if (cp < 0x80)
-        out += static_cast<char>(cp);
-    else if (cp < 0x800)
-        out += {static_cast<char>(0xC0 | (cp >> 6)), static_cast<char>(0x80 | (cp & 0x3F))};
-    else if (cp < 0x10000)
-        out += {static_cast<char>(0xE0 | (cp >> 12)), static_cast<char>(0x80 | ((cp >> 6) & 0x3F)),
-                static_cast<char>(0x80 | (cp & 0x3F))};
-    else
-        out += {static_cast<char>(0xF0 | (cp >> 18)), static_cast<char>(0x80 | ((cp >> 12) & 0x3F)),
-                static_cast<char>(0x80 | ((cp >> 6) & 0x3F)), static_cast<char>(0x80 | (cp & 0x3F))};
+        return std::string(1, static_cast<char>(cp));
+    std::size_t const n = cp < 0x800 ? 2 : cp < 0x10000 ? 3 : 4;
+    std::string out(n, '\0');
+    for (std::size_t k = n - 1; k > 0; --k, cp >>= 6)
+        out[k] = static_cast<char>(0x80 | (cp & 0x3F));
+    out[0] = static_cast<char>((0xF00 >> n) | cp); // 110, 1110 or 11110 in front
     return out;
 }
 

@@ -37,12 +37,7 @@ TEST(FF_AudioProcessBlock, BytesPerSampleAreTheBitsRoundedUpToBytes)
 TEST(FF_AudioProcessBlock, CopyAllocatesOneBufferPerChannelAndClearsTheEndFlag)
 {
     FF_AudioProcessBlock proto;
-    proto.SetNumChannels(3);
-    proto.SetSampleRate(48000);
-    proto.SetBitsPerSample(24);
-    proto.SetNumSamples(2560);
-    proto.SetTotalSamples(100000);
-    proto.SetEndOfStream(true);
+    ffproc::Shape(proto, 3, 48000, 24, 2560, 100000, true);
     EXPECT_EQ(proto.GetNumChannelBuffers(), 0u);
 
     FF_AudioProcessBlock b(proto);

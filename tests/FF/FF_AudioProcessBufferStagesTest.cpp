@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
 #include <vector>
 
@@ -32,43 +33,32 @@ TEST(FF_AudioProcessReadBuffer, CutsLoopsAndTurnsRoundWithEachChannelInPlace)
         char const* name;
         int channels;
         i64 length;
-        bool loop;
-        i64 loopStart;
+        i64 loopStart; // -1: no loop
         bool pingPong;
-        // Per block: the first frame it reads, its frames, and 1 when it
-        // reads backwards.
-        std::vector<std::vector<i64>> blocks;
-        std::vector<bool> ends;
+        // Per block: the first frame it reads, its frames, 1 when it reads
+        // backwards, and 1 when it ends the stream.
+        std::vector<std::array<i64, 4>> blocks;
     };
     Case const cases[] = {
-        {"once, mono", 1, 40000, false, 0, false, {{0, 16384, 0}, {16384, 16384, 0}, {32768, 7232, 0}}, {0, 0, 1}},
+        {"once, mono", 1, 40000, -1, false, {{0, 16384, 0, 0}, {16384, 16384, 0, 0}, {32768, 7232, 0, 1}}},
         // The frame size does not enter: 16384 frames of each channel.
-        {"once, stereo", 2, 20000, false, 0, false, {{0, 16384, 0}, {16384, 3616, 0}}, {0, 1}},
-        {"empty", 1, 0, false, 0, false, {{0, 0, 0}}, {1}},
-        {"loop", 2, 200, true, 100, false, {{0, 200, 0}, {100, 100, 0}, {100, 100, 0}}, {0, 0, 0}},
-        {"ping-pong",
-         2,
-         200,
-         true,
-         100,
-         true,
-         {{0, 200, 0}, {199, 100, 1}, {100, 100, 0}, {199, 100, 1}},
-         {0, 0, 0, 0}},
+        {"once, stereo", 2, 20000, -1, false, {{0, 16384, 0, 0}, {16384, 3616, 0, 1}}},
+        {"empty", 1, 0, -1, false, {{0, 0, 0, 1}}},
+        {"loop", 2, 200, 100, false, {{0, 200, 0, 0}, {100, 100, 0, 0}, {100, 100, 0, 0}}},
+        {"ping-pong", 2, 200, 100, true, {{0, 200, 0, 0}, {199, 100, 1, 0}, {100, 100, 0, 0}, {199, 100, 1, 0}}},
         {"ping-pong of the whole",
          1,
          20000,
-         true,
          0,
          true,
-         {{0, 16384, 0}, {16384, 3616, 0}, {19999, 16384, 1}, {3615, 3616, 1}, {0, 16384, 0}},
-         {0, 0, 0, 0, 0}},
+         {{0, 16384, 0, 0}, {16384, 3616, 0, 0}, {19999, 16384, 1, 0}, {3615, 3616, 1, 0}, {0, 16384, 0, 0}}},
     };
     for (auto const& k : cases)
     {
         SCOPED_TRACE(k.name);
         std::vector<char> buffer = Frames16(k.length, k.channels);
-        FF_AudioProcessReadBuffer reader(buffer.data(), k.length, 48000, 16, k.channels == 2, k.loop, k.loopStart,
-                                         k.pingPong);
+        FF_AudioProcessReadBuffer reader(buffer.data(), k.length, 48000, 16, k.channels == 2, k.loopStart >= 0,
+                                         std::max<i64>(k.loopStart, 0), k.pingPong);
         FF_AudioProcessBlock proto;
         reader.Preflight(&proto);
         EXPECT_EQ(proto.GetNumSamples(), FF_AudioProcessReadBuffer::cReadBlockSize / 2);
@@ -79,9 +69,10 @@ TEST(FF_AudioProcessReadBuffer, CutsLoopsAndTurnsRoundWithEachChannelInPlace)
             SCOPED_TRACE(testing::Message() << "block " << b);
             block.SetEndOfStream(false);
             reader.Process(&block, &block);
-            i64 const first = k.blocks[b][0], frames = k.blocks[b][1], step = k.blocks[b][2] ? -1 : 1;
+            auto const [first, frames, backwards, end] = k.blocks[b];
+            i64 const step = backwards ? -1 : 1;
             ASSERT_EQ(block.GetNumSamples(), frames);
-            EXPECT_EQ(block.GetEndOfStream(), k.ends[b]);
+            EXPECT_EQ(block.GetEndOfStream(), end != 0);
             for (i64 i = 0; i < frames; ++i)
                 for (int c = 0; c < k.channels; ++c)
                     ASSERT_EQ(static_cast<u16>(ffproc::Get(block, static_cast<u32>(c), i)),
@@ -94,7 +85,6 @@ TEST(FF_AudioProcessReadBuffer, CutsLoopsAndTurnsRoundWithEachChannelInPlace)
 // Memory through a chain into memory: the bytes come back as they were.
 TEST(FF_AudioProcessBufferStages, AMonoStreamComesBackByteForByte)
 {
-    Sys_Init::Init();
     struct Case
     {
         i16 bits;
@@ -109,13 +99,10 @@ TEST(FF_AudioProcessBufferStages, AMonoStreamComesBackByteForByte)
         for (std::size_t i = 0; i < bytes; ++i)
             in[i] = static_cast<char>(i * 131 + i / 7);
         H<FF_AudioProcessWriteBuffer> writer(new FF_AudioProcessWriteBuffer(out.data()));
-        FF_AudioProcessChain::Handle chain(new FF_AudioProcessChain());
-        chain->Append(FF_AudioProcess::Handle(
-            new FF_AudioProcessReadBuffer(in.data(), k.frames, 44100, k.bits, false, false, 0, false)));
-        chain->Append(writer);
-        chain->Allocate();
-        FF_ScheduleChain(chain);
-        ASSERT_EQ(WaitForChain(*chain), Sys_Task::kStatusCompleted) << ExceptionText(*chain);
+        auto const chain = Allocated({FF_AudioProcess::Handle(new FF_AudioProcessReadBuffer(
+                                          in.data(), k.frames, 44100, k.bits, false, false, 0, false)),
+                                      writer});
+        ASSERT_EQ(RunChain(chain), Sys_Task::kStatusCompleted) << ExceptionText(*chain);
         EXPECT_EQ(writer->GetUnitsProcessed(), bytes);
         EXPECT_TRUE(std::equal(in.begin(), in.end(), out.begin()));
         EXPECT_EQ(std::count(out.begin() + static_cast<std::ptrdiff_t>(bytes), out.end(), '\x5a'), 16);

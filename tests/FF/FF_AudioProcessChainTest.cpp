@@ -13,38 +13,6 @@ namespace
 {
 using namespace ffchain;
 
-struct Chain
-{
-    H<MemoryProducer> producer;
-    std::vector<H<TestFilter>> filters;
-    H<MemoryConsumer> consumer;
-    H<RecordingChain> chain;
-
-    Chain(Samples samples, int bits, i64 blockSamples, int numFilters = 1, int filterBits = 0)
-        : producer(new MemoryProducer(std::move(samples), bits, blockSamples)), consumer(new MemoryConsumer()),
-          chain(new RecordingChain())
-    {
-        // As a host does first: the shared threads use the platform's
-        // methods as soon as they exist.
-        Sys_Init::Init();
-        chain->Append(producer);
-        for (int i = 0; i < numFilters; ++i)
-        {
-            filters.push_back(H<TestFilter>(new TestFilter(filterBits)));
-            chain->Append(filters.back());
-        }
-        chain->Append(consumer);
-        chain->SetGetPercentCompletedObject(new FF_AudioProcessChain::UnitsProcessed<MemoryConsumer>(consumer.Get()));
-    }
-
-    Sys_Task::EStatus Run()
-    {
-        chain->Allocate();
-        FF_ScheduleChain(chain);
-        return WaitForChain(*chain);
-    }
-};
-
 // The stages run on their shared threads (a lone filter on the filter
 // thread), which have short names for the system.
 TEST(FF_AudioProcessChain, EveryBlockTravelsTheWholeChainInOrderOnTheSharedThreads)
@@ -212,25 +180,17 @@ TEST(FF_AudioProcessChain, AStreamLongerOrShorterThanWhatTheTailWantsEndsTheChai
         // way, which go back to the pool.
         {-20, Sys_Task::kStatusCompleted, Sys_Task::kStatusCompleted},
     };
-    Sys_Init::Init();
     for (Case const& k : cases)
     {
         SCOPED_TRACE(k.misstatement);
-        H<MemoryConsumer> consumer(new MemoryConsumer());
-        H<MisstatingProducer> producer(new MisstatingProducer(Ramp(1, 50, 16), 16, 10));
-        producer->misstatement = k.misstatement;
-        FF_AudioProcessChain::Handle chain(new FF_AudioProcessChain());
-        chain->Append(producer);
-        chain->Append(H<TestFilter>(new TestFilter()));
-        chain->Append(consumer);
-        chain->Allocate();
-        FF_ScheduleChain(chain);
-        ASSERT_EQ(WaitForChain(*chain), k.chain);
+        ChainOf<MisstatingProducer> c(Ramp(1, 50, 16), 16, 10);
+        c.producer->misstatement = k.misstatement;
+        ASSERT_EQ(c.Run(), k.chain);
         if (k.chain == Sys_Task::kStatusFailed)
         {
-            EXPECT_NE(ExceptionText(*chain).find("stream ended before"), std::string::npos);
+            EXPECT_NE(ExceptionText(*c.chain).find("stream ended before"), std::string::npos);
         }
-        EXPECT_EQ(consumer->GetStatus(), k.consumer);
+        EXPECT_EQ(c.consumer->GetStatus(), k.consumer);
     }
 }
 
@@ -248,17 +208,10 @@ TEST(FF_AudioProcessChain, SeveralBlocksAreInFlightAtOnce)
             return MemoryConsumer::ExecImpl();
         }
     };
-    Sys_Init::Init();
-    H<PatientConsumer> consumer(new PatientConsumer());
-    FF_AudioProcessChain::Handle chain(new FF_AudioProcessChain());
-    chain->Append(H<MemoryProducer>(new MemoryProducer(Ramp(2, 1000, 16), 16, 10)));
-    chain->Append(H<TestFilter>(new TestFilter()));
-    chain->Append(consumer);
-    chain->Allocate();
-    FF_ScheduleChain(chain);
-    ASSERT_EQ(WaitForChain(*chain), Sys_Task::kStatusCompleted);
-    EXPECT_TRUE(consumer->sawOthers);
-    EXPECT_EQ(consumer->samples, Ramp(2, 1000, 16));
+    ChainOf<MemoryProducer, PatientConsumer> c(Ramp(2, 1000, 16), 16, 10);
+    ASSERT_EQ(c.Run(), Sys_Task::kStatusCompleted);
+    EXPECT_TRUE(c.consumer->sawOthers);
+    EXPECT_EQ(c.consumer->samples, Ramp(2, 1000, 16));
 }
 
 TEST(FF_AudioProcessChain, AChainOfTheWrongShapeIsRefusedAtAllocate)
@@ -277,15 +230,7 @@ TEST(FF_AudioProcessChain, AChainOfTheWrongShapeIsRefusedAtAllocate)
         FF_AudioProcessChain::Handle chain(new FF_AudioProcessChain());
         for (char kind : shape)
             chain->Append(stage(kind));
-        try
-        {
-            chain->Allocate();
-            ADD_FAILURE() << "allocated";
-        }
-        catch (Cmn_Exception const& e)
-        {
-            EXPECT_TRUE(e.GetCode() == XC_Cmn_TextAssert);
-        }
+        EXPECT_TRUE(ThrownBy([&] { chain->Allocate(); }).code == XC_Cmn_TextAssert);
     }
 }
 

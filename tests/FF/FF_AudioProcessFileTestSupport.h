@@ -143,30 +143,21 @@ struct HeldTransfers
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         --waiting;
     }
-    static int64 Pread(int fd, void* buffer, uint64 count, int64 offset)
+    // The system's call, once let go.
+    template <auto Call, typename... Args> static int64 Held(Args... args)
     {
         Wait();
-        return Sys_FilePosixCalls::System().pread(fd, buffer, count, offset);
-    }
-    static int64 Preadv(int fd, Sys_FilePosixCalls::Segment const* segments, int count, int64 offset)
-    {
-        Wait();
-        return Sys_FilePosixCalls::System().preadv(fd, segments, count, offset);
-    }
-    static int64 Queued(int fd, int64 offset, int64 result)
-    {
-        Wait();
-        return Sys_FilePosixCalls::System().queued(fd, offset, result);
+        return (Sys_FilePosixCalls::System().*Call)(args...);
     }
 
     HeldTransfers()
     {
+        using Calls = Sys_FilePosixCalls;
         caller = std::this_thread::get_id();
         held = true;
-        Sys_FilePosixCalls& calls = Sys_FilePosixCalls::Current();
-        calls.pread = &Pread;
-        calls.preadv = &Preadv;
-        calls.queued = &Queued;
+        Calls::Current().pread = &Held<&Calls::pread, int, void*, uint64, int64>;
+        Calls::Current().preadv = &Held<&Calls::preadv, int, Calls::Segment const*, int, int64>;
+        Calls::Current().queued = &Held<&Calls::queued, int, int64, int64>;
     }
     ~HeldTransfers()
     {
@@ -175,30 +166,24 @@ struct HeldTransfers
     }
 };
 
-// A reader and a writer, with optional filters between, and the writer's
-// percentage on the chain.
+// A reader and a writer, and the writer's percentage on the chain.
 struct FileChain
 {
     FF_AudioProcessChain::Handle chain{new FF_AudioProcessChain()};
     FF_AudioProcess::Handle reader;
     H<FF_AudioProcessWriteFiles> writer;
 
-    FileChain(FF_AudioProcessReadFiles* r, FF_AudioProcessWriteFiles* w,
-              std::vector<FF_AudioProcess::Handle> const& filters = {})
-        : reader(r), writer(w)
+    FileChain(FF_AudioProcessReadFiles* r, FF_AudioProcessWriteFiles* w) : reader(r), writer(w)
     {
         chain->Append(reader);
-        for (auto const& f : filters)
-            chain->Append(f);
         chain->Append(writer);
         chain->SetGetPercentCompletedObject(new FF_AudioProcessChain::UnitsProcessed<FF_AudioProcessWriteFiles>(w));
     }
 
-    Sys_Task::EStatus Start()
+    void Start()
     {
         chain->Allocate();
         FF_ScheduleChain(chain);
-        return chain->GetStatus();
     }
 };
 

@@ -8,26 +8,12 @@
 
 using namespace ffproc;
 
-namespace
-{
-Channels Sine(int channels, i64 length, int bits, f64 amplitude, f64 freq)
-{
-    f64 const full = std::ldexp(1.0, bits - 1) - 1.0;
-    Channels out(static_cast<std::size_t>(channels));
-    for (int c = 0; c < channels; ++c)
-        for (i64 n = 0; n < length; ++n)
-            out[static_cast<std::size_t>(c)].push_back(static_cast<i32>(
-                std::round(full * amplitude * std::sin(2.0 * std::numbers::pi * freq * n / 44100.0 + c))));
-    return out;
-}
-} // namespace
-
 TEST(FF_AudioProcessMultimediaSqueezer, OutputIsAsLongAsTheInputWhateverTheBlocks)
 {
     for (int bits : {8, 16, 24, 32})
         for (i64 length : {1, 999, 1000, 1001, 5000})
         {
-            Channels const input = Sine(2, length, bits, 0.3, 440.0);
+            Channels const input = SineRamp(2, length, bits, 0.4, 440.0);
             Channels first;
             for (i64 blockSize : {1, 500, 1000, 5000})
             {
@@ -51,7 +37,7 @@ TEST(FF_AudioProcessMultimediaSqueezer, LookAheadIsRemovedHalfWavesReachNearFull
     {
         SCOPED_TRACE(bits);
         f64 const full = std::ldexp(1.0, bits - 1) - 1.0;
-        Channels const input = Sine(1, length, bits, 0.5, 220.0);
+        Channels const input = SineRamp(1, length, bits, 0.7, 220.0);
         FF_AudioProcessMultimediaSqueezer stage;
         RunResult r = RunStage(stage, input, 44100, bits, 4096);
         ASSERT_EQ(static_cast<i64>(r.out[0].size()), length);

@@ -44,28 +44,21 @@ TEST_F(FF_AudioProcessReadFiles_, TheDefaultSizesCutTheStreamIntoTheWorkedBlocks
         std::vector<CountingAudioFile*> counters;
         for (auto const& f : files)
             counters.push_back(static_cast<CountingAudioFile*>(f.get()));
-        H<TestFilter> probe(new TestFilter());
-        H<MemoryConsumer> sink(new MemoryConsumer());
-        FF_AudioProcessChain::Handle chain(new FF_AudioProcessChain());
-        chain->Append(FF_AudioProcess::Handle(new FF_AudioProcessReadFiles(std::move(files), k.start, k.length)));
-        chain->Append(probe);
-        chain->Append(sink);
-        chain->Allocate();
-        FF_ScheduleChain(chain);
-        ASSERT_EQ(WaitForChain(*chain), Sys_Task::kStatusCompleted) << ExceptionText(*chain);
+        ChainOf<FF_AudioProcessReadFiles> c(new FF_AudioProcessReadFiles(std::move(files), k.start, k.length));
+        ASSERT_EQ(c.Run(), Sys_Task::kStatusCompleted) << ExceptionText(*c.chain);
 
         std::vector<i64> blocks(static_cast<std::size_t>(k.length / k.blockSamples), k.blockSamples);
         blocks.push_back(k.length % k.blockSamples); // 160 for 100000 samples of 7680
-        EXPECT_EQ(probe->sizes, blocks);
+        EXPECT_EQ(c.filters[0]->sizes, blocks);
         std::vector<bool> ends(blocks.size(), false);
         ends.back() = true;
-        EXPECT_EQ(probe->ends, ends);
-        EXPECT_EQ(probe->capacities, std::vector<i64>(blocks.size(), k.blockSamples * BytesOf(k.bits)));
+        EXPECT_EQ(c.filters[0]->ends, ends);
+        EXPECT_EQ(c.filters[0]->capacities, std::vector<i64>(blocks.size(), k.blockSamples * BytesOf(k.bits)));
         for (auto* counter : counters)
             EXPECT_EQ(counter->reads, k.reads);
         for (auto& channel : s)
             channel = std::vector<i32>(channel.begin() + k.start, channel.begin() + k.start + k.length);
-        EXPECT_EQ(sink->samples, s);
+        EXPECT_EQ(c.consumer->samples, s);
     }
 }
 

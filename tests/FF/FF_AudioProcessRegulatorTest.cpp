@@ -51,14 +51,9 @@ struct Client
 
     // What it got is the stereo 16-bit stream, then zeros up to the end of
     // its last buffer.
-    void ExpectReceived(Bytes const& interleaved) const
+    void ExpectReceived(Samples const& samples) const
     {
-        Bytes left, right;
-        for (std::size_t i = 0; i + 4 <= interleaved.size(); i += 4)
-        {
-            left.insert(left.end(), &interleaved[i], &interleaved[i] + 2);
-            right.insert(right.end(), &interleaved[i + 2], &interleaved[i + 2] + 2);
-        }
+        Bytes left = Interleave(samples, 16, 0, 1), right = Interleave(samples, 16, 1, 1);
         left.resize(std::max(left.size(), gotLeft.size()), 0);
         right.resize(std::max(right.size(), gotRight.size()), 0);
         EXPECT_EQ(gotLeft, left);
@@ -68,22 +63,22 @@ struct Client
 
 struct RegulatedChain
 {
-    Bytes samples;
+    Samples samples;
+    Bytes bytes;
     H<FF_AudioProcessRegulator> regulator{new FF_AudioProcessRegulator(2, kBufferBytes)};
-    FF_AudioProcessChain::Handle chain{new FF_AudioProcessChain()};
+    FF_AudioProcessChain::Handle chain;
 
-    explicit RegulatedChain(i64 frames) : samples(Interleave(Ramp(2, frames, 16), 16, 0, 2))
+    explicit RegulatedChain(i64 frames)
+        : samples(Ramp(2, frames, 16)), bytes(Interleave(samples, 16, 0, 2)),
+          chain(Allocated({FF_AudioProcess::Handle(
+                               new FF_AudioProcessReadBuffer(bytes.data(), frames, 48000, 16, true, false, 0, false)),
+                           regulator}))
     {
-        chain->Append(FF_AudioProcess::Handle(
-            new FF_AudioProcessReadBuffer(samples.data(), frames, 48000, 16, true, false, 0, false)));
-        chain->Append(regulator);
-        chain->Allocate();
     }
 };
 
 TEST(FF_AudioProcessRegulator, AClientGetsEveryBufferOnceAndThenSilenceThatIsNoUnderrun)
 {
-    Sys_Init::Init();
     struct Case
     {
         char const* name;
@@ -104,8 +99,7 @@ TEST(FF_AudioProcessRegulator, AClientGetsEveryBufferOnceAndThenSilenceThatIsNoU
         // Before anything is ready: silence, and the client ran dry.
         EXPECT_FALSE(client.Tick(*c.regulator));
         EXPECT_EQ(c.regulator->GetUnderrunCount(), 1u);
-        FF_ScheduleChain(c.chain);
-        ASSERT_EQ(WaitForChain(*c.chain), Sys_Task::kStatusCompleted) << ExceptionText(*c.chain);
+        ASSERT_EQ(RunChain(c.chain), Sys_Task::kStatusCompleted) << ExceptionText(*c.chain);
         EXPECT_EQ(c.regulator->GetIsPrimedEvent()->Wait(0), Sys_SyncObject::kWaitSignalled);
         for (int b = 0; b < k.buffers; ++b)
             EXPECT_TRUE(client.Tick(*c.regulator)) << "buffer " << b;
@@ -118,7 +112,6 @@ TEST(FF_AudioProcessRegulator, AClientGetsEveryBufferOnceAndThenSilenceThatIsNoU
 
 TEST(FF_AudioProcessRegulator, AChainWaitingForItsClientIsPrimedAndEndsAtAnAbort)
 {
-    Sys_Init::Init();
     RegulatedChain c(20 * kBufferFrames);
     FF_ScheduleChain(c.chain);
     ASSERT_EQ(c.regulator->GetIsPrimedEvent()->Wait(30000), Sys_SyncObject::kWaitSignalled);
@@ -138,12 +131,9 @@ TEST(FF_AudioProcessRegulator, AClientGetsAFileAsItIsWithoutAllocating)
     i64 const frames = 3 * 48000 + 77;
     Samples const samples = Ramp(2, frames, 16, 26);
     Paths const paths = MakeFiles(dir, "play", 2, 16, frames, false, &samples);
-    auto files = Open(paths);
     H<FF_AudioProcessRegulator> regulator(new FF_AudioProcessRegulator(2, kBufferBytes));
-    FF_AudioProcessChain::Handle chain(new FF_AudioProcessChain());
-    chain->Append(FF_AudioProcess::Handle(new FF_AudioProcessReadFiles(std::move(files), 0, frames)));
-    chain->Append(regulator);
-    chain->Allocate();
+    auto const chain =
+        Allocated({FF_AudioProcess::Handle(new FF_AudioProcessReadFiles(Open(paths), 0, frames)), regulator});
 
     std::atomic<bool> done{false};
     std::thread load(
@@ -177,7 +167,7 @@ TEST(FF_AudioProcessRegulator, AClientGetsAFileAsItIsWithoutAllocating)
     EXPECT_EQ(WaitForChain(*chain), Sys_Task::kStatusCompleted) << ExceptionText(*chain);
     EXPECT_EQ(client.allocations, 0u);
     EXPECT_EQ(regulator->GetUnderrunCount(), silences);
-    client.ExpectReceived(Interleave(samples, 16, 0, 2));
+    client.ExpectReceived(samples);
 }
 
 } // namespace

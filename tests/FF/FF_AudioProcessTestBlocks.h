@@ -20,17 +20,18 @@ struct DitherTestAccess
     static void SetSeed(i32 seed) { Dither::sSeed = seed; }
 };
 
-// Sets the process-wide dither seed, and puts it back after the test, so
-// that tests do not depend on their order.
-class StSeed
+// Sets a process-wide setting, and puts it back after the test, so that
+// tests do not depend on their order.
+template <auto Get, auto Set> class StSetting
 {
 public:
-    explicit StSeed(i32 seed) : mSaved(DitherTestAccess::GetSeed()) { DitherTestAccess::SetSeed(seed); }
-    ~StSeed() { DitherTestAccess::SetSeed(mSaved); }
+    explicit StSetting(i32 value) : mSaved(Get()) { Set(value); }
+    ~StSetting() { Set(mSaved); }
 
 private:
     i32 mSaved;
 };
+using StSeed = StSetting<&DitherTestAccess::GetSeed, &DitherTestAccess::SetSeed>;
 
 namespace ffproc
 {
@@ -78,14 +79,21 @@ inline i32 Get(FF_AudioProcessBlock const& b, u32 ch, i64 n)
     }
 }
 
+// Gives b the format, keeping its buffers.
+inline void Shape(FF_AudioProcessBlock& b, int channels, i32 rate, int bits, i64 blockSize, i64 total, bool end = false)
+{
+    b.SetNumChannels(static_cast<u16>(channels));
+    b.SetSampleRate(rate);
+    b.SetBitsPerSample(bits);
+    b.SetNumSamples(blockSize);
+    b.SetTotalSamples(total);
+    b.SetEndOfStream(end);
+}
+
 inline FF_AudioProcessBlock Prototype(int channels, i32 rate, int bits, i64 blockSize, i64 total)
 {
     FF_AudioProcessBlock p;
-    p.SetNumChannels(static_cast<u16>(channels));
-    p.SetSampleRate(rate);
-    p.SetBitsPerSample(bits);
-    p.SetNumSamples(blockSize);
-    p.SetTotalSamples(total);
+    Shape(p, channels, rate, bits, blockSize, total);
     return p;
 }
 
@@ -121,21 +129,11 @@ RunResult RunStage(Stage& stage, Channels const& input, i32 rate, int bits, i64 
     do
     {
         i64 const n = std::min(blockSize, length - pos);
-        in.SetNumChannels(static_cast<u16>(channels));
-        in.SetSampleRate(rate);
-        in.SetBitsPerSample(bits);
-        in.SetNumSamples(n);
-        in.SetTotalSamples(length);
-        in.SetEndOfStream(pos + n == length);
+        Shape(in, channels, rate, bits, n, length, pos + n == length);
         for (int c = 0; c < channels; ++c)
             for (i64 k = 0; k < n; ++k)
                 Put(in, static_cast<u32>(c), k, input[static_cast<std::size_t>(c)][static_cast<std::size_t>(pos + k)]);
-        out.SetNumChannels(in.GetNumChannels());
-        out.SetSampleRate(in.GetSampleRate());
-        out.SetBitsPerSample(in.GetBitsPerSample());
-        out.SetNumSamples(in.GetNumSamples());
-        out.SetTotalSamples(in.GetTotalSamples());
-        out.SetEndOfStream(in.GetEndOfStream());
+        Shape(out, channels, rate, bits, n, length, in.GetEndOfStream());
         stage.Process(&in, &out);
         if constexpr (!std::is_pointer_v<AfterEach>)
             afterEach(out);
@@ -151,10 +149,7 @@ RunResult RunStage(Stage& stage, Channels const& input, i32 rate, int bits, i64 
         pos += n;
         ++result.blocks;
     } while (pos < length);
-    result.last.SetNumChannels(out.GetNumChannels());
-    result.last.SetSampleRate(out.GetSampleRate());
-    result.last.SetBitsPerSample(out.GetBitsPerSample());
-    result.last.SetTotalSamples(out.GetTotalSamples());
+    Shape(result.last, out.GetNumChannels(), out.GetSampleRate(), out.GetBitsPerSample(), 0, out.GetTotalSamples());
     return result;
 }
 

@@ -9,11 +9,13 @@
 #include "FF/FF_AudioProcessChain.h"
 #include "FF/FF_AudioProcessUtils.h"
 #include "Sys/Sys_Init.h"
+#include "Sys/Sys_OSErrData.h"
 #include "Sys/Sys_Thread.h"
 
 #include <atomic>
 #include <fstream>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -35,6 +37,29 @@ inline Sys_Task::EStatus WaitForChain(Sys_Task& chain)
 inline std::string ExceptionText(Sys_Task const& task)
 {
     return task.GetException() ? task.GetException()->what() : "";
+}
+
+// What f throws: its code, its system error if it has one, and its full
+// description; no code if it throws nothing.
+struct Thrown
+{
+    std::optional<XC_BaseExceptionCode> code;
+    std::optional<int32> err;
+    std::string text;
+};
+
+inline Thrown ThrownBy(std::function<void()> const& f)
+{
+    try
+    {
+        f();
+    }
+    catch (Cmn_Exception const& e)
+    {
+        auto const* os = dynamic_cast<Cmn_TypedException<Sys_OSErrData> const*>(&e);
+        return {e.GetCode(), os ? std::optional<int32>(os->GetData().GetErr()) : std::nullopt, e.GetFullDescription()};
+    }
+    return {};
 }
 
 // "object's name|name the system shows" of the calling thread.
@@ -230,6 +255,59 @@ protected:
 };
 
 template <class T> using H = Cmn_PolymorphicHandle<T, Sys_Task>;
+
+// The stages in a chain, allocated.
+inline FF_AudioProcessChain::Handle Allocated(std::vector<FF_AudioProcess::Handle> const& stages)
+{
+    // As a host does first: the shared threads use the platform's methods as
+    // soon as they exist.
+    Sys_Init::Init();
+    FF_AudioProcessChain::Handle chain(new FF_AudioProcessChain());
+    for (auto const& stage : stages)
+        chain->Append(stage);
+    chain->Allocate();
+    return chain;
+}
+
+inline Sys_Task::EStatus RunChain(FF_AudioProcessChain::Handle const& chain)
+{
+    FF_ScheduleChain(chain);
+    return WaitForChain(*chain);
+}
+
+// A head, filters that record what they see, and a consumer that keeps the
+// stream, with the consumer's percentage on the chain.
+template <class Producer = MemoryProducer, class Consumer = MemoryConsumer> struct ChainOf
+{
+    H<Producer> producer;
+    std::vector<H<TestFilter>> filters;
+    H<Consumer> consumer{new Consumer()};
+    H<RecordingChain> chain{new RecordingChain()};
+
+    explicit ChainOf(Producer* head, int numFilters = 1, int filterBits = 0) : producer(head)
+    {
+        Sys_Init::Init();
+        chain->Append(producer);
+        for (int i = 0; i < numFilters; ++i)
+        {
+            filters.push_back(H<TestFilter>(new TestFilter(filterBits)));
+            chain->Append(filters.back());
+        }
+        chain->Append(consumer);
+        chain->SetGetPercentCompletedObject(new FF_AudioProcessChain::UnitsProcessed<MemoryConsumer>(consumer.Get()));
+    }
+    ChainOf(Samples samples, int bits, i64 blockSamples, int numFilters = 1, int filterBits = 0)
+        : ChainOf(new Producer(std::move(samples), bits, blockSamples), numFilters, filterBits)
+    {
+    }
+
+    Sys_Task::EStatus Run()
+    {
+        chain->Allocate();
+        return RunChain(chain);
+    }
+};
+using Chain = ChainOf<>;
 
 // Distinct values in every channel and sample that fit in `bits`.
 inline Samples Ramp(int channels, i64 length, int bits, i32 seed = 0)

@@ -53,7 +53,7 @@ TEST(Dither, TheGeneratorFollowsTheWrappingStepsForMillionsOfNumbers)
     }
 }
 
-TEST(Dither, AddsOneStepOfRectangularDitherInsideTheLoop)
+TEST(Dither, AddsOneStepOfRectangularDitherInsideTheLoopAndStaysWithin16Bits)
 {
     StSeed seed(983040);
     Dither q(24, 16);
@@ -63,19 +63,16 @@ TEST(Dither, AddsOneStepOfRectangularDitherInsideTheLoop)
     EXPECT_EQ(q(128), expected);
     // The dither is not in v, so the error is that of the plain sample.
     EXPECT_EQ(q.GetError(), expected * 256.0 - 128.0);
-}
 
-TEST(Dither, StaysWithinAndReachesTheLimitsOf16Bits)
-{
-    StSeed seed(983040);
+    // It stays within 16 bits, and reaches their limits.
     for (i32 x : {8388607, -8388608})
     {
         SCOPED_TRACE(x);
-        Dither q(24, 16);
+        Dither loud(24, 16);
         i32 lo = 0, hi = 0;
         for (int n = 0; n < 100; ++n)
         {
-            i32 const c = q(x);
+            i32 const c = loud(x);
             lo = std::min(lo, c);
             hi = std::max(hi, c);
         }
@@ -85,7 +82,7 @@ TEST(Dither, StaysWithinAndReachesTheLimitsOf16Bits)
     }
 }
 
-TEST(NoiseShape, StepAndLimitsFollowTheDepths)
+TEST(NoiseShape, StepFollowsTheDepthsAndErrorsFeedBack)
 {
     struct Case
     {
@@ -97,23 +94,20 @@ TEST(NoiseShape, StepAndLimitsFollowTheDepths)
         EXPECT_EQ(NoiseShape(c.in, c.out).GetStep(), c.step);
         EXPECT_EQ(Dither(c.in, c.out).GetStep(), c.step);
     }
-}
 
-// 16 to 8 bits, sample after sample from a fresh quantiser: each output and
-// the error it leaves, which the next sample sees through the recursion
-// s(n) = e(n-1) - 0.2709 s(n-1).
-TEST(NoiseShape, SequencesOfOutputsAndErrors)
-{
+    // 16 to 8 bits, sample after sample from a fresh quantiser: each output
+    // and the error it leaves, which the next sample sees through the
+    // recursion s(n) = e(n-1) - 0.2709 s(n-1).
     struct Step
     {
         i32 x, out;
         f64 error;
     };
-    struct Case
+    struct Sequence
     {
         char const* what;
         std::vector<Step> steps;
-    } const cases[] = {
+    } const sequences[] = {
         // 128 / 256 + 0.5 rounds up; then s = 128 and v = -128 gives 0 with
         // the same error; then s = 128 - 0.2709 * 128.
         {"the error feeds back", {{128, 1, 128.0}, {0, 0, 128.0}, {0, 0, 128.0 + -0.2709 * 128.0}}},
@@ -127,7 +121,7 @@ TEST(NoiseShape, SequencesOfOutputsAndErrors)
         // the error makes the next sample reach -128.
         {"negative full scale", {{-32768, -127, 256.0}, {-32768, -128, 256.0}}},
     };
-    for (auto const& c : cases)
+    for (auto const& c : sequences)
     {
         SCOPED_TRACE(c.what);
         NoiseShape q(16, 8);
