@@ -397,6 +397,7 @@ TEST(Cmn_ExceptionCodes, TextOfEveryCodeAloneWithContextsAndRethrownElsewhere)
 
         // A clone thrown on another thread arrives as the same type and code.
         std::unique_ptr<Cmn_Exception> const clone(e->Clone());
+        Cmn_Exception const& original = *e;
         bool sameType = false, sameCode = false;
         std::string rethrown = "not caught";
         std::thread(
@@ -408,7 +409,7 @@ TEST(Cmn_ExceptionCodes, TextOfEveryCodeAloneWithContextsAndRethrownElsewhere)
                 }
                 catch (Cmn_Exception const& t)
                 {
-                    sameType = typeid(t) == typeid(*e);
+                    sameType = typeid(t) == typeid(original);
                     sameCode = t.GetCode() == *c.code;
                     rethrown = t.GetFullDescription();
                 }

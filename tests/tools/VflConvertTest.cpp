@@ -162,8 +162,10 @@ TEST_F(VflConvert, OverviewOfEveryChannelAsNumbersAndAsAPicture)
     Out(Vfl("overview --channel 3 " + F("lr.wav") + " 2>/dev/null"), 2);
 
     // The picture has a lane for each channel.
-    for (auto const& [width, height] : {std::pair{1200, 310}, {400, 120}})
+    for (auto const& size : {std::pair{1200, 310}, {400, 120}})
     {
+        // Named copies: clang 14 lambdas cannot capture a structured binding.
+        int const width = size.first, height = size.second;
         SCOPED_TRACE(width);
         std::string const png = F("lr.png");
         Out(Vfl("overview " + F("lr.wav") + " --png " + png + " --width " + std::to_string(width) + " --height " +
