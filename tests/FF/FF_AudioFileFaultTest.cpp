@@ -134,11 +134,28 @@ protected:
     vfltest::TempDir mDir;
 };
 
+constexpr int32 kReadWrite = FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite;
+
 Bytes Audio()
 {
     Bytes audio(4000);
     std::iota(audio.begin(), audio.end(), std::uint8_t{1});
     return audio;
+}
+
+// Audio() as the 1000 frames of a new file of this type, with a region
+// "first" and an overview if asked.
+void WriteNew(FF_AudioFile& file, Sys_FileType const& type, int32 rate, bool region = false, bool overview = false)
+{
+    file.Format(type, 2, rate, 16, 0);
+    FF_AudioFile::StOpen open(&file, kReadWrite);
+    Bytes audio = Audio(); // a write may leave it in the file's order
+    file.SampleWrite(audio.data(), 1000);
+    file.SetNumSamples(1000);
+    if (region)
+        file.AddRegion("first", 10, 20, 10, 0, 0);
+    if (overview)
+        file.SetOverview(UAFOvwfChunk::NewBlock(2 * 4, 256), 256, 8, 4);
 }
 
 // A foreign file with chunks of another tool on both sides of the audio,
@@ -169,35 +186,26 @@ TEST_F(FF_AudioFileFault, EveryFailedWriteIsReportedAndForeignBytesSurvive)
         {"adopt", true,
          [](FF_AudioFile& f)
          {
-             FF_AudioFile::StOpen open(&f, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+             FF_AudioFile::StOpen open(&f, kReadWrite);
              f.Implement(FF_AudioFile::eVelmoraInterface);
          }},
         {"add a region", true,
          [](FF_AudioFile& f)
          {
              f.Implement(FF_AudioFile::eVelmoraInterface);
-             FF_AudioFile::StOpen open(&f, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+             FF_AudioFile::StOpen open(&f, kReadWrite);
              f.AddRegion("take", 10, 20, 10, 0, 0);
          }},
         {"overwrite the audio", true,
          [](FF_AudioFile& f)
          {
-             FF_AudioFile::StOpen open(&f, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+             FF_AudioFile::StOpen open(&f, kReadWrite);
              Bytes same = Audio();
              f.SampleWrite(same.data(), 1000);
          }},
-        {"write a new file", false,
-         [](FF_AudioFile& f)
-         {
-             f.Format(Sys_FileType(std::string("wav")), 2, 44100, 16, 0);
-             FF_AudioFile::StOpen open(&f, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
-             Bytes audio = Audio();
-             f.SampleWrite(audio.data(), 1000);
-             f.SetNumSamples(1000);
-         }},
+        {"write a new file", false, [](FF_AudioFile& f) { WriteNew(f, Sys_FileType(std::string("wav")), 44100); }},
     };
     Bytes const original = ForeignFile();
-    Bytes const audio = Audio();
     for (auto const& op : ops)
         for (auto [err, pwrite] : {std::pair{28 /* ENOSPC */, &FailingPwrite},
                                    {28, &FillingPwrite},
@@ -257,12 +265,7 @@ TEST_F(FF_AudioFileFault, OnAFullDiskMetadataInFrontOfTheAudioMovesNothing)
         std::string const path = mDir.File(name);
         {
             FF_AudioFile file((Sys_FileLoc(path)));
-            file.Format(type, 2, 44100, 16, 0);
-            FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
-            Bytes written = audio; // a write may leave it in the file's order
-            file.SampleWrite(written.data(), 1000);
-            file.SetNumSamples(1000);
-            file.AddRegion("first", 10, 20, 10, 0, 0);
+            WriteNew(file, type, 44100, true);
         }
         vfltest::WriteWholeFile(path, ChunkWalker::AudioLast(vfltest::ReadWholeFile(path)));
 
@@ -272,14 +275,14 @@ TEST_F(FF_AudioFileFault, OnAFullDiskMetadataInFrontOfTheAudioMovesNothing)
             Bytes const before = vfltest::ReadWholeFile(path);
             sRoom = static_cast<int64>(before.size());
             Sys_FilePosixCalls::Current().fallocate = &FullDiskFallocate;
-            threw = ThrowsOnAFailingDisk(
-                1000, 28, &FullDiskPwrite,
-                [&]
-                {
-                    FF_AudioFile file((Sys_FileLoc(path)));
-                    FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
-                    file.AddRegion("a region of a long name " + std::to_string(i), 0, 500, 0, 0, 0);
-                });
+            threw = ThrowsOnAFailingDisk(1000, 28, &FullDiskPwrite,
+                                         [&]
+                                         {
+                                             FF_AudioFile file((Sys_FileLoc(path)));
+                                             FF_AudioFile::StOpen open(&file, kReadWrite);
+                                             file.AddRegion("a region of a long name " + std::to_string(i), 0, 500, 0,
+                                                            0, 0);
+                                         });
             if (threw)
             {
                 EXPECT_TRUE(vfltest::ReadWholeFile(path) == before) << "changed on a full disk";
@@ -287,7 +290,7 @@ TEST_F(FF_AudioFileFault, OnAFullDiskMetadataInFrontOfTheAudioMovesNothing)
         }
         EXPECT_TRUE(threw) << "the disk never ran out: " << ChunkWalker::Layout(vfltest::ReadWholeFile(path));
         FF_AudioFile file((Sys_FileLoc(path)));
-        FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+        FF_AudioFile::StOpen open(&file, kReadWrite);
         file.AddRegion("with room", 0, 10, 0, 0, 0);
         Bytes back(audio.size());
         file.SampleSetPosition(Sys_File::kFromStart, 0);
@@ -308,13 +311,7 @@ TEST_F(FF_AudioFileFault, OnAFullDiskAppendedFramesTakeNoPlaceOfTheChunksBehind)
     std::string const own = mDir.File("own.wav");
     {
         FF_AudioFile file((Sys_FileLoc(own)));
-        file.Format(Sys_FileType(std::string("wav")), 2, 44100, 16, 0);
-        FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
-        Bytes written = audio;
-        file.SampleWrite(written.data(), 1000);
-        file.SetNumSamples(1000);
-        file.AddRegion("first", 10, 20, 10, 0, 0);
-        file.SetOverview(UAFOvwfChunk::NewBlock(2 * 4, 256), 256, 8, 4);
+        WriteNew(file, Sys_FileType(std::string("wav")), 44100, true, true);
     }
     for (auto const& [name, before] :
          {std::pair{"foreign.wav",
@@ -332,8 +329,7 @@ TEST_F(FF_AudioFileFault, OnAFullDiskAppendedFramesTakeNoPlaceOfTheChunksBehind)
                                          [&]
                                          {
                                              FF_AudioFile f((Sys_FileLoc(path)));
-                                             FF_AudioFile::StOpen open(&f, FF_AudioFile::eOpenRead |
-                                                                               FF_AudioFile::eOpenWrite);
+                                             FF_AudioFile::StOpen open(&f, kReadWrite);
                                              f.SetNumSamples(2000);
                                              Bytes more = audio;
                                              f.SampleSetPosition(Sys_File::kFromStart, 1000);
@@ -345,7 +341,7 @@ TEST_F(FF_AudioFileFault, OnAFullDiskAppendedFramesTakeNoPlaceOfTheChunksBehind)
     // region and the overview the file had.
     {
         FF_AudioFile f((Sys_FileLoc(own)));
-        FF_AudioFile::StOpen open(&f, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+        FF_AudioFile::StOpen open(&f, kReadWrite);
         Sys_FilePosixCalls::Current().pwrite = &FullDiskPwrite;
         Sys_FilePosixCalls::Current().fallocate = &FullDiskFallocate;
         EXPECT_THROW(f.SetNumSamples(2000), Cmn_Exception);
@@ -367,13 +363,9 @@ TEST_F(FF_AudioFileFault, OnAFullDiskAppendedFramesTakeNoPlaceOfTheChunksBehind)
 TEST_F(FF_AudioFileFault, AFailedForkWriteLeavesTheOldFork)
 {
     std::string const path = mDir.File("take.vorn");
-    Bytes audio = Audio();
     {
         FF_AudioFile file((Sys_FileLoc(path)));
-        file.Format(Sys_FileType(PlugInTable::MacType("Vn4f")), 2, 22050, 16, 0);
-        FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
-        file.SampleWrite(audio.data(), 1000);
-        file.SetNumSamples(1000);
+        WriteNew(file, Sys_FileType(PlugInTable::MacType("Vn4f")), 22050);
     }
     Bytes const fork = vfltest::ReadWholeFile(mDir.File("Resource.FRK/take.vorn"));
     for (int err : {28 /* ENOSPC */, 5 /* EIO */})
@@ -381,15 +373,15 @@ TEST_F(FF_AudioFileFault, AFailedForkWriteLeavesTheOldFork)
         {
             SCOPED_TRACE("errno " + std::to_string(err) + " after " + std::to_string(allowed) + " writes");
             vfltest::WriteWholeFile(mDir.File("Resource.FRK/take.vorn"), fork);
-            bool const threw = ThrowsOnAFailingDisk(
-                allowed, err, &FillingPwrite,
-                [&]
-                {
-                    FF_AudioFile file((Sys_FileLoc(path)));
-                    FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
-                    for (int i = 0; i < 40; ++i)
-                        file.AddRegion("take " + std::to_string(i), 10, 20 + i, 10, 0, 0);
-                });
+            bool const threw =
+                ThrowsOnAFailingDisk(allowed, err, &FillingPwrite,
+                                     [&]
+                                     {
+                                         FF_AudioFile file((Sys_FileLoc(path)));
+                                         FF_AudioFile::StOpen open(&file, kReadWrite);
+                                         for (int i = 0; i < 40; ++i)
+                                             file.AddRegion("take " + std::to_string(i), 10, 20 + i, 10, 0, 0);
+                                     });
             EXPECT_EQ(threw, sFailed);
             FF_AudioFile again((Sys_FileLoc(path)));
             ASSERT_TRUE(again.Implements(FF_AudioFile::eImportExportInterface));

@@ -152,9 +152,7 @@ TEST_F(SysFileLocTest, ParentsAndPrintLeadUpToTheRootOfTheVolume)
         EXPECT_EQ(loc.GetFullPath().back(), '/');
     }
     ASSERT_GE(chain.size(), 3u);
-    EXPECT_EQ(chain[0], "take.wav");
-    EXPECT_EQ(chain[1], "b");
-    EXPECT_EQ(chain[2], "a");
+    EXPECT_EQ(std::vector(chain.begin(), chain.begin() + 3), (std::vector<std::string>{"take.wav", "b", "a"}));
     EXPECT_TRUE(loc.GetVolume().IsMounted());
     EXPECT_EQ(loc.GetFullPath(), Sys_Utils::GetVolumeRootFolderLoc(loc.GetVolume()).GetFullPath());
     EXPECT_EQ(loc.GetFileName(), "");
@@ -379,7 +377,7 @@ TEST_F(SysFileTypeTest, FilterPairsForFileChoosers)
         {"empty", {}, 64, false, "\0\0"s, true},
         {"one byte writes nothing", {}, 1, false, ""s, true},
         {"two types and all files",
-         {Sys_FileType("wav"), Sys_FileType(vfltest::MacCode("AIFF"))},
+         {Sys_FileType("wav"), Sys_FileType(MacCode("AIFF"))},
          128,
          true,
          "Wave (*.wav)\0*.wav\0AIFF (*.aif)\0*.aif\0All Files (*.*)\0*.*\0\0"s,
@@ -447,6 +445,7 @@ constexpr auto kFolderOnly = Sys_FileLocIterator::kIterateFolderOnly;
 // type and folder, patterns use star and question mark without case.
 TEST_F(SysFileLocIteratorTest, WalksSelectByTypeOrPatternFolderByFolder)
 {
+    Sys_FileType const wav("wav"), aif("aif");
     struct Case
     {
         char const* name; // a pattern, or what the types select
@@ -460,18 +459,10 @@ TEST_F(SysFileLocIteratorTest, WalksSelectByTypeOrPatternFolderByFolder)
          false,
          true,
          "a.WAV|B.wav|c.txt|d.aif|loop/|sub0/|Sub1/|Take [1].wav|sub0/deeper/|sub0/y.wav|Sub1/x.wav|sub0/deeper/z.wav"},
-        {"wav in the tree",
-         {Sys_FileType("wav")},
-         false,
-         true,
-         "a.WAV|B.wav|Take [1].wav|sub0/y.wav|Sub1/x.wav|sub0/deeper/z.wav"},
+        {"wav in the tree", {wav}, false, true, "a.WAV|B.wav|Take [1].wav|sub0/y.wav|Sub1/x.wav|sub0/deeper/z.wav"},
         {"wav by its Macintosh code", {Sys_FileType(MacCode("WAVE"))}, false, false, "a.WAV|B.wav|Take [1].wav"},
-        {"wav then aif, per folder",
-         {Sys_FileType("wav"), Sys_FileType("aif")},
-         false,
-         false,
-         "a.WAV|B.wav|Take [1].wav|d.aif"},
-        {"a type listed twice comes twice", {Sys_FileType("aif"), Sys_FileType("aif")}, false, false, "d.aif|d.aif"},
+        {"wav then aif, per folder", {wav, aif}, false, false, "a.WAV|B.wav|Take [1].wav|d.aif"},
+        {"a type listed twice comes twice", {aif, aif}, false, false, "d.aif|d.aif"},
         {"folders, links left out", {Sys_FileType(Sys_FileType::kTypeFolder)}, false, true, "sub0/|Sub1/|sub0/deeper/"},
         {"any file", {Sys_FileType(Sys_FileType::kTypeFile)}, false, false, "a.WAV|B.wav|c.txt|d.aif|Take [1].wav"},
         {"an unregistered extension", {Sys_FileType("txt")}, false, false, ""},

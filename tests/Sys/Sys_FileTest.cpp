@@ -20,7 +20,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <map>
@@ -43,11 +42,15 @@ class SysFileTest : public vfltest::SysFolderTest
 {
 protected:
     std::string PathOf(std::string const& name) const { return mDir.File(name); }
-    // A file of these bytes, open in this mode.
-    std::unique_ptr<Sys_File> Opened(std::string const& name, Bytes const& content, int32 mode)
+    static Sys_FilePosix& Posix(Sys_File& file) { return dynamic_cast<Sys_FilePosix&>(*file.GetImpl()); }
+    // A file of these bytes, open in this mode; given a sector size, the
+    // file takes it for its disk's.
+    std::unique_ptr<Sys_File> Opened(std::string const& name, Bytes const& content, int32 mode, int32 sector = 0)
     {
         vfltest::WriteWholeFile(PathOf(name), content);
         auto file = std::make_unique<Sys_File>(Loc(name));
+        if (sector != 0)
+            Posix(*file).SetSectorSizeOverride(sector);
         file->Open(mode);
         return file;
     }
@@ -163,7 +166,10 @@ TEST_F(SysFileTest, TransfersOfAClosedFileAndASecondOpenAreRefusedAndStOpenClose
 
 // ---------------------------------------------------------------- positions and transfers
 
-TEST_F(SysFileTest, PositionsCountFromStartCurrentAndEndAndTransfersGiveWhatThereIs)
+// Positions count from the start, the current one and the end, beyond 2
+// and 4 GiB too; transfers give what there is; SetEOF zero-fills growth and
+// keeps the position.
+TEST_F(SysFileTest, PositionsTransfersAndSetEOFWorkFromEveryOriginAndBeyondFourGiB)
 {
     struct Case
     {
@@ -214,12 +220,7 @@ TEST_F(SysFileTest, PositionsCountFromStartCurrentAndEndAndTransfersGiveWhatTher
     fresh->SetPosition(Sys_File::kFromStart, 2);
     fresh->Write("x", 1);
     EXPECT_EQ(fresh->QelGetHighWaterMark(), 6);
-}
 
-// SetEOF zero-fills growth and keeps the position; positions beyond 2 and 4
-// GiB read back exactly.
-TEST_F(SysFileTest, SetEOFZeroFillsGrowthAndPositionsBeyondFourGiBReadBackExactly)
-{
     auto small = Opened("e.bin", Pattern(10), 0x103);
     small->SetPosition(Sys_File::kFromStart, 4);
     small->SetEOF(100000);
@@ -234,26 +235,25 @@ TEST_F(SysFileTest, SetEOFZeroFillsGrowthAndPositionsBeyondFourGiBReadBackExactl
     expected.resize(20, 0);
     EXPECT_EQ(vfltest::ReadWholeFile(PathOf("e.bin")), expected);
 
-    Sys_File file(Loc("sparse.bin"));
-    file.Open(0x203);
-    file.SetEOF(7 * kGiB);
-    EXPECT_EQ(file.GetEOF(), 7 * kGiB);
+    auto sparse = Opened("sparse.bin", {}, 0x203);
+    sparse->SetEOF(7 * kGiB);
+    EXPECT_EQ(sparse->GetEOF(), 7 * kGiB);
     int64 const positions[] = {2 * kGiB - 1, 2 * kGiB, 3 * kGiB + 17, 4 * kGiB, 4 * kGiB + 1, 6 * kGiB + kGiB / 2};
     for (int64 const position : positions)
     {
         SCOPED_TRACE(position);
-        file.SetPosition(Sys_File::kFromStart, position);
-        EXPECT_EQ(file.GetPosition(), position);
+        sparse->SetPosition(Sys_File::kFromStart, position);
+        EXPECT_EQ(sparse->GetPosition(), position);
         char const mark = static_cast<char>(position & 0x7F);
-        EXPECT_EQ(file.Write(&mark, 1), 1);
-        EXPECT_EQ(file.GetPosition(), position + 1);
+        EXPECT_EQ(sparse->Write(&mark, 1), 1);
+        EXPECT_EQ(sparse->GetPosition(), position + 1);
         char back = 0;
-        file.SetPosition(Sys_File::kFromCurrent, -1);
-        EXPECT_EQ(file.Read(&back, 1), 1);
+        sparse->SetPosition(Sys_File::kFromCurrent, -1);
+        EXPECT_EQ(sparse->Read(&back, 1), 1);
         EXPECT_EQ(back, mark);
     }
-    file.SetPosition(Sys_File::kFromEnd, kGiB / 2);
-    EXPECT_EQ(file.GetPosition(), 6 * kGiB + kGiB / 2);
+    sparse->SetPosition(Sys_File::kFromEnd, kGiB / 2);
+    EXPECT_EQ(sparse->GetPosition(), 6 * kGiB + kGiB / 2);
 }
 
 // ---------------------------------------------------------------- MoveBlock
@@ -382,10 +382,7 @@ int Fail(int err)
 template <class Buffer, class Call> int64 FailAfter(int fd, Buffer buffer, uint64 count, int64 offset, Call call)
 {
     if (offset >= sFailAfter)
-    {
-        errno = sFailErrno;
-        return -1;
-    }
+        return Fail(sFailErrno);
     return call(fd, buffer, std::min<uint64>(count, static_cast<uint64>(sFailAfter - offset)), offset);
 }
 
@@ -515,7 +512,11 @@ public:
         sCurrent = this;
         Sys_FilePosixCalls& calls = mSaved.Calls();
         calls.open = &Open;
-        calls.close = &Close;
+        calls.close = [](int fd)
+        {
+            sCurrent->mNames.erase(fd);
+            return Real().close(fd);
+        };
         calls.pread = [](int fd, void* buffer, uint64 count, int64 offset)
         { return Transfer("pread", fd, buffer, count, offset, Real().pread); };
         calls.pwrite = [](int fd, void const* buffer, uint64 count, int64 offset)
@@ -562,11 +563,6 @@ private:
         }
         return fd;
     }
-    static int Close(int fd)
-    {
-        sCurrent->mNames.erase(fd);
-        return Real().close(fd);
-    }
     // Logs a transfer of these lengths; false, with EINVAL, if it is off the grid.
     static bool Allowed(char const* what, int fd, std::string const& lengths, int64 offset, bool aligned)
     {
@@ -609,40 +605,27 @@ private:
 class AlignedAt
 {
 public:
-    AlignedAt(uint64 size, uint64 at, uint64 sector = kSector)
+    AlignedAt(uint64 size, uint64 at, uint64 sector = kSector) : mMemory(size + 3 * sector)
     {
-        uint64 const lead = (sector - at % sector) % sector;
-        void* memory = nullptr;
-        EXPECT_EQ(::posix_memalign(&memory, std::max<uint64>(sector, sizeof(void*)), size + lead + sector), 0);
-        mMemory.reset(static_cast<std::uint8_t*>(memory));
-        mBytes = mMemory.get() + lead;
+        uint64 const skew = reinterpret_cast<std::uintptr_t>(mMemory.data()) % sector;
+        mBytes = mMemory.data() + (sector - skew) % sector + (sector - at % sector) % sector;
     }
     std::uint8_t* Get() const { return mBytes; }
 
 private:
-    struct Free
-    {
-        void operator()(std::uint8_t* p) const { std::free(p); }
-    };
-    std::unique_ptr<std::uint8_t, Free> mMemory;
-    std::uint8_t* mBytes = nullptr;
+    Bytes mMemory;
+    std::uint8_t* mBytes;
 };
 
-class SysFileUnbufferedTest : public vfltest::SysFolderTest
+class SysFileUnbufferedTest : public SysFileTest
 {
 protected:
     // An unbuffered file of these bytes, with 512-byte sectors.
     std::unique_ptr<Sys_File> OpenWith(Bytes const& content, int32 mode = kReadWrite | kUnbuffered)
     {
-        std::string const path = mDir.File("file.bin");
-        vfltest::WriteWholeFile(path, content);
-        auto file = std::make_unique<Sys_File>(Sys_FileLoc(path));
-        Posix(*file).SetSectorSizeOverride(static_cast<int32>(kSector));
-        file->Open(mode);
-        return file;
+        return Opened("file.bin", content, mode, static_cast<int32>(kSector));
     }
-    static Sys_FilePosix& Posix(Sys_File& file) { return dynamic_cast<Sys_FilePosix&>(*file.GetImpl()); }
-    Bytes OnDisk() const { return vfltest::ReadWholeFile(mDir.File("file.bin")); }
+    Bytes OnDisk() const { return vfltest::ReadWholeFile(PathOf("file.bin")); }
     void MatchPlainTransfers(Sys_File& file, int64 sector, unsigned seed);
 };
 
@@ -717,7 +700,7 @@ void SysFileUnbufferedTest::MatchPlainTransfers(Sys_File& file, int64 sector, un
 {
     SCOPED_TRACE(sector);
     std::string const path = file.GetFileLoc().GetFullPath();
-    std::string const oraclePath = mDir.File("oracle.bin");
+    std::string const oraclePath = PathOf("oracle.bin");
     vfltest::WriteWholeFile(oraclePath, vfltest::ReadWholeFile(path));
     Sys_File oracle{Sys_FileLoc(oraclePath)};
     oracle.Open(kReadWrite);
@@ -771,11 +754,8 @@ TEST_F(SysFileUnbufferedTest, RandomReadsAndWritesThroughTheFakeAndOnTheRealDisk
     }
 
     // Whatever the file system of the temporary folder asks for, with O_DIRECT.
-    std::string const path = mDir.File("direct.bin");
-    vfltest::WriteWholeFile(path, Pattern(20000, 22));
-    Sys_File file{Sys_FileLoc(path)};
-    file.Open(kReadWrite | kUnbuffered);
-    MatchPlainTransfers(file, static_cast<int64>(Posix(file).GetUnbufferedSectorSize()), 99);
+    auto direct = Opened("direct.bin", Pattern(20000, 22), kReadWrite | kUnbuffered);
+    MatchPlainTransfers(*direct, static_cast<int64>(Posix(*direct).GetUnbufferedSectorSize()), 99);
 }
 
 // An ext4 file system on a loop device with 4096-byte sectors, mounted for

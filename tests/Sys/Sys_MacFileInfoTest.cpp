@@ -30,8 +30,26 @@ using Bytes = std::vector<std::uint8_t>;
 
 // ---------------------------------------------------------------- names
 
-TEST(SysMacRomanTest, TableIsThePublishedOneWithTheCurrencySign)
+// The private-use characters of file servers come back as what they stand
+// for; the table is the published one, with the currency sign.
+TEST(SysMacRomanTest, PrivateUseCharactersComeBackAndTheTableIsThePublishedOne)
 {
+    struct Case
+    {
+        u16 in, out;
+    };
+    Case const cases[] = {{0xF000, 0x00}, {0xF01F, 0x1F}, {0xF020, '"'},    {0xF021, '*'},    {0xF022, '/'},
+                          {0xF023, '<'},  {0xF024, '>'},  {0xF025, '?'},    {0xF026, '\\'},   {0xF027, '|'},
+                          {0xF028, ' '},  {0xF029, '.'},  {0xF02A, 0xF02A}, {0xEFFF, 0xEFFF}, {'a', 'a'}};
+    for (Case const& c : cases)
+    {
+        SCOPED_TRACE(c.in);
+        EXPECT_EQ(Sys_MacRoman::FromPrivateUse(c.in), c.out);
+    }
+    u8 byte;
+    EXPECT_FALSE(Sys_MacRoman::FromUnicode(0x20AC, &byte)); // the euro sign has no place
+    u16 const name[] = {'T', 0x00C4, 0x4E00, 0x00A4};
+    EXPECT_EQ(Sys_MacRoman::FromName(name, 4), "T\x80_\xDB");
     if (!vfltest::HaveProgram("python3"))
         GTEST_SKIP() << "python3 is needed for its mac_roman codec";
     std::string out;
@@ -50,26 +68,6 @@ TEST(SysMacRomanTest, TableIsThePublishedOneWithTheCurrencySign)
         u8 back = 0;
         EXPECT_TRUE(Sys_MacRoman::FromUnicode(expected, &back));
         EXPECT_EQ(back, b);
-    }
-    u8 byte;
-    EXPECT_FALSE(Sys_MacRoman::FromUnicode(0x20AC, &byte)); // the euro sign has no place
-    u16 const name[] = {'T', 0x00C4, 0x4E00, 0x00A4};
-    EXPECT_EQ(Sys_MacRoman::FromName(name, 4), "T\x80_\xDB");
-}
-
-TEST(SysMacRomanTest, PrivateUseCharactersOfServersComeBack)
-{
-    struct Case
-    {
-        u16 in, out;
-    };
-    Case const cases[] = {{0xF000, 0x00}, {0xF01F, 0x1F}, {0xF020, '"'},    {0xF021, '*'},    {0xF022, '/'},
-                          {0xF023, '<'},  {0xF024, '>'},  {0xF025, '?'},    {0xF026, '\\'},   {0xF027, '|'},
-                          {0xF028, ' '},  {0xF029, '.'},  {0xF02A, 0xF02A}, {0xEFFF, 0xEFFF}, {'a', 'a'}};
-    for (Case const& c : cases)
-    {
-        SCOPED_TRACE(c.in);
-        EXPECT_EQ(Sys_MacRoman::FromPrivateUse(c.in), c.out);
     }
 }
 
@@ -128,15 +126,13 @@ protected:
     void SetUp() override
     {
         vfltest::SysFolderTest::SetUp();
-        mRoot = Dir();
-        vfltest::WriteWholeFile(mRoot + "probe", {});
-        mHaveXattrs = ::setxattr((mRoot + "probe").c_str(), "user.probe", "1", 1, 0) == 0;
+        vfltest::WriteWholeFile(Dir() + "probe", {});
+        mHaveXattrs = ::setxattr((Dir() + "probe").c_str(), "user.probe", "1", 1, 0) == 0;
     }
     bool SetAttribute(std::string const& file, std::string const& name, Bytes const& value)
     {
         return ::setxattr(file.c_str(), name.c_str(), value.data(), value.size(), 0) == 0;
     }
-    std::string mRoot;
     bool mHaveXattrs = false;
 };
 
@@ -168,12 +164,12 @@ TEST_F(SysMacFileInfoTest, FinderInfoIsReadWhereOtherSystemsLeaveIt)
         SCOPED_TRACE(c.place);
         if (c.attribute && !mHaveXattrs)
             continue;
-        std::string const file = mRoot + c.place;
+        std::string const file = Dir() + c.place;
         vfltest::WriteWholeFile(file, {1, 2, 3});
         if (c.attribute)
             ASSERT_TRUE(SetAttribute(file, c.attribute, c.record));
         else
-            vfltest::WriteWholeFile(mRoot + "._" + c.place, c.record);
+            vfltest::WriteWholeFile(Dir() + "._" + c.place, c.record);
         MacFileInfo record;
         ASSERT_EQ(record.Open(file), 0);
         EXPECT_TRUE(record.mIsFile);
@@ -207,7 +203,7 @@ TEST_F(SysMacFileInfoTest, WithoutUserAttributesTheInformationIsNeverThere)
     NoAttributes none;
     Sys_MacFileSystem* const platform = Sys_MacFileSystem::Get();
     Sys_MacFileSystem::Set(&none);
-    std::string const file = mRoot + "on fat";
+    std::string const file = Dir() + "on fat";
     vfltest::WriteWholeFile(file, {1});
     MacFileInfo record;
     EXPECT_EQ(record.Open(file), 0);
@@ -223,8 +219,8 @@ TEST_F(SysMacFileInfoTest, WithoutUserAttributesTheInformationIsNeverThere)
 TEST_F(SysMacFileInfoTest, AForkMadeHereCarriesItsTypeAndOnlyMacVolumesAreStamped)
 {
     if (!mHaveXattrs)
-        GTEST_SKIP() << "no user attributes on " << mRoot;
-    std::string const file = mRoot + "take";
+        GTEST_SKIP() << "no user attributes on " << Dir();
+    std::string const file = Dir() + "take";
     Sys_ResourceManager::CreateFork(Sys_FileLoc(file), 0x4E75766F, 0x566E3466); // 'Nuvo', 'Vn4f'
     ASSERT_EQ(Sys_ResourceManager::GetError(), 0);
     MacFileInfo record;
@@ -236,7 +232,7 @@ TEST_F(SysMacFileInfoTest, AForkMadeHereCarriesItsTypeAndOnlyMacVolumesAreStampe
     ASSERT_EQ(::getxattr(file.c_str(), "user.DosStream.AFP_AfpInfo:$DATA", stored.data(), stored.size()), 60);
     EXPECT_EQ(Bytes(stored.begin() + 16, stored.begin() + 24), (Bytes{'V', 'n', '4', 'f', 'N', 'u', 'v', 'o'}));
 
-    std::string const wave = mRoot + "plain.wav";
+    std::string const wave = Dir() + "plain.wav";
     vfltest::WriteWholeFile(wave, {0});
     SetFileAndCreatorType(Sys_FileLoc(wave), 0x57415645, 0x4E75766F);
     EXPECT_EQ(::listxattr(wave.c_str(), nullptr, 0), 0);
@@ -337,7 +333,7 @@ TEST_F(SysMacFileInfoTest, SpecificationsLeadBackToTheirFiles)
     for (std::string const& name : {std::string("Take 1.aif"), longName, longName + "x"})
     {
         SCOPED_TRACE(name.size());
-        Sys_FileLoc const loc(mRoot + "folder/" + name);
+        Sys_FileLoc const loc(Dir() + "folder/" + name);
         FSSpec fileSpec;
         Sys_FileLoc2FSSpec(loc, &fileSpec, true);
         EXPECT_LE(fileSpec.name[0], 63);
@@ -347,9 +343,9 @@ TEST_F(SysMacFileInfoTest, SpecificationsLeadBackToTheirFiles)
     }
     FSSpec unknown;
     unknown.vRefNum = 99;
-    Sys_FileLoc untouched(mRoot + "x");
+    Sys_FileLoc untouched(Dir() + "x");
     EXPECT_FALSE(FSSpec2Sys_FileLoc(unknown, &untouched));
-    EXPECT_EQ(untouched.GetFullPath(), mRoot + "x");
+    EXPECT_EQ(untouched.GetFullPath(), Dir() + "x");
 }
 
 // ---------------------------------------------------------------- on a Macintosh volume
@@ -520,14 +516,8 @@ std::string Line(Res const& r)
 
 Res R(char const (&type)[5], i16 id, char const* name, std::string const& data, u8 attributes = 0)
 {
-    Res r;
-    r.type = Sys_ResourceFork::Code(type);
-    r.id = id;
-    r.attributes = attributes;
-    r.hasName = name != nullptr;
-    r.name = name ? name : "";
-    r.data.assign(data.begin(), data.end());
-    return r;
+    return Res{Sys_ResourceFork::Code(type),   id, attributes, name != nullptr, name ? name : "",
+               Bytes(data.begin(), data.end())};
 }
 
 class SysResourceForkTest : public vfltest::SysFolderTest
@@ -650,25 +640,23 @@ protected:
     {
         vfltest::SysFolderTest::SetUp();
         Sys_ResourceManager::Reset();
-        mRoot = Dir();
     }
     void TearDown() override { Sys_ResourceManager::Reset(); }
     std::vector<std::string> Listing() const
     {
         std::vector<std::string> names;
-        for (auto const& e : fs::recursive_directory_iterator(mRoot))
+        for (auto const& e : fs::recursive_directory_iterator(Dir()))
             names.push_back(e.path().string());
         std::sort(names.begin(), names.end());
         return names;
     }
     using M = Sys_ResourceManager;
-    std::string mRoot;
 };
 
 TEST_F(SysResourceManagerTest, OpeningNeverMakesAForkAndCreatingMakesAnEmptyOne)
 {
-    vfltest::WriteWholeFile(mRoot + "notes.txt", {1, 2, 3});
-    Sys_FileLoc const file(mRoot + "notes.txt");
+    vfltest::WriteWholeFile(Dir() + "notes.txt", {1, 2, 3});
+    Sys_FileLoc const file(Dir() + "notes.txt");
     auto const before = Listing();
     for (i8 permission : {M::kPermissionRead, M::kPermissionReadWrite})
     {
@@ -679,17 +667,17 @@ TEST_F(SysResourceManagerTest, OpeningNeverMakesAForkAndCreatingMakesAnEmptyOne)
 
     M::CreateFork(file, Sys_ResourceFork::Code("Nuvo"), Sys_ResourceFork::Code("Vn4f"));
     EXPECT_EQ(M::GetError(), 0);
-    EXPECT_EQ(fs::file_size(mRoot + "Resource.FRK/notes.txt"), Sys_ResourceFork::kEmptyForkSize);
+    EXPECT_EQ(fs::file_size(Dir() + "Resource.FRK/notes.txt"), Sys_ResourceFork::kEmptyForkSize);
     M::CreateFork(file, 0, 0);
     EXPECT_EQ(M::GetError(), M::kErrDuplicateFile);
-    EXPECT_EQ(vfltest::ReadWholeFile(mRoot + "notes.txt"), (Bytes{1, 2, 3}));
+    EXPECT_EQ(vfltest::ReadWholeFile(Dir() + "notes.txt"), (Bytes{1, 2, 3}));
 }
 
 // The calls a format handler makes: add, write, close, reopen, get,
 // remove with loading off, release, detach.
 TEST_F(SysResourceManagerTest, ResourcesSurviveCloseAndReopen)
 {
-    Sys_FileLoc const file(mRoot + "Take 1");
+    Sys_FileLoc const file(Dir() + "Take 1");
     M::CreateFork(file, 0, 0);
     int16 const ref = M::OpenFork(file, M::kPermissionReadWrite);
     ASSERT_GT(ref, 0);
@@ -777,10 +765,10 @@ TEST_F(SysResourceManagerTest, ForksAreFoundInSidecarsAndDamageIsRefused)
     fork.Add(R("STR ", 1002, "channels", "\0011"));
     Bytes bytes;
     ASSERT_TRUE(fork.Serialize(&bytes));
-    vfltest::WriteWholeFile(mRoot + "from a mac.aif", {});
-    vfltest::WriteWholeFile(mRoot + "._from a mac.aif", vfltest::AppleDouble(Bytes(32, 0), bytes));
+    vfltest::WriteWholeFile(Dir() + "from a mac.aif", {});
+    vfltest::WriteWholeFile(Dir() + "._from a mac.aif", vfltest::AppleDouble(Bytes(32, 0), bytes));
 
-    Sys_FileLoc const file(mRoot + "from a mac.aif");
+    Sys_FileLoc const file(Dir() + "from a mac.aif");
     M::ForkPlace place;
     ASSERT_TRUE(M::FindFork(file, &place));
     EXPECT_EQ(place.offset, 82);
@@ -790,10 +778,10 @@ TEST_F(SysResourceManagerTest, ForksAreFoundInSidecarsAndDamageIsRefused)
     EXPECT_EQ(std::string(*h, 2), "\0011");
 
     bytes.resize(100);
-    fs::create_directory(mRoot + "Resource.FRK");
-    vfltest::WriteWholeFile(mRoot + "Resource.FRK/cut", bytes);
-    vfltest::WriteWholeFile(mRoot + "cut", {});
-    EXPECT_EQ(M::OpenFork(Sys_FileLoc(mRoot + "cut"), M::kPermissionRead), -1);
+    fs::create_directory(Dir() + "Resource.FRK");
+    vfltest::WriteWholeFile(Dir() + "Resource.FRK/cut", bytes);
+    vfltest::WriteWholeFile(Dir() + "cut", {});
+    EXPECT_EQ(M::OpenFork(Sys_FileLoc(Dir() + "cut"), M::kPermissionRead), -1);
     EXPECT_EQ(M::GetError(), M::kErrMapRead);
 }
 

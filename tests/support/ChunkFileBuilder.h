@@ -24,6 +24,7 @@ public:
     ChunkFileBuilder& Id(char const (&id)[5]) { return Append(id, 4); }
     ChunkFileBuilder& U16(std::uint16_t v) { return Number(v, 2); }
     ChunkFileBuilder& U32(std::uint32_t v) { return Number(v, 4); }
+    ChunkFileBuilder& U64(std::uint64_t v) { return Number(v, 8); }
     // A chunk with a given header size and body (the size need not match); no pad.
     ChunkFileBuilder& Chunk(char const (&id)[5], std::uint32_t size, Vec const& body)
     {
@@ -137,12 +138,20 @@ public:
         return Chunk("MARK", body.Bytes());
     }
 
-    // Patches the RIFF or FORM size to the file length minus 8.
-    ChunkFileBuilder& FixSize()
+    // Bytes changed after the fact, to damage a file or to stand for another
+    // tool's edit: n bytes at `at` in the file's byte order, or the last n cut off.
+    ChunkFileBuilder& Patch(std::size_t at, std::uint64_t v, int n = 1)
     {
-        Put(4, mBytes.size() - 8, 4);
+        Put(at, v, n);
         return *this;
     }
+    ChunkFileBuilder& Cut(std::size_t n)
+    {
+        mBytes.resize(mBytes.size() - n);
+        return *this;
+    }
+    // Patches the RIFF or FORM size to the file length minus 8.
+    ChunkFileBuilder& FixSize() { return Patch(4, mBytes.size() - 8, 4); }
     ChunkFileBuilder& FixRiffSize() { return FixSize(); } // the name older tests use
     // The bytes with the size fixed, or as built.
     Vec Done() { return FixSize().Bytes(); }

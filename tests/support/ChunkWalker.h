@@ -70,11 +70,12 @@ public:
         front.insert(front.end(), audio.begin(), audio.end());
         return front;
     }
-    static std::vector<std::string> Ids(Bytes const& b)
+    // The ids of the chunks, one blank between them ('fmt ' keeps its own).
+    static std::string Ids(Bytes const& b)
     {
-        std::vector<std::string> ids;
+        std::string ids;
         for (auto const& c : Walk(b))
-            ids.push_back(c.id);
+            ids += (ids.empty() ? "" : " ") + c.id;
         return ids;
     }
 };

@@ -223,9 +223,11 @@ RF::Resource Str(std::int16_t id, std::string const& name, std::string const& va
     return Resource("STR ", id, data, name);
 }
 
-std::vector<RF::Resource> Strings(char const* size, char const* rate, char const* channels)
+// The three strings every file has, then any further resources.
+template <class... More>
+std::vector<RF::Resource> Strings(char const* size, char const* rate, char const* channels, More... more)
 {
-    return {Str(1000, "sample-size", size), Str(1001, "sample-rate", rate), Str(1002, "channels", channels)};
+    return {Str(1000, "sample-size", size), Str(1001, "sample-rate", rate), Str(1002, "channels", channels), more...};
 }
 
 TEST_F(VORNFile, AMacFileIsReadFromItsBigEndianResources)
@@ -235,11 +237,11 @@ TEST_F(VORNFile, AMacFileIsReadFromItsBigEndianResources)
     Bytes regions = Hex("0001 0000000c 00000038 00000000 00000001"            // header
                         "00000000 00000001 00000002 00000001 00000000 00000000 04 6c6f6f70");
     regions.resize(18 + 56, 0);
-    auto resources = Strings("2", "22050.000000", "1");
-    resources.push_back(Resource("umid", 1000, Hex("0000000000000000 00000001 00000002 00000003 00000004")));
-    resources.push_back(Resource("qxRL", 1000, regions));
-    resources.push_back(Resource("qxLL", 1000, Hex("0001 0001 0001 0001  00000001 00000002 0002 0076 0000")));
-    WriteFork("From a Mac", resources);
+    WriteFork("From a Mac",
+              Strings("2", "22050.000000", "1",
+                      Resource("umid", 1000, Hex("0000000000000000 00000001 00000002 00000003 00000004")),
+                      Resource("qxRL", 1000, regions),
+                      Resource("qxLL", 1000, Hex("0001 0001 0001 0001  00000001 00000002 0002 0076 0000"))));
 
     FF_AudioFile file((Sys_FileLoc(path)));
     ASSERT_TRUE(file.Implements(FF_AudioFile::eVelmoraInterface)) << file.GetUnknownReason();
@@ -270,9 +272,7 @@ TEST_F(VORNFile, AdoptingAMacFileKeepsItsOtherResources)
 {
     std::string const path = mDir.File("Take");
     vfltest::WriteWholeFile(path, Bytes(8, 1));
-    auto resources = Strings("2", "44100.000000", "2");
-    resources.push_back(Resource("ANNO", 128, {'n', 'o', 't', 'e'}, "by hand"));
-    WriteFork("Take", resources);
+    WriteFork("Take", Strings("2", "44100.000000", "2", Resource("ANNO", 128, {'n', 'o', 't', 'e'}, "by hand")));
     Sys_Umid umid;
     {
         FF_AudioFile file((Sys_FileLoc(path)));
@@ -310,12 +310,7 @@ TEST_F(VORNFile, FilesThatAreNoneAreRefusedAndNothingIsWritten)
         {"sample size 0", Bytes(12, 0), true, Strings("0", "8000", "1")},
         {"no rate", Bytes(12, 0), true, Strings("2", "fast", "1")},
         {"a loop list written little-endian", Bytes(12, 0), true,
-         []
-         {
-             auto r = Strings("2", "8000", "1");
-             r.push_back(Resource("qxLL", 1000, {1, 0, 1, 0, 1, 0, 0, 0}));
-             return r;
-         }()},
+         Strings("2", "8000", "1", Resource("qxLL", 1000, {1, 0, 1, 0, 1, 0, 0, 0}))},
         {"a damaged fork", Bytes(12, 0), true, {}},
     };
     int n = 0;
