@@ -206,68 +206,55 @@ TEST_F(FF_AudioFileContract, NestedOpensKeepTheOuterMode)
     EXPECT_FALSE(mFile->IsOpen());
 }
 
-TEST_F(FF_AudioFileContract, WriteBackHappensAtTheLastClose)
-{
-    mFile->Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
-    EXPECT_TRUE(mFile->Implement(FF_AudioFile::eVelmoraInterface)); // marks the file dirty
-    EXPECT_TRUE(mFile->Implements(FF_AudioFile::eVelmoraInterface));
-    EXPECT_EQ(mFake->flushes, 0);
-    mFile->Close(false);
-    EXPECT_EQ(mFake->flushes, 0);
-    EXPECT_FALSE(mFile->IsOpen());
-
-    mFile->Open(FF_AudioFile::eOpenRead);
-    mFile->Close();
-    EXPECT_EQ(mFake->flushes, 1);
-    mFile->Open(FF_AudioFile::eOpenRead);
-    mFile->Close();
-    EXPECT_EQ(mFake->flushes, 1); // clean now
-}
-
-// Implement marks the file dirty once the handler has answered, whatever
-// it answered; a failure is thrown before that, and leaves nothing to write.
-TEST_F(FF_AudioFileContract, ImplementMarksDirtyOnlyAfterTheHandlerAnswered)
+// Implement marks the file dirty once the handler has answered, whatever it
+// answered; a failure is thrown before that and leaves nothing to write. The
+// write-back comes at the last close that allows it, even of a read, and
+// once: a failed one throws with the file closed and is not tried again.
+TEST_F(FF_AudioFileContract, WriteBackHappensOnceAtTheLastCloseAfterTheHandlerAnswered)
 {
     struct
     {
         char const* name;
-        PlugInResult result;
-        bool answer;
-        bool throws;
+        PlugInResult implement, flush;
+        int32 reopen;
+        bool answer, throws;
         int flushes;
     } const cases[] = {
-        {"added", S_OK, true, false, 1},
-        {"not added", S_FALSE, false, false, 1},
-        {"failed", E_FAIL, false, true, 0},
+        {"added", S_OK, S_OK, FF_AudioFile::eOpenRead, true, false, 1},
+        {"not added", S_FALSE, S_OK, FF_AudioFile::eOpenRead, false, false, 1},
+        {"failed", E_FAIL, S_OK, FF_AudioFile::eOpenRead, false, true, 0},
+        {"write-back failed", S_OK, 0x80070005, FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite, true, false, 1},
     };
     for (auto const& c : cases)
     {
         SCOPED_TRACE(c.name);
         Remake(2, 16, 8);
-        mFake->implementResult = c.result;
+        mFake->implementResult = c.implement;
+        mFake->flushResult = c.flush;
         mFile->Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
         bool answer = false;
         EXPECT_EQ(CodeOf([&] { answer = mFile->Implement(FF_AudioFile::eVelmoraInterface); }).has_value(), c.throws);
         EXPECT_EQ(answer, c.answer);
-        mFile->Close();
+        EXPECT_EQ(mFile->Implements(FF_AudioFile::eVelmoraInterface), c.answer);
+        mFile->Close(false);
+        EXPECT_FALSE(mFile->IsOpen());
+        EXPECT_EQ(mFake->flushes, 0);
+
+        mFile->Open(c.reopen);
+        auto const code = CodeOf([&] { mFile->Close(); });
+        EXPECT_EQ(code, c.flush == S_OK ? std::nullopt : std::optional<XC_BaseExceptionCode>(XC_Sys_SystemError));
+        EXPECT_FALSE(mFile->IsOpen());
+        EXPECT_EQ(mFile->GetOpenMode(), 0);
+        EXPECT_EQ(mFake->flushes, c.flushes);
+        mFile->Open(FF_AudioFile::eOpenRead);
+        mFile->Close(); // clean now, or cleared by the failure
         EXPECT_EQ(mFake->flushes, c.flushes);
     }
 }
 
-TEST_F(FF_AudioFileContract, FailedWriteBackThrowsWithTheFileClosed)
-{
-    mFake->flushResult = 0x80070005;
-    mFile->Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
-    mFile->Implement(FF_AudioFile::eVelmoraInterface);
-    EXPECT_EQ(*CodeOf([&] { mFile->Close(); }), XC_Sys_SystemError);
-    EXPECT_FALSE(mFile->IsOpen());
-    EXPECT_EQ(mFile->GetOpenMode(), 0);
-    mFile->Open(FF_AudioFile::eOpenRead);
-    mFile->Close(); // dirty was cleared: no second attempt
-    EXPECT_EQ(mFake->flushes, 1);
-}
-
-TEST_F(FF_AudioFileContract, SampleReadSwapsOnlyBigEndianWideSamples)
+// What the handler tells: the width, the mask and the type's name; and on
+// the sample path only big-endian samples wider than a byte are swapped.
+TEST_F(FF_AudioFileContract, AttributesMaskAndTheSwapOfBigEndianWideSamples)
 {
     struct
     {
@@ -281,12 +268,18 @@ TEST_F(FF_AudioFileContract, SampleReadSwapsOnlyBigEndianWideSamples)
         {0, 32, {3, 2, 1, 0, 7, 6, 5, 4}},
         {0, 8, {0, 1}},
         {1, 24, {0, 1, 2, 3, 4, 5}},
+        {1, 12, {0, 1, 2, 3}},
     };
     for (auto const& c : cases)
     {
         SCOPED_TRACE(testing::Message() << "order " << c.order << " bits " << c.bits);
         Remake(1, c.bits, 100);
         mFake->byteOrder = c.order;
+        EXPECT_EQ(mFile->GetAudioFileAttr().GetBytesPerSample() * 2u, c.expected.size());
+        EXPECT_TRUE(mFile->Implements(
+            FF_AudioFile::EInterface(FF_AudioFile::eVelmoraInterface | FF_AudioFile::eNativeInterface)));
+        EXPECT_FALSE(mFile->Implements(FF_AudioFile::eVelmoraInterface));
+        EXPECT_EQ(mFile->GetDescription(FF_AudioFile::eShortDescription), "FAKE");
         FF_AudioFile::StOpen open(mFile.get(), FF_AudioFile::eOpenRead);
         std::vector<std::uint8_t> got(c.expected.size());
         mFile->SampleRead(got.data(), 2);
@@ -296,17 +289,10 @@ TEST_F(FF_AudioFileContract, SampleReadSwapsOnlyBigEndianWideSamples)
     }
 }
 
-TEST_F(FF_AudioFileContract, AttributesAndMask)
-{
-    Remake(1, 12, 5);
-    EXPECT_EQ(mFile->GetAudioFileAttr().GetBytesPerSample(), 2);
-    EXPECT_TRUE(
-        mFile->Implements(FF_AudioFile::EInterface(FF_AudioFile::eVelmoraInterface | FF_AudioFile::eNativeInterface)));
-    EXPECT_FALSE(mFile->Implements(FF_AudioFile::eVelmoraInterface));
-    EXPECT_EQ(mFile->GetDescription(FF_AudioFile::eShortDescription), "FAKE");
-}
-
-TEST(FF_AudioFileOnDisk, UnknownFileIsClosedAgainAndNotAnError)
+// An unknown file is closed again and is no error. Format keeps the bits of
+// the mask it finds and only adds to them: a location probed as unknown
+// still says so after it has been formatted.
+TEST(FF_AudioFileOnDisk, UnknownFileIsNotAnErrorAndFormatAddsToTheMaskItFinds)
 {
     Sys_Init::Init();
     vfltest::TempDir dir;
@@ -314,47 +300,29 @@ TEST(FF_AudioFileOnDisk, UnknownFileIsClosedAgainAndNotAnError)
     {
         char const* name;
         std::vector<std::uint8_t> bytes;
-    } const cases[] = {{"empty", {}}, {"text", {'a', 'b', 'c', '\n'}}, {"zeros", std::vector<std::uint8_t>(4096, 0)}};
-    for (auto const& c : cases)
-    {
-        SCOPED_TRACE(c.name);
-        std::string path = dir.File(c.name);
-        vfltest::WriteWholeFile(path, c.bytes);
-        FF_AudioFile file((Sys_FileLoc(path)));
-        EXPECT_FALSE(file.Implements(FF_AudioFile::eImportExportInterface));
-        EXPECT_TRUE(file.Implements(FF_AudioFile::eNoAudioInterface));
-        EXPECT_EQ(file.GetFileType().GetFileType(), Sys_FileType::kTypeUnknown);
-        EXPECT_FALSE(file.IsOpen());
-        EXPECT_EQ(file.GetOpenMode(), 0);
-    }
-}
-
-// Format keeps the bits of the mask it finds and only adds to them: a
-// location probed as unknown still says so after it has been formatted.
-TEST(FF_AudioFileOnDisk, FormatAddsToTheMaskItFinds)
-{
-    Sys_Init::Init();
-    vfltest::TempDir dir;
-    struct
-    {
-        char const* name;
         bool probedFirst;
-        bool noAudioAfter;
-    } const cases[] = {{"probed as unknown", true, true}, {"never probed", false, false}};
+    } const cases[] = {{"empty", {}, true},
+                       {"text", {'a', 'b', 'c', '\n'}, true},
+                       {"zeros", std::vector<std::uint8_t>(4096, 0), true},
+                       {"never probed", {'a', 'b', 'c'}, false}};
     for (auto const& c : cases)
     {
         SCOPED_TRACE(c.name);
         std::string const path = dir.File(std::string(c.name) + ".wav");
-        vfltest::WriteWholeFile(path, {'a', 'b', 'c'});
+        vfltest::WriteWholeFile(path, c.bytes);
         FF_AudioFile file((Sys_FileLoc(path)));
         if (c.probedFirst)
         {
-            ASSERT_TRUE(file.Implements(FF_AudioFile::eNoAudioInterface));
+            EXPECT_FALSE(file.Implements(FF_AudioFile::eImportExportInterface));
+            EXPECT_TRUE(file.Implements(FF_AudioFile::eNoAudioInterface));
+            EXPECT_EQ(file.GetFileType().GetFileType(), Sys_FileType::kTypeUnknown);
+            EXPECT_FALSE(file.IsOpen());
+            EXPECT_EQ(file.GetOpenMode(), 0);
         }
         file.Format(Sys_FileType(std::string("wav")), 2, 44100, 16, 0);
         EXPECT_TRUE(file.Implements(FF_AudioFile::eImportExportInterface));
         EXPECT_TRUE(file.Implements(FF_AudioFile::eNativeInterface));
-        EXPECT_EQ(file.Implements(FF_AudioFile::eNoAudioInterface), c.noAudioAfter);
+        EXPECT_EQ(file.Implements(FF_AudioFile::eNoAudioInterface), c.probedFirst);
     }
 }
 
@@ -377,13 +345,11 @@ TEST(FF_AudioFileOnDisk, TheFirstSetterOnAFreshObjectIsKept)
         FF_AudioFile file((Sys_FileLoc(path)));
         file.Format(Sys_FileType(std::string("wav")), 1, 8000, 16, 10);
     }
-    using Set = std::function<void(FF_AudioFile&)>;
-    using Check = std::function<bool(FF_AudioFile&)>;
     struct
     {
         char const* name;
-        Set set;
-        Check check;
+        std::function<void(FF_AudioFile&)> set;
+        std::function<bool(FF_AudioFile&)> check;
     } const cases[] = {
         {"time stamp", [](FF_AudioFile& f) { f.SetSMPTETimeStamp(4242); },
          [](FF_AudioFile& f) { return f.GetSMPTETimeStamp() == 4242; }},

@@ -106,6 +106,12 @@ protected:
             list.Insert(i);
         return list;
     }
+    static std::unique_ptr<FF_AudioFile> Compact(std::string const& path, Cmn_IntervalList const& keep,
+                                                 Sys_FunctionObject* progress = nullptr)
+    {
+        return FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc(path), keep, FF_AudioFileUtils::eCompactInPlace,
+                                                   progress);
+    }
 
     vfltest::TempDir mDir;
 };
@@ -150,8 +156,7 @@ TEST_F(FF_AudioFileCompact, KeepsTheStretchesAndTheRegionsInsideThem)
 
         Pulses pulses;
         Cmn_IntervalList const list = List(keep);
-        auto file =
-            FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc(path), list, FF_AudioFileUtils::eCompactInPlace, &pulses);
+        auto file = Compact(path, list, &pulses);
         ASSERT_TRUE(file);
         EXPECT_FALSE(file->IsOpen());
         EXPECT_EQ(pulses.mCount, FF_AudioFileUtils::CountCompactRounds(file->GetAudioFileAttr(), list));
@@ -184,8 +189,7 @@ TEST_F(FF_AudioFileCompact, KeepingAllOrNothing)
     FF_AudioFile before((Sys_FileLoc(path)));
     std::vector<FF_ImportAudioRegion> old, now;
     before.GetRegions(&old, false);
-    FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc(path), List({{0, 1000}}), FF_AudioFileUtils::eCompactInPlace,
-                                        nullptr);
+    Compact(path, List({{0, 1000}}));
     FF_AudioFile after((Sys_FileLoc(path)));
     EXPECT_EQ(after.GetUmid(), before.GetUmid());
     EXPECT_TRUE(after.HasOverview(256, 8));
@@ -197,8 +201,7 @@ TEST_F(FF_AudioFileCompact, KeepingAllOrNothing)
     // Nothing: no round, no frame, the whole-file region alone.
     std::string const none = Make("none.wav", 2, 16, 1000, regions);
     Pulses pulses;
-    FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc(none), Cmn_IntervalList(), FF_AudioFileUtils::eCompactInPlace,
-                                        &pulses);
+    Compact(none, Cmn_IntervalList(), &pulses);
     EXPECT_EQ(pulses.mCount, 0);
     EXPECT_TRUE(Regions(none).empty());
     EXPECT_EQ(Regions(none, true), (std::vector<Region>{{"none", 0, 0, 0}}));
@@ -245,12 +248,7 @@ TEST_F(FF_AudioFileCompact, RefusalsTouchNothing)
     {
         SCOPED_TRACE(c.name);
         Bytes const bytes = vfltest::ReadWholeFile(c.path);
-        fffiles::Thrown const t = fffiles::ThrownBy(
-            [&]
-            {
-                FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc(c.path), List(c.keep),
-                                                    FF_AudioFileUtils::eCompactInPlace, nullptr);
-            });
+        fffiles::Thrown const t = fffiles::ThrownBy([&] { Compact(c.path, List(c.keep)); });
         EXPECT_TRUE(t.code == *c.code);
         EXPECT_NE(t.text.find(c.path), std::string::npos) << t.text;
         EXPECT_TRUE(vfltest::ReadWholeFile(c.path) == bytes);
@@ -282,18 +280,12 @@ TEST_F(FF_AudioFileCompact, AnAiffPastFourGigabytesIsCompactedOnlyToWhatItsSizes
         return std::make_pair(bytes, std::filesystem::file_size(path));
     };
     auto const before = state();
-    fffiles::Thrown const refusal = fffiles::ThrownBy(
-        [&]
-        {
-            FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc(path), List({{0, 1000}, {2000, frames}}),
-                                                FF_AudioFileUtils::eCompactInPlace, nullptr);
-        });
+    fffiles::Thrown const refusal = fffiles::ThrownBy([&] { Compact(path, List({{0, 1000}, {2000, frames}})); });
     EXPECT_TRUE(refusal.code == XC_FF_PlugIn_BadParameter);
     EXPECT_NE(refusal.text.find("sizes record"), std::string::npos) << refusal.text;
     EXPECT_TRUE(state() == before);
 
-    FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc(path), List({{0, 1000}, {frames - 10, frames}}),
-                                        FF_AudioFileUtils::eCompactInPlace, nullptr);
+    Compact(path, List({{0, 1000}, {frames - 10, frames}}));
     FF_AudioFile file((Sys_FileLoc(path)));
     EXPECT_EQ(file.GetAudioFileAttr().GetNumSamples(), 1010);
     EXPECT_FALSE(file.IsHeaderIncomplete());
@@ -364,7 +356,7 @@ TEST_F(FF_AudioFileCompact, AProcessKilledAtAnyByteLeavesAFileThatOpensAndReads)
     // A whole run, counting what it writes.
     std::filesystem::copy_file(pristine, path);
     CountWrites(false, 0);
-    FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc(path), keep, FF_AudioFileUtils::eCompactInPlace, nullptr);
+    Compact(path, keep);
     Sys_FilePosixCalls::Current() = Sys_FilePosixCalls::System();
     int64 const total = sWritten;
     int64 const tail = sWrittenAtFirstTruncate;
@@ -394,8 +386,7 @@ TEST_F(FF_AudioFileCompact, AProcessKilledAtAnyByteLeavesAFileThatOpensAndReads)
             CountWrites(true, point);
             try
             {
-                FF_AudioFileUtils::CompactAudioFile(Sys_FileLoc(path), keep, FF_AudioFileUtils::eCompactInPlace,
-                                                    nullptr);
+                Compact(path, keep);
             }
             catch (...)
             {

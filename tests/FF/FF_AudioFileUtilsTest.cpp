@@ -199,14 +199,11 @@ TEST_F(FF_AudioFileUtilsTest, AnAbortAtAnyMomentEndsCleanlyAndLeavesEmptyOutputs
         if (hold)
         {
             ASSERT_TRUE(vfltest::Eventually([] { return HeldTransfers::waiting > 0; }));
-            chain->Abort();
-            HeldTransfers::held = false;
         }
         else
-        {
             std::this_thread::sleep_for(delay);
-            chain->Abort();
-        }
+        chain->Abort();
+        HeldTransfers::held = false;
         Sys_Task::EStatus const status = WaitForChain(*chain);
         EXPECT_TRUE(!hold || status == Sys_Task::kStatusAborted) << "status " << status;
         ASSERT_TRUE(status == Sys_Task::kStatusAborted || status == Sys_Task::kStatusCompleted)
@@ -275,9 +272,8 @@ TEST_F(FF_AudioFileUtilsTest, AWriteBackErrorFailsTheConversion)
             sSyncsAllowed = allowed;
             sSyncFailed = false;
             Sys_FilePosixCalls::Current().fsync = &FailingFsync;
-            std::optional<int32> err;
             Sys_Task::EStatus status = Sys_Task::kStatusFailed;
-            err = fftest::ErrnoOf(
+            auto const err = fftest::ErrnoOf(
                 [&]
                 {
                     auto chain = Convert(in, {mDir.File("out." + type)}, 16, 44100, 4, false, type);

@@ -121,9 +121,10 @@ TEST_F(FF_AudioFileWrite, WholeFileRegionRules)
     }
 }
 
-// The whole-file region takes the file name, cut between characters; removing
-// a region without identity opens nothing.
-TEST_F(FF_AudioFileWrite, AFileNameLongerThanARegionNameIsCutBetweenCharacters)
+// The whole-file region takes the file name, cut between characters. A file
+// open for reading is not written: a write throws, and removing a region
+// without identity opens nothing.
+TEST_F(FF_AudioFileWrite, AFileNameLongerThanARegionNameIsCutAndAReadingOpenWritesNothing)
 {
     std::string const e = "\xC3\xA9"; // two bytes
     auto times = [](std::string const& s, int n)
@@ -147,15 +148,19 @@ TEST_F(FF_AudioFileWrite, AFileNameLongerThanARegionNameIsCutBetweenCharacters)
         SCOPED_TRACE(c.name);
         // Written, given a length (the recording's end), and listed.
         std::string const path = New(c.name + ".wav", 10);
+        Bytes const before = vfltest::ReadWholeFile(path);
         FF_AudioFile file((Sys_FileLoc(path)));
         file.Implements(FF_AudioFile::eNativeInterface);
         {
-            // Without identity: opens nothing (not even for writing a file
-            // open for reading), removes nothing.
+            // A removal without identity opens nothing (not even for
+            // writing a file open for reading) and removes nothing.
             FF_AudioFile::StOpen reading(&file, FF_AudioFile::eOpenRead);
+            std::int16_t samples[8] = {};
+            EXPECT_EQ(fftest::ErrnoOf([&] { file.SampleWrite(samples, 4); }), 9); // EBADF
             file.RemoveRegion(Sys_Umid{});
         }
         EXPECT_FALSE(file.IsOpen());
+        EXPECT_EQ(vfltest::ReadWholeFile(path), before);
         EXPECT_EQ(Regions(file, false).size(), 1u);
         auto regions = Regions(file, true);
         ASSERT_EQ(regions.size(), 1u);
@@ -241,19 +246,19 @@ TEST_F(FF_AudioFileWrite, PastFourGigabytesTheFileBecomesRF64)
             std::vector<std::int16_t> copy = tail;
             file.SampleWrite(copy.data(), 1000);
         }
-        std::ifstream in(path, std::ios::binary);
         char head[160] = {};
-        in.read(head, sizeof head);
+        std::ifstream(path, std::ios::binary).read(head, sizeof head);
         EXPECT_EQ(std::string(head, 4), "RF64");
         EXPECT_EQ(std::string(head + 12, 4), "ds64");
-        std::uint32_t riffSize, junkLeft;
-        std::uint64_t dataSize, sampleCount;
-        std::memcpy(&riffSize, head + 4, 4);
-        std::memcpy(&dataSize, head + 28, 8);
-        std::memcpy(&sampleCount, head + 36, 8);
-        EXPECT_EQ(riffSize, 0xFFFFFFFFu);
-        EXPECT_EQ(dataSize, static_cast<std::uint64_t>(frames) * 2);
-        EXPECT_EQ(sampleCount, static_cast<std::uint64_t>(frames));
+        auto const number = [&head](int at, std::size_t n)
+        {
+            std::uint64_t v = 0;
+            std::memcpy(&v, head + at, n);
+            return v;
+        };
+        EXPECT_EQ(number(4, 4), 0xFFFFFFFFu);
+        EXPECT_EQ(number(28, 8), static_cast<std::uint64_t>(frames) * 2);
+        EXPECT_EQ(number(36, 8), static_cast<std::uint64_t>(frames));
         if (kind != "new") // 'fmt ' and the first samples where they stood
         {
             EXPECT_EQ(std::string(head + fmtAt, 4) + std::string(head + fmtAt + 24, 4) +
@@ -262,9 +267,8 @@ TEST_F(FF_AudioFileWrite, PastFourGigabytesTheFileBecomesRF64)
         }
         if (junkBody > 28)
         {
-            std::memcpy(&junkLeft, head + 52, 4);
             EXPECT_EQ(std::string(head + 48, 4), "JUNK");
-            EXPECT_EQ(junkLeft, junkBody - 36);
+            EXPECT_EQ(number(52, 4), junkBody - 36);
         }
 
         FF_AudioFile file((Sys_FileLoc(path)));
@@ -353,21 +357,6 @@ TEST_F(FF_AudioFileWrite, UnsignedBytesOfAnotherToolStayUnsigned)
     auto const ssnd = std::search(b.begin(), b.end(), std::begin("SSND"), std::end("SSND") - 1);
     ASSERT_NE(ssnd, b.end());
     EXPECT_EQ(Bytes(ssnd + 16, ssnd + 22), (Bytes{0x80, 0x81, 0x7F, 0, 0x85, 0x7B}));
-}
-
-TEST_F(FF_AudioFileWrite, WritingToAFileOpenForReadingThrowsAndWritesNothing)
-{
-    std::string const path = New("r.wav", 100);
-    Bytes const before = vfltest::ReadWholeFile(path);
-    {
-        FF_AudioFile file((Sys_FileLoc(path)));
-        FF_AudioFile::StOpen open(&file, FF_AudioFile::eOpenRead);
-        std::int16_t samples[8] = {};
-        auto const err = fftest::ErrnoOf([&] { file.SampleWrite(samples, 4); });
-        ASSERT_TRUE(err.has_value());
-        EXPECT_EQ(*err, 9); // EBADF
-    }
-    EXPECT_EQ(vfltest::ReadWholeFile(path), before);
 }
 
 TEST_F(FF_AudioFileWrite, AFullDiskThrowsAndKeepsWhatIsOnDisk)

@@ -142,62 +142,58 @@ TEST_F(FF_MP3AudioFileTest, StartsTheEncoderWithItsOptionsAndRefusesWhatAStreamC
     file.Close(false);
 }
 
-TEST_F(FF_MP3AudioFileTest, ReopenedFileRestartsTheEncoderAndTheCountAndEndsWithOneTag)
-{
-    // As a conversion does it: formatted inside an open level and closed,
-    // then opened again by the writer, which flushes before it closes.
-    SetTagMode(1);
-    FF_MP3AudioFile file(Sys_FileLoc(mDir.File("a.mp3")));
-    file.Open(kCreate);
-    file.Format(Sys_FileType(std::string("mp3")), 2, 44100, 16, 600);
-    file.Close(false);
-    EXPECT_EQ(mFake.starts, 1);
-
-    file.Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
-    EXPECT_EQ(file.SampleGetPosition(), 0);
-    std::vector<u8> pcm(600 * 4);
-    for (std::size_t i = 0; i < pcm.size(); ++i)
-        pcm[i] = static_cast<u8>('a' + i % 26);
-    file.SampleWrite(pcm.data(), 600);
-    EXPECT_EQ(mFake.starts, 2);
-    EXPECT_EQ(file.SampleGetPosition(), 600);
-    file.Flush();
-    file.Close(true);
-    EXPECT_FALSE(mFake.open);
-    // The audio, the drained end, one tag; nothing left of the first stream.
-    EXPECT_EQ(Bytes(mDir.File("a.mp3")), std::string(pcm.begin(), pcm.end()) + "END" + "TAG1");
-}
-
-// The tag goes before or after the audio as its mode says; a file cut to
-// nothing abandons the encoding and stays empty.
-TEST_F(FF_MP3AudioFileTest, TagModesAndCuttingToNothing)
+// The tag goes before or after the audio as its mode says, and a file cut to
+// nothing abandons the encoding and stays empty. Formatted inside an open
+// level and closed, then opened again by the writer, as a conversion does,
+// the file restarts the encoder and the count: nothing is left of the first
+// stream, and it ends with one tag.
+TEST_F(FF_MP3AudioFileTest, TagModesCuttingToNothingAndReopening)
 {
     struct Case
     {
         int32 mode;
-        bool cut;
-        std::string expected;
-    } const cases[] = {{1, false, "abcdENDTAG1"}, {3, false, "TAG3abcdEND"}, {0, false, "abcdEND"}, {1, true, ""}};
+        bool cut, reopen;
+        std::string front, back;
+    } const cases[] = {{1, false, false, "", "TAG1"},
+                       {3, false, false, "TAG3", ""},
+                       {0, false, false, "", ""},
+                       {1, true, false, "", ""},
+                       {1, false, true, "", "TAG1"}};
+    std::string pcm(600 * 4, 0); // more than the encoder takes at once
+    for (std::size_t i = 0; i < pcm.size(); ++i)
+        pcm[i] = static_cast<char>('a' + i % 26);
     for (auto const& c : cases)
     {
-        SCOPED_TRACE(testing::Message() << "mode " << c.mode << (c.cut ? ", cut" : ""));
+        SCOPED_TRACE(testing::Message() << "mode " << c.mode << (c.cut ? ", cut" : "")
+                                        << (c.reopen ? ", reopened" : ""));
         SetTagMode(c.mode);
-        std::string const path = mDir.File("t" + std::to_string(c.mode) + std::to_string(c.cut) + ".mp3");
+        mFake.starts = 0;
+        std::string const path = mDir.File("t" + std::to_string(c.mode * 4 + c.cut * 2 + c.reopen) + ".mp3");
         {
             FF_MP3AudioFile file{Sys_FileLoc(path)};
             file.Open(kCreate);
-            file.Format(Sys_FileType(std::string("mp3")), 1, 44100, 16, 2);
-            char pcm[] = "abcd";
-            file.SampleWrite(pcm, 2);
+            file.Format(Sys_FileType(std::string("mp3")), 2, 44100, 16, 600);
+            if (c.reopen)
+            {
+                file.Close(false);
+                EXPECT_EQ(mFake.starts, 1);
+                file.Open(FF_AudioFile::eOpenRead | FF_AudioFile::eOpenWrite);
+                EXPECT_EQ(file.SampleGetPosition(), 0);
+            }
+            file.SampleWrite(pcm.data(), 600);
+            EXPECT_EQ(mFake.starts, c.reopen ? 2 : 1);
+            EXPECT_EQ(file.SampleGetPosition(), 600);
             if (c.cut)
                 file.SetEOF(0);
+            if (c.reopen) // the writer flushes before it closes
+                file.Flush();
             file.Close(true);
-            if (c.cut) // a stream ending in a tag leaves the encoder to its next start
+            if (c.cut || c.reopen) // a stream ending in a tag leaves the encoder to its next start
             {
                 EXPECT_FALSE(mFake.open);
             }
         }
-        EXPECT_EQ(Bytes(path), c.expected);
+        EXPECT_EQ(Bytes(path), c.cut ? "" : c.front + pcm + "END" + c.back);
     }
 }
 
@@ -292,8 +288,7 @@ TEST_F(FF_LameMP3EncoderTest, ToolsReadTheStreamAndItDecodesToTheSource)
         }
 
         // Decoded, the left channel matches the source at the encoder's delay.
-        std::string raw;
-        ASSERT_EQ(vfltest::RunCommand("ffmpeg -v error -i " + path + " -f s16le -ac 2 -", &raw), 0);
+        std::string const raw = Out("ffmpeg -v error -i " + path + " -f s16le -ac 2 -");
         auto const* decoded = reinterpret_cast<i16 const*>(raw.data());
         std::size_t const frames = raw.size() / 4;
         double best = 0;
