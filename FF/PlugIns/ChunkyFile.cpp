@@ -412,6 +412,33 @@ void ChunkyFile::KeepTheAudioInPlace()
     }
     if (AudioShift() != 0)
         TakeUpInAFiller();
+    // Still no room (a chunk the format must put in front, such as the
+    // 64-bit sizes, in a file that left no filler for it): another tool's
+    // chunks in front go behind the audio too, with their bytes, one at a
+    // time until a filler left in a place has the room. Moving the audio
+    // would take far longer, and a kill in the middle of it would leave
+    // part of the recording written over.
+    i64 pos = 0;
+    for (auto it = mChunks.begin(); AudioShift() != 0 && inFront(it); pos += (*it)->GetFileSize(), ++it)
+    {
+        Chunk& c = **it;
+        i64 const fileSize = c.GetFileSize();
+        if (c.GetKind() != Chunk::kUnknown || c.GetId() == FillerId() || c.ShouldDiscard() || fileSize < 8 ||
+            c.HoldBytes(pos) != S_OK)
+            continue;
+        auto const moved = mNewChunks.insert(behind, std::move(*it));
+        (*moved)->SetFileSize(0);
+        *it = std::make_unique<FillerChunk>(this, FillerId(), fileSize);
+        (*it)->SetFileSize(fileSize);
+        TakeUpInAFiller();
+        if (AudioShift() == 0)
+            break;
+        // Its place does not help (the shift is a pad's, which no filler
+        // takes up): the chunk stays where it stands.
+        (*moved)->SetFileSize(fileSize);
+        *it = std::move(*moved);
+        mNewChunks.erase(moved);
+    }
 }
 
 void ChunkyFile::TakeUpInAFiller()

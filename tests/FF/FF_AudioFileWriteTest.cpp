@@ -203,7 +203,9 @@ TEST_F(FF_AudioFileWrite, FormatStampsTypeAndCreator)
 // that its audio stays where it stands; and a file another tool wrote past
 // 4 GiB with its sizes wrapped to 32 bits, read whole and made RF64 at its
 // rewrite, its 'JUNK' of the size of a 'ds64' or larger (what is left of it
-// stays a 'JUNK'). The files are sparse: only their ends are written.
+// stays a 'JUNK'). A grown file with no 'JUNK' gives up another chunk in
+// front of the audio, which goes behind it whole, rather than have its
+// audio moved. The files are sparse: only their ends are written.
 TEST_F(FF_AudioFileWrite, PastFourGigabytesTheFileBecomesRF64)
 {
     int64 const frames = (int64{1} << 31) + 1000; // 16-bit mono: 4 GiB and 2000 bytes
@@ -213,19 +215,24 @@ TEST_F(FF_AudioFileWrite, PastFourGigabytesTheFileBecomesRF64)
     {
         std::string kind;
         std::size_t junkBody;
-    } const cases[] = {{"new", 0}, {"grown", 28}, {"wrapped", 28}, {"wrapped", 100}};
-    for (auto const& [kind, junkBody] : cases)
+        char id[5] = "JUNK";
+        bool behindFmt = false; // the chunk stands between 'fmt ' and the audio
+    } const cases[] = {{"new", 0},       {"grown", 28},         {"wrapped", 28},
+                       {"wrapped", 100}, {"grown", 72, "LIST"}, {"grown", 72, "LIST", true}};
+    for (auto const& [kind, junkBody, id, behindFmt] : cases)
     {
-        SCOPED_TRACE(kind + " " + std::to_string(junkBody));
-        std::string const path = mDir.File(kind + std::to_string(junkBody) + ".wav");
-        int64 const fmtAt = 20 + static_cast<int64>(junkBody);
+        std::string const name = kind + std::to_string(junkBody) + id + (behindFmt ? "b" : "");
+        SCOPED_TRACE(name);
+        std::string const path = mDir.File(name + ".wav");
+        int64 const fmtAt = behindFmt ? 20 : 20 + static_cast<int64>(junkBody),
+                    dataAt = 44 + static_cast<int64>(junkBody);
+        Bytes const other = ChunkFileBuilder().Chunk(id, Bytes(junkBody, id[0] == 'J' ? 0 : 'L')).Bytes();
         if (kind != "new") // the sizes of 1000 frames: 4 GiB and 1000 frames wrapped
-            vfltest::WriteWholeFile(path, ChunkFileBuilder()
-                                              .RiffHeader()
-                                              .Chunk("JUNK", Bytes(junkBody, 0))
-                                              .Fmt(1, 48000, 16)
-                                              .Data(Bytes(2000, 1))
-                                              .Done());
+        {
+            ChunkFileBuilder b;
+            b.RiffHeader().Raw(behindFmt ? Bytes() : other).Fmt(1, 48000, 16).Raw(behindFmt ? other : Bytes());
+            vfltest::WriteWholeFile(path, b.Data(Bytes(2000, 1)).Done());
+        }
         if (kind == "wrapped")
         {
             std::filesystem::resize_file(path, fmtAt + 32 + 2 * frames - 2000);
@@ -259,16 +266,25 @@ TEST_F(FF_AudioFileWrite, PastFourGigabytesTheFileBecomesRF64)
         EXPECT_EQ(number(4, 4), 0xFFFFFFFFu);
         EXPECT_EQ(number(28, 8), static_cast<std::uint64_t>(frames) * 2);
         EXPECT_EQ(number(36, 8), static_cast<std::uint64_t>(frames));
-        if (kind != "new") // 'fmt ' and the first samples where they stood
+        if (kind != "new") // 'fmt ' behind the 'ds64' and the first samples where they stood
         {
-            EXPECT_EQ(std::string(head + fmtAt, 4) + std::string(head + fmtAt + 24, 4) +
-                          std::string(head + fmtAt + 32, 8),
+            EXPECT_EQ(std::string(head + (behindFmt ? 48 : fmtAt), 4) + std::string(head + dataAt, 4) +
+                          std::string(head + dataAt + 8, 8),
                       "fmt data" + std::string(8, '\1'));
         }
         if (junkBody > 28)
         {
-            EXPECT_EQ(std::string(head + 48, 4), "JUNK");
-            EXPECT_EQ(number(52, 4), junkBody - 36);
+            int const junkAt = behindFmt ? 72 : 48;
+            EXPECT_EQ(std::string(head + junkAt, 4), "JUNK");
+            EXPECT_EQ(number(junkAt + 4, 4), junkBody - 36);
+        }
+        if (id[0] == 'L') // the chunk given up, whole behind the audio
+        {
+            Bytes moved(other.size());
+            std::ifstream in(path, std::ios::binary);
+            in.seekg(dataAt + 8 + 2 * frames);
+            in.read(reinterpret_cast<char*>(moved.data()), static_cast<std::streamsize>(moved.size()));
+            EXPECT_EQ(moved, other);
         }
 
         FF_AudioFile file((Sys_FileLoc(path)));
